@@ -1,0 +1,75 @@
+#include "filetools.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+bool isPlainComponent(QStringView component)
+{
+    if (component.isEmpty() || component == "."_L1 || component == ".."_L1)
+        return false;
+    const bool namesDrive = component.size() > 1 && component[0].isLetter() && component[1] == u':';
+    // Windows reads the backslash as a separator.
+    return !namesDrive && !component.contains(u'\\') && !component.contains(QChar::Null);
+}
+
+} // namespace
+
+QString uniqueFileName(const QString &path)
+{
+    if (!QFile::exists(path))
+        return path;
+    const QFileInfo info(path);
+    const QString suffix = info.suffix().isEmpty() ? QString() : u"."_s + info.suffix();
+    for (qint64 n = 1;; ++n) {
+        const QString candidate =
+            info.dir().filePath(u"%1(%2)"_s.arg(info.baseName(), QString::number(n)) + suffix);
+        if (!QFile::exists(candidate))
+            return candidate;
+    }
+}
+
+void removeTree(const QString &folder)
+{
+    const QDir dir(folder);
+    if (!dir.exists())
+        return;
+    const auto shown = QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot;
+    for (const QFileInfo &entry : dir.entryInfoList(shown)) {
+        if (entry.isDir() && !entry.isSymLink())
+            removeTree(entry.absoluteFilePath());
+        else
+            QFile::remove(entry.absoluteFilePath());
+    }
+    QDir().rmdir(dir.absolutePath());
+}
+
+QString safeFileName(const QString &name)
+{
+    static const QRegularExpression forbidden(u"[\\\\/:*\\?\"<>|]"_s);
+    return QString(name).remove(forbidden).trimmed();
+}
+
+std::optional<QString> pathBelow(const QDir &root, const QString &name)
+{
+    QString path = root.absolutePath();
+    for (const QStringView component : QStringView(name).split(u'/')) {
+        if (!isPlainComponent(component))
+            return std::nullopt;
+        path += u'/' + component;
+        if (QFileInfo(path).isSymLink())
+            return std::nullopt;
+    }
+    return path;
+}
+
+QString md5Hex(const QString &text)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+
+#include <optional>
+
+/// `path` if nothing stands there, else "name(1).suffix", "name(2).suffix" and on in the same
+/// folder. The name is cut at its first dot: "a.b.c" gives "a(1).c".
+QString uniqueFileName(const QString &path);
+
+/// Removes a folder with what it holds. Hidden files stay, and so do the folders around them;
+/// links are removed, never followed. Failures are ignored: look at what is left if it matters.
+void removeTree(const QString &folder);
+
+/// `name` without the characters `\ / : * ? " < > |`, trimmed.
+QString safeFileName(const QString &name);
+
+/// The path of `name` below `root`, or nothing when `name` would leave `root`: through "..", an
+/// absolute path, a drive letter, a NUL byte or a link on the way. `name` may hold several
+/// components, split at "/"; every name that comes out of a backup, an archive or a database passes
+/// through here before it touches the disk.
+std::optional<QString> pathBelow(const QDir &root, const QString &name);
+
+/// Lower-case hex of the MD5 of the UTF-8 of `text`, 32 digits.
+QString md5Hex(const QString &text);

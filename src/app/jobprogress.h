@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QString>
+
+#include <atomic>
+#include <stdexcept>
+
+/// What a job knows of whoever waits for it: a progress dialog, or a terminal. A job may call these
+/// from its own thread; how they reach the waiting side is the implementation's affair.
+class JobProgress
+{
+public:
+    JobProgress() = default;
+    JobProgress(const JobProgress &) = delete;
+    JobProgress &operator=(const JobProgress &) = delete;
+    virtual ~JobProgress() = default;
+
+    /// An empty `status` keeps the words shown, a negative `curProgress` keeps the bar (percent), an
+    /// empty `progressText` shows the bar's value in words.
+    virtual void updateProgress(const QString &status, int curProgress, const QString &progressText) = 0;
+    /// The job failed with `err`. Exactly one of this and `succeed` ends a job that isn't cancelled.
+    virtual void errorOccurred(const QString &err) = 0;
+    /// The job is done; `tipsStr` is shown unless it is empty.
+    virtual void succeed(const QString &tipsStr) = 0;
+    /// Shows `info` while the job goes on.
+    virtual void tipsWait(const QString &info) = 0;
+
+    /// Set by the waiting side, read by the job.
+    std::atomic_bool cancelled = false;
+};
+
+/// Unwinds a cancelled job: throws the integer -1, which `runJob` catches.
+void throwIfCancelled(const JobProgress &progress);
+
+/// `done` of `total` in whole percent; 100 for an empty job.
+int percentOf(qint64 done, qint64 total);
+
+/// Keeps a job that does millions of steps from reporting each one: a report is due about twenty
+/// times a second, and for the last step.
+class ProgressPace
+{
+public:
+    explicit ProgressPace(qint64 totalSteps) : total(totalSteps) { sinceReport.start(); }
+    /// Ask after each step; `done` counts from 1.
+    bool isDue(qint64 done);
+
+private:
+    qint64 total;
+    QElapsedTimer sinceReport;
+};
+
+/// The one way a job ends: `work` returns the text for `succeed`, an exception goes to
+/// `errorOccurred`, a cancel says nothing.
+template <typename Work>
+void runJob(JobProgress &progress, Work work)
+{
+    try {
+        progress.succeed(work());
+    } catch (const std::exception &error) {
+        progress.errorOccurred(QString::fromUtf8(error.what()));
+    } catch (int) {
+        // Cancelled: whoever cancelled knows, and nobody is left to tell.
+    }
+}

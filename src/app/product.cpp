@@ -1,0 +1,25 @@
+#include "product.h"
+
+#include <QObject>
+
+using namespace Qt::StringLiterals;
+
+QString productName()
+{
+    return QObject::tr("Marrowlight Message Vault");
+}
+
+QString versionText()
+{
+    return u"%1(%2)"_s.arg(u"2.14.13"_s).arg(41);
+}
+
+QString reportHost()
+{
+    return QStringLiteral(MARROWLIGHT_REPORT_HOST);
+}
+
+QString productIdentifier()
+{
+    return u"7C1E40B9D3A25F68E0B47D19C6F2A83D"_s;
+}

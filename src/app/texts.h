@@ -1,0 +1,7 @@
+#pragma once
+
+class QTranslator;
+
+/// Loads the table that turns `tr()` keys into the English texts and installs it in the running
+/// application. Without the table, keys are shown as they stand. `translator` has to outlive its use.
+void installTexts(QTranslator &translator);

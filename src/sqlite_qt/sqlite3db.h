@@ -1,0 +1,75 @@
+#pragma once
+
+#include "sqlite3cursor.h"
+#include "sqlite3sql.h"
+#include "sqlitecol.h"
+
+#include <QHash>
+#include <QString>
+
+#include <memory>
+
+struct sqlite3;
+class StatementCache;
+
+/// Version of this layer's interface. The program starts with 6 and no other.
+int sqlite_qt_version();
+
+// Flags of `openThrow`, with SQLite's own values.
+inline constexpr int sqliteReadOnly = 1;
+inline constexpr int sqliteReadWrite = 2;
+inline constexpr int sqliteReadWriteCreate = 6;
+
+/// One connection. It belongs to one thread at a time; there is no lock here.
+///
+/// Operations that end in `Throw` throw `std::runtime_error` with the file's path and SQLite's message.
+/// Prepared statements are kept and used again as long as the connection is open.
+class Sqlite3DB
+{
+public:
+    Sqlite3DB();
+    Sqlite3DB(const Sqlite3DB &) = delete;
+    Sqlite3DB &operator=(const Sqlite3DB &) = delete;
+    virtual ~Sqlite3DB();
+
+    bool isOpen() const { return handle != nullptr; }
+    /// Opens `path`, waiting up to five seconds for another process's lock in all later work. On
+    /// failure the connection stays closed.
+    void openThrow(const QString &path, int flags);
+    /// Harmless when not open. Cursors that are still alive keep their rows.
+    void close();
+
+    /// A cursor before the first row.
+    Sqlite3Cursor queryThrow(const Sqlite3Sql &sql);
+    /// Runs a statement to its end.
+    void executeThrow(const Sqlite3Sql &sql);
+    /// Runs one or more statements without parameters. Returns SQLite's result, 0 for success, and
+    /// leaves its message in `error` otherwise. Never throws.
+    int exec(const QString &sql, QString &error);
+
+    // BEGIN and COMMIT throw as the `Throw` operations do: a commit that a full disk refuses must not
+    // pass for done. ROLLBACK never throws.
+    void beginTran();
+    void commitTran();
+    void rollbackTran();
+
+    qint64 lastInsertId() const;
+    /// The columns of `table` by name; empty when there is no such table.
+    QHash<QString, _SqliteCol> tbInfo(const QString &table);
+
+    /// Keeps SQLite from folding the write-ahead log into the file when the connection closes, so that
+    /// reading leaves a file and its log as they lie.
+    void keepLogOnClose();
+
+protected:
+    /// Gives SQL a function that answers with `result` of its first argument as an integer (0 where it
+    /// has none). Throws when SQLite refuses.
+    void createFunctionThrow(const char *name, int arguments, int (*result)(int first));
+
+private:
+    struct Closer {
+        void operator()(sqlite3 *db) const noexcept;
+    };
+    std::unique_ptr<sqlite3, Closer> handle;
+    std::shared_ptr<StatementCache> statements;
+};
