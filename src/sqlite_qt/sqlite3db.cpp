@@ -2,6 +2,8 @@
 
 #include "sqlite3stmt.h"
 
+#include <QFile>
+
 #include <sqlite3.h>
 
 #include <stdexcept>
@@ -129,7 +131,10 @@ QHash<QString, _SqliteCol> Sqlite3DB::tbInfo(const QString &table)
 
 void Sqlite3DB::keepLogOnClose()
 {
-    if (handle)
+    if (!handle)
+        return;
+    const char *log = sqlite3_filename_wal(sqlite3_db_filename(handle.get(), "main"));
+    if (QFile::exists(QString::fromUtf8(log)))
         sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 

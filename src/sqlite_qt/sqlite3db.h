@@ -58,7 +58,8 @@ public:
     QHash<QString, _SqliteCol> tbInfo(const QString &table);
 
     /// Keeps SQLite from folding the write-ahead log into the file when the connection closes, so that
-    /// reading leaves a file and its log as they lie.
+    /// reading leaves a file and its log as they lie. Call it before the first read. Where no log lies,
+    /// it does nothing: the empty one that SQLite makes then goes again when the connection closes.
     void keepLogOnClose();
 
 protected:

@@ -1,0 +1,188 @@
+#include "ioscontactsmemdb.h"
+
+#include "countrylibdb.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+#include <filesystem>
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const auto cacheSchema =
+    u"CREATE TABLE person(  rowid INTEGER PRIMARY KEY,  first TEXT,  last TEXT,  middle TEXT,  photo BLOB);"
+    "CREATE TABLE tel(  person_id INTEGER,  number TEXT,  UNIQUE(person_id, number));"
+    "CREATE INDEX index_tel_number on tel(number);"_s;
+
+/// Seconds since 1970; 0 when the file can't be read.
+qint64 modificationTime(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.exists() ? info.lastModified().toSecsSinceEpoch() : 0;
+}
+
+void openForReading(Sqlite3DB &db, const QString &path)
+{
+    db.openThrow(path, sqliteReadWrite);
+    db.keepLogOnClose();
+}
+
+std::filesystem::path toFilesystemPath(const QString &path)
+{
+    return std::filesystem::path(path.toStdU16String());
+}
+
+} // namespace
+
+QString contactName(const _ContactInfo &contact)
+{
+    QString name = contact.first;
+    for (const QString &part : {contact.middle.trimmed(), contact.last.trimmed()}) {
+        if (!part.isEmpty())
+            name += u' ' + part;
+    }
+    return name.trimmed();
+}
+
+IOSContactsMemDb::IOSContactsMemDb(const QDir &rootFolder, const QString &mobileCountryCode)
+    : root(rootFolder), countryCode(mobileCountryCode)
+{
+}
+
+QString IOSContactsMemDb::cacheFile() const
+{
+    return root.absoluteFilePath(u"ct-phone.db"_s);
+}
+
+QString IOSContactsMemDb::bookFile(const QString &name) const
+{
+    return root.absoluteFilePath(u"file-relay/var/mobile/Library/AddressBook/"_s + name);
+}
+
+void IOSContactsMemDb::openDb()
+{
+    if (isOpen() || !QFile::exists(bookFile(u"AddressBook.sqlitedb"_s)))
+        return;
+    // The write-ahead log holds the newest changes.
+    const QString log = bookFile(u"AddressBook.sqlitedb-wal"_s);
+    const qint64 sourceTime =
+        modificationTime(QFile::exists(log) ? log : bookFile(u"AddressBook.sqlitedb"_s));
+    if (modificationTime(cacheFile()) < sourceTime) {
+        openMemory();
+        if (!saveCache(sourceTime))
+            return; // The folder can't be written: the copy in memory serves this time.
+    }
+    openThrow(cacheFile(), sqliteReadOnly);
+}
+
+void IOSContactsMemDb::openMemory()
+{
+    qDebug("rebuild IOSContactsMemDb.");
+    openThrow(u":memory:"_s, sqliteReadWriteCreate);
+    try {
+        QString error;
+        if (exec(cacheSchema, error) != 0)
+            throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
+        beginTran();
+        Sqlite3DB book;
+        openForReading(book, bookFile(u"AddressBook.sqlitedb"_s));
+        copyPeople(book);
+        copyNumbers(book);
+        book.close();
+        copyPhotos();
+        commitTran();
+    } catch (...) {
+        close(); // An open connection would pass for a whole address book.
+        throw;
+    }
+}
+
+void IOSContactsMemDb::copyPeople(Sqlite3DB &book)
+{
+    Sqlite3Cursor person = book.queryThrow(Sqlite3Sql("select rowid, first, last, middle from ABPerson"));
+    while (person.moveNextThrow()) {
+        Sqlite3Sql insert("insert into person(rowid, first, last, middle) values(?,?,?,?)");
+        insert.addInt64Param(person.getInt64(0));
+        insert.addTextParam(person.getText(1));
+        insert.addTextParam(person.getText(2));
+        insert.addTextParam(person.getText(3));
+        executeThrow(insert);
+    }
+}
+
+void IOSContactsMemDb::copyNumbers(Sqlite3DB &book)
+{
+    CountryLibDb countries(countryCode);
+    const _CountryInfo country = countries.defaultCountry();
+    // Property 3 is a phone number.
+    Sqlite3Cursor number =
+        book.queryThrow(Sqlite3Sql("select record_id, value from ABMultiValue where property=3"));
+    while (number.moveNextThrow()) {
+        Sqlite3Sql replace("replace into tel(person_id, number) values(?,?)");
+        replace.addInt64Param(number.getInt64(0));
+        replace.addTextParam(normalizeAddress(country, number.getText(1)));
+        executeThrow(replace);
+    }
+}
+
+void IOSContactsMemDb::copyPhotos()
+{
+    const QString file = bookFile(u"AddressBookImages.sqlitedb"_s);
+    if (!QFile::exists(file))
+        return;
+    Sqlite3DB images;
+    openForReading(images, file);
+    Sqlite3Cursor image = images.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
+    while (image.moveNextThrow()) {
+        Sqlite3Sql update("update person set photo=? where rowid=?");
+        update.addBlobParam(image.getBlob(1));
+        update.addInt64Param(image.getInt64(0));
+        executeThrow(update);
+    }
+}
+
+/// Writes what is in memory into the cache, which thereby counts as exactly as old as its source. The
+/// file appears whole or not at all. False, and logged, when it can't be written.
+bool IOSContactsMemDb::saveCache(qint64 sourceTime)
+{
+    try {
+        QTemporaryFile file(cacheFile());
+        if (!file.open())
+            throw std::runtime_error(file.errorString().toStdString());
+        Sqlite3Sql vacuum("VACUUM INTO ?");
+        vacuum.addTextParam(file.fileName());
+        executeThrow(vacuum);
+        const QDateTime time = QDateTime::fromSecsSinceEpoch(sourceTime);
+        if (!file.setFileTime(time, QFileDevice::FileAccessTime) ||
+            !file.setFileTime(time, QFileDevice::FileModificationTime))
+            throw std::runtime_error(file.errorString().toStdString());
+        std::filesystem::rename(toFilesystemPath(file.fileName()), toFilesystemPath(cacheFile()));
+        return true;
+    } catch (const std::exception &error) {
+        qWarning("can not write %s: %s", qUtf8Printable(cacheFile()), error.what());
+        return false;
+    }
+}
+
+_ContactInfo IOSContactsMemDb::contactFor(const QString &number)
+{
+    openDb();
+    if (!isOpen())
+        return {};
+    Sqlite3Sql sql("select p.* from person as p inner join tel as t on p.rowid=t.person_id and t.number=?");
+    sql.addTextParam(number);
+    Sqlite3Cursor cursor = queryThrow(sql);
+    if (!cursor.moveNextThrow())
+        return {};
+    return {.first = cursor.getText(u"first"_s),
+            .middle = cursor.getText(u"middle"_s),
+            .last = cursor.getText(u"last"_s),
+            .photo = cursor.getBlob(u"photo"_s)};
+}

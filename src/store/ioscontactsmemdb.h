@@ -1,0 +1,50 @@
+#pragma once
+
+#include "absdb.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QString>
+
+/// What the address book says of one person. Empty in all fields when nothing was found.
+struct _ContactInfo {
+    QString first;
+    QString middle;
+    QString last;
+    QByteArray photo; ///< thumbnail; empty when none
+};
+
+/// First, middle and last name with one blank between them.
+QString contactName(const _ContactInfo &contact);
+
+/// Finds people by phone number. It keeps a cache, "ct-phone.db", of the phone's address book with the
+/// numbers in normal form, as old as the address book and made anew when that changes; the cache can be
+/// deleted at any time.
+class IOSContactsMemDb : public AbsDb
+{
+public:
+    /// `root` holds "file-relay" and the cache; `countryCode` is the phone's mobile country code, which
+    /// may be empty.
+    IOSContactsMemDb(const QDir &root, const QString &countryCode);
+
+    /// Leaves the connection closed when there is no address book: test `isOpen()` before you ask. Throws
+    /// `std::runtime_error` when the address book is damaged.
+    void openDb() override;
+
+    /// The person with this number, which has to be in normal form. Empty when there is none, and when
+    /// there is no address book.
+    _ContactInfo contactFor(const QString &number);
+
+private:
+    QString cacheFile() const;
+    /// A file of the phone's address book folder.
+    QString bookFile(const QString &name) const;
+    void openMemory();
+    void copyPeople(Sqlite3DB &book);
+    void copyNumbers(Sqlite3DB &book);
+    void copyPhotos();
+    bool saveCache(qint64 sourceTime);
+
+    QDir root;
+    QString countryCode;
+};
