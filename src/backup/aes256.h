@@ -3,23 +3,10 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
-#include <array>
 #include <memory>
 #include <optional>
 
 struct mbedtls_aes_context;
-
-/// A 256-bit key; wiped when it goes.
-class SecretKey
-{
-public:
-    SecretKey() = default;
-    SecretKey(const SecretKey &) = delete;
-    SecretKey &operator=(const SecretKey &) = delete;
-    ~SecretKey();
-
-    std::array<unsigned char, 32> bytes{};
-};
 
 /// Overwrites the bytes of `secret`, which should be their only owner, and empties it.
 void wipe(QByteArray &secret);
@@ -45,5 +32,6 @@ private:
     std::unique_ptr<mbedtls_aes_context, Closer> context;
 };
 
-/// PBKDF2 with HMAC-SHA1 into `key`. A count of 0 counts as 1. Throws when the library refuses.
-void deriveKey(QByteArrayView password, QByteArrayView salt, quint32 rounds, SecretKey &key);
+/// PBKDF2 with HMAC-SHA1: 32 bytes, for the caller to wipe. A count of 0 counts as 1. Throws when the
+/// library refuses.
+QByteArray deriveKey(QByteArrayView password, QByteArrayView salt, quint32 rounds);

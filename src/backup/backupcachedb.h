@@ -28,6 +28,9 @@ public:
 
 private:
     void open();
+    void execute(const QString &sql);
+    void insertDate(const QString &fileName, int date);
+    void updateDate(const QString &fileName, int date);
 
     QString path;
     Sqlite3DB db;

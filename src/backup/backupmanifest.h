@@ -82,7 +82,4 @@ public:
     _ManifestNode *callHistoryStore = nullptr;
     QMap<QString, _ManifestNode *> recordingsByName;
     QMap<int, _ManifestNode *> voicemailsById;
-
-private:
-    void buildTree(QHash<QString, _MbdbRecord> records);
 };

@@ -22,6 +22,9 @@ KeyBag parseKeyBag(const QByteArray &keyBag);
 /// the keybag asks for more than a hundred million rounds.
 [[nodiscard]] bool unlockClasses(KeyBag &keyBag, const QString &password);
 
+/// Takes the plain class keys out again, wiped.
+void wipeKeys(QMap<int, KeyBagItems> &classes);
+
 /// Unwraps `wrapped` with the 32 bytes of `kek` (RFC 3394, default integrity value). Empty when the
 /// key doesn't fit or a length is off.
 QByteArray aesKeyUnwrap(const QByteArray &kek, const QByteArray &wrapped);
