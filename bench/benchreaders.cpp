@@ -3,7 +3,7 @@
 #include "messagestore.h"
 #include "messagetext.h"
 #include "openmessagedb.h"
-#include "smsdbwriter.h"
+#include "samplephone.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -20,55 +20,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int chatCount = 300;
+constexpr int conversations = 300;
 constexpr int rounds = 3;
 
-// Of the length people write, with an emoji now and then.
-QString sampleText(int number)
+void writePhone(const QDir &root, IosVersion version, int messages)
 {
-    static const QString words =
-        u"Sure, see you at the station around seven then, and bring the blue umbrella "
-        "because it will rain again tomorrow, they say"_s;
-    QString text = words.left(4 + number % 70) + QString::number(number);
-    if (number % 10 == 0)
-        text += u" \U0001F604"_s;
-    return text;
-}
-
-SampleChat sampleChat(int number)
-{
-    SampleChat chat;
-    chat.service = number % 3 == 0 ? u"SMS"_s : u"iMessage"_s;
-    chat.isGroup = number % 10 == 0;
-    for (int member = 0; member < (chat.isGroup ? 4 : 1); ++member)
-        chat.members.append({.id = u"+346%1"_s.arg(number * 10 + member, 8, 10, QLatin1Char('0'))});
-    return chat;
-}
-
-void writeDatabase(const QString &path, IosVersion version, int count)
-{
-    const std::unique_ptr<SmsDbWriter> writer = SmsDbWriter::create(path, version);
-    QList<SampleChat> chats;
-    for (int i = 0; i < chatCount; ++i) {
-        chats.append(sampleChat(i));
-        writer->addChat(chats.last());
-    }
-    for (int i = 0; i < count; ++i) {
-        const int place = int(quint32(i) * 2654435761U % chatCount);
-        const SampleChat &chat = chats.at(place);
-        SampleMessage message;
-        message.guid = u"%1-0A55-4B19-9E6C-21B7A4E2D0F3"_s.arg(i, 8, 16, QLatin1Char('0'));
-        message.text = sampleText(i);
-        message.service = chat.service;
-        message.is_from_me = i % 2 == 0;
-        message.date = 300000000 + qint64(i) * 60;
-        message.handle = chat.members.at(i % chat.members.size()).id;
-        message.chats = {place};
-        if (chat.service == u"iMessage"_s)
-            message.attributedBody = typedStreamOf(message.text);
-        writer->addMessage(message);
-    }
-    writer->finish();
+    SamplePhone({.ios = version, .messages = messages, .conversations = conversations}).writeRelay(root);
 }
 
 // Steps a statement to its end and touches every column in the way of its kind.
@@ -183,10 +140,8 @@ int main(int argc, char *argv[])
     const int count = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 1000000;
     const QTemporaryDir ios8;
     const QTemporaryDir ios5;
-    const QString path8 = messageDbPath(ios8.path());
-    const QString path5 = messageDbPath(ios5.path());
-    writeDatabase(path8, IosVersion::Ios8, count);
-    writeDatabase(path5, IosVersion::Ios5, count);
+    writePhone(ios8.path(), IosVersion::Ios8, count);
+    writePhone(ios5.path(), IosVersion::Ios5, count);
 
     measureMemory("memory of a store of messages, iOS 8", ios8.path());
     compareReading("reading chats and messages, iOS 8", ios8.path(), statementsOfIos6);
