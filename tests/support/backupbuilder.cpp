@@ -24,11 +24,31 @@ constexpr quint8 untilFirstUnlock = 3;
 /// 2013-06-01 00:00 UTC.
 constexpr quint32 usualTime = 1370044800;
 
-void writeFile(const QString &path, const QByteArray &bytes)
+/// `plain` as an encrypted backup holds it.
+SampleContent enciphered(const SampleContent &plain, const QByteArray &key)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error(QString(path % u": "_s % file.errorString()).toStdString());
+    return {plain.length, [plain, key](const SampleContent::Sink &sink) {
+                SampleFileCipher cipher(key);
+                plain.stream([&](QByteArrayView block) { sink(cipher.update(block)); });
+                sink(cipher.finish());
+            }};
+}
+
+/// The folder above `path`; empty, not null, for the domain's own entry.
+QByteArray parentOf(const QByteArray &path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash > 0 ? path.first(slash) : QByteArray("");
+}
+
+SampleRecord folderRecord(const QByteArray &domain, const QByteArray &path)
+{
+    SampleRecord record;
+    record.domain = domain;
+    record.path = path;
+    record.mode = folderMode;
+    record.mtime = record.atime = record.ctime = usualTime;
+    return record;
 }
 
 bool comesFirst(const SampleRecord &a, const SampleRecord &b)
@@ -196,43 +216,46 @@ BackupBuilder &BackupBuilder::tail(const QByteArray &bytes)
     return *this;
 }
 
-/// All entries in the order of domain and path, with the folders above them and the domains' own.
-QList<BackupBuilder::Entry> BackupBuilder::entriesWithFolders() const
+/// Entries for the folders above the files and for the domains, where none was told.
+QList<BackupBuilder::Entry> BackupBuilder::missingFolders() const
 {
     QSet<QPair<QByteArray, QByteArray>> known;
     for (const Entry &entry : entries)
         known.insert({entry.record.domain, entry.record.path});
-    QList<Entry> all = entries;
+    QList<Entry> folders;
     for (const Entry &entry : entries) {
         QByteArray path = entry.record.path;
         while (!path.isEmpty()) {
-            path = path.left(qMax(path.lastIndexOf('/'), qsizetype(0)));
+            path = parentOf(path);
             if (known.contains({entry.record.domain, path}))
                 break;
             known.insert({entry.record.domain, path});
-            Entry above;
-            above.record.domain = entry.record.domain;
-            above.record.path = path.isEmpty() ? QByteArray("") : path;
-            above.record.mode = folderMode;
-            above.record.mtime = above.record.atime = above.record.ctime = usualTime;
-            all.append(above);
+            folders.append({folderRecord(entry.record.domain, path)});
         }
     }
-    std::stable_sort(all.begin(), all.end(),
-                     [](const Entry &a, const Entry &b) { return comesFirst(a.record, b.record); });
-    return all;
+    return folders;
 }
 
-QString BackupBuilder::write()
+int BackupBuilder::recordCount() const
 {
-    if (!QDir().mkpath(target.path()))
-        throw std::runtime_error(QString(target.path() % u": cannot make this folder."_s).toStdString());
+    return int(entries.size() + missingFolders().size());
+}
+
+QString BackupBuilder::write() const
+{
+    const QList<Entry> folders = missingFolders();
+    QList<const Entry *> inOrder;
+    for (const QList<Entry> *list : {&folders, &entries})
+        for (const Entry &entry : *list)
+            inOrder.append(&entry);
+    std::stable_sort(inOrder.begin(), inOrder.end(),
+                     [](const Entry *a, const Entry *b) { return comesFirst(a->record, b->record); });
     Shared shared{SampleRandom(seedNumber), {}};
     if (!secret.isNull())
         shared.keyBag.emplace(secret, rounds, shared.random);
     QByteArray records = sampleMbdbHeader();
-    for (const Entry &entry : entriesWithFolders())
-        records += sampleRecordBytes(storedRecord(entry, shared));
+    for (const Entry *entry : std::as_const(inOrder))
+        records += sampleRecordBytes(storedRecord(*entry, shared));
     writeManifest(records);
     writePlists(shared.keyBag ? shared.keyBag->blob() : shared.random.bytes(64));
     return target.path();
@@ -260,29 +283,21 @@ SampleRecord BackupBuilder::storedRecord(const Entry &entry, Shared &shared) con
 /// what the phone had.
 QByteArray BackupBuilder::storeFile(const Entry &entry, const QByteArray &key) const
 {
-    QFile file(target.filePath(sampleHashedName(entry.record.domain, entry.record.path)));
-    const auto put = [&file](const QByteArray &bytes) {
-        if (file.write(bytes) != bytes.size())
-            throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
-    };
-    if (!file.open(QIODevice::WriteOnly))
-        throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
     QCryptographicHash hash(QCryptographicHash::Sha1);
-    std::optional<SampleFileCipher> cipher;
-    if (!key.isEmpty())
-        cipher.emplace(key);
-    entry.content->stream([&](QByteArrayView plain) {
-        hash.addData(plain);
-        put(cipher ? cipher->update(plain) : QByteArray::fromRawData(plain.data(), plain.size()));
-    });
-    if (cipher)
-        put(cipher->finish());
+    const SampleContent hashed{entry.content->length, [&](const SampleContent::Sink &sink) {
+                                   entry.content->stream([&](QByteArrayView block) {
+                                       hash.addData(block);
+                                       sink(block);
+                                   });
+                               }};
+    const QString path = target.filePath(sampleHashedName(entry.record.domain, entry.record.path));
+    writeSample(path, key.isEmpty() ? hashed : enciphered(hashed, key));
     return hash.result();
 }
 
 void BackupBuilder::writeManifest(const QByteArray &records) const
 {
-    writeFile(target.filePath(u"Manifest.mbdb"_s), records + lastRecords + lastBytes);
+    writeSample(target.filePath(u"Manifest.mbdb"_s), sampleBytes(records + lastRecords + lastBytes));
 }
 
 void BackupBuilder::writePlists(const QByteArray &keyBag) const
@@ -291,7 +306,7 @@ void BackupBuilder::writePlists(const QByteArray &keyBag) const
     const auto written = [this](const SamplePlist &plist) {
         return format == Plist::Binary ? plist.toBinary() : plist.toXml();
     };
-    writeFile(target.filePath(u"Manifest.plist"_s), written(manifestPlist(facts)));
-    writeFile(target.filePath(u"Status.plist"_s), written(statusPlist(facts)));
-    writeFile(target.filePath(u"Info.plist"_s), infoPlist(facts).toXml());
+    writeSample(target.filePath(u"Manifest.plist"_s), sampleBytes(written(manifestPlist(facts))));
+    writeSample(target.filePath(u"Status.plist"_s), sampleBytes(written(statusPlist(facts))));
+    writeSample(target.filePath(u"Info.plist"_s), sampleBytes(infoPlist(facts).toXml()));
 }
