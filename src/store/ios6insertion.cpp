@@ -15,14 +15,14 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-Sqlite3Sql withText(const char *sql, const QString &value)
+Sqlite3Sql withText(const QString &sql, const QString &value)
 {
     Sqlite3Sql statement(sql);
     statement.addTextParam(value);
     return statement;
 }
 
-Sqlite3Sql withRows(const char *sql, std::initializer_list<qint64> rowids)
+Sqlite3Sql withRows(const QString &sql, std::initializer_list<qint64> rowids)
 {
     Sqlite3Sql statement(sql);
     for (const qint64 rowid : rowids)
@@ -79,22 +79,22 @@ qint64 IOS6MessageDb::firstRowid(const Sqlite3Sql &sql)
 
 qint64 IOS6MessageDb::chatRowid(const QString &guid)
 {
-    return firstRowid(withText("select rowid from chat where guid=?", guid));
+    return firstRowid(withText(u"select rowid from chat where guid=?"_s, guid));
 }
 
 qint64 IOS6MessageDb::attachmentRowid(const QString &guid)
 {
-    return firstRowid(withText("select rowid from attachment where guid=?", guid));
+    return firstRowid(withText(u"select rowid from attachment where guid=?"_s, guid));
 }
 
 qint64 IOS6MessageDb::messageRowid(const QString &guid)
 {
-    return firstRowid(withText("select rowid from message where guid=?", guid));
+    return firstRowid(withText(u"select rowid from message where guid=?"_s, guid));
 }
 
 qint64 IOS6MessageDb::handleRowid(const _MsgHandle &handle)
 {
-    Sqlite3Sql sql = withText("select rowid from handle where id=? and service=?", handle.id);
+    Sqlite3Sql sql = withText(u"select rowid from handle where id=? and service=?"_s, handle.id);
     sql.addTextParam(handle.service);
     return firstRowid(sql);
 }
@@ -109,13 +109,13 @@ qint64 IOS6MessageDb::messageRowidByHash(const QString &logicHash)
 {
     openDb();
     return insertion.hasLogicHash()
-               ? firstRowid(withText("select rowid from message where logic_hash=?", logicHash))
+               ? firstRowid(withText(u"select rowid from message where logic_hash=?"_s, logicHash))
                : 0;
 }
 
 bool IOS6MessageDb::chatHasHandle(qint64 chatId, qint64 handleId)
 {
-    return firstRowid(withRows("select 1 from chat_handle_join where chat_id=? and handle_id=?",
+    return firstRowid(withRows(u"select 1 from chat_handle_join where chat_id=? and handle_id=?"_s,
                                {chatId, handleId})) != 0;
 }
 
@@ -191,7 +191,7 @@ qint64 IOS6MessageDb::insertAttachment(const _MsgAttachment &attachment)
     return insertRow(row, u"attachment"_s, {});
 }
 
-void IOS6MessageDb::insertJoin(const char *sql, qint64 first, qint64 second)
+void IOS6MessageDb::insertJoin(const QString &sql, qint64 first, qint64 second)
 {
     openDb();
     executeThrow(withRows(sql, {first, second}));
@@ -199,24 +199,24 @@ void IOS6MessageDb::insertJoin(const char *sql, qint64 first, qint64 second)
 
 void IOS6MessageDb::joinChatHandle(qint64 chatId, qint64 handleId)
 {
-    insertJoin("replace into chat_handle_join(chat_id,handle_id) values(?,?)", chatId, handleId);
+    insertJoin(u"replace into chat_handle_join(chat_id,handle_id) values(?,?)"_s, chatId, handleId);
 }
 
 void IOS6MessageDb::joinChatMessage(qint64 chatId, qint64 messageId)
 {
-    insertJoin("replace into chat_message_join(chat_id,message_id) values(?,?)", chatId, messageId);
+    insertJoin(u"replace into chat_message_join(chat_id,message_id) values(?,?)"_s, chatId, messageId);
 }
 
 void IOS6MessageDb::joinMessageAttachment(qint64 messageId, qint64 attachmentId)
 {
-    insertJoin("replace into message_attachment_join(message_id,attachment_id) values(?,?)", messageId,
+    insertJoin(u"replace into message_attachment_join(message_id,attachment_id) values(?,?)"_s, messageId,
                attachmentId);
 }
 
 void IOS6MessageDb::setLastAddressedHandle(qint64 chatId, const QString &id)
 {
     openDb();
-    Sqlite3Sql sql = withText("update chat set last_addressed_handle=? where rowid=?", id);
+    Sqlite3Sql sql = withText(u"update chat set last_addressed_handle=? where rowid=?"_s, id);
     sql.addInt64Param(chatId);
     executeThrow(sql);
 }
@@ -224,17 +224,18 @@ void IOS6MessageDb::setLastAddressedHandle(qint64 chatId, const QString &id)
 void IOS6MessageDb::raiseChatLast(qint64 chatId, int date)
 {
     if (hasColumn(u"chat"_s, u"_last INTEGER"_s))
-        executeThrow(withRows("update chat set _last=? where rowid=? and _last < ?", {date, chatId, date}));
+        executeThrow(
+            withRows(u"update chat set _last=? where rowid=? and _last < ?"_s, {date, chatId, date}));
 }
 
 void IOS6MessageDb::deleteMessage(const _MsgMessage &message)
 {
     openDb();
-    executeThrow(withRows("DELETE FROM message WHERE rowid=?", {message.rowid}));
-    executeThrow(withRows("DELETE FROM chat_message_join where message_id=?", {message.rowid}));
-    executeThrow(withRows("DELETE FROM message_attachment_join where message_id=?", {message.rowid}));
+    executeThrow(withRows(u"DELETE FROM message WHERE rowid=?"_s, {message.rowid}));
+    executeThrow(withRows(u"DELETE FROM chat_message_join where message_id=?"_s, {message.rowid}));
+    executeThrow(withRows(u"DELETE FROM message_attachment_join where message_id=?"_s, {message.rowid}));
     if (message.chat)
-        executeThrow(withRows("DELETE FROM chat WHERE rowid=? and (SELECT 1 from chat_message_join WHERE "
-                              "chat_id=? LIMIT 1) IS NULL",
+        executeThrow(withRows(u"DELETE FROM chat WHERE rowid=? and (SELECT 1 from chat_message_join WHERE "
+                              "chat_id=? LIMIT 1) IS NULL"_s,
                               {message.chat->rowid, message.chat->rowid}));
 }

@@ -84,7 +84,7 @@ private:
     void completeHandle(_MsgHandle &handle);
     void reserveMessages(_MsgStore &store, qint64 chatId);
     qint64 firstRowid(const Sqlite3Sql &sql);
-    void insertJoin(const char *sql, qint64 first, qint64 second);
+    void insertJoin(const QString &sql, qint64 first, qint64 second);
 
     QString path; ///< of the database
     bool upgrade;

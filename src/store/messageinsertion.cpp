@@ -74,11 +74,16 @@ uint filledColumns(const _MsgMessage &message, bool namesOther)
     return filled;
 }
 
+constexpr int mostColumns = 64;
+
 /// Takes columns with their values; the names only where the text isn't known yet.
 class InsertBuilder
 {
 public:
-    explicit InsertBuilder(const QString &knownText) : sql(knownText), needsNames(knownText.isEmpty()) {}
+    explicit InsertBuilder(const QString &knownText) : sql(knownText), needsNames(knownText.isEmpty())
+    {
+        sql.reserveParams(mostColumns);
+    }
 
     void text(QLatin1StringView column, const QString &value)
     {
