@@ -1,0 +1,41 @@
+#include "backupdiscovery.h"
+
+#include "datalocations.h"
+
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+QString defaultBackupRoot()
+{
+    return applicationDataParent() + u"/Apple Computer/MobileSync/Backup"_s;
+}
+
+QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
+{
+    QList<QSharedPointer<BackupManifest>> backups;
+    for (const QFileInfo &entry : QDir(root).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+        const QDir folder(entry.absoluteFilePath());
+        if (!folder.exists(u"Manifest.mbdb"_s) || !folder.exists(u"Manifest.plist"_s))
+            continue;
+        try {
+            const auto manifest = QSharedPointer<BackupManifest>::create(folder.absolutePath());
+            manifest->loadInfo();
+            backups.append(manifest);
+        } catch (const std::exception &error) {
+            qWarning("a backup is passed over: %s", error.what());
+        }
+    }
+    return backups;
+}
+
+BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password)
+{
+    manifest.loadInfo();
+    if (manifest.isEncrypted && !password)
+        return BackupOpening::NeedsPassword;
+    if (manifest.isEncrypted && !manifest.unlockKeyBag(*password))
+        return BackupOpening::WrongPassword;
+    manifest.loadIndex();
+    return BackupOpening::Ready;
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "backupmanifest.h"
+
+#include <QSharedPointer>
+
+#include <optional>
+
+/// Folder in which iTunes keeps its backups. It need not exist.
+QString defaultBackupRoot();
+
+/// The backups in `root`, described (`loadInfo`) and sorted by folder name. A folder without both
+/// "Manifest.mbdb" and "Manifest.plist" is no backup; one that can't be read is logged and passed over.
+QList<QSharedPointer<BackupManifest>> listBackups(const QString &root);
+
+enum class BackupOpening { Ready, NeedsPassword, WrongPassword };
+
+/// Takes a backup through `loadInfo`, `unlockKeyBag` and `loadIndex`. Without a password an encrypted
+/// backup stops at `NeedsPassword`; call again with one. Throws `std::runtime_error` that names the
+/// file.
+BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password);

@@ -1,0 +1,35 @@
+#include "backupfiles.h"
+
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+void throwFileError(const QFile &file, const QString &advice)
+{
+    QString text = u"%1: %2"_s.arg(file.fileName(), file.errorString());
+    if (!advice.isEmpty())
+        text += u". "_s + advice;
+    throw std::runtime_error(text.toStdString());
+}
+
+void openForReading(QFile &file)
+{
+    const QFileInfo info(file);
+    if (info.exists() && !info.isFile())
+        throw std::runtime_error(u"%1 is no ordinary file"_s.arg(file.fileName()).toStdString());
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        throwFileError(file);
+}
+
+QByteArray readWholeFile(QFile &file, qint64 mostBytes)
+{
+    openForReading(file);
+    if (file.size() > mostBytes) {
+        const QString text = u"%1 is %2 bytes long, more than a phone ever writes; it is damaged"_s;
+        throw std::runtime_error(text.arg(file.fileName(), QString::number(file.size())).toStdString());
+    }
+    const QByteArray content = file.read(mostBytes);
+    if (file.error() != QFileDevice::NoError)
+        throwFileError(file);
+    return content;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+
+/// Throws `std::runtime_error` with the name of `file`, what went wrong with it by its own account, and
+/// `advice`, if any.
+[[noreturn]] void throwFileError(const QFile &file, const QString &advice = {});
+
+/// Opens an ordinary file for reading, past Qt's buffer. A pipe or a device, which could keep the
+/// program waiting, is refused. Throws naming the file.
+void openForReading(QFile &file);
+
+/// All of a file that is at most `mostBytes` long. Throws naming the file. `file` stays open.
+QByteArray readWholeFile(QFile &file, qint64 mostBytes);

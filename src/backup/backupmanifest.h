@@ -1,0 +1,85 @@
+#pragma once
+
+#include "manifestnode.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QMap>
+#include <QObject>
+
+#include <optional>
+
+/// Told of each block that is copied: bytes of the source in all and so far, and what the caller
+/// handed in.
+using ProgressCallback = void (*)(qint64 total, qint64 done, void *userData);
+
+/// One iTunes backup folder. Order of calls: constructor, `loadInfo`, `unlockKeyBag` if `isEncrypted`,
+/// `loadIndex`, then any number of `extractFile`, the last also on another thread. Nothing here ever
+/// writes to the folder. All failures are `std::runtime_error`.
+class BackupManifest : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Touches no file.
+    explicit BackupManifest(const QString &folder, QObject *parent = nullptr);
+    ~BackupManifest() override;
+
+    /// Reads "Manifest.plist". One that is missing or can't be read throws; one that is no property
+    /// list leaves the fields at their defaults.
+    void loadInfo();
+    /// Reads "Manifest.mbdb" into `rootNode` and the collections; does nothing when the tree is there.
+    void loadIndex();
+    /// Opens the keybag. False means a wrong password. A keybag that asks for more rounds of key
+    /// derivation than a person could wait for throws.
+    [[nodiscard]] bool unlockKeyBag(const QString &password);
+    /// Copies the file of `node` to `destination`, deciphered if its key is known, with the date it had
+    /// on the phone. Throws, and leaves no half file, when anything can't be read or written.
+    void extractFile(const _ManifestNode *node, const QString &destination, void *userData = nullptr,
+                     ProgressCallback callback = nullptr) const;
+    /// Path of the file of `record` inside the folder, or nothing when there is none or a link leads
+    /// out of the folder.
+    std::optional<QString> sourceFile(const _MbdbRecord &record) const;
+    /// Name of the cache folder of this backup: the MD5 of its absolute path in hex.
+    QString cacheFolderName() const;
+
+    // Set by `loadInfo`.
+    QString uniqueDeviceId;
+    QString deviceName;
+    QDateTime backupDate; ///< UTC; invalid when unknown
+    QString productType;
+    QString productVersion;
+    QString serialNumber;
+    bool isEncrypted = false;
+    QByteArray backupKeyBag;
+    QString displayName;
+
+    const QDir backupDir;
+    _ManifestNode rootNode;
+
+    // Set by `unlockKeyBag`: tag to value, and for each protection class the same with "KEY", the plain
+    // class key, for those that could be unwrapped.
+    QMap<QString, QByteArray> keyBagAttributes;
+    QMap<int, QMap<QString, QByteArray>> keyBagClasses;
+
+    // Set by `loadIndex`. All point into the tree.
+    QList<_ManifestNode *> cameraRollPhotos;
+    QList<_ManifestNode *> cameraRollVideos;
+    QMap<QString, _ManifestNode *> cameraRollThumbnails; ///< by base name of the picture
+    QMap<QString, _ManifestNode *> smsPartsByName;       ///< by base name
+    QMap<QString, _ManifestNode *> smsAttachmentsByName; ///< by folder, "/" and base name
+    QMap<QString, _ManifestNode *> smsFilesByStem;       ///< by path on the phone without extension
+    _ManifestNode *smsDatabase = nullptr;
+    _ManifestNode *addressBookDatabase = nullptr;
+    _ManifestNode *addressBookImagesDatabase = nullptr;
+    _ManifestNode *notesDatabase = nullptr;
+    _ManifestNode *calendarDatabase = nullptr;
+    _ManifestNode *calendarExtrasDatabase = nullptr;
+    _ManifestNode *recordingsDatabase = nullptr;
+    _ManifestNode *voicemailDatabase = nullptr;
+    _ManifestNode *bookmarksDatabase = nullptr;
+    _ManifestNode *callHistoryDatabase = nullptr;
+    _ManifestNode *callHistoryStore = nullptr;
+    QMap<QString, _ManifestNode *> recordingsByName;
+    QMap<int, _ManifestNode *> voicemailsById;
+};

@@ -1,0 +1,106 @@
+#include "itunescachesmsthread.h"
+
+#include "backupmanifest.h"
+#include "datalocations.h"
+#include "jobprogress.h"
+#include "messagecache.h"
+
+#include <QLockFile>
+#include <QObject>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+struct MessageFolders {
+    const _ManifestNode *sms = nullptr;
+    const _ManifestNode *addressBook = nullptr;
+};
+
+bool isNamed(const _ManifestNode *node, QLatin1StringView name)
+{
+    return node->name.compare(name, Qt::CaseInsensitive) == 0;
+}
+
+MessageFolders findFolders(const _ManifestNode &root)
+{
+    MessageFolders found;
+    for (const _ManifestNode *library : root.children) {
+        if (!isNamed(library, "Library"_L1))
+            continue;
+        for (const _ManifestNode *folder : library->children) {
+            if (!found.sms && isNamed(folder, "SMS"_L1))
+                found.sms = folder;
+            else if (!found.addressBook && isNamed(folder, "AddressBook"_L1))
+                found.addressBook = folder;
+        }
+    }
+    return found;
+}
+
+/// Two programs in one cache folder would take each other's files away.
+void lockThrow(QLockFile &lock, const QDir &cacheDir)
+{
+    lock.setStaleLockTime(0);
+    if (lock.tryLock())
+        return;
+    const QString text = lock.error() == QLockFile::LockFailedError
+                             ? u"%1: another program is loading this backup. Try again when it is done."_s
+                             : u"%1: the folder can't be made or written to."_s;
+    throw std::runtime_error(text.arg(cacheDir.absolutePath()).toStdString());
+}
+
+void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, const QDir &cacheDir,
+                 JobProgress &progress)
+{
+    MessageCache cache(manifest, cacheDir, progress);
+    cache.copyFolder(*folders.sms, u"SMS"_s);
+    if (folders.addressBook)
+        cache.copyFolder(*folders.addressBook, u"AddressBook"_s);
+    cache.commit();
+}
+
+} // namespace
+
+QDir backupCacheDir(const BackupManifest &manifest)
+{
+    return QDir(dataRoot().absoluteFilePath(u"itunes_cache/"_s + manifest.cacheFolderName()));
+}
+
+void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), 99, {});
+    const MessageFolders folders = findFolders(manifest.rootNode);
+    if (!folders.sms)
+        throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
+    QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
+    QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
+    lockThrow(lock, cacheDir);
+    try {
+        copyFolders(manifest, folders, cacheDir, progress);
+    } catch (...) {
+        // No half-made cache stays; hidden files go too.
+        QDir(cacheDir).removeRecursively();
+        throw;
+    }
+}
+
+ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *backup, JobProgress *waiting, QObject *parent)
+    : ITunesCacheSMSThread(backup, backupCacheDir(*backup), waiting, parent)
+{
+}
+
+ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *backup, const QDir &cacheDir, JobProgress *waiting,
+                                           QObject *parent)
+    : QThread(parent), manifest(backup), progress(waiting), folder(cacheDir)
+{
+}
+
+void ITunesCacheSMSThread::run()
+{
+    runJob(*progress, [this] {
+        cacheBackupMessages(*manifest, folder, *progress);
+        return QString();
+    });
+}

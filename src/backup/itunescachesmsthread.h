@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QDir>
+#include <QThread>
+
+class BackupManifest;
+class JobProgress;
+
+/// Folder below the data root that keeps the copies of the backup `manifest`.
+QDir backupCacheDir(const BackupManifest &manifest);
+
+/// Copies the message and address book folders of an indexed backup into
+/// "file-relay/var/mobile/Library" below `cacheDir`, deciphered, and skips what is there already. Names
+/// that would leave the folder are passed over and logged. Throws `std::runtime_error`, or the integer
+/// -1 when cancelled; `cacheDir` is then gone, unless the backup had no messages in the first place.
+void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress);
+
+/// The job around `cacheBackupMessages`. `manifest` and `progress` are borrowed and outlive it.
+class ITunesCacheSMSThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    ITunesCacheSMSThread(BackupManifest *manifest, JobProgress *progress, QObject *parent = nullptr);
+    ITunesCacheSMSThread(BackupManifest *manifest, const QDir &cacheDir, JobProgress *progress,
+                         QObject *parent = nullptr);
+
+    /// Where the files are when the job is done: "file-relay/var/mobile/Library/SMS/sms.db" below it.
+    const QDir &cacheDir() const { return folder; }
+
+protected:
+    void run() override;
+
+private:
+    BackupManifest *manifest;
+    JobProgress *progress;
+    QDir folder;
+};

@@ -1,0 +1,25 @@
+#include "mbdbrecord.h"
+
+#include "backupfilename.h"
+
+QString _MbdbString::text() const
+{
+    if (!isPresent())
+        return {};
+    return QString::fromUtf8(bytes.constData(), qsizetype(qstrnlen(bytes.constData(), size_t(bytes.size()))));
+}
+
+QString mbdbFileName(const QString &domain, const QString &path)
+{
+    return BackupFileName().of(domain.toUtf8(), path.toUtf8());
+}
+
+QString recordFileName(const _MbdbRecord &record)
+{
+    return BackupFileName().of(record);
+}
+
+bool isEmptyEntry(const _MbdbRecord &record)
+{
+    return record.fileLength == 0 && record.linkTarget.text().isEmpty();
+}

@@ -1,0 +1,148 @@
+#include "messagecache.h"
+
+#include "backupmanifest.h"
+#include "filetools.h"
+#include "jobprogress.h"
+#include "readernames.h"
+
+#include <QFileInfo>
+#include <QObject>
+
+#include <algorithm>
+#include <filesystem>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int deepestFolder = 256;
+constexpr qsizetype longestName = 255; // bytes, what file systems take
+
+/// Path of `name` in `folder`, or nothing, with a line in the log, when it can't stand there.
+std::optional<QString> placeIn(const QDir &folder, const QString &name)
+{
+    const std::optional<QString> path = pathBelow(folder, name);
+    if (path && QFile::encodeName(name).size() <= longestName)
+        return path;
+    qWarning("a backup names a file that can't be kept, it is left out: %ls", qUtf16Printable(name));
+    return std::nullopt;
+}
+
+void makeFolder(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.isFile()) // stood there in an earlier state of the backup
+        QFile::remove(path);
+    if (!info.isDir() && !QDir().mkpath(path))
+        throw std::runtime_error(u"%1: the folder can't be made"_s.arg(path).toStdString());
+}
+
+std::filesystem::path nativePath(const QString &path)
+{
+    return path.toStdU16String();
+}
+
+const _ManifestNode *sibling(const _ManifestNode &node, const QString &name)
+{
+    const QList<_ManifestNode *> &all = node.parent->children;
+    const auto found = std::find_if(all.cbegin(), all.cend(), [&](const _ManifestNode *other) {
+        return other->name.compare(name, Qt::CaseInsensitive) == 0;
+    });
+    return found == all.cend() ? nullptr : *found;
+}
+
+} // namespace
+
+MessageCache::MessageCache(const BackupManifest &source, const QDir &cacheDir, JobProgress &jobProgress)
+    : manifest(source)
+    , progress(jobProgress)
+    , library(cacheDir.absoluteFilePath(u"file-relay/var/mobile/Library"_s))
+    , half(cacheDir.absoluteFilePath(u"half-copied"_s))
+    , cacheDb(cacheDir.absoluteFilePath(u"manifest.db"_s))
+{
+    makeFolder(library.absolutePath());
+}
+
+MessageCache::~MessageCache()
+{
+    cacheDb.rollback();
+}
+
+void MessageCache::copyFolder(const _ManifestNode &folder, const QString &name)
+{
+    copyNode(folder, name, library, 0);
+}
+
+void MessageCache::copyNode(const _ManifestNode &node, const QString &name, const QDir &destination,
+                            int depth)
+{
+    progress.updateProgress(QObject::tr("IDS_CACHING_BACKUP_FILE_%1").arg(node.name), -1, {});
+    throwIfCancelled(progress);
+    if (!isEmptyEntry(node.record)) {
+        copyFile(node, safeFileName(name), destination);
+        return;
+    }
+    const std::optional<QString> folder = placeIn(destination, name);
+    if (!folder)
+        return;
+    makeFolder(*folder);
+    copyChildren(node, QDir(*folder), depth + 1);
+}
+
+void MessageCache::copyChildren(const _ManifestNode &node, const QDir &folder, int depth)
+{
+    if (depth > deepestFolder) {
+        qWarning("a backup nests its folders too deep, the rest is left out: %ls",
+                 qUtf16Printable(folder.path()));
+        return;
+    }
+    for (const _ManifestNode *child : node.children) {
+        const bool isTop = depth == 1;
+        // An empty file becomes a folder here, and SQLite would take one for its log.
+        if (isTop && isReadCompanion(child->name) && isEmptyEntry(child->record))
+            continue;
+        copyNode(*child, isTop ? readersName(*child) : child->name, folder, depth);
+    }
+}
+
+void MessageCache::copyFile(const _ManifestNode &node, const QString &name, const QDir &destination)
+{
+    const QString hash = recordFileName(node.record);
+    const int date = int(node.record.mtime);
+    if (cacheDb.lastDate(hash) == date || !manifest.sourceFile(node.record))
+        return;
+    const std::optional<QString> target = placeIn(destination, name);
+    if (!target)
+        return;
+    if (isReadDatabase(name))
+        removeLeftOvers(node, *target);
+    replaceFile(node, *target);
+    cacheDb.setLastDate(hash, date);
+}
+
+// Under its own name a file is whole or isn't there, also when the program is killed.
+void MessageCache::replaceFile(const _ManifestNode &node, const QString &target)
+{
+    manifest.extractFile(&node, half);
+    if (QFileInfo(target).isDir()) // an empty file in an earlier state of the backup
+        QDir(target).removeRecursively();
+    std::error_code error;
+    std::filesystem::rename(nativePath(half), nativePath(target), error);
+    if (error)
+        throw std::runtime_error(target.toStdString() + ": " + error.message());
+}
+
+// A log of an older copy, applied to a newer database, would give wrong messages.
+void MessageCache::removeLeftOvers(const _ManifestNode &database, const QString &target)
+{
+    for (const char16_t *ending : companionSuffixes) {
+        const QString suffix = QString::fromUtf16(ending);
+        const _ManifestNode *listed = sibling(database, database.name + suffix);
+        if (listed && !isEmptyEntry(listed->record) && manifest.sourceFile(listed->record))
+            continue;
+        QFile::remove(target + suffix);
+        const _MbdbRecord &record = database.record;
+        cacheDb.removeEntry(mbdbFileName(record.domain.text(), record.path.text() + suffix));
+    }
+}

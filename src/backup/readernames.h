@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+#include <array>
+
+struct _ManifestNode;
+
+/// Endings of the files that SQLite keeps beside a database.
+inline constexpr std::array companionSuffixes = {u"-wal", u"-shm", u"-journal"};
+
+/// Whether `name`, in any letter case, is one of the databases that are read out of the cache.
+bool isReadDatabase(const QString &name);
+/// Whether `name`, in any letter case, is a companion of such a database.
+bool isReadCompanion(const QString &name);
+
+/// Name under which `node`, right below the message or address book folder, is kept: its own, or, for
+/// what is opened by a fixed name, that name in its proper case. A sibling that has the proper case
+/// already keeps it for itself.
+QString readersName(const _ManifestNode &node);

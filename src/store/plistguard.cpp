@@ -1,0 +1,171 @@
+#include "plistguard.h"
+
+#include "boundedbytes.h"
+
+#include <optional>
+
+namespace
+{
+
+constexpr int deepestNesting = 128;
+constexpr qsizetype trailerSize = 32;
+constexpr qsizetype headerSize = 8;
+constexpr qint64 costOfNode = 160;                 // bytes that libplist takes for an empty node, about
+constexpr qint64 mostUnfolded = 256 * 1024 * 1024; // bytes
+
+/// The structure of a binary property list: 1 to 8 bytes wide offsets of objects, then containers that
+/// refer to objects by their number (CFBinaryPList.c of Apple's CoreFoundation describes the format).
+class BinaryPlistWalk
+{
+public:
+    explicit BinaryPlistWalk(QByteArrayView bytes) : all(bytes) {}
+
+    bool isBounded()
+    {
+        return all.size() >= headerSize + trailerSize && readTrailer() && visit(rootObject, 0);
+    }
+
+private:
+    enum Marker {
+        Data = 0x4,
+        Ascii = 0x5,
+        Utf16 = 0x6,
+        Utf8 = 0x7,
+        Array = 0xA,
+        Set = 0xC,
+        Dictionary = 0xD
+    };
+
+    static std::optional<quint64> integer(QByteArrayView bytes, qsizetype width)
+    {
+        if (width < 1 || width > 8 || bytes.size() < width)
+            return std::nullopt;
+        quint64 value = 0;
+        for (qsizetype i = 0; i < width; ++i)
+            value = value << 8 | quint8(bytes.at(i));
+        return value;
+    }
+
+    std::optional<quint64> integerAt(quint64 offset, qsizetype width) const
+    {
+        if (offset > quint64(all.size()))
+            return std::nullopt;
+        return integer(all.sliced(qsizetype(offset)), width);
+    }
+
+    bool readTrailer()
+    {
+        const QByteArrayView trailer = all.last(trailerSize);
+        offsetWidth = quint8(trailer.at(6));
+        referenceWidth = quint8(trailer.at(7));
+        objects = *readBigEndian<quint64>(trailer.sliced(8));
+        rootObject = *readBigEndian<quint64>(trailer.sliced(16));
+        offsetTable = *readBigEndian<quint64>(trailer.sliced(24));
+        return objects <= quint64(all.size()) && offsetTable < quint64(all.size());
+    }
+
+    bool spend(quint64 bytes)
+    {
+        if (bytes > quint64(mostUnfolded))
+            return false;
+        unfolded += costOfNode + qint64(bytes);
+        return unfolded <= mostUnfolded;
+    }
+
+    // The count of a container or text: in the marker itself, or in an integer object behind it.
+    std::optional<quint64> takeCount(ByteCursor &cursor, int low) const
+    {
+        if (low != 0xF)
+            return quint64(low);
+        const std::optional<quint8> marker = cursor.takeBigEndian<quint8>();
+        if (!marker || (*marker >> 4) != 0x1 || (*marker & 0xF) > 3)
+            return std::nullopt;
+        const qsizetype width = qsizetype(1) << (*marker & 0xF);
+        const std::optional<QByteArrayView> bytes = cursor.take(width);
+        return bytes ? integer(*bytes, width) : std::nullopt;
+    }
+
+    bool visit(quint64 object, int depth)
+    {
+        if (depth > deepestNesting || object >= objects)
+            return false;
+        const std::optional<quint64> offset =
+            integerAt(offsetTable + object * quint64(offsetWidth), offsetWidth);
+        if (!offset || *offset >= quint64(all.size()))
+            return false;
+        ByteCursor cursor(all.sliced(qsizetype(*offset)));
+        const int marker = *cursor.takeBigEndian<quint8>();
+        const int kind = marker >> 4;
+        if (kind < Data)
+            return spend(0);
+        const std::optional<quint64> count = takeCount(cursor, marker & 0xF);
+        if (!count || *count > quint64(all.size()))
+            return false;
+        if (kind == Array || kind == Set || kind == Dictionary)
+            return spend(0) && visitEntries(cursor, *count * (kind == Dictionary ? 2 : 1), depth);
+        return spend(*count * (kind == Utf16 ? 3 : 1));
+    }
+
+    bool visitEntries(ByteCursor &cursor, quint64 references, int depth)
+    {
+        for (quint64 i = 0; i < references; ++i) {
+            const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
+            const std::optional<quint64> object = bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+            if (!object || !visit(*object, depth + 1))
+                return false;
+        }
+        return true;
+    }
+
+    QByteArrayView all;
+    qsizetype offsetWidth = 0;
+    qsizetype referenceWidth = 0;
+    quint64 objects = 0;
+    quint64 rootObject = 0;
+    quint64 offsetTable = 0;
+    qint64 unfolded = 0;
+};
+
+// Position behind what begins with "<!" or "<?" at `start`.
+qsizetype endOfMarkup(QByteArrayView bytes, qsizetype start)
+{
+    const QByteArrayView rest = bytes.sliced(start);
+    QByteArrayView closing = ">";
+    if (rest.startsWith("<!--"))
+        closing = "-->";
+    else if (rest.startsWith("<![CDATA["))
+        closing = "]]>";
+    else if (rest.startsWith("<?"))
+        closing = "?>";
+    const qsizetype found = bytes.indexOf(closing, start + 2);
+    return found < 0 ? bytes.size() : found + closing.size();
+}
+
+} // namespace
+
+bool isBoundedBinaryPlist(QByteArrayView bytes)
+{
+    return bytes.size() <= largestPlist && BinaryPlistWalk(bytes).isBounded();
+}
+
+bool isBoundedXmlPlist(QByteArrayView bytes)
+{
+    if (bytes.size() > largestPlist)
+        return false;
+    int depth = 0;
+    for (qsizetype at = bytes.indexOf('<'); at >= 0; at = bytes.indexOf('<', at)) {
+        const QByteArrayView rest = bytes.sliced(at + 1);
+        if (rest.startsWith('!') || rest.startsWith('?')) {
+            at = endOfMarkup(bytes, at);
+            continue;
+        }
+        if (rest.startsWith("array") || rest.startsWith("dict"))
+            ++depth;
+        else if (rest.startsWith("/array") || rest.startsWith("/dict"))
+            --depth;
+        if (depth > deepestNesting)
+            return false;
+        ++at;
+    }
+    return true;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QByteArrayView>
+
+// libplist parses a property list by recursion and without a limit on what shared objects unfold to.
+// These look at the structure alone, so that a hostile list is refused before it costs stack or memory.
+
+/// Largest property list that is read at all, in bytes.
+inline constexpr qsizetype largestPlist = 64 * 1024 * 1024;
+
+/// True when the binary list is sound enough to walk, is not nested too deep, and does not unfold to
+/// many times its own size. `bytes` starts with "bplist00".
+[[nodiscard]] bool isBoundedBinaryPlist(QByteArrayView bytes);
+
+/// True when the XML list is not nested too deep. Says nothing about whether it is well-formed.
+[[nodiscard]] bool isBoundedXmlPlist(QByteArrayView bytes);

@@ -1,0 +1,297 @@
+#include "backupbuilder.h"
+
+#include "backupplists.h"
+#include "samplecipher.h"
+#include "samplekeybag.h"
+#include "samplerandom.h"
+
+#include <QCryptographicHash>
+#include <QSet>
+
+#include <algorithm>
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr quint16 typeBits = 0170000;
+constexpr quint16 fileMode = 0100644;
+constexpr quint16 folderMode = 040755;
+constexpr quint16 linkMode = 0120755;
+constexpr quint8 untilFirstUnlock = 3;
+/// 2013-06-01 00:00 UTC.
+constexpr quint32 usualTime = 1370044800;
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        throw std::runtime_error(QString(path % u": "_s % file.errorString()).toStdString());
+}
+
+bool comesFirst(const SampleRecord &a, const SampleRecord &b)
+{
+    return a.domain != b.domain ? a.domain < b.domain : a.path < b.path;
+}
+
+} // namespace
+
+/// What the entries of one run have in common.
+struct BackupBuilder::Shared {
+    SampleRandom random;
+    std::optional<SampleKeyBag> keyBag;
+    quint64 nextInode = 1000;
+};
+
+BackupBuilder::BackupBuilder(const QDir &folder)
+    : target(folder), backupDate(QDateTime::fromSecsSinceEpoch(usualTime, Qt::UTC)), state(u"finished"_s)
+{
+}
+
+BackupBuilder &BackupBuilder::password(const QString &password)
+{
+    secret = password;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::iterations(int number)
+{
+    rounds = number;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::seed(quint64 seed)
+{
+    seedNumber = seed;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::device(const SampleDevice &device)
+{
+    phone = device;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::date(const QDateTime &date)
+{
+    backupDate = date;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::plistFormat(Plist plistFormat)
+{
+    format = plistFormat;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::snapshotState(const QString &snapshotState)
+{
+    state = snapshotState;
+    return *this;
+}
+
+BackupBuilder::Entry &BackupBuilder::add(const QString &domain, const QString &path)
+{
+    Entry entry;
+    entry.record.domain = domain.toUtf8();
+    entry.record.path = path.toUtf8();
+    entry.record.mode = fileMode;
+    entry.record.mtime = entry.record.atime = entry.record.ctime = usualTime;
+    entry.record.protectionClass = untilFirstUnlock;
+    entries.append(entry);
+    return entries.last();
+}
+
+BackupBuilder::Entry &BackupBuilder::lastEntry()
+{
+    if (entries.isEmpty())
+        throw std::runtime_error("Tell the sample backup an entry first.");
+    return entries.last();
+}
+
+BackupBuilder &BackupBuilder::file(const QString &domain, const QString &path, const QByteArray &bytes)
+{
+    return file(domain, path, sampleBytes(bytes));
+}
+
+BackupBuilder &BackupBuilder::file(const QString &domain, const QString &path, const SampleContent &content)
+{
+    Entry &entry = add(domain, path);
+    entry.record.fileLength = quint64(content.length);
+    entry.content = content;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::messages(const QString &smsDbPath)
+{
+    file(u"HomeDomain"_s, u"Library/SMS/sms.db"_s, sampleFile(smsDbPath));
+    const QString log = smsDbPath + u"-wal"_s;
+    if (QFile::exists(log))
+        file(u"HomeDomain"_s, u"Library/SMS/sms.db-wal"_s, sampleFile(log));
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::addressBook(const QString &addressBookPath)
+{
+    file(u"HomeDomain"_s, u"Library/AddressBook/AddressBook.sqlitedb"_s, sampleFile(addressBookPath));
+    const QString images = QFileInfo(addressBookPath).dir().filePath(u"AddressBookImages.sqlitedb"_s);
+    if (QFile::exists(images))
+        file(u"HomeDomain"_s, u"Library/AddressBook/AddressBookImages.sqlitedb"_s, sampleFile(images));
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::folder(const QString &domain, const QString &path)
+{
+    SampleRecord &record = add(domain, path).record;
+    record.mode = folderMode;
+    record.protectionClass = 0;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::link(const QString &domain, const QString &path, const QString &linkTarget)
+{
+    SampleRecord &record = add(domain, path).record;
+    record.mode = linkMode;
+    record.linkTarget = linkTarget.toUtf8();
+    record.protectionClass = 0;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::missing(const QString &domain, const QString &path, quint64 length)
+{
+    add(domain, path).record.fileLength = length;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::with(std::function<void(SampleRecord &)> change)
+{
+    lastEntry().change = std::move(change);
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::protectionClass(int number)
+{
+    lastEntry().record.protectionClass = quint8(number);
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::mtime(quint32 seconds)
+{
+    SampleRecord &record = lastEntry().record;
+    record.mtime = record.atime = record.ctime = seconds;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::record(const SampleRecord &record)
+{
+    lastRecords.append(sampleRecordBytes(record));
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::tail(const QByteArray &bytes)
+{
+    lastBytes.append(bytes);
+    return *this;
+}
+
+/// All entries in the order of domain and path, with the folders above them and the domains' own.
+QList<BackupBuilder::Entry> BackupBuilder::entriesWithFolders() const
+{
+    QSet<QPair<QByteArray, QByteArray>> known;
+    for (const Entry &entry : entries)
+        known.insert({entry.record.domain, entry.record.path});
+    QList<Entry> all = entries;
+    for (const Entry &entry : entries) {
+        QByteArray path = entry.record.path;
+        while (!path.isEmpty()) {
+            path = path.left(qMax(path.lastIndexOf('/'), qsizetype(0)));
+            if (known.contains({entry.record.domain, path}))
+                break;
+            known.insert({entry.record.domain, path});
+            Entry above;
+            above.record.domain = entry.record.domain;
+            above.record.path = path.isEmpty() ? QByteArray("") : path;
+            above.record.mode = folderMode;
+            above.record.mtime = above.record.atime = above.record.ctime = usualTime;
+            all.append(above);
+        }
+    }
+    std::stable_sort(all.begin(), all.end(),
+                     [](const Entry &a, const Entry &b) { return comesFirst(a.record, b.record); });
+    return all;
+}
+
+QString BackupBuilder::write()
+{
+    if (!QDir().mkpath(target.path()))
+        throw std::runtime_error(QString(target.path() % u": cannot make this folder."_s).toStdString());
+    Shared shared{SampleRandom(seedNumber), {}};
+    if (!secret.isNull())
+        shared.keyBag.emplace(secret, rounds, shared.random);
+    QByteArray records = sampleMbdbHeader();
+    for (const Entry &entry : entriesWithFolders())
+        records += sampleRecordBytes(storedRecord(entry, shared));
+    writeManifest(records);
+    writePlists(shared.keyBag ? shared.keyBag->blob() : shared.random.bytes(64));
+    return target.path();
+}
+
+/// The record as the manifest holds it; the file that goes with it is written on the way.
+SampleRecord BackupBuilder::storedRecord(const Entry &entry, Shared &shared) const
+{
+    SampleRecord record = entry.record;
+    record.inode = shared.nextInode++;
+    const bool isFile = (record.mode & typeBits) == (fileMode & typeBits);
+    QByteArray key;
+    if (isFile && shared.keyBag) {
+        key = shared.random.bytes(32);
+        record.encryptionKey = shared.keyBag->wrappedFileKey(record.protectionClass, key);
+    }
+    if (entry.content)
+        record.dataHash = storeFile(entry, key);
+    if (entry.change)
+        entry.change(record);
+    return record;
+}
+
+/// Writes the file under its hashed name, enciphered unless `key` is empty, and hands back the SHA-1 of
+/// what the phone had.
+QByteArray BackupBuilder::storeFile(const Entry &entry, const QByteArray &key) const
+{
+    QFile file(target.filePath(sampleHashedName(entry.record.domain, entry.record.path)));
+    const auto put = [&file](const QByteArray &bytes) {
+        if (file.write(bytes) != bytes.size())
+            throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
+    };
+    if (!file.open(QIODevice::WriteOnly))
+        throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    std::optional<SampleFileCipher> cipher;
+    if (!key.isEmpty())
+        cipher.emplace(key);
+    entry.content->stream([&](QByteArrayView plain) {
+        hash.addData(plain);
+        put(cipher ? cipher->update(plain) : QByteArray::fromRawData(plain.data(), plain.size()));
+    });
+    if (cipher)
+        put(cipher->finish());
+    return hash.result();
+}
+
+void BackupBuilder::writeManifest(const QByteArray &records) const
+{
+    writeFile(target.filePath(u"Manifest.mbdb"_s), records + lastRecords + lastBytes);
+}
+
+void BackupBuilder::writePlists(const QByteArray &keyBag) const
+{
+    const BackupFacts facts{phone, backupDate, !secret.isNull(), keyBag, state};
+    const auto written = [this](const SamplePlist &plist) {
+        return format == Plist::Binary ? plist.toBinary() : plist.toXml();
+    };
+    writeFile(target.filePath(u"Manifest.plist"_s), written(manifestPlist(facts)));
+    writeFile(target.filePath(u"Status.plist"_s), written(statusPlist(facts)));
+    writeFile(target.filePath(u"Info.plist"_s), infoPlist(facts).toXml());
+}

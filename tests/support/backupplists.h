@@ -1,0 +1,17 @@
+#pragma once
+
+#include "backupbuilder.h"
+#include "sampleplist.h"
+
+/// What the three property lists of a backup tell.
+struct BackupFacts {
+    SampleDevice phone;
+    QDateTime date;
+    bool isEncrypted;
+    QByteArray keyBag;
+    QString snapshotState;
+};
+
+SamplePlist manifestPlist(const BackupFacts &facts);
+SamplePlist statusPlist(const BackupFacts &facts);
+SamplePlist infoPlist(const BackupFacts &facts);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+
+struct mbedtls_aes_context;
+
+/// The key that a backup password gives: PBKDF2 with HMAC-SHA1, 32 bytes.
+QByteArray samplePasswordKey(const QString &password, const QByteArray &salt, int iterations);
+
+/// `key` wrapped with `wrappingKey` as in RFC 3394; 8 bytes longer than `key`.
+QByteArray sampleWrapKey(const QByteArray &wrappingKey, const QByteArray &key);
+
+/// Enciphers a file as backups hold it: AES-256-CBC from a zero vector, padded to the next whole block
+/// (a full block where the length is one already).
+class SampleFileCipher
+{
+public:
+    explicit SampleFileCipher(const QByteArray &key);
+    ~SampleFileCipher();
+    Q_DISABLE_COPY_MOVE(SampleFileCipher)
+
+    /// The whole blocks that are ready; the rest waits for more.
+    QByteArray update(QByteArrayView plain);
+    QByteArray finish();
+
+private:
+    std::unique_ptr<mbedtls_aes_context> context;
+    QByteArray vector;
+    QByteArray waiting;
+};

@@ -1,0 +1,83 @@
+#include "samplekeybag.h"
+
+#include "samplecipher.h"
+
+#include <QtEndian>
+
+#include <stdexcept>
+
+namespace
+{
+
+constexpr qsizetype keyLength = 32;
+enum Wrap : quint32 { wrapDevice = 1, wrapPassword = 2 };
+
+QByteArray bigEndian(quint32 value)
+{
+    QByteArray raw(sizeof(value), '\0');
+    qToBigEndian(value, raw.data());
+    return raw;
+}
+
+quint32 wrapOf(int protectionClass)
+{
+    switch (protectionClass) {
+    case 9:
+    case 10: return wrapDevice | wrapPassword;
+    case 11: return wrapDevice;
+    default: return wrapPassword;
+    }
+}
+
+} // namespace
+
+SampleKeyBag::SampleKeyBag(const QString &password, int iterations, SampleRandom &random)
+{
+    constexpr quint32 backupType = 1;
+    constexpr int classCount = 11;
+    const QByteArray salt = random.bytes(20);
+    addNumber("VERS", 3);
+    addNumber("TYPE", backupType);
+    addItem("UUID", random.bytes(16));
+    addItem("HMCK", random.bytes(40));
+    addNumber("WRAP", 0);
+    addItem("SALT", salt);
+    addNumber("ITER", quint32(iterations));
+    const QByteArray passwordKey = samplePasswordKey(password, salt, iterations);
+    const QByteArray deviceKey = random.bytes(keyLength);
+    for (int number = 1; number <= classCount; ++number) {
+        const quint32 wrap = wrapOf(number);
+        addClass(number, wrap, (wrap & wrapPassword) ? passwordKey : deviceKey, random);
+    }
+}
+
+void SampleKeyBag::addItem(const char *tag, const QByteArray &value)
+{
+    bytes.append(tag).append(bigEndian(quint32(value.size()))).append(value);
+}
+
+void SampleKeyBag::addNumber(const char *tag, quint32 value)
+{
+    addItem(tag, bigEndian(value));
+}
+
+void SampleKeyBag::addClass(int number, quint32 wrap, const QByteArray &wrappingKey, SampleRandom &random)
+{
+    const QByteArray key = random.bytes(keyLength);
+    addItem("UUID", random.bytes(16));
+    addNumber("CLAS", quint32(number));
+    addNumber("WRAP", wrap);
+    addNumber("KTYP", 0);
+    addItem("WPKY", sampleWrapKey(wrappingKey, key));
+    classKeys.insert(number, key);
+}
+
+QByteArray SampleKeyBag::wrappedFileKey(int protectionClass, const QByteArray &fileKey) const
+{
+    const QByteArray classKey = classKeys.value(protectionClass);
+    if (classKey.isEmpty())
+        throw std::runtime_error("The sample's keybag has no such protection class.");
+    QByteArray prefix(sizeof(quint32), '\0');
+    qToLittleEndian(quint32(protectionClass), prefix.data());
+    return prefix + sampleWrapKey(classKey, fileKey);
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "iosversion.h"
+#include "samplerecords.h"
+
+#include <QDateTime>
+#include <QDir>
+
+/// Tells a phone's messages in the order in which they came and writes them as the phone would:
+/// SmsDbBuilder(dir).chat(u"+34612345678"_s).received(u"Hola"_s).sent(u"Sí"_s).write().
+/// The first message is of 2013-05-01 12:00 UTC, each further one a minute later. A call on "the
+/// message" or "the chat" means the one told last. What is told twice alike gets the same guids.
+class SmsDbBuilder
+{
+public:
+    /// Writes below `root`, the root folder of a source.
+    explicit SmsDbBuilder(const QDir &root, IosVersion version = IosVersion::Ios6);
+
+    /// Further messages belong to the chat with one partner.
+    SmsDbBuilder &chat(const QString &address, const QString &service = QStringLiteral("SMS"));
+    /// Further messages belong to a group.
+    SmsDbBuilder &group(const QStringList &addresses, const QString &service = QStringLiteral("iMessage"));
+    /// Further messages belong to no chat; their handle stays unless one is named.
+    SmsDbBuilder &noChat();
+    /// Goes back to the chat that was told as the `number`th, from 0.
+    SmsDbBuilder &backTo(int number);
+
+    SmsDbBuilder &named(const QString &displayName);
+    /// Country of all members of the chat; a null text stands as NULL.
+    SmsDbBuilder &handleCountry(const QString &country);
+    /// Changes any field of the chat: withChat([](SampleChat &chat) { chat.is_archived = true; }).
+    template <typename Change>
+    SmsDbBuilder &withChat(Change change)
+    {
+        change(lastChat());
+        return *this;
+    }
+
+    SmsDbBuilder &received(const QString &text);
+    /// In a group: from this member.
+    SmsDbBuilder &receivedFrom(const QString &address, const QString &text);
+    SmsDbBuilder &sent(const QString &text);
+    /// An event by `address`, or by the owner when it is null; from iOS 7 on.
+    SmsDbBuilder &event(int itemType, const QString &address = {});
+
+    SmsDbBuilder &at(const QDateTime &date);
+    /// Seconds since 2001.
+    SmsDbBuilder &at(qint64 date);
+    SmsDbBuilder &guid(const QString &guid);
+    SmsDbBuilder &rowid(qint64 rowid);
+    SmsDbBuilder &country(const QString &country);
+    SmsDbBuilder &service(const QString &service);
+    SmsDbBuilder &unread();
+    /// The address that an event speaks of.
+    SmsDbBuilder &about(const QString &address);
+    SmsDbBuilder &groupTitle(const QString &title);
+    SmsDbBuilder &attachment(const QString &filename, const QString &mimeType = QStringLiteral("image/jpeg"));
+    /// The message stands in the chat that was told as the `number`th too.
+    SmsDbBuilder &alsoIn(int number);
+    /// Changes any field of the message: with([](SampleMessage &message) { message.error = 1; }).
+    template <typename Change>
+    SmsDbBuilder &with(Change change)
+    {
+        change(lastMessage());
+        return *this;
+    }
+
+    /// The messages that follow stand only in the write-ahead log, which stays beside the file.
+    SmsDbBuilder &restInLog();
+
+    /// Path of the file, "file-relay/var/mobile/Library/SMS/sms.db" below the root. Throws
+    /// std::runtime_error.
+    QString write() const;
+    /// Writes to a path of your own and hands it back.
+    QString writeTo(const QString &path) const;
+
+private:
+    SampleMessage &add(const QString &text, const QString &handle);
+    SampleMessage &lastMessage();
+    SampleChat &lastChat();
+    int useChat(const SampleChat &chat);
+
+    QDir root;
+    IosVersion version;
+    QList<SampleChat> chats;
+    QList<SampleMessage> messages;
+    int currentChat = -1;
+    qsizetype logStart = -1;
+    qint64 nextDate;
+};

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "iosversion.h"
+#include "samplerecords.h"
+#include "samplesqlite.h"
+
+#include <QDir>
+
+#include <memory>
+
+/// Where a phone keeps its messages, below the root of a source.
+inline constexpr auto smsDbBelowRoot = "file-relay/var/mobile/Library/SMS/sms.db";
+
+/// Writes an sms.db of one generation, row by row, so that a million messages need no memory. Rows come
+/// first; indexes and triggers are made when all are in, and are in the file as on a phone.
+class SmsDbWriter
+{
+public:
+    /// Replaces a file at `path`. Throws std::runtime_error, as all calls do.
+    static std::unique_ptr<SmsDbWriter> create(const QString &path, IosVersion version);
+    virtual ~SmsDbWriter() = default;
+    Q_DISABLE_COPY_MOVE(SmsDbWriter)
+
+    /// Answers the number by which SampleMessage::chats names the chat.
+    virtual int addChat(const SampleChat &chat) = 0;
+    virtual void addMessage(const SampleMessage &message) = 0;
+
+    /// Messages added from here on stand only in the write-ahead log that is left beside the file.
+    void startLog();
+    /// Completes the file. Nothing may be added afterwards.
+    void finish();
+
+protected:
+    SmsDbWriter(const QString &path, IosVersion version);
+
+    /// Writes what the triggers would have written, had they been there from the start.
+    virtual void settle() = 0;
+
+    const IosVersion version;
+    SampleSqlite database;
+
+private:
+    void completeSchema();
+
+    bool isComplete = false;
+};
+
+/// The archived text that phones keep beside `text`: a typedstream of an attributed string with one run.
+QByteArray typedStreamOf(const QString &text);
+
+/// A group's identifier, "chat" and 18 digits, made from `seed`.
+QString sampleRoomName(const QString &seed);
