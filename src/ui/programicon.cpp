@@ -13,9 +13,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// The two colours of a drawing. The first follows the palette, the second reads on light and on dark.
+// The colours of a drawing: lines follow the palette, the accent reads on light and on dark, and what is
+// drawn upon the accent is white.
 constexpr char lineColour[] = "currentColor";
 constexpr char accentColour[] = "#3a8fd6";
+constexpr char onAccentColour[] = "#ffffff";
 
 // Qt would render an SVG under the name of a bitmap once, at its own 24 pixels, and blow that up on a
 // screen of 200 %. This engine draws it in device pixels each time: crisp at 100 %, 125 % and 200 %.
@@ -64,8 +66,11 @@ private:
     {
         const QByteArray line = lineOf(mode).name().toLatin1();
         QByteArray svg = drawing;
-        if (mode == QIcon::Disabled || mode == QIcon::Selected)
+        if (mode == QIcon::Disabled || mode == QIcon::Selected) {
+            const auto ground = mode == QIcon::Selected ? QPalette::Highlight : QPalette::Base;
+            svg.replace(onAccentColour, QGuiApplication::palette().color(ground).name().toLatin1());
             svg.replace(accentColour, line);
+        }
         return svg.replace(lineColour, line);
     }
 
