@@ -50,27 +50,28 @@ void Sqlite3DB::openThrow(const QString &path, int flags)
     close();
     sqlite3 *raw = nullptr;
     const int result = sqlite3_open_v2(path.toUtf8().constData(), &raw, flags, nullptr);
-    std::unique_ptr<sqlite3, Closer> opened(raw); // SQLite hands out a handle even when opening fails
+    std::unique_ptr<sqlite3, Closer> opened(raw); // SQLite hands out a connection even when opening fails
     if (result != SQLITE_OK) {
         const char *message = raw ? sqlite3_errmsg(raw) : sqlite3_errstr(result);
         throw std::runtime_error(path.toStdString() + ": " + message);
     }
     sqlite3_busy_timeout(raw, lockWait);
-    handle = std::move(opened);
+    connection = std::move(opened);
     statements = std::make_shared<StatementCache>();
 }
 
 void Sqlite3DB::close()
 {
     statements.reset();
-    handle.reset();
+    connection.reset();
 }
 
 Sqlite3Cursor Sqlite3DB::queryThrow(const Sqlite3Sql &sql)
 {
-    if (!handle)
+    if (!connection)
         throw std::runtime_error("the database is not open");
-    return Sqlite3Cursor(std::make_shared<Sqlite3Stmt>(handle.get(), statements, sql.sql(), sql.params()));
+    return Sqlite3Cursor(
+        std::make_shared<Sqlite3Stmt>(connection.get(), statements, sql.sql(), sql.params()));
 }
 
 void Sqlite3DB::executeThrow(const Sqlite3Sql &sql)
@@ -82,12 +83,12 @@ void Sqlite3DB::executeThrow(const Sqlite3Sql &sql)
 
 int Sqlite3DB::exec(const QString &sql, QString &error)
 {
-    if (!handle) {
+    if (!connection) {
         error = u"the database is not open"_s;
         return SQLITE_MISUSE;
     }
     char *message = nullptr;
-    const int result = sqlite3_exec(handle.get(), sql.toUtf8().constData(), nullptr, nullptr, &message);
+    const int result = sqlite3_exec(connection.get(), sql.toUtf8().constData(), nullptr, nullptr, &message);
     if (result != SQLITE_OK)
         error = QString::fromUtf8(message ? message : sqlite3_errstr(result));
     sqlite3_free(message);
@@ -112,7 +113,7 @@ void Sqlite3DB::rollbackTran()
 
 qint64 Sqlite3DB::lastInsertId() const
 {
-    return handle ? sqlite3_last_insert_rowid(handle.get()) : 0;
+    return connection ? sqlite3_last_insert_rowid(connection.get()) : 0;
 }
 
 QHash<QString, _SqliteCol> Sqlite3DB::tbInfo(const QString &table)
@@ -131,18 +132,18 @@ QHash<QString, _SqliteCol> Sqlite3DB::tbInfo(const QString &table)
 
 void Sqlite3DB::keepLogOnClose()
 {
-    if (!handle)
+    if (!connection)
         return;
-    const char *log = sqlite3_filename_wal(sqlite3_db_filename(handle.get(), "main"));
+    const char *log = sqlite3_filename_wal(sqlite3_db_filename(connection.get(), "main"));
     if (QFile::exists(QString::fromUtf8(log)))
-        sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 void Sqlite3DB::createFunctionThrow(const char *name, int arguments, int (*result)(int))
 {
-    const int created = sqlite3_create_function_v2(handle.get(), name, arguments, SQLITE_ANY,
+    const int created = sqlite3_create_function_v2(connection.get(), name, arguments, SQLITE_ANY,
                                                    reinterpret_cast<void *>(result), callIntFunction, nullptr,
                                                    nullptr, nullptr);
     if (created != SQLITE_OK)
-        throw std::runtime_error(sqliteMessage(handle.get()));
+        throw std::runtime_error(sqliteMessage(connection.get()));
 }

@@ -32,7 +32,7 @@ public:
     Sqlite3DB &operator=(const Sqlite3DB &) = delete;
     virtual ~Sqlite3DB();
 
-    bool isOpen() const { return handle != nullptr; }
+    bool isOpen() const { return connection != nullptr; }
     /// Opens `path`, waiting up to five seconds for another process's lock in all later work. On
     /// failure the connection stays closed.
     void openThrow(const QString &path, int flags);
@@ -71,6 +71,6 @@ private:
     struct Closer {
         void operator()(sqlite3 *db) const noexcept;
     };
-    std::unique_ptr<sqlite3, Closer> handle;
+    std::unique_ptr<sqlite3, Closer> connection;
     std::shared_ptr<StatementCache> statements;
 };

@@ -174,7 +174,8 @@ bool IOSContactsMemDb::saveCache(qint64 sourceTime)
 _ContactInfo IOSContactsMemDb::contactFor(const QString &number)
 {
     openDb();
-    if (!isOpen())
+    // Values of an address book without a digit are kept as empty numbers; no message comes from them.
+    if (!isOpen() || number.isEmpty())
         return {};
     Sqlite3Sql sql("select p.* from person as p inner join tel as t on p.rowid=t.person_id and t.number=?");
     sql.addTextParam(number);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "absdb.h"
+#include "messagerecords.h"
+
+/// A source of messages, whatever its file looks like.
+class AbsMessageDb : public AbsDb
+{
+public:
+    /// Fills `store` with chats and those who take part, with names and photos of the address book and
+    /// the date of the newest message. A record that is in the store already is not read again.
+    virtual void chats(_MsgStorePtr &store) = 0;
+
+    /// Calls `chats`, then fills `store` with messages and links them to chat and handle. `chatId` is the
+    /// rowid of the one chat to read, 0 for all. Throws `std::runtime_error` with the file's name where
+    /// it can't be read on; the store then holds what was read so far.
+    virtual void messages(_MsgStorePtr &store, qint64 chatId) = 0;
+};
+
+/// A message database of a phone's shape.
+class AbsIOSMessageDb : public AbsMessageDb
+{
+public:
+    /// 5 or 6.
+    virtual int dbVersion() = 0;
+};

@@ -1,0 +1,35 @@
+#include "attachmentthumbnail.h"
+
+#include "filetools.h"
+#include "messagerecords.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int longerSide = 120; // pixels
+
+QImage scaled(const QImage &image)
+{
+    return image.width() >= image.height() ? image.scaledToWidth(longerSide)
+                                           : image.scaledToHeight(longerSide);
+}
+
+} // namespace
+
+QString attachmentThumbnail(const _MsgAttachment &attachment)
+{
+    const QString path = QDir::temp().filePath(md5Hex(attachment.localFile) + u".thumb"_s);
+    if (QFile::exists(path))
+        return path;
+    // The format is only where the search starts: an image is recognised by its content.
+    QImage image;
+    if (image.load(attachment.localFile, "JPEG") && image.load(attachment.localFile, "PNG"))
+        scaled(image).save(path, "PNG");
+    return path;
+}

@@ -1,0 +1,366 @@
+#include "ios5messagedb.h"
+
+#include "messagestore.h"
+#include "openmessagedb.h"
+#include "participants.h"
+#include "recordreader.h"
+#include "untoucheddb.h"
+
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qint64 appleEpoch = 978307200; // 2001-01-01 00:00:00 UTC in seconds since 1970
+constexpr int partnerStyle = 45;
+constexpr int groupStyle = 43;
+constexpr int sentFlags = 3;
+
+using MessageField = RecordField<_MsgMessage>;
+
+constexpr RepeatingText<_MsgMessage> repeating(QString _MsgMessage::*member)
+{
+    return {member};
+}
+
+constexpr std::array smsFields = {
+    MessageField{"rowid"_L1, &_MsgMessage::rowid},
+    MessageField{"text"_L1, &_MsgMessage::text},
+    MessageField{"svc_center"_L1, repeating(&_MsgMessage::service_center)},
+    MessageField{"subject"_L1, &_MsgMessage::subject},
+    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
+};
+
+constexpr std::array madridFields = {
+    MessageField{"rowid"_L1, &_MsgMessage::rowid},
+    MessageField{"text"_L1, &_MsgMessage::text},
+    MessageField{"svc_center"_L1, repeating(&_MsgMessage::service_center)},
+    MessageField{"subject"_L1, &_MsgMessage::subject},
+    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
+    MessageField{"madrid_attributedBody"_L1, &_MsgMessage::attributedBody},
+    MessageField{"madrid_guid"_L1, &_MsgMessage::guid},
+    MessageField{"madrid_account"_L1, repeating(&_MsgMessage::account)},
+    MessageField{"madrid_account_guid"_L1, repeating(&_MsgMessage::account_guid)},
+    MessageField{"madrid_error"_L1, &_MsgMessage::error},
+    MessageField{"date"_L1, &_MsgMessage::date},
+    MessageField{"madrid_date_read"_L1, &_MsgMessage::date_read},
+    MessageField{"madrid_date_delivered"_L1, &_MsgMessage::date_delivered},
+};
+
+// The flags that iOS 6 gives the messages it takes over.
+_MsgMessage messageModel(const QString &service)
+{
+    _MsgMessage model;
+    model.is_finished = 1;
+    model.is_prepared = 1;
+    model.is_read = 1;
+    model.is_sent = 1;
+    model.was_data_detected = 1;
+    model.service = service;
+    return model;
+}
+
+_MsgMessage smsModel()
+{
+    _MsgMessage model = messageModel(u"SMS"_s);
+    model.account = u"e:"_s;
+    return model;
+}
+
+int isNotZero(int value)
+{
+    return value != 0;
+}
+
+// Also for the one number that has no counterpart.
+qint64 negated(qint64 value)
+{
+    return qint64(0 - quint64(value));
+}
+
+void becomeChatOf(_MsgChat &chat, const QString &address)
+{
+    chat.chat_identifier = address;
+    chat.guid = u"SMS;-;"_s + address;
+    chat.style = partnerStyle;
+}
+
+void becomeGroup(_MsgChat &chat)
+{
+    chat.chat_identifier = newChatIdentifier(chat.guid);
+    chat.guid = u"SMS;+;"_s + chat.chat_identifier;
+    chat.room_name = chat.chat_identifier;
+    chat.style = groupStyle;
+    chat.account_id = messageGuidFromData(chat.guid.toUtf8());
+}
+
+void addMember(_MsgChat &chat, _MsgHandle &handle)
+{
+    if (!chat.handles.contains(handle.id)) {
+        if (chat.handles.isEmpty())
+            becomeChatOf(chat, handle.id);
+        else if (chat.handles.size() == 1)
+            becomeGroup(chat);
+    }
+    chat.handles.insert(handle.id, &handle);
+}
+
+std::unique_ptr<_MsgChat> madridChat(const Sqlite3Cursor &row, const QString &identifier, bool group)
+{
+    auto chat = std::make_unique<_MsgChat>();
+    chat->rowid = negated(row.getInt64(u"rowid"_s));
+    chat->chat_identifier = identifier;
+    chat->guid = (group ? u"iMessage;+;"_s : u"iMessage;-;"_s) + identifier;
+    chat->style = row.getInt(u"style"_s);
+    chat->state = row.getInt(u"state"_s);
+    chat->account_id = row.getText(u"account_id"_s);
+    chat->service_name = u"iMessage"_s;
+    chat->account_login = row.getText(u"account_login"_s);
+    return chat;
+}
+
+QString messageQuery(qint64 chatId)
+{
+    QString sql = u"select m.* from message as m"_s;
+    if (chatId > 0)
+        sql += u" where m.group_id=%1"_s.arg(chatId);
+    else if (chatId < 0)
+        sql += u" inner join madrid_chat as c on (m.madrid_roomname=c.chat_identifier or "
+               "m.madrid_handle=c.chat_identifier) and c.rowid=%1"_s.arg(negated(chatId));
+    return sql;
+}
+
+void putIntoChat(_MsgMessage &message, _MsgChat &chat)
+{
+    message.chat = &chat;
+    chat.messages.insert(QString::number(message.rowid), &message);
+    if (chat.handles.size() == 1)
+        message.handle = *chat.handles.cbegin();
+}
+
+} // namespace
+
+/// Makes messages of the rows of one query.
+class IOS5MessageDb::MessageLoad
+{
+public:
+    MessageLoad(const Sqlite3Cursor &query, _MsgStore &target, MessageDbParts &readerParts)
+        : cursor(query)
+        , store(target)
+        , parts(readerParts)
+        , sms(cursor, smsFields, smsModel())
+        , madrid(cursor, madridFields, messageModel(u"iMessage"_s))
+        , isMadrid(cursor.columnIndex(u"is_madrid"_s))
+        , date(cursor.columnIndex(u"date"_s))
+        , flags(cursor.columnIndex(u"flags"_s))
+        , groupId(cursor.columnIndex(u"group_id"_s))
+        , country(cursor.columnIndex(u"country"_s))
+        , address(cursor.columnIndex(u"address"_s))
+        , roomname(cursor.columnIndex(u"madrid_roomname"_s))
+        , handle(cursor.columnIndex(u"madrid_handle"_s))
+    {
+        QList<_MsgChat *> chats = store.chats.values();
+        std::sort(chats.begin(), chats.end(),
+                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid < b->rowid; });
+        for (_MsgChat *chat : std::as_const(chats))
+            byIdentifier.insert(chat->chat_identifier, chat); // the last of one identifier wins
+    }
+
+    void takeRow(qint64 rowid)
+    {
+        _MsgMessage *&slot = store.messages[rowid];
+        if (slot)
+            return;
+        const bool isIMessage = cursor.getInt(isMadrid) != 0;
+        slot = (isIMessage ? madrid : sms).read(cursor).release();
+        slot->src_rowid = rowid;
+        if (isIMessage)
+            completeMadrid(*slot);
+        else
+            completeSms(*slot);
+    }
+
+private:
+    QString sharedText(int column) { return shared.text(cursor.getUtf8(column)); }
+
+    void completeMadrid(_MsgMessage &message)
+    {
+        message.is_from_me = message.date_delivered > 0 ? 1 : 0;
+        const QString room = sharedText(roomname);
+        const QString partner = parts.normalAddress(sharedText(handle));
+        _MsgChat *chat = byIdentifier.value(room.isEmpty() ? partner : room);
+        if (!chat)
+            return;
+        putIntoChat(message, *chat);
+        if (chat->handles.size() > 1 && message.is_from_me == 0)
+            message.handle = chat->handles.value(partner);
+    }
+
+    void completeSms(_MsgMessage &message)
+    {
+        message.guid = newMessageGuid();
+        message.date = int(cursor.getInt64(date) - appleEpoch);
+        message.date_read = message.date;
+        message.date_delivered = message.date;
+        message.is_from_me = cursor.getInt(flags) == sentFlags ? 1 : 0;
+        _MsgChat *chat = store.chats.value(cursor.getInt64(groupId));
+        if (!chat)
+            return;
+        putIntoChat(message, *chat);
+        if (chat->handles.size() > 1 && message.is_from_me == 0)
+            message.handle =
+                chat->handles.value(parts.normalAddress(sharedText(country), sharedText(address)));
+    }
+
+    const Sqlite3Cursor &cursor;
+    _MsgStore &store;
+    MessageDbParts &parts;
+    ChatsByIdentifier byIdentifier;
+    RecordReader<_MsgMessage> sms;
+    RecordReader<_MsgMessage> madrid;
+    SharedTexts shared;
+    // Positions of columns.
+    int isMadrid, date, flags, groupId, country, address, roomname, handle;
+};
+
+IOS5MessageDb::IOS5MessageDb(const QDir &root, const QString &countryCode)
+    : path(messageDbPath(root)), parts(root, countryCode, u"IOS5MessageDb"_s)
+{
+}
+
+IOS5MessageDb::~IOS5MessageDb()
+{
+    close(); // before the copy goes
+}
+
+void IOS5MessageDb::openDb()
+{
+    if (isOpen())
+        return;
+    copy = openUntouchedThrow(*this, path);
+    createFunctionThrow("read", 1, isNotZero); // triggers of the phone call it
+    tables = tableTexts(*this);
+}
+
+void IOS5MessageDb::chats(_MsgStorePtr &store)
+{
+    openDb();
+    parts.openContacts();
+    readGroups(*store);
+    readMembers(*store);
+    if (!tables.contains(u"madrid_chat"_s))
+        return;
+    const ChatsByIdentifier madridChats = readMadridChats(*store);
+    setNewestDates(madridChats, u"madrid_roomname"_s);
+    setNewestDates(madridChats, u"madrid_handle"_s);
+}
+
+void IOS5MessageDb::readGroups(_MsgStore &store)
+{
+    Sqlite3Cursor cursor =
+        queryThrow(Sqlite3Sql("select g.*,m.date-978307200 as last_date from msg_group as g inner join "
+                              "message as m on g.newest_message=m.rowid"));
+    while (cursor.moveNextThrow()) {
+        const qint64 rowid = cursor.getInt64(u"rowid"_s);
+        if (store.chats.contains(rowid))
+            continue;
+        auto chat = std::make_unique<_MsgChat>();
+        chat->rowid = rowid;
+        chat->_last = cursor.getInt(u"last_date"_s);
+        chat->guid = u"SMS;-;%1"_s.arg(cursor.getInt64(u"hash"_s));
+        chat->chat_identifier = u"unknown"_s;
+        store.chats.insert(rowid, chat.release());
+    }
+}
+
+void IOS5MessageDb::readMembers(_MsgStore &store)
+{
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql("select * from group_member"));
+    while (cursor.moveNextThrow()) {
+        _MsgChat *chat = store.chats.value(cursor.getInt64(u"group_id"_s));
+        if (!chat)
+            continue;
+        const qint64 rowid = cursor.getInt64(u"rowid"_s);
+        _MsgHandle *handle = store.handles.value(rowid);
+        if (!handle) {
+            handle = memberHandle(cursor, rowid);
+            store.handles.insert(rowid, handle);
+        }
+        addMember(*chat, *handle);
+    }
+}
+
+_MsgHandle *IOS5MessageDb::memberHandle(const Sqlite3Cursor &member, qint64 rowid)
+{
+    auto handle = std::make_unique<_MsgHandle>();
+    handle->rowid = rowid;
+    handle->country = member.getText(u"country"_s);
+    handle->id = parts.normalAddress(handle->country, member.getText(u"address"_s));
+    parts.nameHandle(*handle);
+    return handle.release();
+}
+
+IOS5MessageDb::ChatsByIdentifier IOS5MessageDb::readMadridChats(_MsgStore &store)
+{
+    ChatsByIdentifier byIdentifier;
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql("select * from madrid_chat"));
+    while (cursor.moveNextThrow()) {
+        const qint64 key = negated(cursor.getInt64(u"rowid"_s));
+        if (store.chats.contains(key))
+            continue;
+        const QStringList participants = participantsOf(cursor.getBlob(u"participants"_s));
+        const QString identifier = parts.normalAddress(cursor.getText(u"chat_identifier"_s));
+        _MsgChat *chat = madridChat(cursor, identifier, participants.size() >= 2).release();
+        store.chats.insert(key, chat);
+        byIdentifier.insert(identifier, chat);
+        addParticipants(store, *chat, participants);
+    }
+    return byIdentifier;
+}
+
+void IOS5MessageDb::addParticipants(_MsgStore &store, _MsgChat &chat, const QStringList &participants)
+{
+    for (const QString &participant : participants) {
+        qint64 rowid = ~qint64(store.handles.size());
+        while (store.handles.contains(rowid)) // a member of a group with a negative number
+            --rowid;
+        auto handle = std::make_unique<_MsgHandle>();
+        handle->rowid = rowid;
+        handle->service = u"iMessage"_s;
+        handle->id = parts.normalAddress(participant);
+        parts.nameHandle(*handle);
+        chat.handles.insert(handle->id, handle.get());
+        store.handles.insert(rowid, handle.release());
+    }
+}
+
+void IOS5MessageDb::setNewestDates(const ChatsByIdentifier &chats, const QString &column)
+{
+    if (chats.isEmpty())
+        return;
+    Sqlite3Cursor cursor =
+        queryThrow(Sqlite3Sql(u"select %1,max(date) as last_date from message group by %1 having %1 is not "
+                              "null and %1 <> ''"_s.arg(column)));
+    const int identifier = cursor.columnIndex(column);
+    const int lastDate = cursor.columnIndex(u"last_date"_s);
+    while (cursor.moveNextThrow()) {
+        if (_MsgChat *chat = chats.value(cursor.getText(identifier)))
+            chat->_last = cursor.getInt(lastDate);
+    }
+}
+
+void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
+{
+    openDb();
+    chats(store);
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(chatId)));
+    MessageLoad load(cursor, *store, parts);
+    const int rowid = cursor.columnIndex(u"rowid"_s);
+    while (cursor.moveNextThrow())
+        load.takeRow(cursor.getInt64(rowid));
+}

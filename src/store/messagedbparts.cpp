@@ -1,0 +1,41 @@
+#include "messagedbparts.h"
+
+#include <QDebug>
+
+#include <exception>
+
+using namespace Qt::StringLiterals;
+
+MessageDbParts::MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader)
+    : readerName(reader), contacts(root, countryCode), countryLib(countryCode)
+{
+}
+
+void MessageDbParts::nameHandle(_MsgHandle &handle)
+{
+    if (!contacts.isOpen())
+        return;
+    try {
+        const _ContactInfo contact = contacts.contactFor(handle.id);
+        handle._ct_name = contactName(contact);
+        handle._photo = contact.photo;
+    } catch (const std::exception &error) {
+        qWarning("%s::chats, IOSContactsMemDb error. %s", qUtf8Printable(readerName), error.what());
+    }
+}
+
+QString MessageDbParts::normalAddress(const QString &country, const QString &address)
+{
+    QString &normal = normalAddresses[{country, address}];
+    if (normal.isNull()) {
+        normal = normalizeAddress(countryLib.countryBySn(country), address);
+        if (normal.isNull())
+            normal = u""_s; // known, and empty
+    }
+    return normal;
+}
+
+QString MessageDbParts::normalAddress(const QString &address)
+{
+    return normalAddress(QString(), address);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "countrylibdb.h"
+#include "ioscontactsmemdb.h"
+#include "messagerecords.h"
+
+#include <QDir>
+#include <QHash>
+#include <QString>
+
+class QTemporaryDir;
+
+/// What the readers of both generations stand on besides their file: the phone's address book and the
+/// rules of its country.
+class MessageDbParts
+{
+public:
+    /// `reader` stands in the log before what went wrong.
+    MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader);
+
+    /// Opens the address book. A source without one is fine.
+    void openContacts() { contacts.openDb(); }
+
+    /// Name and photo of the contact whose number is the handle's `id`; empty for a stranger. Changes
+    /// nothing without an address book, and when looking up fails, which is logged.
+    void nameHandle(_MsgHandle &handle);
+
+    /// `address` in normal form by the rules of `country`, the phone's own where that is unknown. Answers
+    /// are kept: addresses of messages come again and again.
+    QString normalAddress(const QString &country, const QString &address);
+    /// The same by the rules of the phone's country.
+    QString normalAddress(const QString &address);
+    /// ISO code of the phone's country in lower case; empty when unknown.
+    QString ownCountry() { return countryLib.defaultCountry().sn.toLower(); }
+
+private:
+    QString readerName;
+    IOSContactsMemDb contacts;
+    CountryLibDb countryLib;
+    QHash<std::pair<QString, QString>, QString> normalAddresses; // by country and address
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "absmessagedb.h"
+
+#include <QDir>
+
+#include <memory>
+
+/// Path of the message database below the root folder of a source.
+QString messageDbPath(const QDir &root);
+
+/// The reader for the message database below `root`, by the generation of the file. `mcc` is the phone's
+/// mobile country code, which may be empty. Throws `std::runtime_error` when there is no such file or
+/// it is no database.
+std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc);

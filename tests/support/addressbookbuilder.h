@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDir>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// Writes a phone's address book:
+/// AddressBookBuilder(dir).person(u"Anna"_s, u"Berg"_s).phone(u"612 345 678"_s).photo(png).write().
+/// A call on "the person" means the one told last.
+class AddressBookBuilder
+{
+public:
+    /// Writes below `root`, the root folder of a source.
+    explicit AddressBookBuilder(const QDir &root);
+
+    /// A null name stands as NULL.
+    AddressBookBuilder &person(const QString &first, const QString &last = {}, const QString &middle = {});
+    /// As typed: any spelling.
+    AddressBookBuilder &phone(const QString &number);
+    AddressBookBuilder &email(const QString &address);
+    /// The thumbnail; a larger copy goes into the table of full images.
+    AddressBookBuilder &photo(const QByteArray &image);
+    /// The people that follow stand only in the write-ahead log, which stays beside the file.
+    AddressBookBuilder &restInLog();
+
+    /// Path of AddressBook.sqlitedb, in "file-relay/var/mobile/Library/AddressBook" below the root.
+    /// AddressBookImages.sqlitedb is written beside it when anyone has a photo. Throws
+    /// std::runtime_error.
+    QString write() const;
+    /// Writes into a folder of your own.
+    QString writeTo(const QDir &folder) const;
+
+private:
+    struct Person {
+        QString first;
+        QString last;
+        QString middle;
+        QStringList phones = {};
+        QStringList emails = {};
+        QByteArray photo = {};
+    };
+
+    Person &lastPerson();
+    void writeImages(const QString &path) const;
+
+    QDir root;
+    QList<Person> people;
+    qsizetype logStart = -1;
+};
