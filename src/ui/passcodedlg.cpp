@@ -63,6 +63,7 @@ bool PasscodeDlg::unlock(const QString &password)
     const auto idle = qScopeGuard([this] {
         QGuiApplication::restoreOverrideCursor();
         setEnabled(true);
+        txtPassword->setFocus();
         lbBusy->clear();
     });
     repaint();
@@ -74,5 +75,4 @@ void PasscodeDlg::refuse()
 {
     showWarning(QObject::tr("IDS_INVALID_PASSWORD"));
     txtPassword->clear();
-    txtPassword->setFocus();
 }
