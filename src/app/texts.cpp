@@ -11,3 +11,12 @@ void installTexts(QTranslator &translator)
     [[maybe_unused]] const bool loaded = translator.load(u":/en.qm"_s);
     QCoreApplication::installTranslator(&translator);
 }
+
+QString printable(QString text)
+{
+    for (QChar &c : text) {
+        if (c.category() == QChar::Other_Control)
+            c = u' ';
+    }
+    return text;
+}

@@ -55,7 +55,12 @@ void CountryLibDb::openDb()
     if (!QFile::exists(path))
         copyResourceTo(path);
     openThrow(path, sqliteReadWrite);
-    current = countryByMmc(mmcCode);
+    try {
+        current = countryByMmc(mmcCode);
+    } catch (...) {
+        close(); // An open connection would pass for one whose country is unknown.
+        throw;
+    }
 }
 
 const _CountryInfo &CountryLibDb::defaultCountry()

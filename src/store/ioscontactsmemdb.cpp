@@ -74,15 +74,33 @@ void IOSContactsMemDb::openDb()
     const QString log = bookFile(u"AddressBook.sqlitedb-wal"_s);
     const qint64 sourceTime =
         modificationTime(QFile::exists(log) ? log : bookFile(u"AddressBook.sqlitedb"_s));
-    if (modificationTime(cacheFile()) < sourceTime) {
-        openMemory();
-        if (!saveCache(sourceTime))
-            return; // The folder can't be written: the copy in memory serves this time.
-    }
-    openThrow(cacheFile(), sqliteReadOnly);
+    if (openCache(sourceTime))
+        return;
+    rebuildInMemory();
+    if (saveCache(sourceTime))
+        openThrow(cacheFile(), sqliteReadOnly);
+    // Where the folder can't be written, the copy in memory serves this time.
 }
 
-void IOSContactsMemDb::openMemory()
+/// Opens the cache if it is as new as its source and was made for this country: its numbers are in the
+/// normal form of that one. A damaged cache is logged and counts as none.
+bool IOSContactsMemDb::openCache(qint64 sourceTime)
+{
+    if (!QFile::exists(cacheFile()) || modificationTime(cacheFile()) < sourceTime)
+        return false;
+    try {
+        openThrow(cacheFile(), sqliteReadOnly);
+        Sqlite3Cursor version = queryThrow(Sqlite3Sql("pragma user_version"));
+        if (version.moveNextThrow() && version.getInt(0) == countryCode.toInt())
+            return true;
+    } catch (const std::exception &error) {
+        qWarning("%s; the cache is made anew", error.what());
+    }
+    close();
+    return false;
+}
+
+void IOSContactsMemDb::rebuildInMemory()
 {
     qDebug("rebuild IOSContactsMemDb.");
     openThrow(u":memory:"_s, sqliteReadWriteCreate);
@@ -90,6 +108,7 @@ void IOSContactsMemDb::openMemory()
         QString error;
         if (exec(cacheSchema, error) != 0)
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
+        executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(countryCode.toInt())));
         beginTran();
         Sqlite3DB book;
         openForReading(book, bookFile(u"AddressBook.sqlitedb"_s));
@@ -163,6 +182,7 @@ bool IOSContactsMemDb::saveCache(qint64 sourceTime)
         if (!file.setFileTime(time, QFileDevice::FileAccessTime) ||
             !file.setFileTime(time, QFileDevice::FileModificationTime))
             throw std::runtime_error(file.errorString().toStdString());
+        file.close();
         std::filesystem::rename(toFilesystemPath(file.fileName()), toFilesystemPath(cacheFile()));
         return true;
     } catch (const std::exception &error) {

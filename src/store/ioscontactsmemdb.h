@@ -18,8 +18,8 @@ struct _ContactInfo {
 QString contactName(const _ContactInfo &contact);
 
 /// Finds people by phone number. It keeps a cache, "ct-phone.db", of the phone's address book with the
-/// numbers in normal form, as old as the address book and made anew when that changes; the cache can be
-/// deleted at any time.
+/// numbers in normal form, as old as the address book and made anew when that or the country changes; the
+/// cache can be deleted at any time.
 class IOSContactsMemDb : public AbsDb
 {
 public:
@@ -39,7 +39,8 @@ private:
     QString cacheFile() const;
     /// A file of the phone's address book folder.
     QString bookFile(const QString &name) const;
-    void openMemory();
+    bool openCache(qint64 sourceTime);
+    void rebuildInMemory();
     void copyPeople(Sqlite3DB &book);
     void copyNumbers(Sqlite3DB &book);
     void copyPhotos();

@@ -111,6 +111,8 @@ private Q_SLOTS:
     void cacheIsAsOldAsItsSource();
     void cacheIsMadeAnewWhenTheSourceChanges_data();
     void cacheIsMadeAnewWhenTheSourceChanges();
+    void cacheServesOneCountry();
+    void damagedCacheIsMadeAnew();
     void readingChangesNothing_data();
     void readingChangesNothing();
     void damagedBookIsNamedAndLeavesNoCache_data();
@@ -247,6 +249,26 @@ void TestContacts::cacheIsMadeAnewWhenTheSourceChanges()
     setTime(book.path(touched), 1'400'000'001);
     IOSContactsMemDb(QDir(dir->path()), u"214"_s).openDb();
     QTEST(timeOf(cache()) == 1'400'000'001, "isMadeAnew");
+}
+
+void TestContacts::cacheServesOneCountry()
+{
+    AddressBook(QDir(dir->path())).person(1, u"Anna"_s, {}, {}).phone(1, u"612345678"_s);
+    IOSContactsMemDb unknown(QDir(dir->path()), {});
+    QCOMPARE(unknown.contactFor(u"612345678"_s).first, u"Anna"_s);
+    QCOMPARE(contact(u"+34612345678"_s).first, u"Anna"_s);
+}
+
+void TestContacts::damagedCacheIsMadeAnew()
+{
+    AddressBook(QDir(dir->path())).person(1, u"Anna"_s, {}, {}).phone(1, u"612345678"_s);
+    QFile file(cache());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(4096, 'x'));
+    file.close();
+    setTime(cache(), QDateTime::currentSecsSinceEpoch() + 1000);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"ct-phone.db: .*made anew"_s));
+    QCOMPARE(contact(u"+34612345678"_s).first, u"Anna"_s);
 }
 
 void TestContacts::readingChangesNothing_data()

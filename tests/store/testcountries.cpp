@@ -169,11 +169,14 @@ void TestCountries::manyStartAtOnce()
 void TestCountries::damagedFileIsNamed()
 {
     replaceCountriesFile(QByteArray(4096, 'x'));
-    try {
-        CountryLibDb(u"262"_s).openDb();
-        QFAIL("a file of noise was opened");
-    } catch (const std::runtime_error &error) {
-        QVERIFY2(QByteArray(error.what()).contains(countriesFile().toUtf8()), error.what());
+    CountryLibDb library(u"262"_s);
+    for (int round = 0; round < 2; ++round) { // a second try must not pass for an unknown country
+        try {
+            library.openDb();
+            QFAIL("a file of noise was opened");
+        } catch (const std::runtime_error &error) {
+            QVERIFY2(QByteArray(error.what()).contains(countriesFile().toUtf8()), error.what());
+        }
     }
 }
 

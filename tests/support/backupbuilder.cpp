@@ -31,6 +31,23 @@ void writeFile(const QString &path, const QByteArray &bytes)
         throw std::runtime_error(QString(path % u": "_s % file.errorString()).toStdString());
 }
 
+/// The folder above `path`; empty, not null, for the domain's own entry.
+QByteArray parentOf(const QByteArray &path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash > 0 ? path.first(slash) : QByteArray("");
+}
+
+SampleRecord folderRecord(const QByteArray &domain, const QByteArray &path)
+{
+    SampleRecord record;
+    record.domain = domain;
+    record.path = path;
+    record.mode = folderMode;
+    record.mtime = record.atime = record.ctime = usualTime;
+    return record;
+}
+
 bool comesFirst(const SampleRecord &a, const SampleRecord &b)
 {
     return a.domain != b.domain ? a.domain < b.domain : a.path < b.path;
@@ -196,43 +213,48 @@ BackupBuilder &BackupBuilder::tail(const QByteArray &bytes)
     return *this;
 }
 
-/// All entries in the order of domain and path, with the folders above them and the domains' own.
-QList<BackupBuilder::Entry> BackupBuilder::entriesWithFolders() const
+/// Entries for the folders above the files and for the domains, where none was told.
+QList<BackupBuilder::Entry> BackupBuilder::missingFolders() const
 {
     QSet<QPair<QByteArray, QByteArray>> known;
     for (const Entry &entry : entries)
         known.insert({entry.record.domain, entry.record.path});
-    QList<Entry> all = entries;
+    QList<Entry> folders;
     for (const Entry &entry : entries) {
         QByteArray path = entry.record.path;
         while (!path.isEmpty()) {
-            path = path.left(qMax(path.lastIndexOf('/'), qsizetype(0)));
+            path = parentOf(path);
             if (known.contains({entry.record.domain, path}))
                 break;
             known.insert({entry.record.domain, path});
-            Entry above;
-            above.record.domain = entry.record.domain;
-            above.record.path = path.isEmpty() ? QByteArray("") : path;
-            above.record.mode = folderMode;
-            above.record.mtime = above.record.atime = above.record.ctime = usualTime;
-            all.append(above);
+            folders.append({folderRecord(entry.record.domain, path)});
         }
     }
-    std::stable_sort(all.begin(), all.end(),
-                     [](const Entry &a, const Entry &b) { return comesFirst(a.record, b.record); });
-    return all;
+    return folders;
 }
 
-QString BackupBuilder::write()
+int BackupBuilder::recordCount() const
+{
+    return int(entries.size() + missingFolders().size());
+}
+
+QString BackupBuilder::write() const
 {
     if (!QDir().mkpath(target.path()))
         throw std::runtime_error(QString(target.path() % u": cannot make this folder."_s).toStdString());
+    const QList<Entry> folders = missingFolders();
+    QList<const Entry *> inOrder;
+    for (const QList<Entry> *list : {&folders, &entries})
+        for (const Entry &entry : *list)
+            inOrder.append(&entry);
+    std::stable_sort(inOrder.begin(), inOrder.end(),
+                     [](const Entry *a, const Entry *b) { return comesFirst(a->record, b->record); });
     Shared shared{SampleRandom(seedNumber), {}};
     if (!secret.isNull())
         shared.keyBag.emplace(secret, rounds, shared.random);
     QByteArray records = sampleMbdbHeader();
-    for (const Entry &entry : entriesWithFolders())
-        records += sampleRecordBytes(storedRecord(entry, shared));
+    for (const Entry *entry : std::as_const(inOrder))
+        records += sampleRecordBytes(storedRecord(*entry, shared));
     writeManifest(records);
     writePlists(shared.keyBag ? shared.keyBag->blob() : shared.random.bytes(64));
     return target.path();

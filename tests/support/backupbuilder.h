@@ -64,8 +64,11 @@ public:
     /// Bytes behind the last record.
     BackupBuilder &tail(const QByteArray &bytes);
 
+    /// Records that the manifest will hold, folders above the files included, those of record() not.
+    int recordCount() const;
+
     /// Path of the folder. Throws std::runtime_error.
-    QString write();
+    QString write() const;
 
 private:
     struct Entry {
@@ -77,7 +80,7 @@ private:
 
     Entry &add(const QString &domain, const QString &path);
     Entry &lastEntry();
-    QList<Entry> entriesWithFolders() const;
+    QList<Entry> missingFolders() const;
     SampleRecord storedRecord(const Entry &entry, Shared &shared) const;
     QByteArray storeFile(const Entry &entry, const QByteArray &key) const;
     void writeManifest(const QByteArray &records) const;

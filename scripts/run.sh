@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the program, makes an encrypted sample backup of an iPhone and does
+# the main job on it: list, unlock, read, export. All that it makes lies in build/sample.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/install.sh
+
+install_packages "${build_packages[@]}"
+build release marrowlight-cli samplephone
+
+sample=$PWD/build/sample
+rm -rf "$sample"
+mkdir -p "$sample/backups"
+export XDG_DATA_HOME=$sample/data # leaves the user's own data alone
+printf 'moonlight\n' >"$sample/password"
+
+# show COMMAND...: prints a command as a person would type it, then runs it.
+show() {
+  printf '\n$ %s\n' "${*//$PWD\//}"
+  "$@"
+}
+
+cli=build/release/src/cli/marrowlight-cli
+show build/release/tools/samplephone --ios 8 --messages 500 --password-file "$sample/password" \
+  --out "$sample/backups"
+backup=$(find "$sample/backups" -mindepth 1 -maxdepth 1 -type d)
+
+show $cli backups --root "$sample/backups"
+show $cli chats "$backup" --password-file "$sample/password" --country 214
+echo
+echo "The first messages:"
+show $cli messages "$backup" --password-file "$sample/password" --country 214 >"$sample/messages.jsonl"
+head -n 5 "$sample/messages.jsonl"
+for format in csv txt; do
+  show $cli export "$backup" --password-file "$sample/password" --country 214 \
+    --format $format --out "$sample/messages.$format"
+  head -n 5 "$sample/messages.$format"
+done

@@ -1,0 +1,170 @@
+#include "commandline.h"
+
+#include "product.h"
+
+#include <QCommandLineParser>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+struct OptionSyntax {
+    const char *name;
+    const char *value; ///< null for a switch
+    const char *description;
+    bool required = false;
+};
+
+struct CommandSyntax {
+    const char *name;
+    const char *subject; ///< the word that has to follow; null when none does
+    const char *description;
+    QList<OptionSyntax> options;
+};
+
+const QList<OptionSyntax> sourceOptions = {
+    {"password-file", "FILE", "First line of FILE is the backup's password; - reads it from standard input."},
+    {"country", "MCC", "The phone's mobile country code, such as 214."},
+};
+const QList<OptionSyntax> selectionOptions = {
+    {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once."},
+    {"newest-first", nullptr, "The newest message comes first."},
+};
+const QList<OptionSyntax> exportOptions = {
+    {"format", "txt|csv", "Format of the file.", true},
+    {"out", "PATH", "The file to write.", true},
+};
+
+const QList<CommandSyntax> &commandTable()
+{
+    static const QList<CommandSyntax> table = {
+        {"backups",
+         nullptr,
+         "The backups in the default place, or below DIR.",
+         {{"root", "DIR", "Look for backups below DIR."}}},
+        {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
+        {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions},
+        {"export", "SOURCE", "Writes messages to a file.", sourceOptions + selectionOptions + exportOptions},
+    };
+    return table;
+}
+
+QString generalHelp()
+{
+    QString text = u"%1 %2\n\nUsage: marrowlight-cli [--quiet] COMMAND ...\n\nCommands:\n"_s.arg(
+        productName(), versionText());
+    for (const CommandSyntax &command : commandTable()) {
+        text += u"  %1 %2%3\n"_s.arg(QLatin1StringView(command.name), -10)
+                    .arg(QLatin1StringView(command.subject), -8)
+                    .arg(QLatin1StringView(command.description));
+    }
+    return text +
+           u"\nSOURCE is a backup folder, a folder that holds file-relay/var/mobile/Library/SMS/sms.db,\n"
+           u"or the name of a Local Database. marrowlight-cli COMMAND --help tells the options.\n"_s;
+}
+
+const CommandSyntax *findCommand(const QString &name)
+{
+    for (const CommandSyntax &command : commandTable()) {
+        if (name == QLatin1StringView(command.name))
+            return &command;
+    }
+    return nullptr;
+}
+
+QString missingWord(const CommandSyntax &syntax, const QCommandLineParser &parser)
+{
+    const QString hint = u" See marrowlight-cli %1 --help."_s.arg(QLatin1StringView(syntax.name));
+    const qsizetype expected = syntax.subject ? 1 : 0;
+    if (parser.positionalArguments().size() > expected)
+        return u"Unexpected word \"%1\"."_s.arg(parser.positionalArguments().at(expected)) + hint;
+    if (parser.positionalArguments().size() < expected)
+        return u"%1 is missing."_s.arg(QLatin1StringView(syntax.subject)) + hint;
+    for (const OptionSyntax &option : syntax.options) {
+        if (option.required && !parser.isSet(QLatin1StringView(option.name)))
+            return u"--%1 %2 is missing."_s.arg(QLatin1StringView(option.name),
+                                                QLatin1StringView(option.value)) +
+                   hint;
+    }
+    return {};
+}
+
+CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParser &parser)
+{
+    const auto value = [&](const char *option) {
+        for (const OptionSyntax &known : syntax.options) {
+            if (qstrcmp(known.name, option) == 0)
+                return parser.value(QLatin1StringView(option));
+        }
+        return QString();
+    };
+    CommandLine line;
+    line.command = QLatin1StringView(syntax.name);
+    line.source = parser.positionalArguments().value(0);
+    line.quiet = parser.isSet(u"quiet"_s);
+    line.root = value("root");
+    line.passwordFile = value("password-file");
+    line.country = value("country");
+    line.format = value("format");
+    line.out = value("out");
+    if (!value("chat").isNull())
+        line.chats = parser.values(u"chat"_s);
+    for (const OptionSyntax &option : syntax.options)
+        line.newestFirst |= qstrcmp(option.name, "newest-first") == 0 && parser.isSet(u"newest-first"_s);
+    return line;
+}
+
+ParsedCommandLine parseCommand(const CommandSyntax &syntax, const QStringList &words)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QLatin1StringView(syntax.description));
+    const QCommandLineOption help = parser.addHelpOption();
+    parser.addOption({u"quiet"_s, u"No progress on the terminal."_s});
+    for (const OptionSyntax &option : syntax.options)
+        parser.addOption({QLatin1StringView(option.name), QLatin1StringView(option.description),
+                          QLatin1StringView(option.value)});
+    if (syntax.subject)
+        parser.addPositionalArgument(QLatin1StringView(syntax.subject), {});
+
+    ParsedCommandLine parsed;
+    const bool understood = parser.parse(words);
+    if (understood && parser.isSet(help))
+        parsed.help = parser.helpText();
+    else if (!understood)
+        parsed.error = parser.errorText();
+    else
+        parsed.error = missingWord(syntax, parser);
+    if (parsed.error.isEmpty())
+        parsed.line = commandLineFrom(syntax, parser);
+    return parsed;
+}
+
+} // namespace
+
+ParsedCommandLine parseCommandLine(const QStringList &words)
+{
+    QCommandLineParser parser;
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    parser.addOption({u"quiet"_s, {}});
+
+    ParsedCommandLine parsed;
+    if (!parser.parse(words)) {
+        parsed.error = parser.errorText();
+    } else if (parser.isSet(help)) {
+        parsed.help = generalHelp();
+    } else if (parser.isSet(version)) {
+        parsed.help = productName() + u' ' + versionText() + u'\n';
+    } else if (parser.positionalArguments().isEmpty()) {
+        parsed.error = u"A command is missing. See marrowlight-cli --help."_s;
+    } else if (const CommandSyntax *syntax = findCommand(parser.positionalArguments().first())) {
+        parsed = parseCommand(*syntax, parser.positionalArguments());
+        parsed.line.quiet |= parser.isSet(u"quiet"_s);
+    } else {
+        parsed.error = u"Unknown command \"%1\". See marrowlight-cli --help."_s.arg(
+            parser.positionalArguments().first());
+    }
+    return parsed;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// The words of the command line, sorted out. Only what the command takes is filled.
+struct CommandLine {
+    QString command;
+    QString source;       ///< what SOURCE or NAME stands for
+    bool quiet = false;   ///< no progress, even on a terminal
+    QString root;         ///< folder to look for backups in; empty means the default place
+    QString passwordFile; ///< "-" is standard input; empty means none was given
+    QString country;      ///< mobile country code; empty means none is known
+    QStringList chats;    ///< `chat_identifier`s asked for; empty means all
+    bool newestFirst = false;
+    QString format;
+    QString out;
+};
+
+/// What came of parsing: a command line, a help text to print, or what is wrong.
+struct ParsedCommandLine {
+    CommandLine line;
+    QString help;
+    QString error;
+};
+
+/// Sorts out the words of the command line, program name first.
+ParsedCommandLine parseCommandLine(const QStringList &words);

@@ -1,0 +1,40 @@
+#include "interrupt.h"
+
+#include "exitstatus.h"
+#include "jobprogress.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+
+namespace
+{
+
+std::atomic<std::atomic_bool *> cancelFlag = nullptr;
+static_assert(std::atomic<std::atomic_bool *>::is_always_lock_free && std::atomic_bool::is_always_lock_free);
+
+void onSignal(int)
+{
+    if (std::atomic_bool *flag = cancelFlag.load())
+        flag->store(true);
+    else
+        std::_Exit(int(ExitStatus::Interrupted));
+}
+
+} // namespace
+
+void installInterruptHandler()
+{
+    std::signal(SIGINT, onSignal);
+    std::signal(SIGTERM, onSignal);
+}
+
+InterruptScope::InterruptScope(JobProgress &progress)
+{
+    cancelFlag = &progress.cancelled;
+}
+
+InterruptScope::~InterruptScope()
+{
+    cancelFlag = nullptr;
+}

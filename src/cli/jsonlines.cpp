@@ -1,0 +1,123 @@
+#include "jsonlines.h"
+
+#include "backupmanifest.h"
+#include "messagerecords.h"
+#include "messagestore.h"
+#include "messagetext.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSet>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QJsonValue dateJson(const QDateTime &date)
+{
+    return date.isValid() ? QJsonValue(date.toUTC().toString(Qt::ISODate)) : QJsonValue();
+}
+
+/// 0 is what files hold where there is no date.
+QJsonValue messageDateJson(int date)
+{
+    return date == 0 ? QJsonValue() : dateJson(appleDateTime(date));
+}
+
+QJsonArray participantsJson(const _MsgSession &session)
+{
+    QMap<QString, QString> names;
+    for (const _MsgChat *chat : session.chats) {
+        for (const _MsgHandle *handle : sortedHandles(*chat)) {
+            QString &name = names[handle->id];
+            if (name.isEmpty())
+                name = handle->_ct_name;
+        }
+    }
+    QJsonArray participants;
+    for (auto it = names.cbegin(); it != names.cend(); ++it)
+        participants.append(QJsonObject{{u"id"_s, it.key()}, {u"name"_s, it.value()}});
+    return participants;
+}
+
+QJsonArray servicesJson(const _MsgSession &session)
+{
+    QStringList services;
+    for (const _MsgChat *chat : session.chats)
+        services.append(chat->service_name);
+    services.sort();
+    services.removeDuplicates();
+    return QJsonArray::fromStringList(services);
+}
+
+QJsonArray attachmentsJson(const _MsgMessage &message)
+{
+    QJsonArray attachments;
+    for (const _MsgAttachment *attachment : sortedAttachments(message)) {
+        attachments.append(QJsonObject{{u"filename"_s, attachment->filename},
+                                       {u"mime_type"_s, attachment->mime_type},
+                                       {u"total_bytes"_s, attachment->total_bytes},
+                                       {u"localFile"_s, attachment->localFile}});
+    }
+    return attachments;
+}
+
+} // namespace
+
+void printJsonLine(const QJsonObject &object)
+{
+    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    if (std::fwrite(line.constData(), 1, size_t(line.size()), stdout) != size_t(line.size()))
+        throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+}
+
+QJsonObject backupJson(const BackupManifest &backup)
+{
+    return {{u"path"_s, backup.backupDir.absolutePath()}, {u"displayName"_s, backup.displayName},
+            {u"deviceName"_s, backup.deviceName},         {u"productType"_s, backup.productType},
+            {u"productVersion"_s, backup.productVersion}, {u"serialNumber"_s, backup.serialNumber},
+            {u"uniqueDeviceId"_s, backup.uniqueDeviceId}, {u"date"_s, dateJson(backup.backupDate)},
+            {u"encrypted"_s, backup.isEncrypted}};
+}
+
+QJsonObject sessionJson(const _MsgSession &session)
+{
+    const _MsgChat &first = *session.chats.first();
+    QSet<const _MsgMessage *> messages;
+    bool group = false;
+    for (const _MsgChat *chat : session.chats) {
+        group |= isGroup(*chat);
+        for (const _MsgMessage *message : chat->messages)
+            messages.insert(message);
+    }
+    return {{u"chat_identifier"_s, first.chat_identifier},
+            {u"title"_s, chatTitle(first, false)},
+            {u"services"_s, servicesJson(session)},
+            {u"participants"_s, participantsJson(session)},
+            {u"last"_s, messageDateJson(session.lastDate)},
+            {u"messages"_s, messages.size()},
+            {u"group"_s, group}};
+}
+
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid)
+{
+    return {{u"rowid"_s, message.rowid},
+            {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
+            {u"chat_identifier"_s, message.chat ? QJsonValue(chatIdentifier) : QJsonValue()},
+            {u"service"_s, message.service},
+            {u"is_from_me"_s, message.is_from_me != 0},
+            {u"date"_s, messageDateJson(message.date)},
+            {u"sender"_s, senderLabel(message)},
+            {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
+            {u"text"_s, renderText(message)},
+            {u"body"_s, message.text},
+            {u"item_type"_s, message.item_type},
+            {u"recovered"_s, message.isRecovered},
+            {u"attachments"_s, attachmentsJson(message)}};
+}

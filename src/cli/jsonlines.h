@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QJsonObject>
+
+class BackupManifest;
+struct _MsgMessage;
+struct _MsgSession;
+
+/// Writes one object on a line of standard output. Throws `std::runtime_error` when it can't be written.
+void printJsonLine(const QJsonObject &object);
+
+QJsonObject backupJson(const BackupManifest &backup);
+
+QJsonObject sessionJson(const _MsgSession &session);
+
+/// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
+/// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
+/// null.
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);

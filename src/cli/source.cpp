@@ -1,0 +1,127 @@
+#include "source.h"
+
+#include "absmessagedb.h"
+#include "backupdiscovery.h"
+#include "commandline.h"
+#include "countrylibdb.h"
+#include "datalocations.h"
+#include "interrupt.h"
+#include "itunescachesmsthread.h"
+#include "openmessagedb.h"
+#include "terminalprogress.h"
+
+#include <QFileInfo>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qint64 longestPassword = 64 * 1024; // bytes
+
+bool isBackupFolder(const QDir &dir)
+{
+    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s);
+}
+
+bool isPhoneFolder(const QDir &dir)
+{
+    return QFileInfo::exists(messageDbPath(dir));
+}
+
+/// The folder of a Local Database; names are compared without case. Empty when there is none.
+QString localDatabaseFolder(const QString &name)
+{
+    const QDir databases = localDatabasesDir();
+    for (const QString &folder : databases.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+        if (folder.compare(name.trimmed(), Qt::CaseInsensitive) == 0)
+            return databases.absoluteFilePath(folder);
+    }
+    return {};
+}
+
+QString readPassword(const QString &fileName)
+{
+    QFile file(fileName);
+    const bool opened =
+        fileName == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    if (!opened)
+        throw std::runtime_error(u"%1: %2"_s.arg(fileName, file.errorString()).toStdString());
+    QByteArray line = file.readLine(longestPassword);
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    return QString::fromUtf8(line);
+}
+
+/// Opens a backup, with the password if it wants one; says why when it stays locked.
+CommandResult openLocked(BackupManifest &manifest, const CommandLine &line)
+{
+    BackupOpening opening = openBackup(manifest, std::nullopt);
+    if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty())
+        opening = openBackup(manifest, readPassword(line.passwordFile));
+    switch (opening) {
+    case BackupOpening::Ready: return {};
+    case BackupOpening::WrongPassword:
+        return {ExitStatus::Password, u"%1: invalid password."_s.arg(line.source)};
+    case BackupOpening::NeedsPassword: break;
+    }
+    return {ExitStatus::Password,
+            u"%1: the backup is encrypted; give its password with --password-file."_s.arg(line.source)};
+}
+
+/// Brings the message and address book files of a backup into its cache. Returns the cache folder.
+QDir cacheBackup(BackupManifest &manifest, TerminalProgress &progress)
+{
+    const InterruptScope interruptible(progress);
+    const QDir cacheDir = backupCacheDir(manifest);
+    cacheBackupMessages(manifest, cacheDir, progress);
+    progress.clear();
+    return cacheDir;
+}
+
+bool isKnownCountry(const QString &mmc)
+{
+    bool found = false;
+    CountryLibDb({}).countryByMmc(mmc, &found);
+    return found;
+}
+
+/// Where the files of the phone's tree lie; for a backup, once they are in the cache.
+QDir sourceRoot(const CommandLine &line, TerminalProgress &progress, CommandResult &refusal)
+{
+    const QDir dir(line.source);
+    if (!line.source.isEmpty() && isBackupFolder(dir)) {
+        BackupManifest manifest(dir.absolutePath());
+        refusal = openLocked(manifest, line);
+        return refusal.status == ExitStatus::Done ? cacheBackup(manifest, progress) : QDir();
+    }
+    if (!line.source.isEmpty() && isPhoneFolder(dir))
+        return dir;
+    const QString database = localDatabaseFolder(line.source);
+    if (database.isEmpty())
+        throw std::runtime_error(
+            u"%1: not a backup folder (no Manifest.plist), not a folder with "
+            "file-relay/var/mobile/Library/SMS/sms.db, and no Local Database of that name."_s.arg(line.source)
+                .toStdString());
+    return QDir(database);
+}
+
+} // namespace
+
+Source openSource(const CommandLine &line, TerminalProgress &progress)
+{
+    Source source;
+    if (!line.country.isEmpty() && !isKnownCountry(line.country)) {
+        source.refusal = {ExitStatus::Usage, u"Unknown mobile country code \"%1\"."_s.arg(line.country)};
+        return source;
+    }
+    const QDir root = sourceRoot(line, progress, source.refusal);
+    if (source.refusal.status != ExitStatus::Done)
+        return source;
+    source.db = openMessageDb(root, line.country);
+    source.store = _MsgStorePtr::create();
+    source.db->messages(source.store, 0);
+    return source;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "absformatexport.h"
+#include "exporttarget.h"
+#include "localdatetext.h"
+
+#include <QHash>
+
+struct _MsgChat;
+struct _MsgMessage;
+
+/// Comma-separated values with a header line, one line a message: date, send (1 sent, 0 received),
+/// person, number, content. Quoted as in RFC 4180, but for a lone carriage return, and with a line feed
+/// at the end of a line.
+class ExportMessagesCsv final : public AbsFormatExport<_MsgMessage>
+{
+public:
+    explicit ExportMessagesCsv(const QString &path);
+
+    void begin() override;
+    void write(const _MsgMessage &message) override;
+    void end() override;
+
+private:
+    ExportTarget target;
+    LocalDateText dates;
+    QHash<const _MsgChat *, QString> partners; ///< "person,number" of a chat
+};

@@ -1,0 +1,72 @@
+#include "exportmessagestxt.h"
+
+#include "messagerecords.h"
+#include "messagestore.h"
+#include "messagetext.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int dateWidth = 30;
+constexpr int flagWidth = 6;
+constexpr int nameWidth = 40;
+
+bool isEvent(const _MsgMessage &message)
+{
+    return message.item_type != 0;
+}
+
+QString flagText(const _MsgMessage &message)
+{
+    if (isEvent(message))
+        return {};
+    return message.is_from_me != 0 ? u"To"_s : u"From"_s;
+}
+
+QString onOneLine(QString text)
+{
+    return text.remove(u'\r').replace(u'\n', u' ');
+}
+
+void writeLine(QTextStream &stream, const QString &date, const QString &flag, const QString &name,
+               const QString &message)
+{
+    stream << qSetFieldWidth(dateWidth) << date << qSetFieldWidth(flagWidth) << flag
+           << qSetFieldWidth(nameWidth) << name << qSetFieldWidth(0) << message << u'\n';
+}
+
+} // namespace
+
+ExportMessagesTxt::ExportMessagesTxt(const QString &path) : target(path)
+{
+}
+
+void ExportMessagesTxt::begin()
+{
+    target.open();
+    writeLine(target.text(), u"Date"_s, u"Flag"_s, u"Name"_s, u"Message"_s);
+}
+
+void ExportMessagesTxt::write(const _MsgMessage &message)
+{
+    writeLine(target.text(), dates.systemShort(message.date), flagText(message), name(message),
+              onOneLine(renderText(message)));
+}
+
+void ExportMessagesTxt::end()
+{
+    target.finish();
+}
+
+const QString &ExportMessagesTxt::name(const _MsgMessage &message)
+{
+    static const QString unknown = u"Unknown"_s;
+    if (!message.chat)
+        return unknown;
+    QString &text = isEvent(message) ? titles[message.chat] : senders[{message.chat, message.handle}];
+    if (text.isEmpty())
+        text = onOneLine(isEvent(message) ? chatTitle(*message.chat, false) : senderLabel(message));
+    return text;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "absformatexport.h"
+#include "exporttarget.h"
+#include "localdatetext.h"
+
+#include <QHash>
+
+#include <utility>
+
+struct _MsgChat;
+struct _MsgHandle;
+struct _MsgMessage;
+
+/// Plain text in columns under a header, one line a message. A ".doc" file is this format too.
+class ExportMessagesTxt final : public AbsFormatExport<_MsgMessage>
+{
+public:
+    explicit ExportMessagesTxt(const QString &path);
+
+    void begin() override;
+    void write(const _MsgMessage &message) override;
+    void end() override;
+
+private:
+    const QString &name(const _MsgMessage &message);
+
+    ExportTarget target;
+    LocalDateText dates;
+    QHash<std::pair<const _MsgChat *, const _MsgHandle *>, QString> senders;
+    QHash<const _MsgChat *, QString> titles;
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "samplecast.h"
+#include "samplefile.h"
+#include "sampletouches.h"
+#include "smsdbwriter.h"
+
+/// The conversations of a sample phone, told one message after the other.
+class SampleHistory
+{
+public:
+    SampleHistory(IosVersion version, int messages, int conversations, quint64 seed);
+
+    /// Those who write, and others who only stand in the address book.
+    const QList<SamplePerson> &people() const { return cast; }
+
+    /// Writes all messages to `path`; with `Log::Beside` the last tenth stands in a write-ahead log.
+    /// Answers the files that the messages carry; of very many, the later ones have none.
+    enum class Log { None, Beside };
+    QList<SampleFile> write(const QString &path, Log log);
+
+private:
+    struct Conversation {
+        QString identifier;
+        bool isGroup = false;
+        QList<int> chats = {};     ///< one or two, as the writer numbers them
+        QStringList services = {}; ///< of these chats
+        QList<SampleHandle> members = {};
+    };
+
+    void addConversations(SmsDbWriter &writer);
+    Conversation direct(SmsDbWriter &writer, int place) const;
+    Conversation group(SmsDbWriter &writer, int place, const QString &service) const;
+    SampleScene sceneOfEvents() const;
+    SampleMessage ordinaryMessage(int number);
+    qint64 dateOf(int number);
+    QList<SampleAttachment> stored(const SampleMessage &message, QList<SampleFile> &files) const;
+
+    const IosVersion version;
+    const int messageCount;
+    const int conversationCount;
+    SampleRandom random;
+    QList<SamplePerson> cast;
+    QList<Conversation> conversations;
+    int current = 0;
+};

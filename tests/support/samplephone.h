@@ -1,0 +1,50 @@
+#pragma once
+
+#include "backupbuilder.h"
+#include "iosversion.h"
+#include "samplefile.h"
+
+/// What a sample phone is to hold. The same plan gives the same bytes.
+struct SamplePhonePlan {
+    IosVersion ios = IosVersion::Ios6;
+    int messages = 1000;
+    int conversations = 20;
+    int records = 0;        ///< of the manifest, at least; those above what the phone holds list no file
+    qint64 filler = 0;      ///< bytes of video among the attachments
+    QString password = {};  ///< null: not encrypted
+    int iterations = 10000; ///< of the key derivation
+    quint64 seed = 1;
+    bool hasLog = false; ///< the newest messages stand in a write-ahead log
+    QString udid = {};   ///< null: made from the seed
+};
+
+/// A whole phone: messages with attachments, contacts with photos, the usual other files. All failures
+/// are std::runtime_error.
+class SamplePhone
+{
+public:
+    explicit SamplePhone(const SamplePhonePlan &plan);
+
+    const QString &udid() const { return device.udid; }
+
+    /// Writes a backup into the folder `udid` in `out`, and answers its path. A folder that stands there
+    /// must be empty.
+    QString writeBackup(const QDir &out) const;
+
+    /// Writes what the file relay of a phone hands out, "file-relay/var/mobile/Library/..." in `out`, and
+    /// answers the path of "file-relay".
+    QString writeRelay(const QDir &out) const;
+
+private:
+    struct Databases {
+        QString messages;
+        QString addressBook;
+        QList<SampleFile> attachments;
+    };
+
+    Databases writeDatabases(const QDir &library) const;
+    BackupBuilder builderOf(const QDir &folder) const;
+
+    SamplePhonePlan plan;
+    SampleDevice device;
+};
