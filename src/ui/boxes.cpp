@@ -6,8 +6,10 @@
 #include "stylesheet.h"
 #include "winmovable.h"
 
+#include <QApplication>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -36,6 +38,16 @@ void showIcon(QMessageBox &box, int icon)
     box.setIconPixmap(programIcon(u":/res/"_s + kind + u".svg"_s).pixmap(iconSize, box.devicePixelRatio()));
 }
 
+/// A box without a parent would be free to open behind the window that it speaks of.
+void keepAboveActiveWindow(QMessageBox &box)
+{
+    const QWidget *active = QApplication::activeWindow();
+    if (!active)
+        return;
+    box.winId(); // makes the window handle
+    box.windowHandle()->setTransientParent(active->windowHandle());
+}
+
 QString errorBoxText(const QString &text)
 {
     return u"An Error Occurred. <br/><br/>%1<br/><br/> Or you can contact %2 for help."_s.arg(
@@ -56,6 +68,7 @@ int showMessage(int icon, const QString &text, int buttons)
     for (const QMessageBox::StandardButton button : offeredButtons)
         if (buttons & button)
             box.addButton(button);
+    keepAboveActiveWindow(box);
     return box.exec();
 }
 

@@ -70,7 +70,6 @@ private Q_SLOTS:
     void everyPartHasAName();
     void databaseNames_data();
     void databaseNames();
-    void databaseDialogCancelledGivesNoName();
     void choosesADevice_data();
     void choosesADevice();
     void choosesACountry();
@@ -162,13 +161,6 @@ void TestDialogs::databaseNames()
     QTEST(form.selectedName(), "selected");
     QTEST(reader.texts, "boxes");
     QCOMPARE(form.result() == QDialog::Accepted, reader.texts.isEmpty());
-}
-
-void TestDialogs::databaseDialogCancelledGivesNoName()
-{
-    LocalDbSelForm form({}, u"Ana_Backup"_s);
-    press(form, u"btnClose"_s);
-    QCOMPARE(form.selectedName(), QString());
 }
 
 void TestDialogs::choosesADevice_data()

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void framelessWindowFollowsTheLeftButton();
     void iconsAreDrawnForEveryPalette_data();
     void iconsAreDrawnForEveryPalette();
+    void selectedIconTakesTheColourOfItsRow();
     void rowsArePlainAndShort_data();
     void rowsArePlainAndShort();
     void toolTipsAreNoMarkup();
@@ -162,6 +163,19 @@ void TestLook::iconsAreDrawnForEveryPalette()
     QApplication::setPalette(darkPalette());
     if (hasLines)
         QVERIFY(darkestLine(icon, 48) > 100);
+}
+
+void TestLook::selectedIconTakesTheColourOfItsRow()
+{
+    QPalette palette = darkPalette(); // plain and selected writing are both white here
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(palette);
+    const QIcon icon = programIcon(u":res/iphone.png"_s);
+    const auto drawn = [&](QIcon::Mode mode) { return icon.pixmap(QSize(48, 48), 1.0, mode).toImage(); };
+    const QImage normal = drawn(QIcon::Normal);
+    QVERIFY(normal != drawn(QIcon::Selected)); // the accent is gone
+    QVERIFY(normal != drawn(QIcon::Disabled));
 }
 
 void TestLook::rowsArePlainAndShort_data()

@@ -49,7 +49,6 @@ class TestModels : public QObject
 private Q_SLOTS:
     void initTestCase() { installTexts(translator); }
     void cleanup() { QApplication::setPalette(QPalette()); }
-    void treeHasTwoRoots();
     void sourcesComeAndGo();
     void nodesComeDepthFirst();
     void sessionsStandNewestFirst();
@@ -68,15 +67,6 @@ private Q_SLOTS:
 private:
     QTranslator translator;
 };
-
-void TestModels::treeHasTwoRoots()
-{
-    const ItemModelMain model;
-    QCOMPARE(textsBelow(model, {}), QStringList({u"Devices"_s, u"Local Databases"_s}));
-    QCOMPARE(model.columnCount(), 1);
-    QCOMPARE(model.indexOf(model.rootLocalDb).data(Qt::SizeHintRole).toSize(), QSize(0, 25));
-    QVERIFY(!model.headerData(0, Qt::Horizontal, Qt::DisplayRole).isValid());
-}
 
 void TestModels::sourcesComeAndGo()
 {
@@ -134,7 +124,6 @@ void TestModels::sessionsOfDeletedChatsAreRed_data()
 {
     QTest::addColumn<qint64>("rowid");
     QTest::addColumn<bool>("red");
-    QTest::newRow("ordinary") << qint64(7) << false;
     QTest::newRow("madrid chat of iOS 5") << qint64(-7) << false;
     QTest::newRow("at the bound") << qint64(-1947483646) << false;
     QTest::newRow("below it") << qint64(-1947483647) << true;
