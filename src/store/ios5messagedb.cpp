@@ -1,5 +1,6 @@
 #include "ios5messagedb.h"
 
+#include "chatlinks.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "participants.h"
@@ -135,14 +136,6 @@ QString messageQuery(qint64 chatId)
     return sql;
 }
 
-void putIntoChat(_MsgMessage &message, _MsgChat &chat)
-{
-    message.chat = &chat;
-    chat.messages.insert(QString::number(message.rowid), &message);
-    if (chat.handles.size() == 1)
-        message.handle = *chat.handles.cbegin();
-}
-
 } // namespace
 
 /// Makes messages of the rows of one query.
@@ -188,11 +181,25 @@ public:
 private:
     QString sharedText(int column) { return shared.text(cursor.getUtf8(column)); }
 
+    void putIntoChat(_MsgMessage &message, _MsgChat &chat)
+    {
+        message.chat = &chat;
+        links.add(chat, message);
+        if (chat.handles.size() == 1)
+            message.handle = *chat.handles.cbegin();
+    }
+
+    QString partnerAddress()
+    {
+        return partners.text(cursor.getUtf8(handle),
+                             [this](const QString &stored) { return parts.normalAddress(stored); });
+    }
+
     void completeMadrid(_MsgMessage &message)
     {
         message.is_from_me = message.date_delivered > 0 ? 1 : 0;
         const QString room = sharedText(roomname);
-        const QString partner = parts.normalAddress(sharedText(handle));
+        const QString partner = partnerAddress();
         _MsgChat *chat = byIdentifier.value(room.isEmpty() ? partner : room);
         if (!chat)
             return;
@@ -223,7 +230,9 @@ private:
     ChatsByIdentifier byIdentifier;
     RecordReader<_MsgMessage> sms;
     RecordReader<_MsgMessage> madrid;
+    ChatLinks links;
     SharedTexts shared;
+    SharedTexts partners; // in normal form, by what is stored
     // Positions of columns.
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
 };
@@ -358,6 +367,8 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
     chats(store);
+    if (chatId == 0)
+        store->messages.reserve(rowCount(u"message"_s));
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(chatId)));
     MessageLoad load(cursor, *store, parts);
     const int rowid = cursor.columnIndex(u"rowid"_s);

@@ -30,7 +30,6 @@ private:
     void deriveNewestDates(_MsgStore &store);
     void readHandles(_MsgStore &store);
     void completeHandle(_MsgHandle &handle);
-    void reserveMessages(_MsgStore &store, qint64 chatId);
 
     QString path; ///< of the database
     [[maybe_unused]] bool upgrade;

@@ -112,7 +112,7 @@ QList<SamplePerson> sampleCast(int count, SampleRandom &random)
         SamplePerson person;
         const QString digits = mobileDigits(place, offset);
         giveName(person, place, random);
-        person.hasCard = place % 6 != 1 || place == 1;
+        person.hasCard = place % 6 != 1;
         if (place % 9 == 7)
             giveForeignNumber(person, place, digits);
         else if (place % 13 == 10)

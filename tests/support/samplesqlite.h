@@ -65,8 +65,8 @@ public:
     SampleStatement prepare(const char *sql);
     qint64 lastRowid() const;
 
-    /// Gives the name of an SQL function that Apple's triggers call; it returns 1 where `answerBit` is
-    /// set in its first argument, and 0 otherwise.
+    /// Stands in for an SQL function that the phone's triggers call. It answers 1 where a bit of
+    /// `answerBit` is set in its first argument, else 0.
     void addFunction(const char *name, int arguments, int answerBit);
 
     /// What is written from here on stands only in the write-ahead log, and the log stays beside the

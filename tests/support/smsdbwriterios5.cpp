@@ -92,13 +92,7 @@ SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addGroup(const SampleChat &chat)
 
 SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addMadridChat(const SampleChat &chat)
 {
-    const QString partner = chat.members.isEmpty() ? u"unknown"_s : chat.members.first().id;
-    QString identifier = chat.chat_identifier;
-    if (identifier.isNull())
-        identifier = chat.isGroup ? sampleRoomName(partner + QString::number(chats.size())) : partner;
-    const QString guid =
-        chat.guid.isNull() ? u"iMessage"_s % (chat.isGroup ? ";+;"_L1 : ";-;"_L1) % identifier : chat.guid;
-    const QString room = chat.isGroup && chat.room_name.isNull() ? identifier : chat.room_name;
+    const SampleChatIdentity identity = sampleIdentity(chat, int(chats.size()));
     SamplePlist participants = SamplePlist::array();
     for (const SampleHandle &member : chat.members)
         participants.append(member.id);
@@ -106,11 +100,12 @@ SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addMadridChat(const SampleChat &chat)
         .prepare(
             "INSERT INTO madrid_chat(style, state, account_id, properties, chat_identifier, service_name, "
             "guid, room_name, account_login, participants) VALUES(?,3,?,?,?,'Madrid',?,?,?,?)")
-        .run(chat.isGroup ? 43 : 45, u"6B29FC40-CA47-1067-B31D-00DD010662DA"_s, chat.properties, identifier,
-             guid, room, u"P:+34600000000"_s, participants.toBinary());
+        .run(chat.isGroup ? 43 : 45, sampleAccountGuid(chat.service), chat.properties,
+             identity.chat_identifier, identity.guid, identity.room_name, u"P:+34600000000"_s,
+             participants.toBinary());
     ChatRow row;
-    row.handle = chat.isGroup ? QString() : partner;
-    row.room_name = room;
+    row.handle = chat.isGroup || chat.members.isEmpty() ? QString() : chat.members.first().id;
+    row.room_name = identity.room_name;
     return row;
 }
 
