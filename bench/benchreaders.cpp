@@ -91,9 +91,10 @@ qint64 residentBytes()
 
 void measureMemory(const char *name, const QDir &root)
 {
-    malloc_trim(0); // what writing the samples left must not pass for room
+    malloc_trim(0); // what is free must not pass for taken, nor for room that the store needs not take
     const qint64 before = residentBytes();
     const _MsgStorePtr store = load(root);
+    malloc_trim(0);
     const double perMessage = double(residentBytes() - before) / double(store->messages.size()) / 1024;
     std::printf("%-52s %9.3f KiB a message %15.2f  %s\n", name, perMessage, 1.0,
                 perMessage <= 1.0 ? "reached" : "MISSED");
