@@ -157,11 +157,12 @@ public:
         , roomname(cursor.columnIndex(u"madrid_roomname"_s))
         , handle(cursor.columnIndex(u"madrid_handle"_s))
     {
+        // Of one identifier the lowest number wins: iMessage chats, whose numbers are negative, before texts.
         QList<_MsgChat *> chats = store.chats.values();
         std::sort(chats.begin(), chats.end(),
-                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid < b->rowid; });
+                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid > b->rowid; });
         for (_MsgChat *chat : std::as_const(chats))
-            byIdentifier.insert(chat->chat_identifier, chat); // the last of one identifier wins
+            byIdentifier.insert(chat->chat_identifier, chat);
     }
 
     void takeRow(qint64 rowid)

@@ -1,6 +1,7 @@
 #include "ios6messagedb.h"
 
 #include "chatlinks.h"
+#include "localschema.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
 #include "untoucheddb.h"
@@ -136,7 +137,13 @@ void link(const _MsgStore &store, _MsgMessage &message)
 } // namespace
 
 IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : path(messageDbPath(root)), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+{
+}
+
+IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+                             bool upgradeFile)
+    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -149,11 +156,15 @@ void IOS6MessageDb::openDb()
 {
     if (isOpen())
         return;
-    copy = openUntouchedThrow(*this, path);
+    if (upgrade)
+        openLocalDatabaseThrow(*this, path);
+    else
+        copy = openUntouchedThrow(*this, path);
     // Triggers of the phone call these.
     createFunctionThrow("delete_attachment_path", 1, keepsFile);
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
+    insertion = MessageInsertion(tables.value(u"message"_s));
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)

@@ -39,7 +39,7 @@ QString mobileDigits(int place, quint64 offset)
 /// A national number of nine digits as people type it.
 QString spelling(const QString &number, int style)
 {
-    const QString spaced = number.first(3) % u' ' % number.sliced(3, 3) % u' ' % number.last(3);
+    QString spaced = number.first(3) % u' ' % number.sliced(3, 3) % u' ' % number.last(3);
     switch (style) {
     case 0: return spaced;
     case 1: return u"+34 "_s % spaced;

@@ -72,8 +72,8 @@ void addListedRecords(BackupBuilder &builder, int wanted, SampleRandom &random)
             left -= 1;
         }
         if (left > 0) {
-            builder.missing(domain, folder % u"/object-"_s % random.guid() % u".dat"_s,
-                            quint64(random.below(1 << 20)));
+            const QString path = folder % u"/object-"_s % random.guid() % u".dat"_s;
+            builder.missing(domain, path, quint64(random.below(1 << 20)));
             left -= 1;
         }
     }

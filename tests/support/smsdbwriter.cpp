@@ -31,10 +31,9 @@ std::unique_ptr<SmsDbWriter> SmsDbWriter::create(const QString &path, IosVersion
 
 SmsDbWriter::SmsDbWriter(const QString &path, IosVersion generation) : version(generation), database(path)
 {
-    constexpr int readFlag = 2;
-    database.addFunction("read", 1, readFlag);
-    database.addFunction("delete_attachment_path", 1, 0);
-    database.addFunction("before_delete_attachment_path", 2, 0);
+    database.addFunction("read", 1, SampleSqlite::Answer::IsRead);
+    database.addFunction("delete_attachment_path", 1, SampleSqlite::Answer::Zero);
+    database.addFunction("before_delete_attachment_path", 2, SampleSqlite::Answer::Zero);
     database.execute(smsTables(version).constData());
     database.execute("BEGIN");
 }

@@ -50,16 +50,15 @@ SmsDbWriterIos5::SmsDbWriterIos5(const QString &path)
     : SmsDbWriter(path, IosVersion::Ios5)
     , insertSms(database.prepare(
           "INSERT INTO message(ROWID, address, date, text, flags, replace, svc_center, group_id, "
-          "association_id, "
-          "height, UIFlags, version, subject, country, read, madrid_version, madrid_type, madrid_error, "
-          "is_madrid, madrid_date_read, madrid_date_delivered) "
+          "association_id, height, UIFlags, version, subject, country, read, madrid_version, madrid_type, "
+          "madrid_error, is_madrid, madrid_date_read, madrid_date_delivered) "
           "VALUES(?,?,?,?,?,0,?,?,?,0,4,0,?,?,?,0,0,0,0,0,0)"))
     , insertMadrid(database.prepare(
           "INSERT INTO message(ROWID, date, text, flags, replace, group_id, association_id, height, UIFlags, "
           "version, subject, country, read, madrid_attributedBody, madrid_handle, madrid_version, "
-          "madrid_guid, "
-          "madrid_type, madrid_roomname, madrid_service, madrid_account, madrid_account_guid, madrid_flags, "
-          "madrid_attachmentInfo, madrid_error, is_madrid, madrid_date_read, madrid_date_delivered) "
+          "madrid_guid, madrid_type, madrid_roomname, madrid_service, madrid_account, madrid_account_guid, "
+          "madrid_flags, madrid_attachmentInfo, madrid_error, is_madrid, madrid_date_read, "
+          "madrid_date_delivered) "
           "VALUES(?,?,?,0,0,0,0,0,0,0,?,?,?,?,?,10,?,0,?,'Madrid','p:+34600000000',"
           "'6B29FC40-CA47-1067-B31D-00DD010662DA',?,?,?,1,?,?)"))
 {

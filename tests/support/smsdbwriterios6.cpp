@@ -31,10 +31,9 @@ SmsDbWriterIos6::SmsDbWriterIos6(const QString &path, IosVersion generation)
     : SmsDbWriter(path, generation)
     , insertMessage(database.prepare(
           "INSERT INTO message(ROWID, guid, text, service_center, handle_id, subject, country, "
-          "attributedBody, "
-          "version, service, account, account_guid, error, date, date_read, date_delivered, is_delivered, "
-          "is_finished, is_from_me, is_read, is_sent, cache_has_attachments, cache_roomnames, "
-          "was_data_detected) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"))
+          "attributedBody, version, service, account, account_guid, error, date, date_read, date_delivered, "
+          "is_delivered, is_finished, is_from_me, is_read, is_sent, cache_has_attachments, "
+          "cache_roomnames, was_data_detected) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"))
     , insertChatMessage(database.prepare("INSERT INTO chat_message_join(chat_id, message_id) VALUES(?,?)"))
 {
 }
