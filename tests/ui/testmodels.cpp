@@ -56,6 +56,7 @@ private Q_SLOTS:
     void sessionsOfDeletedChatsAreRed();
     void sessionIcons_data();
     void sessionIcons();
+    void removalEmptiesTheSelection_data();
     void removalEmptiesTheSelection();
     void tenThousandConversations();
     void messageCells_data();
@@ -179,22 +180,32 @@ void TestModels::sessionIcons()
     }
 }
 
+void TestModels::removalEmptiesTheSelection_data()
+{
+    QTest::addColumn<int>("removed"); // the row among the phones
+    QTest::addColumn<bool>("stays");
+    QTest::newRow("the phone of the selected conversation") << 0 << false;
+    QTest::newRow("another phone") << 1 << true;
+}
+
 void TestModels::removalEmptiesTheSelection()
 {
+    QFETCH(int, removed);
     MessageFixture fixture;
-    fixture.chat(1, u"a"_s, {});
+    fixture.chat(1, u"a"_s, {}).chat(2, u"b"_s, {});
     ItemModelMain model;
     _IOSDeviceItemNode *device = model.addDevice({}, {});
     device->store = fixture.store;
     model.loadSessions(device);
+    model.addDevice({}, {});
     MyTreeView view;
     view.setModel(&model);
     view.expandAll();
     view.setCurrentIndex(model.index(0, 0, model.indexOf(device)));
     const QSignalSpy changes(&view, &MyTreeView::onSelectionChanged);
-    model.removeNode(device);
-    QVERIFY(changes.count() > 0);
-    QVERIFY(!view.selectionModel()->isSelected(model.indexOf(device)));
+    model.removeNode(model.rootDevice->children.at(removed));
+    QTEST(view.selectionModel()->hasSelection(), "stays");
+    QCOMPARE(changes.count() == 0, view.selectionModel()->hasSelection());
 }
 
 void TestModels::tenThousandConversations()
