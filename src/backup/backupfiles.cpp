@@ -24,11 +24,12 @@ void openForReading(QFile &file)
 QByteArray readWholeFile(QFile &file, qint64 mostBytes)
 {
     openForReading(file);
-    if (file.size() > mostBytes) {
+    const qint64 size = file.size();
+    if (size > mostBytes) {
         const QString text = u"%1 is %2 bytes long, more than a phone ever writes; it is damaged"_s;
-        throw std::runtime_error(text.arg(file.fileName(), QString::number(file.size())).toStdString());
+        throw std::runtime_error(text.arg(file.fileName(), QString::number(size)).toStdString());
     }
-    const QByteArray content = file.read(mostBytes);
+    const QByteArray content = file.read(size);
     if (file.error() != QFileDevice::NoError)
         throwFileError(file);
     return content;
