@@ -79,6 +79,7 @@ void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, J
             progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
         target.append(*message);
     }
+    throwIfCancelled(progress);
 }
 
 } // namespace

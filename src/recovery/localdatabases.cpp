@@ -94,7 +94,7 @@ LocalDatabase localDatabaseToFill(const QString &name)
         return *known;
     const QString error = localDatabaseNameError(name);
     if (!error.isEmpty())
-        throw std::runtime_error(u"%1: %2"_s.arg(name, error).toStdString());
+        throw std::runtime_error(error.toStdString());
     return {name.trimmed(), localDatabasesDir().absoluteFilePath(name.trimmed())};
 }
 
