@@ -60,8 +60,10 @@ QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QString &chatIdentifier)
 
 QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QStringList &chatIdentifiers)
 {
+    QStringList asked = chatIdentifiers;
+    asked.removeDuplicates();
     QList<qint64> chats;
-    for (const QString &identifier : chatIdentifiers)
+    for (const QString &identifier : std::as_const(asked))
         chats.append(chatRowidsThrow(db, identifier));
     return chats;
 }

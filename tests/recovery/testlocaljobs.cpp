@@ -216,7 +216,7 @@ void TestLocalJobs::aDeletedDatabaseIsGoneAltogether()
     deleteLocalDatabase(sample);
     QVERIFY(!QFile::exists(sample.path));
     QVERIFY(!findLocalDatabase(u"Sample"_s));
-    QVERIFY(!QFile::exists(dataRoot().filePath(u"deleted_databases"_s)));
+    QVERIFY(databases.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     QVERIFY(failureOf([this] { deleteLocalDatabase(sample); }).contains(sample.path));
 }
 
