@@ -30,11 +30,12 @@ QString onOneLine(QString text)
     return text.remove(u'\r').replace(u'\n', u' ');
 }
 
-void writeLine(QTextStream &stream, const QString &date, const QString &flag, const QString &name,
+void writeLine(QTextStream &stream, const QString &date, const QString &flag, const QString &paddedName,
                const QString &message)
 {
-    stream << qSetFieldWidth(dateWidth) << date << qSetFieldWidth(flagWidth) << flag
-           << qSetFieldWidth(nameWidth) << name << qSetFieldWidth(0) << message << u'\n';
+    const QString line =
+        date.leftJustified(dateWidth) + flag.leftJustified(flagWidth) + paddedName + message + u'\n';
+    stream << line;
 }
 
 } // namespace
@@ -46,7 +47,7 @@ ExportMessagesTxt::ExportMessagesTxt(const QString &path) : target(path)
 void ExportMessagesTxt::begin()
 {
     target.open();
-    writeLine(target.text(), u"Date"_s, u"Flag"_s, u"Name"_s, u"Message"_s);
+    writeLine(target.text(), u"Date"_s, u"Flag"_s, u"Name"_s.leftJustified(nameWidth), u"Message"_s);
 }
 
 void ExportMessagesTxt::write(const _MsgMessage &message)
@@ -62,11 +63,13 @@ void ExportMessagesTxt::end()
 
 const QString &ExportMessagesTxt::name(const _MsgMessage &message)
 {
-    static const QString unknown = u"Unknown"_s;
+    static const QString unknown = u"Unknown"_s.leftJustified(nameWidth);
     if (!message.chat)
         return unknown;
     QString &text = isEvent(message) ? titles[message.chat] : senders[{message.chat, message.handle}];
-    if (text.isEmpty())
-        text = onOneLine(isEvent(message) ? chatTitle(*message.chat, false) : senderLabel(message));
+    if (text.isEmpty()) {
+        const QString label = isEvent(message) ? chatTitle(*message.chat, false) : senderLabel(message);
+        text = onOneLine(label).leftJustified(nameWidth);
+    }
     return text;
 }

@@ -23,6 +23,7 @@ public:
     void end() override;
 
 private:
+    /// Padded to its column.
     const QString &name(const _MsgMessage &message);
 
     ExportTarget target;

@@ -19,7 +19,6 @@ void ExportTarget::open()
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         fail();
     stream.setDevice(&file);
-    stream.setFieldAlignment(QTextStream::AlignLeft);
 }
 
 void ExportTarget::finish()

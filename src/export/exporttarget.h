@@ -13,7 +13,7 @@ public:
 
     /// Opens the file, truncated. Throws with the file's name and error text.
     void open();
-    /// Where the text goes. Left-aligned fields.
+    /// Where the text goes.
     QTextStream &text() { return stream; }
     /// Flushes and puts the file under its name. Throws if any write failed, as on a full disk.
     void finish();

@@ -49,7 +49,7 @@ void Sqlite3DB::openThrow(const QString &path, int flags)
 {
     close();
     sqlite3 *raw = nullptr;
-    // One thread at a time uses a connection: SQLite needs no lock of its own for each call.
+    // One thread at a time uses a connection: a lock around every column would be a fifth of a read.
     const int result = sqlite3_open_v2(path.toUtf8().constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<sqlite3, Closer> opened(raw); // SQLite hands out a connection even when opening fails
     if (result != SQLITE_OK) {

@@ -83,7 +83,6 @@ private:
     void deriveNewestDates(_MsgStore &store);
     void readHandles(_MsgStore &store);
     void completeHandle(_MsgHandle &handle);
-    void reserveMessages(_MsgStore &store, qint64 chatId);
     qint64 firstRowid(const Sqlite3Sql &sql);
     QSet<qint64> chatsOf(qint64 messageId);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
