@@ -2,7 +2,7 @@
 add_library(common INTERFACE)
 target_compile_features(common INTERFACE cxx_std_20)
 target_compile_options(common INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+  -Wall -Wextra -Winvalid-pch -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
 target_compile_definitions(common INTERFACE
   QT_NO_CAST_FROM_ASCII
   QT_NO_CAST_TO_ASCII
@@ -21,6 +21,16 @@ if(MARROWLIGHT_SANITIZE)
   target_link_options(common INTERFACE -fsanitize=${MARROWLIGHT_SANITIZE})
 endif()
 
+# add_precompiled(pch pch.h): headers of cmake/ compiled once, for targets that say REUSE_FROM pch.
+function(add_precompiled name header)
+  file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" "")
+  add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+  set_target_properties(${name} PROPERTIES AUTOMOC OFF)
+  target_link_libraries(${name} PRIVATE common ${ARGN})
+  target_precompile_headers(${name} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${PROJECT_SOURCE_DIR}/cmake/${header}>")
+endfunction()
+add_precompiled(pch pch.h)
+
 # One library of a folder under src/. FILES are listed by name; LINKS may name only what stands
 # below the folder. A library shows its headers by its own folder, so that an include that runs
 # upward does not compile.
@@ -29,5 +39,5 @@ function(add_layer name)
   add_library(${name} STATIC ${LAYER_FILES})
   target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
   target_link_libraries(${name} PUBLIC common ${LAYER_LINKS} PRIVATE ${LAYER_PRIVATE_LINKS})
-  target_precompile_headers(${name} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${PROJECT_SOURCE_DIR}/cmake/pch.h>")
+  target_precompile_headers(${name} REUSE_FROM pch)
 endfunction()
