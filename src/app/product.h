@@ -8,5 +8,9 @@ QString productName();
 QString versionText();
 /// Host that takes error reports; empty, the default, means that none is sent.
 QString reportHost();
+/// Address of the product's web site, ending in "/".
+QString websiteAddress();
+/// Mail address to which people can turn for help.
+QString supportAddress();
 /// 32 characters that name the program's data folder.
 QString productIdentifier();

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+// The modal message boxes of the program. All texts are rich text: names and words that came from
+// outside go in through `toHtmlEscaped`, whole messages through `plainInBox`. Main thread only.
+
+/// Shows a box with a `QMessageBox::Icon` and those of the `QMessageBox` buttons Yes, No, Ok and Cancel
+/// that `buttons` asks for. Returns the button pressed; Escape counts as Cancel, No, or the only button.
+int showMessage(int icon, const QString &text, int buttons);
+
+void showInfo(const QString &text);
+void showWarning(const QString &text);
+/// The text goes out as an error report, too.
+void showCritical(const QString &text);
+/// Shows `text` with a word on where to find help and sends it as an error report. `text` is plain text
+/// in which `<br/>` breaks the line.
+void showError(const QString &text);
+
+/// True for Yes.
+bool askYesNo(const QString &text);
+/// The same under its short name.
+bool ask(const QString &text);
+
+/// `text` as it stands, but for `<br/>` and line ends, which break the line, and entities.
+QString plainInBox(const QString &text);

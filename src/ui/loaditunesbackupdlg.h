@@ -1,0 +1,36 @@
+#pragma once
+
+#include "framelessdialog.h"
+#include "itemmodelloadbk.h"
+
+class MyTreeView;
+
+/// Lets a person pick a backup: one in the default place, or any other folder. `exec()` is 1 with a backup
+/// chosen. No password is asked for here, and no list of files is read.
+class LoadItunesBackupDlg : public FramelessDialog
+{
+    Q_OBJECT
+
+public:
+    explicit LoadItunesBackupDlg(QWidget *parent = nullptr);
+
+    /// The backup chosen; null until the dialog was accepted.
+    QSharedPointer<BackupManifest> selected() const { return chosen; }
+
+    /// Lists the backup in `folder` and makes it the current one. A folder that is none, or is listed
+    /// already, is told in a box.
+    void addFolder(const QString &folder);
+
+public Q_SLOTS:
+    void btnLoadClicked();
+    void btnAddOtherClicked(const QString &link);
+
+private:
+    void build();
+    QLabel *addOtherLabel();
+    void setUpList();
+
+    ItemModelLoadBk *model;
+    MyTreeView *listBackups;
+    QSharedPointer<BackupManifest> chosen;
+};

@@ -1,0 +1,64 @@
+#include "localdbselform.h"
+
+#include "boxes.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+bool isValidName(const QString &name)
+{
+    static const QRegularExpression forbidden(u"[\\\\/:\\*\\?\\\"<>|]+"_s);
+    static const QRegularExpression onlyDots(u"^\\.+$"_s); // would be this folder or the one above
+    return !forbidden.match(name).hasMatch() && !onlyDots.match(name).hasMatch();
+}
+
+} // namespace
+
+LocalDbSelForm::LocalDbSelForm(const QStringList &names, const QString &proposal, QWidget *parent)
+    : FramelessDialog(u"Select one Database for backup"_s, parent), cbLocalDbNames(new QComboBox(this))
+{
+    build(names, proposal);
+}
+
+void LocalDbSelForm::build(const QStringList &names, const QString &proposal)
+{
+    QLabel *label = heading(u"label"_s, u"Select current database to merge or enter a new database name:"_s);
+    QLabel *note = this->note(u"Selecting current Database will merge messages;"
+                              "entering new DB name will create a new Database."_s);
+    cbLocalDbNames->setObjectName(u"cbLocalDbNames"_s);
+    cbLocalDbNames->setEditable(true);
+    cbLocalDbNames->addItems(names);
+    cbLocalDbNames->setEditText(proposal);
+    cbLocalDbNames->lineEdit()->selectAll();
+    cbLocalDbNames->setAccessibleName(label->text());
+    cbLocalDbNames->setAccessibleDescription(note->text());
+    label->setBuddy(cbLocalDbNames);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(label);
+    layout->addWidget(cbLocalDbNames);
+    layout->addWidget(note);
+    layout->addLayout(
+        buttonRow({u"btnOK"_s, u"C&onfirm"_s, [this] { confirm(); }}, {u"btnClose"_s, u"&Cancel"_s}));
+    setMinimumWidth(420);
+    cbLocalDbNames->setFocus();
+}
+
+void LocalDbSelForm::confirm()
+{
+    const QString typed = cbLocalDbNames->currentText().trimmed();
+    if (typed.isEmpty())
+        return showWarning(QObject::tr("IDS_PLEASE_SELECT_DATABASE_OR_INPUT_NEW_NAME"));
+    if (!isValidName(typed))
+        return showWarning(QObject::tr("IDS_INVALID_LOCALDB_NAME").toHtmlEscaped());
+    name = typed;
+    accept();
+}

@@ -1,0 +1,126 @@
+#include "smsbrowser.h"
+
+#include "fileopener.h"
+#include "smspagehtml.h"
+#include "stylesheet.h"
+
+#include <QEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr char16_t lightColours[] = u".t{font-size:13px;padding:5px 10px} "
+                                    ".c,.sc{font-size:14px;padding:5px 10px;background-color:#EEEEEE;}"
+                                    ".send{/*background-color:#CEE0EC;*/} .send .t{color:#008040;}"
+                                    ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}";
+// Comes behind the light ones: their colours can't be read on a dark ground.
+constexpr char16_t darkColours[] =
+    u".c,.sc{background-color:#3A3A3A;} .send .t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
+
+} // namespace
+
+SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent)
+{
+    applyColours();
+    setOpenLinks(false);
+    connect(this, &QTextBrowser::anchorClicked, this, &SmsBrowser::onAnchorClicked);
+}
+
+void SmsBrowser::setMessages(const QList<_MsgMessage *> &shown)
+{
+    messages = shown;
+    page = 0;
+    if (messages.isEmpty())
+        clear();
+    else
+        firstPage();
+}
+
+void SmsBrowser::clearMessages()
+{
+    setMessages({});
+}
+
+int SmsBrowser::pageCount() const
+{
+    return pagesFor(messages.size());
+}
+
+void SmsBrowser::showMessage(int row)
+{
+    if (row < 0 || row >= messages.size())
+        return;
+    const int wanted = pagesFor(row + 1);
+    if (wanted != page)
+        render(wanted);
+    const QString anchor = u"sms_%1"_s.arg(messages.at(row)->rowid);
+    // Queued: a new page has no layout yet.
+    QMetaObject::invokeMethod(
+        this, [this, anchor] { scrollToAnchor(anchor); }, Qt::QueuedConnection);
+}
+
+void SmsBrowser::firstPage()
+{
+    goToPage(1, QTextCursor::Start);
+}
+
+void SmsBrowser::previousPage()
+{
+    goToPage(page - 1, QTextCursor::End);
+}
+
+void SmsBrowser::nextPage()
+{
+    goToPage(page + 1, QTextCursor::Start);
+}
+
+void SmsBrowser::lastPage()
+{
+    goToPage(pageCount(), QTextCursor::End);
+}
+
+void SmsBrowser::goToPage(int number, QTextCursor::MoveOperation cursorTo)
+{
+    if (number < 1 || number > pageCount())
+        return;
+    render(number);
+    moveCursor(cursorTo);
+}
+
+void SmsBrowser::render(int number)
+{
+    page = number;
+    setUpdatesEnabled(false);
+    setHtml(smsPageHtml(messages, page));
+    setUpdatesEnabled(true);
+}
+
+void SmsBrowser::onAnchorClicked(const QUrl &url)
+{
+    if (url.path() == "/pre_page"_L1)
+        previousPage();
+    else if (url.path() == "/next_page"_L1)
+        nextPage();
+    else if (url.isLocalFile())
+        openWithShell(url.toLocalFile());
+}
+
+void SmsBrowser::changeEvent(QEvent *event)
+{
+    QTextBrowser::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        applyColours();
+        if (page > 0)
+            render(page);
+    }
+}
+
+void SmsBrowser::applyColours()
+{
+    QString colours = QString::fromUtf16(lightColours);
+    if (isDarkPalette())
+        colours += QString::fromUtf16(darkColours);
+    document()->setDefaultStyleSheet(colours);
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "messagerecords.h"
+
+#include <QTextBrowser>
+
+/// A conversation in pages of 50 messages. Its cost doesn't grow with the conversation.
+class SmsBrowser : public QTextBrowser
+{
+    Q_OBJECT
+
+public:
+    explicit SmsBrowser(QWidget *parent = nullptr);
+
+    /// Shows the first page of `shown`. The records are borrowed from the store of their source.
+    void setMessages(const QList<_MsgMessage *> &shown);
+    void clearMessages();
+    /// Scrolls to a message, on whatever page it is. Rows that don't exist are passed over.
+    void showMessage(int row);
+
+    void firstPage();
+    void previousPage();
+    void nextPage();
+    void lastPage();
+
+    /// From 1; 0 when there are no messages.
+    int currentPage() const { return page; }
+    int pageCount() const;
+
+public Q_SLOTS:
+    /// Turns the page or opens a local file.
+    void onAnchorClicked(const QUrl &url);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void goToPage(int number, QTextCursor::MoveOperation cursorTo);
+    void render(int number);
+    void applyColours();
+
+    QList<_MsgMessage *> messages;
+    int page = 0;
+};

@@ -1,0 +1,61 @@
+#include "smspagehtml.h"
+
+#include "htmltext.h"
+#include "messagestore.h"
+#include "messagetext.h"
+
+#include <QLocale>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// One row of a message's table: its cell stands in the right half for a sent message, else in the left.
+QString tableRow(bool isSent, const QString &cell, const QString &emptyClass)
+{
+    const QString empty = u"<td width=\"50%\" class=\"%1\"></td>"_s.arg(emptyClass);
+    return isSent ? u"<tr>"_s + empty + cell + u"</tr>"_s : u"<tr>"_s + cell + empty + u"</tr>"_s;
+}
+
+QString titleCell(const _MsgMessage &message)
+{
+    const QString date = QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
+    const QString direction = message.is_from_me ? u"To:"_s : u"From:"_s;
+    return u"<td width=\"50%\" class=\"t\">"_s + htmlText(date) + u"<br/>"_s + direction + u" "_s +
+           htmlText(senderLabel(message)) + u"</td>"_s;
+}
+
+QString contentCell(const _MsgMessage &message)
+{
+    return u"<td width=\"50%\" class=\"c\">"_s + htmlText(renderText(message)) + u"</td>"_s;
+}
+
+QString messageHtml(const _MsgMessage &message)
+{
+    const bool isSent = message.is_from_me != 0;
+    return u"<a name=\"sms_%1\"></a>"_s.arg(message.rowid) +
+           u"<table class=\"%1\" width=\"100%\" cellpadding=\"0\" border=\"0\" cellspacing=\"0\">"_s.arg(
+               isSent ? u"send"_s : u"rec"_s) +
+           tableRow(isSent, titleCell(message), u"st"_s) + tableRow(isSent, contentCell(message), u"sc"_s) +
+           u"</table>"_s;
+}
+
+} // namespace
+
+int pagesFor(qsizetype messageCount)
+{
+    return int((messageCount + messagesPerPage - 1) / messagesPerPage);
+}
+
+QString smsPageHtml(const QList<_MsgMessage *> &messages, int page)
+{
+    QString html = u"<a name=\"start\"></a>"_s;
+    if (page > 1)
+        html += u"<p><a href=\"/pre_page\">&lt;&lt;Previous Page</a></p>"_s;
+    for (const _MsgMessage *message : messages.mid((page - 1) * messagesPerPage, messagesPerPage))
+        html += messageHtml(*message);
+    if (page < pagesFor(messages.size()))
+        html += u"<p><a href=\"/next_page\">&gt;&gt;Next Page</a></p>"_s;
+    return html + u"<a name=\"end\"></a>"_s;
+}

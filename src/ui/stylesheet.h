@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+/// The style sheet of all windows, read once from the resources; empty when it can't be read.
+QString loadStyleSheet();
+
+/// Whether the application's palette is light writing on a dark ground.
+bool isDarkPalette();

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+/// Plays the person in front of message boxes: notes the text of each that opens and presses `answer`.
+class BoxReader
+{
+public:
+    explicit BoxReader(QMessageBox::StandardButton answer = QMessageBox::Ok) : button(answer)
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this] { read(); });
+        timer.start(5);
+    }
+
+    QStringList texts;
+    QList<QMessageBox::Icon> icons;
+
+private:
+    void read()
+    {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box || !box->button(button))
+            return;
+        texts.append(box->text());
+        icons.append(box->icon());
+        box->button(button)->click();
+    }
+
+    QMessageBox::StandardButton button;
+    QTimer timer;
+};
