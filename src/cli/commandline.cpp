@@ -32,8 +32,8 @@ const QList<OptionSyntax> selectionOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
 };
 const QList<OptionSyntax> exportOptions = {
-    {"format", "txt|csv", "Format of the file.", true},
-    {"out", "PATH", "The file to write.", true},
+    {"format", "txt|csv|html|pdf", "What to write.", true},
+    {"out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.", true},
 };
 
 const QList<CommandSyntax> &commandTable()
@@ -45,7 +45,8 @@ const QList<CommandSyntax> &commandTable()
          {{"root", "DIR", "Look for backups below DIR."}}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
         {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions},
-        {"export", "SOURCE", "Writes messages to a file.", sourceOptions + selectionOptions + exportOptions},
+        {"export", "SOURCE", "Writes messages to a file or a folder.",
+         sourceOptions + selectionOptions + exportOptions},
     };
     return table;
 }
