@@ -37,6 +37,11 @@ ExitStatus run(const CommandLine &line)
     }
 }
 
+void startLog()
+{
+    logInit(dataRoot().absoluteFilePath(u"qlogs"_s), logFilesKept, LogConsole::Silent);
+}
+
 /// PDF needs what knows fonts; the other commands start faster without it.
 bool asksForPdf(std::span<char *const> words)
 {
@@ -52,9 +57,10 @@ std::unique_ptr<QCoreApplication> makeApplication(int &argc, char **argv)
 {
     if (!asksForPdf({argv, size_t(argc)}))
         return std::make_unique<QCoreApplication>(argc, argv);
-    // Pages come out the same with and without a display.
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Pages come out the same with and without a display, whatever the environment says of it.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // What the platform has to say is for the log.
+    startLog();
     return std::make_unique<QGuiApplication>(argc, argv);
 }
 
@@ -73,6 +79,6 @@ int main(int argc, char **argv)
         return int(ExitStatus::Done);
     }
     installInterruptHandler();
-    logInit(dataRoot().absoluteFilePath(u"qlogs"_s), logFilesKept, LogConsole::Silent);
+    startLog();
     return int(run(parsed.line));
 }
