@@ -25,8 +25,8 @@ enum class FinishedFiles {
 struct ExportPlan {
     QString path; ///< a file, or for formats of one file a conversation the folder of the files
     int format = ExportText;
-    bool ascending =
-        true; ///< oldest first in the file of a conversation; formats of one file keep the list's order
+    /// Oldest first within a conversation; a format of one file keeps the order of the list.
+    bool ascending = true;
     FinishedFiles afterFailure = FinishedFiles::Stay;
 };
 

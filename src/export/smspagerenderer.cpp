@@ -8,7 +8,7 @@
 #include <QPrinter>
 #include <QTextLayout>
 
-#include <array>
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -46,6 +46,17 @@ public:
     }
 
     int height() const { return wholeHeight; }
+    /// How many characters stand on lines that end above `height`.
+    qsizetype charactersAbove(int height) const
+    {
+        qsizetype count = 0;
+        for (int i = 0; i < layout.lineCount(); ++i) {
+            const QTextLine line = layout.lineAt(i);
+            if (line.y() + line.height() <= height)
+                count = line.textStart() + line.textLength();
+        }
+        return count;
+    }
     void draw(QPainter &painter, int x, int y) const { layout.draw(&painter, QPointF(x, y)); }
 
 private:
@@ -93,7 +104,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     const int height = date.height() + lineGap + title.height() + lineGap + text.height();
     ensureRoom(height);
     if (height > bottom - y + 1)
-        qWarning("message %lld is taller than a page: its end is not on the paper", message.rowid);
+        qWarning("message %lld is taller than a page and runs off at its bottom", message.rowid);
 
     painter.setPen(message.is_from_me != 0 ? QColor(0, 128, 64) : QColor(0, 0, 255));
     date.draw(painter, left, y);
@@ -122,10 +133,20 @@ void SmsPageRenderer::ensureRoom(int height)
     drawPageNumber();
 }
 
-QString SmsPageRenderer::titleLine(const _MsgMessage &message)
+const QString &SmsPageRenderer::titleLine(const _MsgMessage &message)
 {
-    QString &title = titles[message.chat];
-    if (title.isEmpty() && message.chat)
-        title = chatTitle(*message.chat, true);
-    return (message.is_from_me != 0 ? u"To: "_s : u"From: "_s) + title;
+    const bool isSent = message.is_from_me != 0;
+    QString &line = titleLines[{message.chat, isSent}];
+    if (line.isEmpty()) {
+        const QString title = message.chat ? chatTitle(*message.chat, true) : QString();
+        line = onHalfAPage((isSent ? u"To: "_s : u"From: "_s) + title);
+    }
+    return line;
+}
+
+QString SmsPageRenderer::onHalfAPage(const QString &text) const
+{
+    const qsizetype fitting =
+        WrappedText(text, font, printer, right - left + 1).charactersAbove((bottom - top) / 2);
+    return fitting == text.size() ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');
 }

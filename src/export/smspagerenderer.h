@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QString>
 
+#include <utility>
+
 class QPainter;
 class QPrinter;
 struct _MsgChat;
@@ -13,7 +15,7 @@ struct _MsgMessage;
 
 /// Paints messages on numbered pages, for PDF files and for paper. A message stands whole on a page: where
 /// the rest of a page is too short for it, it goes to the next one, and one that is taller than a page
-/// runs off at its bottom.
+/// runs off at its bottom. A title is cut where it would take more than half a page from its messages.
 class SmsPageRenderer
 {
 public:
@@ -28,7 +30,8 @@ public:
 private:
     void drawPageNumber();
     void ensureRoom(int height);
-    QString titleLine(const _MsgMessage &message);
+    const QString &titleLine(const _MsgMessage &message);
+    QString onHalfAPage(const QString &text) const;
 
     QPrinter *printer = nullptr;
     int left = 0; ///< of the box for text, in pixels of the printer; so are the next four
@@ -41,5 +44,5 @@ private:
     QPainter &painter;
     QFont font;
     LocalDateText dates;
-    QHash<const _MsgChat *, QString> titles;
+    QHash<std::pair<const _MsgChat *, bool>, QString> titleLines; ///< by direction too
 };

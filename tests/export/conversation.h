@@ -8,14 +8,12 @@
 #include <memory>
 #include <vector>
 
-using namespace Qt::StringLiterals;
-
 /// A chat and its messages, told in the order in which they came.
 class Conversation
 {
 public:
-    explicit Conversation(const QList<_MsgHandle> &members, const QString &identifier = u"chat1"_s,
-                          qint64 chatRowid = 1)
+    explicit Conversation(const QList<_MsgHandle> &members,
+                          const QString &identifier = QStringLiteral("chat1"), qint64 chatRowid = 1)
     {
         chat.rowid = chatRowid;
         chat.chat_identifier = identifier;

@@ -93,6 +93,7 @@ private Q_SLOTS:
     void pdfTextIsFound();
     void pdfMessagesMoveWholeToTheNextPage();
     void aMessageTallerThanAPageRunsOff();
+    void aLongTitleLeavesRoomForItsMessage();
     void aPainterThatCantStartIsSilent();
     void hugeMessagesBreakNothing();
     void typedNamesBecomePlans_data();
@@ -413,6 +414,16 @@ void TestPages::aMessageTallerThanAPageRunsOff()
     QCOMPARE(pages.size(), 3);
     QVERIFY(pages.at(1).contains(u"tall line 1."_s) && !pages.at(1).contains(u"tall line 200."_s));
     QVERIFY(pages.at(2).contains(u"after"_s) && !pages.at(2).contains(u"tall"_s));
+}
+
+void TestPages::aLongTitleLeavesRoomForItsMessage()
+{
+    if (isMissing(u"pdftotext"_s))
+        QSKIP("pdftotext is not installed");
+    Conversation conversation({person(u"+34611"_s, u"name "_s.repeated(1000))});
+    conversation.add(u"the message"_s);
+    const QString text = pagesOf(exportPdf(conversation)).join(u' ');
+    QVERIFY(text.contains(u"From: name name"_s) && text.contains(u"…\nthe message\n"_s));
 }
 
 void TestPages::aPainterThatCantStartIsSilent()
