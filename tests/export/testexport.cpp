@@ -169,7 +169,7 @@ void TestExport::datesAreThoseOfQt()
     LocalDateText dates;
     for (int i = 0; i < 20000; ++i) {
         // Both neighbours, so that a change of the clock between them shows.
-        const int date = int(random.bounded(-2'000'000'000, 2'000'000'000));
+        const int date = int(random.bounded(4'000'000'000u) - 2'000'000'000LL);
         for (const int near : {date, date + 1}) {
             const QDateTime time = appleDateTime(near);
             QCOMPARE(dates.iso(near), time.toString(u"yyyy-MM-dd hh:mm:ss"_s));
