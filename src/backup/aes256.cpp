@@ -35,10 +35,10 @@ void wipe(QByteArray &secret)
     secret.clear();
 }
 
-void Aes256::Closer::operator()(mbedtls_aes_context *context) const noexcept
+void Aes256::Closer::operator()(mbedtls_aes_context *closed) const noexcept
 {
-    mbedtls_aes_free(context); // wipes it too
-    delete context;
+    mbedtls_aes_free(closed); // wipes it too
+    delete closed;
 }
 
 Aes256::Aes256() : context(new mbedtls_aes_context)

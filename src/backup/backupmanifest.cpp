@@ -60,8 +60,11 @@ void BackupManifest::loadInfo()
 
 void BackupManifest::loadIndex()
 {
-    if (rootNode.children.isEmpty())
-        buildManifestTree(*this, readMbdbFile(backupDir.absoluteFilePath(u"Manifest.mbdb"_s)));
+    if (!rootNode.children.isEmpty())
+        return;
+    const QString path = backupDir.absoluteFilePath(u"Manifest.mbdb"_s);
+    manifestBytes = readMbdbBytes(path);
+    buildManifestTree(*this, manifestBytes, path);
 }
 
 bool BackupManifest::unlockKeyBag(const QString &password)

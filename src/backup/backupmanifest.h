@@ -55,6 +55,7 @@ public:
     QString displayName;
 
     const QDir backupDir;
+    /// The strings of its records point into memory of this object: copy them deep to keep them longer.
     _ManifestNode rootNode;
 
     // Set by `unlockKeyBag`: tag to value, and for each protection class the same with "KEY", the plain
@@ -82,4 +83,7 @@ public:
     _ManifestNode *callHistoryStore = nullptr;
     QMap<QString, _ManifestNode *> recordingsByName;
     QMap<int, _ManifestNode *> voicemailsById;
+
+private:
+    QByteArray manifestBytes;
 };

@@ -35,12 +35,12 @@ constexpr KnownDatabase knownDatabases[] = {
     {wirelessDomain, "Library/CallHistory/call_history.db"_L1, &BackupManifest::callHistoryDatabase},
 };
 
-bool isSame(const QString &text, QLatin1StringView known)
+bool isSame(QStringView text, QLatin1StringView known)
 {
     return text.size() == known.size() && text.compare(known, Qt::CaseInsensitive) == 0;
 }
 
-bool isBelow(const QString &path, QLatin1StringView folder)
+bool isBelow(QStringView path, QLatin1StringView folder)
 {
     return path.startsWith(folder, Qt::CaseInsensitive);
 }
@@ -56,6 +56,12 @@ QString baseName(const QString &fileName)
     return fileName.section(u'.', 0, 0);
 }
 
+// Files come in the order of their paths, so that most keys go to the end of their map.
+void insertLast(QMap<QString, _ManifestNode *> &map, const QString &key, _ManifestNode *node)
+{
+    map.insert(map.cend(), key, node);
+}
+
 bool isPictureSuffix(const QString &suffix)
 {
     return suffix == ".jpg"_L1 || suffix == ".png"_L1;
@@ -63,7 +69,13 @@ bool isPictureSuffix(const QString &suffix)
 
 } // namespace
 
-void KnownPaths::add(const QString &domain, const QString &path, _ManifestNode *node)
+bool KnownPaths::hasDomain(const QString &domain)
+{
+    return isSame(domain, cameraRollDomain) || isSame(domain, homeDomain) || isSame(domain, mediaDomain) ||
+           isSame(domain, wirelessDomain);
+}
+
+void KnownPaths::add(const QString &domain, QStringView path, _ManifestNode *node)
 {
     if (isSame(domain, cameraRollDomain))
         addPicture(path, node);
@@ -75,7 +87,7 @@ void KnownPaths::add(const QString &domain, const QString &path, _ManifestNode *
         addMedia(path, node);
 }
 
-bool KnownPaths::addDatabase(const QString &domain, const QString &path, _ManifestNode *node)
+bool KnownPaths::addDatabase(const QString &domain, QStringView path, _ManifestNode *node)
 {
     for (const KnownDatabase &known : knownDatabases) {
         if (manifest.*known.field || !isSame(path, known.path) || !isSame(domain, known.domain))
@@ -86,7 +98,7 @@ bool KnownPaths::addDatabase(const QString &domain, const QString &path, _Manife
     return false;
 }
 
-void KnownPaths::addPicture(const QString &path, _ManifestNode *node)
+void KnownPaths::addPicture(QStringView path, _ManifestNode *node)
 {
     static const QRegularExpression original = pattern(u"^Media/DCIM/\\d+APPLE/[^/\\.]+(\\.[^/\\.]+)"_s);
     if (!isBelow(path, "Media/DCIM/"_L1) && !isBelow(path, "Media/PhotoData/MetaData/DCIM/"_L1))
@@ -103,7 +115,7 @@ void KnownPaths::addPicture(const QString &path, _ManifestNode *node)
         manifest.cameraRollPhotos.append(node);
 }
 
-void KnownPaths::addThumbnail(const QString &path, _ManifestNode *node)
+void KnownPaths::addThumbnail(QStringView path, _ManifestNode *node)
 {
     static const QRegularExpression metaData =
         pattern(u"^Media/PhotoData/MetaData/DCIM/\\d+APPLE/([^/\\.]+)(\\.[^/\\.]+)"_s);
@@ -118,7 +130,7 @@ void KnownPaths::addThumbnail(const QString &path, _ManifestNode *node)
         manifest.cameraRollThumbnails.insert(match.captured(1), node);
 }
 
-void KnownPaths::addVoicemail(const QString &path, _ManifestNode *node)
+void KnownPaths::addVoicemail(QStringView path, _ManifestNode *node)
 {
     static const QRegularExpression recording = pattern(u"^Library/Voicemail/(\\d+)\\.amr\\z"_s);
     if (!isBelow(path, "Library/Voicemail/"_L1))
@@ -127,7 +139,7 @@ void KnownPaths::addVoicemail(const QString &path, _ManifestNode *node)
         manifest.voicemailsById.insert(match.captured(1).toInt(), node);
 }
 
-void KnownPaths::addMedia(const QString &path, _ManifestNode *node)
+void KnownPaths::addMedia(QStringView path, _ManifestNode *node)
 {
     static const QRegularExpression recording = pattern(u"^Media/Recordings/([^/.]+\\.m4a)\\z"_s);
     if (isBelow(path, "Library/SMS/"_L1)) {
@@ -140,32 +152,33 @@ void KnownPaths::addMedia(const QString &path, _ManifestNode *node)
 
 // Attachments by the path that the message database knows, without its extension. A preview answers to
 // the path of its attachment and "-preview"; a left one also to "-preview-left".
-void KnownPaths::addSmsFile(const QString &path, _ManifestNode *node)
+void KnownPaths::addSmsFile(QStringView path, _ManifestNode *node)
 {
     const QString onPhone = u"/var/mobile/"_s;
     const qsizetype preview = path.lastIndexOf("-preview"_L1);
     if (preview < 1) {
         const qsizetype dot = path.lastIndexOf(u'.');
-        manifest.smsFilesByStem.insert(onPhone + (dot < 1 ? path : path.first(dot)), node);
+        insertLast(manifest.smsFilesByStem, onPhone + (dot < 1 ? path : path.first(dot)), node);
     } else {
         const QString stem = onPhone + path.first(preview);
-        manifest.smsFilesByStem.insert(stem + u"-preview"_s, node);
+        insertLast(manifest.smsFilesByStem, stem + u"-preview"_s, node);
         if (node->name.contains("-preview-left"_L1, Qt::CaseInsensitive))
-            manifest.smsFilesByStem.insert(stem + u"-preview-left"_s, node);
+            insertLast(manifest.smsFilesByStem, stem + u"-preview-left"_s, node);
     }
     addSmsAttachment(path, node);
 }
 
-void KnownPaths::addSmsAttachment(const QString &path, _ManifestNode *node)
+void KnownPaths::addSmsAttachment(QStringView path, _ManifestNode *node)
 {
+    const qsizetype slashes = path.count(u'/');
     static const QRegularExpression part = pattern(u"^Library/SMS/Parts/[^/]+/[^/]+/([^/]+)\\z"_s);
     static const QRegularExpression attachment = pattern(u"^Library/SMS/Attachments/([^/]+)/([^/]+)\\z"_s);
-    if (isBelow(path, "Library/SMS/Parts/"_L1)) {
+    if (slashes == 5 && isBelow(path, "Library/SMS/Parts/"_L1)) {
         if (const auto match = part.match(path); match.hasMatch())
             manifest.smsPartsByName.insert(baseName(match.captured(1)), node);
-    } else if (isBelow(path, "Library/SMS/Attachments/"_L1)) {
+    } else if (slashes == 4 && isBelow(path, "Library/SMS/Attachments/"_L1)) {
         if (const auto match = attachment.match(path); match.hasMatch())
-            manifest.smsAttachmentsByName.insert(match.captured(1) + u'/' + baseName(match.captured(2)),
-                                                 node);
+            insertLast(manifest.smsAttachmentsByName, match.captured(1) + u'/' + baseName(match.captured(2)),
+                       node);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 class BackupManifest;
 struct _ManifestNode;
@@ -11,17 +12,19 @@ class KnownPaths
 public:
     explicit KnownPaths(BackupManifest &target) : manifest(target) {}
 
+    /// Whether any file of `domain` may be known.
+    static bool hasDomain(const QString &domain);
     /// `path` is the one inside `domain`.
-    void add(const QString &domain, const QString &path, _ManifestNode *node);
+    void add(const QString &domain, QStringView path, _ManifestNode *node);
 
 private:
-    bool addDatabase(const QString &domain, const QString &path, _ManifestNode *node);
-    void addPicture(const QString &path, _ManifestNode *node);
-    void addThumbnail(const QString &path, _ManifestNode *node);
-    void addVoicemail(const QString &path, _ManifestNode *node);
-    void addMedia(const QString &path, _ManifestNode *node);
-    void addSmsFile(const QString &path, _ManifestNode *node);
-    void addSmsAttachment(const QString &path, _ManifestNode *node);
+    bool addDatabase(const QString &domain, QStringView path, _ManifestNode *node);
+    void addPicture(QStringView path, _ManifestNode *node);
+    void addThumbnail(QStringView path, _ManifestNode *node);
+    void addVoicemail(QStringView path, _ManifestNode *node);
+    void addMedia(QStringView path, _ManifestNode *node);
+    void addSmsFile(QStringView path, _ManifestNode *node);
+    void addSmsAttachment(QStringView path, _ManifestNode *node);
 
     BackupManifest &manifest;
 };

@@ -8,6 +8,7 @@
 /// One node of a backup's file tree. It owns its children.
 struct _ManifestNode {
     _ManifestNode() = default;
+    explicit _ManifestNode(_MbdbRecord &&fileRecord) : record(std::move(fileRecord)) {}
     _ManifestNode(const _ManifestNode &) = delete;
     _ManifestNode &operator=(const _ManifestNode &) = delete;
     /// Takes a tree of any depth down without recursion.

@@ -2,108 +2,113 @@
 
 #include "backupmanifest.h"
 #include "knownpaths.h"
+#include "manifestlist.h"
+#include "mbdbreader.h"
 
 #include <algorithm>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-constexpr auto applicationPrefix = "AppDomain-"_L1;
-const QString applicationsFolder = u"Applications"_s;
+constexpr QByteArrayView applicationsFolder("Applications");
 
-/// A record with its texts, decoded once. Records of one domain share its text.
-struct Entry {
-    QString domain;
-    QString path;
-    _MbdbRecord *record;
-};
-
-bool operator<(const Entry &left, const Entry &right)
+void hang(_ManifestNode *node, _ManifestNode *parent)
 {
-    const bool isOneDomain =
-        left.domain.constData() == right.domain.constData() || left.domain == right.domain;
-    return isOneDomain ? left.path < right.path : left.domain < right.domain;
+    node->parent = parent;
+    parent->children.append(node);
 }
 
-/// The records by domain and path, so that a folder comes before what it holds.
-std::vector<Entry> sortedEntries(QHash<QString, _MbdbRecord> &records)
-{
-    QHash<QByteArray, QString> domains;
-    std::vector<Entry> entries;
-    entries.reserve(size_t(records.size()));
-    for (_MbdbRecord &record : records) {
-        auto domain = domains.constFind(record.domain.bytes);
-        if (domain == domains.cend())
-            domain = domains.insert(record.domain.bytes, record.domain.text());
-        entries.push_back({*domain, record.path.text(), &record});
-    }
-    std::sort(entries.begin(), entries.end());
-    return entries;
-}
-
-/// Path of an entry in the one tree that all domains share; applications have a folder each.
-QString fullPath(const Entry &entry)
-{
-    if (!entry.domain.startsWith(applicationPrefix))
-        return entry.path;
-    const QString application =
-        applicationsFolder + u'/' + QStringView(entry.domain).sliced(applicationPrefix.size());
-    return entry.path.isEmpty() ? application : application + u'/' + entry.path;
-}
-
+/// Hangs the nodes of one domain after the other into the tree of a backup.
 class TreeBuilder
 {
 public:
-    TreeBuilder(BackupManifest &target, qsizetype records) : manifest(target), knownPaths(target)
-    {
-        byPath.reserve(records);
-    }
+    explicit TreeBuilder(BackupManifest &target) : manifest(target), knownPaths(target) {}
 
-    void add(Entry &entry);
+    /// With `isApart` no path of `domain` comes in another one.
+    void add(ManifestDomain &domain, bool isApart);
 
 private:
-    _ManifestNode *addNode(const QString &path, const QString &name, _ManifestNode *parent);
+    void addApplicationsFolder();
+    [[nodiscard]] bool claimPath(const ManifestEntry &entry);
+    _ManifestNode *folderOf(const ManifestEntry &entry, const ManifestDomain &domain, bool isApart);
+    _ManifestNode *findFolder(QByteArrayView path, qsizetype slash, const ManifestDomain &domain) const;
 
     BackupManifest &manifest;
     KnownPaths knownPaths;
-    QHash<QString, _ManifestNode *> byPath;
+    QHash<QByteArrayView, _ManifestNode *> byPath; // of what isn't apart
+    QByteArrayView lastFolder;                     // most files lie where the one before does
+    _ManifestNode *lastFolderNode = nullptr;
 };
 
-_ManifestNode *TreeBuilder::addNode(const QString &path, const QString &name, _ManifestNode *parent)
+void TreeBuilder::addApplicationsFolder()
 {
-    auto node = std::make_unique<_ManifestNode>();
-    node->name = name;
-    node->parent = parent;
-    parent->children.append(node.get());
-    byPath.insert(path, node.get());
-    return node.release();
+    _ManifestNode *&node = byPath[applicationsFolder];
+    if (node)
+        return;
+    node = new _ManifestNode;
+    node->name = QString::fromLatin1(applicationsFolder);
+    hang(node, &manifest.rootNode);
 }
 
-void TreeBuilder::add(Entry &entry)
+bool TreeBuilder::claimPath(const ManifestEntry &entry)
 {
-    if (entry.domain.startsWith(applicationPrefix) && !byPath.contains(applicationsFolder))
-        addNode(applicationsFolder, applicationsFolder, &manifest.rootNode);
-    const QString path = fullPath(entry);
-    const qsizetype slash = path.lastIndexOf(u'/');
-    const QString name = path.sliced(slash + 1);
-    if (name.isEmpty() || byPath.contains(path))
-        return;
-    // A file whose folder has no record of its own hangs directly under the root.
-    const QString folder = path.first(qMax<qsizetype>(slash, 0));
-    _ManifestNode *node = addNode(path, name, byPath.value(folder, &manifest.rootNode));
-    node->record = std::move(*entry.record);
-    knownPaths.add(entry.domain, entry.path, node);
+    _ManifestNode *&node = byPath[entry.path];
+    if (node)
+        return false;
+    node = entry.node.get();
+    return true;
+}
+
+_ManifestNode *TreeBuilder::findFolder(QByteArrayView path, qsizetype slash,
+                                       const ManifestDomain &domain) const
+{
+    if (path.isEmpty())
+        return byPath.value(applicationsFolder);
+    return slash == 0 ? nullptr : domain.find(path.first(qMax<qsizetype>(slash, 0)));
+}
+
+// A file whose folder has no record of its own hangs directly under the root.
+_ManifestNode *TreeBuilder::folderOf(const ManifestEntry &entry, const ManifestDomain &domain, bool isApart)
+{
+    const qsizetype slash = entry.path.lastIndexOf('/');
+    const QByteArrayView folder = entry.path.first(qMax<qsizetype>(slash, 0));
+    if (slash > 0 && lastFolderNode && folder == lastFolder)
+        return lastFolderNode;
+    _ManifestNode *node = isApart ? findFolder(entry.path, slash, domain) : byPath.value(folder);
+    lastFolder = folder;
+    lastFolderNode = node ? node : &manifest.rootNode;
+    return lastFolderNode;
+}
+
+void TreeBuilder::add(ManifestDomain &domain, bool isApart)
+{
+    if (domain.isApplication())
+        addApplicationsFolder();
+    lastFolderNode = nullptr;
+    const bool isKnown = KnownPaths::hasDomain(domain.text);
+    for (size_t i = 0; i < domain.entries.size(); ++i) {
+        ManifestEntry &entry = domain.entries[i];
+        // Of two records of one file the later one counts.
+        const bool isReplaced = i + 1 < domain.entries.size() && domain.entries[i + 1].path == entry.path;
+        if (isReplaced || entry.node->name.isEmpty() || (!isApart && !claimPath(entry)))
+            continue;
+        entry.inTree = entry.node.release();
+        hang(entry.inTree, folderOf(entry, domain, isApart));
+        if (isKnown)
+            knownPaths.add(domain.text, entry.inTree->record.path.text(), entry.inTree);
+    }
 }
 
 } // namespace
 
-void buildManifestTree(BackupManifest &manifest, QHash<QString, _MbdbRecord> records)
+void buildManifestTree(BackupManifest &manifest, const QByteArray &content, const QString &path)
 {
-    std::vector<Entry> entries = sortedEntries(records);
-    TreeBuilder builder(manifest, qsizetype(entries.size()));
-    for (Entry &entry : entries)
-        builder.add(entry);
+    ManifestList list;
+    forEachRecord(content, path, [&](_MbdbRecord &&record) { list.add(std::move(record)); });
+    list.sort();
+    TreeBuilder builder(manifest);
+    for (auto &[text, domain] : list.domains())
+        builder.add(domain, domain.isApplication() && list.keepsApplicationsApart());
 }

@@ -11,43 +11,50 @@ namespace
 
 constexpr qsizetype headerSize = 6;
 constexpr qint64 largestManifest = 512 * 1024 * 1024; // over two million records
-constexpr qint64 usualRecordSize = 160;
 
+/// Takes records from the bytes of a file, which it names in what it throws.
 class RecordReader
 {
 public:
-    explicit RecordReader(QByteArrayView all) : cursor(all) {}
+    RecordReader(QByteArrayView content, const QString &path) : fileName(path), cursor(content)
+    {
+        if (!cursor.take(headerSize))
+            throwCut();
+    }
 
     bool atEnd() const { return cursor.atEnd(); }
-    qsizetype offset() const { return cursor.offset(); }
-    /// Nothing when the header is cut.
-    [[nodiscard]] bool skipHeader() { return cursor.take(headerSize).has_value(); }
-    /// Nothing when the record is cut.
-    std::optional<_MbdbRecord> next();
+    _MbdbRecord next();
 
 private:
-    struct Cut {
-    };
-
     template <typename Integer>
     Integer integer()
     {
-        if (const std::optional<Integer> value = cursor.takeBigEndian<Integer>())
-            return *value;
-        throw Cut();
+        const std::optional<Integer> value = cursor.takeBigEndian<Integer>();
+        if (!value)
+            throwCut();
+        return *value;
     }
 
-    _MbdbString string(const _MbdbString &like);
+    [[noreturn]] void throwCut() const;
+    _MbdbString string();
     QList<_MbdbProperty> properties();
-    _MbdbRecord record();
 
+    const QString &fileName;
     ByteCursor cursor;
-    _MbdbString lastDomain;
+    qsizetype recordStart = 0;
 };
 
-// A string that the file ends in is taken short; only one without a single byte is an error. Where the
-// bytes are those of `like` they are shared.
-_MbdbString RecordReader::string(const _MbdbString &like)
+void RecordReader::throwCut() const
+{
+    const QString text =
+        u"%1: %2: the list of files is damaged, it breaks off in the entry at byte %3 of %4. "
+        "Make the backup again."_s.arg(fileName, QFile().errorString(), QString::number(recordStart),
+                                       QString::number(cursor.offset() + cursor.remaining()));
+    throw std::runtime_error(text.toStdString());
+}
+
+// A string that the file ends in is taken short; only one without a single byte is an error.
+_MbdbString RecordReader::string()
 {
     _MbdbString result;
     result.length = integer<quint16>();
@@ -55,8 +62,8 @@ _MbdbString RecordReader::string(const _MbdbString &like)
         return result;
     const QByteArrayView bytes = cursor.takeUpTo(result.length);
     if (bytes.isEmpty())
-        throw Cut();
-    result.bytes = bytes == like.bytes ? like.bytes : bytes.toByteArray();
+        throwCut();
+    result.bytes = QByteArray::fromRawData(bytes.data(), bytes.size());
     return result;
 }
 
@@ -65,21 +72,21 @@ QList<_MbdbProperty> RecordReader::properties()
     QList<_MbdbProperty> result;
     // The count is signed: one with the top bit set means none.
     for (int left = integer<qint8>(); left > 0; --left) {
-        _MbdbString name = string({});
-        result.append({std::move(name), string({})});
+        _MbdbString name = string();
+        result.append({std::move(name), string()});
     }
     return result;
 }
 
-_MbdbRecord RecordReader::record()
+_MbdbRecord RecordReader::next()
 {
+    recordStart = cursor.offset();
     _MbdbRecord record;
-    record.domain = string(lastDomain);
-    lastDomain = record.domain;
-    record.path = string({});
-    record.linkTarget = string({});
-    record.dataHash = string({});
-    record.encryptionKey = string({});
+    record.domain = string();
+    record.path = string();
+    record.linkTarget = string();
+    record.dataHash = string();
+    record.encryptionKey = string();
     record.mode = integer<quint16>();
     record.inodeHigh = integer<quint32>();
     record.inodeLow = integer<quint32>();
@@ -94,43 +101,47 @@ _MbdbRecord RecordReader::record()
     return record;
 }
 
-std::optional<_MbdbRecord> RecordReader::next()
+void copyBytes(_MbdbString &string)
 {
-    try {
-        return record();
-    } catch (const Cut &) {
-        return std::nullopt;
-    }
+    string.bytes = QByteArray(string.bytes.constData(), string.bytes.size());
 }
 
-[[noreturn]] void throwCut(const QFile &file, qsizetype at)
+/// Makes `record` independent of the bytes it was read from.
+void copyBytes(_MbdbRecord &record)
 {
-    const QString text =
-        u"%1: %2: the list of files is damaged: it breaks off in the entry at byte %3 of %4. "
-        "Make the backup again."_s.arg(file.fileName(), file.errorString(), QString::number(at),
-                                       QString::number(file.size()));
-    throw std::runtime_error(text.toStdString());
+    for (_MbdbString *string :
+         {&record.domain, &record.path, &record.linkTarget, &record.dataHash, &record.encryptionKey})
+        copyBytes(*string);
+    for (_MbdbProperty &property : record.properties) {
+        copyBytes(property.name);
+        copyBytes(property.value);
+    }
 }
 
 } // namespace
 
-QHash<QString, _MbdbRecord> readMbdbFile(const QString &path)
+QByteArray readMbdbBytes(const QString &path)
 {
     QFile file(path);
-    const QByteArray content = readWholeFile(file, largestManifest);
-    RecordReader reader(content);
-    if (!reader.skipHeader())
-        throwCut(file, 0);
+    return readWholeFile(file, largestManifest);
+}
+
+void forEachRecord(const QByteArray &content, const QString &path,
+                   const std::function<void(_MbdbRecord &&)> &visit)
+{
+    RecordReader reader(content, path);
+    while (!reader.atEnd())
+        visit(reader.next());
+}
+
+QHash<QString, _MbdbRecord> readMbdbFile(const QString &path)
+{
     QHash<QString, _MbdbRecord> records;
-    records.reserve(content.size() / usualRecordSize);
     BackupFileName fileName;
-    while (!reader.atEnd()) {
-        const qsizetype start = reader.offset();
-        std::optional<_MbdbRecord> record = reader.next();
-        if (!record)
-            throwCut(file, start);
-        const QString name = fileName.of(*record);
-        records.insert(name, std::move(*record));
-    }
+    forEachRecord(readMbdbBytes(path), path, [&](_MbdbRecord &&record) {
+        copyBytes(record);
+        const QString name = fileName.of(record);
+        records.insert(name, std::move(record));
+    });
     return records;
 }

@@ -29,7 +29,12 @@ const QList<OptionSyntax> sourceOptions = {
 };
 const QList<OptionSyntax> selectionOptions = {
     {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once."},
+};
+const QList<OptionSyntax> orderOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
+};
+const QList<OptionSyntax> importOptions = {
+    {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
 const QList<OptionSyntax> exportOptions = {
     {"format", "txt|csv|html|pdf", "What to write.", true},
@@ -43,10 +48,14 @@ const QList<CommandSyntax> &commandTable()
          nullptr,
          "The backups in the default place, or below DIR.",
          {{"root", "DIR", "Look for backups below DIR."}}},
+        {"databases", nullptr, "The Local Databases.", {}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
-        {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions},
+        {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions + orderOptions},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
-         sourceOptions + selectionOptions + exportOptions},
+         sourceOptions + selectionOptions + orderOptions + exportOptions},
+        {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
+         sourceOptions + selectionOptions + importOptions},
+        {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", selectionOptions},
     };
     return table;
 }
@@ -109,6 +118,7 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.country = value("country");
     line.format = value("format");
     line.out = value("out");
+    line.into = value("into");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
     for (const OptionSyntax &option : syntax.options)

@@ -3,19 +3,22 @@
 #include "absmessagedb.h"
 #include "backupdiscovery.h"
 #include "backupmanifest.h"
+#include "backupsmsthread.h"
 #include "commandline.h"
+#include "deletemessagesthread.h"
 #include "exportsmsthread.h"
 #include "interrupt.h"
+#include "ios6messagedb.h"
 #include "jsonlines.h"
+#include "localdatabases.h"
+#include "messageselection.h"
 #include "messagestore.h"
 #include "source.h"
 #include "terminalprogress.h"
 
 #include <QFileInfo>
 #include <QFontDatabase>
-#include <QSet>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -24,12 +27,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-/// A message and the conversation that it is listed in.
-struct ListedMessage {
-    _MsgMessage *message;
-    QString chatIdentifier;
-};
 
 void finishOutput()
 {
@@ -47,60 +44,21 @@ CommandResult listBackupsCommand(const CommandLine &line)
     return {};
 }
 
-/// The conversations asked for, or all of them.
-QList<_MsgSession> chosenSessions(const Source &source, const QStringList &identifiers)
+/// A database that can't be counted doesn't keep the others from being listed.
+CommandResult listDatabasesCommand(const CommandLine &)
 {
-    QList<_MsgSession> sessions = groupChatSessions(source.store);
-    if (identifiers.isEmpty())
-        return sessions;
-    QSet<QString> missing(identifiers.begin(), identifiers.end());
-    QList<_MsgSession> chosen;
-    for (const _MsgSession &session : std::as_const(sessions)) {
-        const QString identifier = session.chats.first()->chat_identifier;
-        missing.remove(identifier);
-        if (identifiers.contains(identifier))
-            chosen.append(session);
-    }
-    for (const QString &identifier : identifiers) {
-        if (missing.contains(identifier))
-            throw std::runtime_error(
-                u"The source has no conversation \"%1\"; the command chats lists them."_s.arg(identifier)
-                    .toStdString());
-    }
-    return chosen;
-}
-
-/// In the order asked for. A message of two chats stands once in a list of all, and once in each
-/// conversation asked for.
-QList<ListedMessage> listedMessages(const Source &source, const CommandLine &line)
-{
-    QList<_MsgMessage *> messages;
-    QHash<const _MsgMessage *, QStringList> conversations;
-    if (line.chats.isEmpty()) {
-        messages = allMessages(source.store);
-    } else {
-        for (const _MsgSession &session : chosenSessions(source, line.chats)) {
-            for (_MsgMessage *message : sessionMessages(session.chats)) {
-                QStringList &known = conversations[message];
-                if (known.isEmpty())
-                    messages.append(message);
-                if (!known.contains(session.chats.first()->chat_identifier))
-                    known.append(session.chats.first()->chat_identifier);
-            }
+    QString firstError;
+    for (const LocalDatabase &database : localDatabases()) {
+        try {
+            printJsonLine({{u"name"_s, database.name},
+                           {u"path"_s, database.path},
+                           {u"messages"_s, countMessages(database)}});
+        } catch (const std::runtime_error &error) {
+            if (firstError.isEmpty())
+                firstError = QString::fromUtf8(error.what());
         }
     }
-    messages = sortMessages(messages);
-    if (line.newestFirst)
-        std::reverse(messages.begin(), messages.end());
-
-    QList<ListedMessage> listed;
-    listed.reserve(messages.size());
-    for (_MsgMessage *message : std::as_const(messages)) {
-        const QString own = message->chat ? message->chat->chat_identifier : QString();
-        for (const QString &conversation : conversations.value(message, {own}))
-            listed.append({message, conversation});
-    }
-    return listed;
+    return {firstError.isEmpty() ? ExitStatus::Done : ExitStatus::Failed, firstError};
 }
 
 CommandResult chatsCommand(const CommandLine &line)
@@ -145,14 +103,51 @@ CommandResult exportCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
-    QList<_MsgMessage *> messages;
-    for (const ListedMessage &listed : listedMessages(source, line))
-        messages.append(listed.message);
+    const QList<_MsgMessage *> messages = chosenMessages(source, line);
     const InterruptScope interruptible(progress);
     const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved};
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
+    return {};
+}
+
+CommandResult importCommand(const CommandLine &line)
+{
+    const QString nameError = localDatabaseNameError(line.into);
+    if (!nameError.isEmpty())
+        return {ExitStatus::Usage, nameError};
+    TerminalProgress progress(line.quiet);
+    const Source source = openSource(line, progress);
+    if (!source.db)
+        return source.refusal;
+    const LocalDatabase target = localDatabaseToFill(line.into);
+    const InterruptScope interruptible(progress);
+    const qint64 handedIn =
+        backupMessages(chosenMessages(source, line), QDir(target.path), target.file(), progress);
+    progress.clear();
+    printJsonLine({{u"messages"_s, handedIn}, {u"name"_s, target.name}});
+    return {};
+}
+
+CommandResult deleteCommand(const CommandLine &line)
+{
+    const std::optional<LocalDatabase> database = findLocalDatabase(line.source);
+    if (!database)
+        throw std::runtime_error(
+            u"There is no Local Database \"%1\"; the command databases lists them."_s.arg(line.source)
+                .toStdString());
+    TerminalProgress progress(line.quiet);
+    qint64 deleted = 0;
+    if (line.chats.isEmpty()) {
+        deleted = countMessages(*database);
+        deleteLocalDatabase(*database);
+    } else {
+        const InterruptScope interruptible(progress);
+        deleted = deleteConversations(*openLocalDatabase(*database, {}), line.chats, progress);
+    }
+    progress.clear();
+    printJsonLine({{u"messages"_s, deleted}, {u"name"_s, database->name}});
     return {};
 }
 
@@ -164,7 +159,10 @@ CommandResult runCommand(const CommandLine &line)
     static const QHash<QString, Command> commands = {{u"backups"_s, listBackupsCommand},
                                                      {u"chats"_s, chatsCommand},
                                                      {u"messages"_s, messagesCommand},
-                                                     {u"export"_s, exportCommand}};
+                                                     {u"export"_s, exportCommand},
+                                                     {u"databases"_s, listDatabasesCommand},
+                                                     {u"import"_s, importCommand},
+                                                     {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);
     finishOutput();
     return result;

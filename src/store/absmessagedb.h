@@ -23,4 +23,8 @@ class AbsIOSMessageDb : public AbsMessageDb
 public:
     /// 5 or 6.
     virtual int dbVersion() = 0;
+
+protected:
+    /// Number of rows of `table`, for taking room in advance.
+    qsizetype rowCount(const QString &table);
 };

@@ -27,9 +27,8 @@ QString attachmentThumbnail(const _MsgAttachment &attachment)
     const QString path = QDir::temp().filePath(md5Hex(attachment.localFile) + u".thumb"_s);
     if (QFile::exists(path))
         return path;
-    // The format is only where the search starts: an image is recognised by its content.
-    QImage image;
-    if (image.load(attachment.localFile, "JPEG") && image.load(attachment.localFile, "PNG"))
+    const QImage image(attachment.localFile);
+    if (!image.isNull())
         scaled(image).save(path, "PNG");
     return path;
 }

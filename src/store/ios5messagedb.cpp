@@ -1,5 +1,6 @@
 #include "ios5messagedb.h"
 
+#include "chatlinks.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "participants.h"
@@ -135,14 +136,6 @@ QString messageQuery(qint64 chatId)
     return sql;
 }
 
-void putIntoChat(_MsgMessage &message, _MsgChat &chat)
-{
-    message.chat = &chat;
-    chat.messages.insert(QString::number(message.rowid), &message);
-    if (chat.handles.size() == 1)
-        message.handle = *chat.handles.cbegin();
-}
-
 } // namespace
 
 /// Makes messages of the rows of one query.
@@ -164,11 +157,12 @@ public:
         , roomname(cursor.columnIndex(u"madrid_roomname"_s))
         , handle(cursor.columnIndex(u"madrid_handle"_s))
     {
+        // Of one identifier the lowest number wins: iMessage chats, whose numbers are negative, before texts.
         QList<_MsgChat *> chats = store.chats.values();
         std::sort(chats.begin(), chats.end(),
-                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid < b->rowid; });
+                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid > b->rowid; });
         for (_MsgChat *chat : std::as_const(chats))
-            byIdentifier.insert(chat->chat_identifier, chat); // the last of one identifier wins
+            byIdentifier.insert(chat->chat_identifier, chat);
     }
 
     void takeRow(qint64 rowid)
@@ -188,11 +182,25 @@ public:
 private:
     QString sharedText(int column) { return shared.text(cursor.getUtf8(column)); }
 
+    void putIntoChat(_MsgMessage &message, _MsgChat &chat)
+    {
+        message.chat = &chat;
+        links.add(chat, message);
+        if (chat.handles.size() == 1)
+            message.handle = *chat.handles.cbegin();
+    }
+
+    QString partnerAddress()
+    {
+        return partners.text(cursor.getUtf8(handle),
+                             [this](const QString &stored) { return parts.normalAddress(stored); });
+    }
+
     void completeMadrid(_MsgMessage &message)
     {
         message.is_from_me = message.date_delivered > 0 ? 1 : 0;
         const QString room = sharedText(roomname);
-        const QString partner = parts.normalAddress(sharedText(handle));
+        const QString partner = partnerAddress();
         _MsgChat *chat = byIdentifier.value(room.isEmpty() ? partner : room);
         if (!chat)
             return;
@@ -223,7 +231,9 @@ private:
     ChatsByIdentifier byIdentifier;
     RecordReader<_MsgMessage> sms;
     RecordReader<_MsgMessage> madrid;
+    ChatLinks links;
     SharedTexts shared;
+    SharedTexts partners; // in normal form, by what is stored
     // Positions of columns.
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
 };
@@ -358,6 +368,8 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
     chats(store);
+    if (chatId == 0)
+        store->messages.reserve(rowCount(u"message"_s));
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(chatId)));
     MessageLoad load(cursor, *store, parts);
     const int rowid = cursor.columnIndex(u"rowid"_s);

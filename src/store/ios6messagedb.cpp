@@ -1,5 +1,7 @@
 #include "ios6messagedb.h"
 
+#include "chatlinks.h"
+#include "localschema.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
 #include "untoucheddb.h"
@@ -119,7 +121,7 @@ QString messageQuery(bool hasItemType, qint64 chatId)
     return sql;
 }
 
-void link(_MsgStore &store, _MsgMessage &message, qint64 chatId)
+void link(const _MsgStore &store, _MsgMessage &message)
 {
     if (_MsgHandle *handle = store.handles.value(message.handle_id)) {
         message.handle = handle;
@@ -130,16 +132,18 @@ void link(_MsgStore &store, _MsgMessage &message, qint64 chatId)
         if (_MsgHandle *other = store.handles.value(message.other_handle))
             message.otherHandle = other;
     }
-    if (_MsgChat *chat = store.chats.value(chatId)) {
-        message.chat = chat;
-        chat->messages.insert(QString::number(message.rowid), &message);
-    }
 }
 
 } // namespace
 
 IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : path(messageDbPath(root)), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+{
+}
+
+IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+                             bool upgradeFile)
+    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -152,11 +156,15 @@ void IOS6MessageDb::openDb()
 {
     if (isOpen())
         return;
-    copy = openUntouchedThrow(*this, path);
+    if (upgrade)
+        openLocalDatabaseThrow(*this, path);
+    else
+        copy = openUntouchedThrow(*this, path);
     // Triggers of the phone call these.
     createFunctionThrow("delete_attachment_path", 1, keepsFile);
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
+    insertion = MessageInsertion(tables.value(u"message"_s));
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
@@ -226,12 +234,14 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
     chats(store);
-    reserveMessages(*store, chatId);
+    if (chatId == 0)
+        store->messages.reserve(rowCount(u"chat_message_join"_s));
     const bool hasItemType = tables.value(u"message"_s).contains("item_type"_L1);
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(hasItemType, chatId)));
     RecordReader<_MsgMessage> reader(cursor, messageFields);
     const int rowid = cursor.columnIndex(u"rowid"_s);
-    const int chat = cursor.columnIndex(u"chat_id"_s);
+    const int chatColumn = cursor.columnIndex(u"chat_id"_s);
+    ChatLinks links;
     while (cursor.moveNextThrow()) {
         const qint64 key = cursor.getInt64(rowid);
         _MsgMessage *&message = store->messages[key];
@@ -239,15 +249,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
             message = reader.read(cursor).release();
             message->src_rowid = key;
         }
-        link(*store, *message, cursor.getInt64(chat));
+        link(*store, *message);
+        if (_MsgChat *chat = store->chats.value(cursor.getInt64(chatColumn))) {
+            message->chat = chat;
+            links.add(*chat, *message);
+        }
     }
-}
-
-void IOS6MessageDb::reserveMessages(_MsgStore &store, qint64 chatId)
-{
-    if (chatId != 0)
-        return;
-    Sqlite3Cursor count = queryThrow(Sqlite3Sql("select count(*) from chat_message_join"));
-    if (count.moveNextThrow())
-        store.messages.reserve(qsizetype(count.getInt64(0)));
 }

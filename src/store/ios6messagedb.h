@@ -2,6 +2,7 @@
 
 #include "absmessagedb.h"
 #include "messagedbparts.h"
+#include "messageinsertion.h"
 
 #include <QDir>
 #include <QHash>
@@ -9,32 +10,85 @@
 
 #include <memory>
 
-/// Reads the message database of iOS 6 and later, and the program's own Local Databases, which have the
-/// same shape with a few columns more.
+/// The message database of iOS 6 and later, and the program's own Local Databases, which have the same
+/// shape with a few columns more. Reading leaves a phone's file as it lies; the row operations write
+/// into a Local Database or into a copy of a phone's file.
 class IOS6MessageDb : public AbsIOSMessageDb
 {
 public:
     /// `root` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
-    /// With `upgrade` a file of an older shape is to get the columns it lacks.
+    /// `upgrade` says that this is a Local Database: it is made when it is missing, and gets the columns
+    /// that it lacks.
     IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgrade);
+    /// The same for a database at a path of its own.
+    IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode, bool upgrade);
     ~IOS6MessageDb() override;
 
-    /// Throws `std::runtime_error` when the file is missing, damaged or no database.
+    /// Throws `std::runtime_error` when the file is damaged, no message database, or missing and not to be
+    /// made. The connection is then closed.
     void openDb() override;
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     int dbVersion() override { return 6; }
+
+    // The schema as the file tells it. Each call below opens the file first.
+
+    /// Whether `columnText` (a name, or a declaration such as "_last INTEGER") stands in the text that
+    /// created `table`, in this letter case.
+    bool hasColumn(const QString &table, const QString &columnText);
+    /// Whether the file can hold events of a conversation.
+    bool hasItemType();
+
+    // Rows by what tells them apart; 0 when there is none.
+
+    qint64 chatRowid(const QString &guid);
+    qint64 attachmentRowid(const QString &guid);
+    qint64 messageRowid(const QString &guid);
+    qint64 handleRowid(const _MsgHandle &handle);
+    /// The row of a message with the same `logicHash`; 0 in a file without that column.
+    qint64 messageRowidByHash(const _MsgMessage &message);
+    /// The same for a hash that is at hand.
+    qint64 messageRowidByHash(const QString &logicHash);
+    bool chatHasHandle(qint64 chatId, qint64 handleId);
+    /// Messages that people see, once for each chat they stand in.
+    qint64 countMessages();
+
+    // New rows; each returns its rowid. Columns that the file lacks are left out.
+
+    /// An empty `logicHash` is computed. The record's own rowid and handles play no part.
+    qint64 insertMessage(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
+                         const QString &logicHash);
+    /// Inserts and joins those who take part too. Throws when the service is neither SMS nor iMessage.
+    qint64 insertChat(const _MsgChat &chat);
+    qint64 insertHandle(const _MsgHandle &handle);
+    qint64 insertAttachment(const _MsgAttachment &attachment);
+
+    // Joins; one that is there already stays single.
+
+    void joinChatHandle(qint64 chatId, qint64 handleId);
+    void joinChatMessage(qint64 chatId, qint64 messageId);
+    void joinMessageAttachment(qint64 messageId, qint64 attachmentId);
+
+    void setLastAddressedHandle(qint64 chatId, const QString &id);
+    /// Sets the date of the chat's newest message, seconds since 2001, unless it is later already.
+    void raiseChatLast(qint64 chatId, int date);
+
+    /// Deletes a message, and its chat when that was the last one. The file's triggers take care of
+    /// handles and attachments that nobody refers to any more; attachment files stay.
+    void deleteMessage(const _MsgMessage &message);
 
 private:
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store);
     void readHandles(_MsgStore &store);
     void completeHandle(_MsgHandle &handle);
-    void reserveMessages(_MsgStore &store, qint64 chatId);
+    qint64 firstRowid(const Sqlite3Sql &sql);
+    void insertJoin(const QString &sql, qint64 first, qint64 second);
 
     QString path; ///< of the database
-    [[maybe_unused]] bool upgrade;
+    bool upgrade;
     MessageDbParts parts;
     QHash<QString, QString> tables;      ///< name to the text that created it
+    MessageInsertion insertion;          ///< into the columns that `tables` tells
     std::unique_ptr<QTemporaryDir> copy; ///< of a file that can't be read in its place
 };

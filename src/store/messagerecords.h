@@ -19,7 +19,6 @@ struct _MsgMessage {
     qint64 rowid = 0;
     QString guid;
     QString text; ///< U+FFFC stands where an attachment goes
-    int replace = 0;
     QString service_center;
     qint64 handle_id = 0;
     QString subject;
@@ -30,6 +29,7 @@ struct _MsgMessage {
     QString service;
     QString account;
     QString account_guid;
+    int replace = 0;
     int error = 0;
     int date = 0;
     int date_read = 0;
@@ -54,13 +54,13 @@ struct _MsgMessage {
     QString cache_roomnames;
     int was_data_detected = 0;
     int was_deduplicated = 0;
-    bool isRecovered = false;
     qint64 src_rowid = 0; ///< row in the source it was first read from; copies keep it
     int is_audio_message = 0;
     int is_played = 0;
     int date_played = 0;
     int item_type = 0; ///< 0 is an ordinary message, anything else an event of the conversation
     int other_handle = -1;
+    bool isRecovered = false;
     QString group_title;
     int group_action_type = 0;
     int share_status = 0;

@@ -4,12 +4,13 @@
 #include "untoucheddb.h"
 
 #include <QCryptographicHash>
+#include <QRandomGenerator>
 #include <QSet>
 #include <QTemporaryDir>
-#include <QUuid>
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <vector>
 
@@ -140,7 +141,20 @@ QList<_MsgMessage *> sortMessages(const QList<_MsgMessage *> &messages)
 
 QString newMessageGuid()
 {
-    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    // A random UUID (RFC 4122, version 4). QUuid would ask the system anew for each of a million.
+    std::array<quint32, 4> random;
+    QRandomGenerator::global()->generate(random.begin(), random.end());
+    random[1] = (random[1] & 0xFFFF0FFF) | 0x00004000;
+    random[2] = (random[2] & 0x3FFFFFFF) | 0x80000000;
+    QString guid(36, u'-');
+    qsizetype place = 0;
+    for (int digit = 0; digit < 32; ++digit) {
+        if (digit == 8 || digit == 12 || digit == 16 || digit == 20)
+            ++place;
+        const uint value = random[size_t(digit / 8)] >> (28 - 4 * (digit % 8)) & 0xF;
+        guid[place++] = QChar(char16_t(value < 10 ? u'0' + value : u'A' + value - 10));
+    }
+    return guid;
 }
 
 QString messageGuidFromData(const QByteArray &data)

@@ -141,6 +141,19 @@ qsizetype endOfMarkup(QByteArrayView bytes, qsizetype start)
     return found < 0 ? bytes.size() : found + closing.size();
 }
 
+// How a tag changes the depth. `tag` starts behind its "<".
+int depthStep(QByteArrayView tag)
+{
+    for (const QByteArrayView name : {QByteArrayView("array"), QByteArrayView("dict")}) {
+        if (tag.startsWith('/') && tag.sliced(1).startsWith(name))
+            return -1;
+        // Only the plain form counts as empty: in doubt a tag is one level more.
+        if (tag.startsWith(name))
+            return tag.sliced(name.size()).startsWith("/>") ? 0 : 1;
+    }
+    return 0;
+}
+
 } // namespace
 
 bool isBoundedBinaryPlist(QByteArrayView bytes)
@@ -159,10 +172,7 @@ bool isBoundedXmlPlist(QByteArrayView bytes)
             at = endOfMarkup(bytes, at);
             continue;
         }
-        if (rest.startsWith("array") || rest.startsWith("dict"))
-            ++depth;
-        else if (rest.startsWith("/array") || rest.startsWith("/dict"))
-            --depth;
+        depth += depthStep(rest);
         if (depth > deepestNesting)
             return false;
         ++at;

@@ -52,8 +52,11 @@ public:
             (*record).*member = cursor.getInt(position);
         for (const auto &[position, member] : longs)
             (*record).*member = cursor.getInt64(position);
-        for (const auto &[position, member] : texts)
-            (*record).*member = cursor.getText(position);
+        for (const auto &[position, member] : texts) {
+            QString &text = (*record).*member;
+            text = cursor.getText(position);
+            text.squeeze(); // decoding takes room for the bytes, of which there may be three a character
+        }
         for (const auto &[position, member] : repeating)
             (*record).*member = shared.text(cursor.getUtf8(position));
         for (const auto &[position, member] : blobs)

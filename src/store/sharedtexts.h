@@ -5,14 +5,53 @@
 #include <QHash>
 #include <QString>
 
+#include <array>
+
 /// Hands out one shared string for all equal texts: of a million services, accounts and countries there
 /// are a handful of each.
 class SharedTexts
 {
 public:
     /// Null for an empty text.
-    QString text(QByteArrayView utf8);
+    QString text(QByteArrayView utf8)
+    {
+        return text(utf8, [](const QString &stored) { return stored; });
+    }
+    /// What `convert` makes of the text, which is asked once for each that is new. One object goes with one
+    /// `convert`.
+    template <typename Convert>
+    QString text(QByteArrayView utf8, Convert convert)
+    {
+        if (utf8.isEmpty())
+            return {};
+        Entry &entry = recent[glance(utf8) % recent.size()];
+        if (QByteArrayView(entry.utf8) != utf8) {
+            const QByteArray key = utf8.toByteArray();
+            auto found = known.constFind(key);
+            if (found == known.cend()) {
+                if (known.size() == mostKnown)
+                    known.clear();
+                found = known.insert(key, convert(QString::fromUtf8(utf8)));
+            }
+            entry = {key, *found};
+        }
+        return entry.text;
+    }
 
 private:
+    struct Entry {
+        QByteArray utf8;
+        QString text;
+    };
+
+    // Where texts turn out not to repeat, keeping them all is a loss.
+    static constexpr qsizetype mostKnown = 65536;
+
+    static size_t glance(QByteArrayView utf8)
+    {
+        return size_t(utf8.size()) * 7 + size_t(uchar(utf8.front())) * 3 + uchar(utf8.back());
+    }
+
+    std::array<Entry, 64> recent; // found by a glance at the text; a hash costs more than the rest
     QHash<QByteArray, QString> known;
 };

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <exception>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -47,6 +48,7 @@ std::unique_ptr<QTemporaryDir> openUntouchedThrow(Sqlite3DB &db, const QString &
 {
     db.openThrow(path, sqliteReadWrite);
     db.keepLogOnClose();
+    std::exception_ptr failure;
     try {
         probeThrow(db);
         return nullptr;
@@ -54,6 +56,7 @@ std::unique_ptr<QTemporaryDir> openUntouchedThrow(Sqlite3DB &db, const QString &
         db.close();
         if (QFileInfo(QFileInfo(path).absolutePath()).isWritable())
             throw;
+        failure = std::current_exception();
     }
     // On a read-only medium a file in write-ahead mode has no place for the index of its log.
     std::unique_ptr<QTemporaryDir> folder = openCopyThrow(db, path);
@@ -61,7 +64,7 @@ std::unique_ptr<QTemporaryDir> openUntouchedThrow(Sqlite3DB &db, const QString &
         probeThrow(db);
     } catch (const std::runtime_error &) {
         db.close();
-        throw;
+        std::rethrow_exception(failure); // which names the file, not its copy
     }
     return folder;
 }

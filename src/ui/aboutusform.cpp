@@ -62,5 +62,5 @@ AboutUsForm::AboutUsForm(QWidget *parent) : FramelessDialog(u"About"_s, parent)
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(row);
     layout->addWidget(ok, 0, Qt::AlignRight);
-    resize(460, 200);
+    resize(460, 170);
 }

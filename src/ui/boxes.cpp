@@ -2,11 +2,14 @@
 
 #include "errorreport.h"
 #include "product.h"
+#include "programicon.h"
 #include "stylesheet.h"
 #include "winmovable.h"
 
+#include <QApplication>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -15,6 +18,35 @@ namespace
 
 // In the order in which they are added.
 constexpr std::array offeredButtons{QMessageBox::Yes, QMessageBox::No, QMessageBox::Ok, QMessageBox::Cancel};
+
+/// What kind of box a person sees: the name goes to the box, the drawing is ours.
+QString kindOf(int icon)
+{
+    switch (icon) {
+    case QMessageBox::Information: return u"box-information"_s;
+    case QMessageBox::Warning: return u"box-warning"_s;
+    case QMessageBox::Critical: return u"box-critical"_s;
+    default: return u"box-question"_s;
+    }
+}
+
+void showIcon(QMessageBox &box, int icon)
+{
+    constexpr QSize iconSize(40, 40);
+    const QString kind = kindOf(icon);
+    box.setObjectName(kind);
+    box.setIconPixmap(programIcon(u":/res/"_s + kind + u".svg"_s).pixmap(iconSize, box.devicePixelRatio()));
+}
+
+/// A box without a parent would be free to open behind the window that it speaks of.
+void keepAboveActiveWindow(QMessageBox &box)
+{
+    const QWidget *active = QApplication::activeWindow();
+    if (!active)
+        return;
+    box.winId(); // makes the window handle
+    box.windowHandle()->setTransientParent(active->windowHandle());
+}
 
 QString errorBoxText(const QString &text)
 {
@@ -31,10 +63,12 @@ int showMessage(int icon, const QString &text, int buttons)
     const WinMovable movable(&box);
     box.setStyleSheet(loadStyleSheet());
     box.setTextFormat(Qt::RichText);
+    showIcon(box, icon);
     box.setAccessibleName(productName());
     for (const QMessageBox::StandardButton button : offeredButtons)
         if (buttons & button)
             box.addButton(button);
+    keepAboveActiveWindow(box);
     return box.exec();
 }
 

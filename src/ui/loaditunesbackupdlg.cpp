@@ -35,7 +35,7 @@ void LoadItunesBackupDlg::build()
     layout->addLayout(
         buttonRow({u"btnLoad"_s, u"&Load"_s, [this] { btnLoadClicked(); }}, {u"btnCancel"_s, u"&Cancel"_s}));
     findChild<QWidget *>(u"btnLoad"_s)->setStyleSheet(u"margin-right:15px;"_s);
-    resize(640, 380);
+    resize(680, 380);
     listBackups->setFocus();
 }
 
@@ -59,7 +59,7 @@ void LoadItunesBackupDlg::setUpList()
     listBackups->setRootIsDecorated(false);
     listBackups->setAllColumnsShowFocus(true);
     listBackups->header()->resizeSection(0, 200);
-    listBackups->header()->resizeSection(1, 140);
+    listBackups->header()->resizeSection(1, 170);
     connect(listBackups, &QTreeView::doubleClicked, this, &LoadItunesBackupDlg::btnLoadClicked);
 }
 

@@ -48,7 +48,7 @@ void LocalDbSelForm::build(const QStringList &names, const QString &proposal)
     layout->addWidget(note);
     layout->addLayout(
         buttonRow({u"btnOK"_s, u"C&onfirm"_s, [this] { confirm(); }}, {u"btnClose"_s, u"&Cancel"_s}));
-    setMinimumWidth(420);
+    setMinimumWidth(500);
     cbLocalDbNames->setFocus();
 }
 

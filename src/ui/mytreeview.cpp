@@ -17,6 +17,16 @@ void MyTreeView::selectionChanged(const QItemSelection &selected, const QItemSel
     Q_EMIT onSelectionChanged(selected, deselected);
 }
 
+void MyTreeView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end)
+{
+    QModelIndex index = currentIndex();
+    while (index.isValid() && index.parent() != parent)
+        index = index.parent();
+    if (index.isValid() && index.row() >= start && index.row() <= end)
+        selectionModel()->clear();
+    QTreeView::rowsAboutToBeRemoved(parent, start, end);
+}
+
 void MyTreeView::contextMenuEvent(QContextMenuEvent *event)
 {
     event->accept();

@@ -3,7 +3,8 @@
 #include <QTreeView>
 
 /// A tree view that tells of selection changes and of wishes for a context menu by signals. Texts are
-/// shown as they are, never as markup.
+/// shown as they are, never as markup. When the selected row is removed, or one above it, the selection
+/// becomes empty instead of passing to a neighbour that nobody picked.
 class MyTreeView : public QTreeView
 {
     Q_OBJECT
@@ -17,5 +18,6 @@ Q_SIGNALS:
 
 protected:
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
+    void rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 };

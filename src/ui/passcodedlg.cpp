@@ -35,7 +35,7 @@ void PasscodeDlg::build()
     layout->addWidget(lbBusy);
     layout->addLayout(
         buttonRow({u"btnOK"_s, u"&OK"_s, [this] { confirm(); }}, {u"btnCancel"_s, u"&Cancel"_s}));
-    setMinimumWidth(400);
+    setMinimumWidth(480);
     txtPassword->setFocus();
 }
 

@@ -26,24 +26,24 @@ class DrawingEngine final : public QIconEngine
 public:
     DrawingEngine(const QString &resource, const QByteArray &svg) : name(resource), drawing(svg) {}
 
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {
-        QSvgRenderer renderer(inColours(mode));
-        renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-        renderer.render(painter, QRectF(rect));
+        const QSize devicePixels = rect.size() * painter->device()->devicePixelRatio();
+        painter->drawPixmap(rect, pixmap(devicePixels, mode, state));
     }
 
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State) override
     {
-        const QString key =
-            u"drawing:%1:%2x%3:%4"_s.arg(name).arg(size.width()).arg(size.height()).arg(lineOf(mode).name());
+        const QString key = keyOf(size, mode);
         QPixmap result;
         if (QPixmapCache::find(key, &result))
             return result;
         result = QPixmap(size);
         result.fill(Qt::transparent);
         QPainter painter(&result);
-        paint(&painter, QRect(QPoint(), size), mode, state);
+        QSvgRenderer renderer(inColours(mode));
+        renderer.setAspectRatioMode(Qt::KeepAspectRatio);
+        renderer.render(&painter, QRectF(QPointF(), QSizeF(size)));
         painter.end();
         QPixmapCache::insert(key, result);
         return result;
@@ -54,6 +54,15 @@ public:
     bool isNull() override { return drawing.isEmpty(); }
 
 private:
+    QString keyOf(const QSize &size, QIcon::Mode mode) const
+    {
+        return u"drawing:%1:%2x%3:%4:%5"_s.arg(name)
+            .arg(size.width())
+            .arg(size.height())
+            .arg(mode)
+            .arg(QGuiApplication::palette().cacheKey());
+    }
+
     static QColor lineOf(QIcon::Mode mode)
     {
         const QPalette palette = QGuiApplication::palette();

@@ -5,11 +5,21 @@
 #include "messagetext.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
+
+/// `text` for a cell. Laying out one word takes time by the square of its length: a word of a megabyte would
+/// take minutes, in pieces it takes a second.
+QString cellText(const QString &text)
+{
+    static const QRegularExpression longWord(u"\\S{1000}"_s);
+    constexpr QChar zeroWidthSpace(0x200B);
+    return htmlText(QString(text).replace(longWord, u"\\0"_s + zeroWidthSpace));
+}
 
 /// One row of a message's table: its cell stands in the right half for a sent message, else in the left.
 QString tableRow(bool isSent, const QString &cell, const QString &emptyClass)
@@ -23,12 +33,12 @@ QString titleCell(const _MsgMessage &message)
     const QString date = QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
     const QString direction = message.is_from_me ? u"To:"_s : u"From:"_s;
     return u"<td width=\"50%\" class=\"t\">"_s + htmlText(date) + u"<br/>"_s + direction + u" "_s +
-           htmlText(senderLabel(message)) + u"</td>"_s;
+           cellText(senderLabel(message)) + u"</td>"_s;
 }
 
 QString contentCell(const _MsgMessage &message)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + htmlText(renderText(message)) + u"</td>"_s;
+    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message)) + u"</td>"_s;
 }
 
 QString messageHtml(const _MsgMessage &message)

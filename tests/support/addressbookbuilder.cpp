@@ -114,7 +114,7 @@ QString AddressBookBuilder::write() const
 
 QString AddressBookBuilder::writeTo(const QDir &folder) const
 {
-    const QString path = folder.filePath(u"AddressBook.sqlitedb"_s);
+    QString path = folder.filePath(u"AddressBook.sqlitedb"_s);
     SampleSqlite database(path);
     database.execute(addressBookSchema);
     PeopleWriter writer(database);

@@ -24,11 +24,14 @@ constexpr quint8 untilFirstUnlock = 3;
 /// 2013-06-01 00:00 UTC.
 constexpr quint32 usualTime = 1370044800;
 
-void writeFile(const QString &path, const QByteArray &bytes)
+/// `plain` as an encrypted backup holds it.
+SampleContent enciphered(const SampleContent &plain, const QByteArray &key)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error(QString(path % u": "_s % file.errorString()).toStdString());
+    return {plain.length, [plain, key](const SampleContent::Sink &sink) {
+                SampleFileCipher cipher(key);
+                plain.stream([&](QByteArrayView block) { sink(cipher.update(block)); });
+                sink(cipher.finish());
+            }};
 }
 
 /// The folder above `path`; empty, not null, for the domain's own entry.
@@ -240,8 +243,6 @@ int BackupBuilder::recordCount() const
 
 QString BackupBuilder::write() const
 {
-    if (!QDir().mkpath(target.path()))
-        throw std::runtime_error(QString(target.path() % u": cannot make this folder."_s).toStdString());
     const QList<Entry> folders = missingFolders();
     QList<const Entry *> inOrder;
     for (const QList<Entry> *list : {&folders, &entries})
@@ -282,29 +283,21 @@ SampleRecord BackupBuilder::storedRecord(const Entry &entry, Shared &shared) con
 /// what the phone had.
 QByteArray BackupBuilder::storeFile(const Entry &entry, const QByteArray &key) const
 {
-    QFile file(target.filePath(sampleHashedName(entry.record.domain, entry.record.path)));
-    const auto put = [&file](const QByteArray &bytes) {
-        if (file.write(bytes) != bytes.size())
-            throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
-    };
-    if (!file.open(QIODevice::WriteOnly))
-        throw std::runtime_error(QString(file.fileName() % u": "_s % file.errorString()).toStdString());
     QCryptographicHash hash(QCryptographicHash::Sha1);
-    std::optional<SampleFileCipher> cipher;
-    if (!key.isEmpty())
-        cipher.emplace(key);
-    entry.content->stream([&](QByteArrayView plain) {
-        hash.addData(plain);
-        put(cipher ? cipher->update(plain) : QByteArray::fromRawData(plain.data(), plain.size()));
-    });
-    if (cipher)
-        put(cipher->finish());
+    const SampleContent hashed{entry.content->length, [&](const SampleContent::Sink &sink) {
+                                   entry.content->stream([&](QByteArrayView block) {
+                                       hash.addData(block);
+                                       sink(block);
+                                   });
+                               }};
+    const QString path = target.filePath(sampleHashedName(entry.record.domain, entry.record.path));
+    writeSample(path, key.isEmpty() ? hashed : enciphered(hashed, key));
     return hash.result();
 }
 
 void BackupBuilder::writeManifest(const QByteArray &records) const
 {
-    writeFile(target.filePath(u"Manifest.mbdb"_s), records + lastRecords + lastBytes);
+    writeSample(target.filePath(u"Manifest.mbdb"_s), sampleBytes(records + lastRecords + lastBytes));
 }
 
 void BackupBuilder::writePlists(const QByteArray &keyBag) const
@@ -313,7 +306,7 @@ void BackupBuilder::writePlists(const QByteArray &keyBag) const
     const auto written = [this](const SamplePlist &plist) {
         return format == Plist::Binary ? plist.toBinary() : plist.toXml();
     };
-    writeFile(target.filePath(u"Manifest.plist"_s), written(manifestPlist(facts)));
-    writeFile(target.filePath(u"Status.plist"_s), written(statusPlist(facts)));
-    writeFile(target.filePath(u"Info.plist"_s), infoPlist(facts).toXml());
+    writeSample(target.filePath(u"Manifest.plist"_s), sampleBytes(written(manifestPlist(facts))));
+    writeSample(target.filePath(u"Status.plist"_s), sampleBytes(written(statusPlist(facts))));
+    writeSample(target.filePath(u"Info.plist"_s), sampleBytes(infoPlist(facts).toXml()));
 }

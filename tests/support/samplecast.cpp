@@ -39,7 +39,7 @@ QString mobileDigits(int place, quint64 offset)
 /// A national number of nine digits as people type it.
 QString spelling(const QString &number, int style)
 {
-    const QString spaced = number.first(3) % u' ' % number.sliced(3, 3) % u' ' % number.last(3);
+    QString spaced = number.first(3) % u' ' % number.sliced(3, 3) % u' ' % number.last(3);
     switch (style) {
     case 0: return spaced;
     case 1: return u"+34 "_s % spaced;
@@ -112,7 +112,7 @@ QList<SamplePerson> sampleCast(int count, SampleRandom &random)
         SamplePerson person;
         const QString digits = mobileDigits(place, offset);
         giveName(person, place, random);
-        person.hasCard = place % 6 != 1 || place == 1;
+        person.hasCard = place % 6 != 1;
         if (place % 9 == 7)
             giveForeignNumber(person, place, digits);
         else if (place % 13 == 10)

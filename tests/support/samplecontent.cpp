@@ -2,6 +2,7 @@
 
 #include "samplerandom.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <stdexcept>
@@ -11,14 +12,25 @@ namespace
 
 constexpr qint64 blockLength = 1 << 20;
 
-void openForReading(QFile &file)
+void require(bool isDone, const QFile &file)
 {
-    if (!file.open(QIODevice::ReadOnly))
+    if (!isDone)
         throw std::runtime_error(
             QString(file.fileName() + QStringLiteral(": ") + file.errorString()).toStdString());
 }
 
 } // namespace
+
+void writeSample(const QString &path, const SampleContent &content)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly), file);
+    content.stream([&file](QByteArrayView block) {
+        require(file.write(block.data(), block.size()) == block.size(), file);
+    });
+    require(file.flush(), file);
+}
 
 SampleContent sampleBytes(const QByteArray &bytes)
 {
@@ -28,10 +40,10 @@ SampleContent sampleBytes(const QByteArray &bytes)
 SampleContent sampleFile(const QString &path)
 {
     QFile source(path);
-    openForReading(source);
+    require(source.open(QIODevice::ReadOnly), source);
     return {source.size(), [path](const SampleContent::Sink &sink) {
                 QFile file(path);
-                openForReading(file);
+                require(file.open(QIODevice::ReadOnly), file);
                 while (!file.atEnd())
                     sink(file.read(blockLength));
             }};

@@ -13,6 +13,9 @@ struct SampleContent {
     std::function<void(const Sink &)> stream;
 };
 
+/// Writes a file and the folders above it. Throws std::runtime_error.
+void writeSample(const QString &path, const SampleContent &content);
+
 SampleContent sampleBytes(const QByteArray &bytes);
 /// The file at `path`, read when the backup is written. Throws std::runtime_error if it can't be read.
 SampleContent sampleFile(const QString &path);

@@ -72,7 +72,6 @@ QList<SampleFile> SampleHistory::write(const QString &path, Log log)
     const QList<SampleTouch> touches = sampleTouches(version);
     const int stride = std::max(2, messageCount / int(touches.size()));
     const int logStart = log == Log::Beside ? messageCount - std::max(1, messageCount / 10) : -1;
-    QList<SampleFile> files;
     for (int number = 0; number < messageCount; ++number) {
         if (number == logStart)
             writer->startLog();
@@ -82,7 +81,7 @@ QList<SampleFile> SampleHistory::write(const QString &path, Log log)
             touches.at(touch)(message, scene);
         if (message.service == iMessage && !message.text.isEmpty())
             message.attributedBody = typedStreamOf(message.text);
-        message.attachments = stored(message, files);
+        message.attachments = withFiles(message.attachments);
         writer->addMessage(message);
     }
     writer->finish();
@@ -193,17 +192,17 @@ qint64 SampleHistory::dateOf(int number)
     return date;
 }
 
-/// The attachments with their sizes; their files join `files`. One in forty was lost.
-QList<SampleAttachment> SampleHistory::stored(const SampleMessage &message, QList<SampleFile> &files) const
+/// The attachments with their sizes, once their files are kept. One file in ten was lost.
+QList<SampleAttachment> SampleHistory::withFiles(QList<SampleAttachment> attachments)
 {
-    QList<SampleAttachment> attachments = message.attachments;
     for (SampleAttachment &attachment : attachments) {
         const SampleContent content = contentOf(attachment);
         attachment.total_bytes = content.length;
         if (files.size() >= mostFiles)
             continue;
         const QString path = pathInDomain(attachment.filename);
-        files.append({u"MediaDomain"_s, path, content, files.size() % 40 == 39});
+        const bool isLost = seedOf(path) % 10 == 0;
+        files.append({u"MediaDomain"_s, path, content, isLost});
         if (isPicture(attachment))
             files.append(previewOf(path));
     }

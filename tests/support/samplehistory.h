@@ -14,14 +14,13 @@ public:
     /// Those who write, and others who only stand in the address book.
     const QList<SamplePerson> &people() const { return cast; }
 
+    enum class Log { None, Beside };
     /// Writes all messages to `path`; with `Log::Beside` the last tenth stands in a write-ahead log.
     /// Answers the files that the messages carry; of very many, the later ones have none.
-    enum class Log { None, Beside };
     QList<SampleFile> write(const QString &path, Log log);
 
 private:
     struct Conversation {
-        QString identifier;
         bool isGroup = false;
         QList<int> chats = {};     ///< one or two, as the writer numbers them
         QStringList services = {}; ///< of these chats
@@ -34,7 +33,7 @@ private:
     SampleScene sceneOfEvents() const;
     SampleMessage ordinaryMessage(int number);
     qint64 dateOf(int number);
-    QList<SampleAttachment> stored(const SampleMessage &message, QList<SampleFile> &files) const;
+    QList<SampleAttachment> withFiles(QList<SampleAttachment> attachments);
 
     const IosVersion version;
     const int messageCount;
@@ -43,4 +42,5 @@ private:
     QList<SamplePerson> cast;
     QList<Conversation> conversations;
     int current = 0;
+    QList<SampleFile> files;
 };

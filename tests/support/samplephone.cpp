@@ -45,16 +45,10 @@ SampleDevice deviceOf(IosVersion version)
     return device;
 }
 
-void writeContent(const QString &path, const SampleContent &content)
+void requireEmpty(const QDir &folder)
 {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        fail(path, file.errorString());
-    content.stream([&file](QByteArrayView block) {
-        if (file.write(block.data(), block.size()) != block.size())
-            fail(file.fileName(), file.errorString());
-    });
+    if (folder.exists() && !folder.isEmpty())
+        fail(folder.path(), u"this folder is not empty; name another or remove it."_s);
 }
 
 /// Lists files of applications until the manifest has `wanted` records.
@@ -78,8 +72,8 @@ void addListedRecords(BackupBuilder &builder, int wanted, SampleRandom &random)
             left -= 1;
         }
         if (left > 0) {
-            builder.missing(domain, folder % u"/object-"_s % random.guid() % u".dat"_s,
-                            quint64(random.below(1 << 20)));
+            const QString path = folder % u"/object-"_s % random.guid() % u".dat"_s;
+            builder.missing(domain, path, quint64(random.below(1 << 20)));
             left -= 1;
         }
     }
@@ -112,8 +106,7 @@ SamplePhone::Databases SamplePhone::writeDatabases(const QDir &library) const
 QString SamplePhone::writeBackup(const QDir &out) const
 {
     const QDir folder(out.filePath(device.udid));
-    if (!folder.isEmpty() && folder.exists())
-        fail(folder.path(), u"this folder is not empty; name another or remove it."_s);
+    requireEmpty(folder);
     if (!QDir().mkpath(out.path()))
         fail(out.path(), u"cannot make this folder."_s);
     const QTemporaryDir work(out.filePath(u"samplephone-XXXXXX"_s));
@@ -150,10 +143,11 @@ BackupBuilder SamplePhone::builderOf(const QDir &folder) const
 QString SamplePhone::writeRelay(const QDir &out) const
 {
     const QDir relay(out.filePath(u"file-relay"_s));
+    requireEmpty(relay);
     const QDir mobile(relay.filePath(u"var/mobile"_s));
     const Databases databases = writeDatabases(QDir(mobile.filePath(u"Library"_s)));
     for (const SampleFile &file : databases.attachments)
         if (!file.isMissing)
-            writeContent(mobile.filePath(file.path), file.content);
+            writeSample(mobile.filePath(file.path), file.content);
     return relay.path();
 }

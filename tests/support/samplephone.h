@@ -27,8 +27,8 @@ public:
 
     const QString &udid() const { return device.udid; }
 
-    /// Writes a backup into the folder `udid` in `out`, and answers its path. A folder that stands there
-    /// must be empty.
+    /// Writes a backup into the folder `udid` in `out`, and answers its path. Throws when something
+    /// stands there already, and so does writeRelay().
     QString writeBackup(const QDir &out) const;
 
     /// Writes what the file relay of a phone hands out, "file-relay/var/mobile/Library/..." in `out`, and

@@ -17,11 +17,15 @@ void check(int result, sqlite3 *database, const char *what)
         throw std::runtime_error(std::string(sqlite3_errmsg(database)) + ": " + what);
 }
 
-void answer(sqlite3_context *context, int count, sqlite3_value **values)
+void answerZero(sqlite3_context *context, int, sqlite3_value **)
 {
-    const qintptr bit = reinterpret_cast<qintptr>(sqlite3_user_data(context));
-    const int first = count > 0 ? sqlite3_value_int(values[0]) : 0;
-    sqlite3_result_int(context, (first & bit) ? 1 : 0);
+    sqlite3_result_int(context, 0);
+}
+
+void answerIsRead(sqlite3_context *context, int, sqlite3_value **values)
+{
+    constexpr int readFlag = 2;
+    sqlite3_result_int(context, (sqlite3_value_int(values[0]) & readFlag) ? 1 : 0);
 }
 
 /// The log's header holds a random salt; a fixed seed makes it the same in every run.
@@ -91,18 +95,11 @@ void SampleStatement::bind(int place, const QByteArray &value)
 
 void SampleStatement::finish()
 {
-    firstNumber();
-}
-
-qint64 SampleStatement::firstNumber()
-{
-    int result = sqlite3_step(handle.get());
-    const qint64 number = result == SQLITE_ROW ? sqlite3_column_int64(handle.get(), 0) : 0;
+    int result = SQLITE_ROW;
     while (result == SQLITE_ROW)
         result = sqlite3_step(handle.get());
     check(result, sqlite3_db_handle(handle.get()), sqlite3_sql(handle.get()));
     sqlite3_reset(handle.get());
-    return number;
 }
 
 void SampleSqlite::Closer::operator()(sqlite3 *database) const noexcept
@@ -140,11 +137,11 @@ qint64 SampleSqlite::lastRowid() const
     return sqlite3_last_insert_rowid(handle.get());
 }
 
-void SampleSqlite::addFunction(const char *name, int arguments, int answerBit)
+void SampleSqlite::addFunction(const char *name, int arguments, Answer answer)
 {
-    check(sqlite3_create_function_v2(handle.get(), name, arguments, SQLITE_ANY,
-                                     reinterpret_cast<void *>(qintptr(answerBit)), &answer, nullptr, nullptr,
-                                     nullptr),
+    const auto function = answer == Answer::IsRead ? &answerIsRead : &answerZero;
+    check(sqlite3_create_function_v2(handle.get(), name, arguments, SQLITE_UTF8, nullptr, function, nullptr,
+                                     nullptr, nullptr),
           handle.get(), name);
 }
 

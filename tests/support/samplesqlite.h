@@ -26,15 +26,6 @@ public:
         finish();
     }
 
-    /// As run(), and hands back the first column of the first row, 0 if there is none.
-    template <typename... Values>
-    qint64 number(const Values &...values)
-    {
-        int place = 0;
-        (bind(++place, values), ...);
-        return firstNumber();
-    }
-
 private:
     struct Finalizer {
         void operator()(sqlite3_stmt *statement) const noexcept;
@@ -48,7 +39,6 @@ private:
     void bind(int place, const QString &value);
     void bind(int place, const QByteArray &value);
     void finish();
-    qint64 firstNumber();
 
     std::unique_ptr<sqlite3_stmt, Finalizer> handle;
 };
@@ -65,9 +55,10 @@ public:
     SampleStatement prepare(const char *sql);
     qint64 lastRowid() const;
 
-    /// Gives the name of an SQL function that Apple's triggers call; it returns 1 where `answerBit` is
-    /// set in its first argument, and 0 otherwise.
-    void addFunction(const char *name, int arguments, int answerBit);
+    /// What stands in for an SQL function that the phone's triggers call: nothing, or whether flags of
+    /// iOS 5 say that a message was read.
+    enum class Answer { Zero, IsRead };
+    void addFunction(const char *name, int arguments, Answer answer);
 
     /// What is written from here on stands only in the write-ahead log, and the log stays beside the
     /// file when the database is closed. Call outside a transaction.

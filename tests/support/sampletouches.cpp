@@ -7,7 +7,10 @@ namespace
 
 SampleTouch saying(const QString &text)
 {
-    return [text](SampleMessage &message, const SampleScene &) { message.text = text; };
+    return [text](SampleMessage &message, const SampleScene &) {
+        message.text = text;
+        message.attachments.clear();
+    };
 }
 
 struct AttachmentKind {
@@ -43,7 +46,7 @@ SampleTouch happening(const EventKind &kind)
 {
     return [kind](SampleMessage &message, const SampleScene &scene) {
         message.text = QString();
-        message.attributedBody = QByteArray();
+        message.attachments.clear();
         message.service = scene.groupService;
         message.chats = {scene.groupChat};
         message.is_from_me = kind.isOwn;

@@ -23,8 +23,7 @@ const QList<QStringList> &languages()
         spanish,
         wordsOf(
             u"tomorrow maybe train late meeting dinner kids school weekend please bring the keys call me "
-            u"back "
-            u"soon thanks lovely photo garden coffee station ticket birthday present open window cold rain"),
+            u"back soon thanks lovely photo garden coffee station ticket birthday present open window cold"),
         spanish,
         wordsOf(
             u"morgen später Straße über Größe schön Bahnhof Abend Kinder Brötchen heute leider müde Grüße "
@@ -60,7 +59,7 @@ QString sampleSentence(int language, SampleRandom &random)
     const QStringList &words = languages().at(language % int(languages().size()));
     const int count = 2 + random.below(13);
     QString text;
-    text.reserve(count * 8);
+    text.reserve(qsizetype(count) * 8);
     for (int place = 0; place < count; ++place) {
         if (place > 0)
             text += u' ';

@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QUuid>
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -33,16 +34,21 @@ SmsDbBuilder::SmsDbBuilder(const QDir &sourceRoot, IosVersion generation)
 {
 }
 
-int SmsDbBuilder::useChat(const SampleChat &chat)
+void SmsDbBuilder::addChat(const SampleChat &chat)
 {
     chats.append(chat);
     currentChat = int(chats.size()) - 1;
-    return currentChat;
 }
 
 SmsDbBuilder &SmsDbBuilder::chat(const QString &address, const QString &service)
 {
-    useChat({.service = service, .members = {{address}}});
+    const auto known = std::find_if(chats.cbegin(), chats.cend(), [&](const SampleChat &one) {
+        return !one.isGroup && one.service == service && one.members.size() == 1 &&
+               one.members.first().id == address;
+    });
+    if (known != chats.cend())
+        return backTo(int(known - chats.cbegin()));
+    addChat({.service = service, .members = {{address}}});
     return *this;
 }
 
@@ -51,7 +57,7 @@ SmsDbBuilder &SmsDbBuilder::group(const QStringList &addresses, const QString &s
     SampleChat chat{.service = service, .isGroup = true};
     for (const QString &address : addresses)
         chat.members.append({address});
-    useChat(chat);
+    addChat(chat);
     return *this;
 }
 

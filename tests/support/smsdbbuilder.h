@@ -16,11 +16,11 @@ public:
     /// Writes below `root`, the root folder of a source.
     explicit SmsDbBuilder(const QDir &root, IosVersion version = IosVersion::Ios6);
 
-    /// Further messages belong to the chat with one partner.
+    /// Further messages belong to the chat with one partner, which goes on if it was told before.
     SmsDbBuilder &chat(const QString &address, const QString &service = QStringLiteral("SMS"));
     /// Further messages belong to a group.
     SmsDbBuilder &group(const QStringList &addresses, const QString &service = QStringLiteral("iMessage"));
-    /// Further messages belong to no chat; their handle stays unless one is named.
+    /// Further messages belong to no chat; receivedFrom() gives one a handle, received() does not.
     SmsDbBuilder &noChat();
     /// Goes back to the chat that was told as the `number`th, from 0.
     SmsDbBuilder &backTo(int number);
@@ -78,7 +78,7 @@ private:
     SampleMessage &add(const QString &text, const QString &handle);
     SampleMessage &lastMessage();
     SampleChat &lastChat();
-    int useChat(const SampleChat &chat);
+    void addChat(const SampleChat &chat);
 
     QDir root;
     IosVersion version;

@@ -9,6 +9,19 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+/// A group's identifier, "chat" and 18 digits.
+QString roomName(const QString &seed)
+{
+    const QByteArray digest = QCryptographicHash::hash(seed.toUtf8(), QCryptographicHash::Md5);
+    const quint64 number = qFromBigEndian<quint64>(digest.constData());
+    return u"chat"_s + QString::number(number % 900000000000000000u + 100000000000000000u);
+}
+
+} // namespace
+
 std::unique_ptr<SmsDbWriter> SmsDbWriter::create(const QString &path, IosVersion version)
 {
     if (version == IosVersion::Ios5)
@@ -18,10 +31,9 @@ std::unique_ptr<SmsDbWriter> SmsDbWriter::create(const QString &path, IosVersion
 
 SmsDbWriter::SmsDbWriter(const QString &path, IosVersion generation) : version(generation), database(path)
 {
-    constexpr int readFlag = 2;
-    database.addFunction("read", 1, readFlag);
-    database.addFunction("delete_attachment_path", 1, 0);
-    database.addFunction("before_delete_attachment_path", 2, 0);
+    database.addFunction("read", 1, SampleSqlite::Answer::IsRead);
+    database.addFunction("delete_attachment_path", 1, SampleSqlite::Answer::Zero);
+    database.addFunction("before_delete_attachment_path", 2, SampleSqlite::Answer::Zero);
     database.execute(smsTables(version).constData());
     database.execute("BEGIN");
 }
@@ -50,9 +62,21 @@ void SmsDbWriter::completeSchema()
     database.execute(smsTriggers(version).constData());
 }
 
-QString sampleRoomName(const QString &seed)
+SampleChatIdentity sampleIdentity(const SampleChat &chat, int number)
 {
-    const QByteArray digest = QCryptographicHash::hash(seed.toUtf8(), QCryptographicHash::Md5);
-    const quint64 number = qFromBigEndian<quint64>(digest.constData());
-    return u"chat"_s + QString::number(number % 900000000000000000u + 100000000000000000u);
+    const QString partner = chat.members.isEmpty() ? u"unknown"_s : chat.members.first().id;
+    SampleChatIdentity identity{chat.chat_identifier, chat.guid, chat.room_name};
+    if (identity.chat_identifier.isNull())
+        identity.chat_identifier = chat.isGroup ? roomName(partner + QString::number(number)) : partner;
+    if (identity.guid.isNull())
+        identity.guid = chat.service % (chat.isGroup ? ";+;"_L1 : ";-;"_L1) % identity.chat_identifier;
+    if (identity.room_name.isNull() && chat.isGroup)
+        identity.room_name = identity.chat_identifier;
+    return identity;
+}
+
+QString sampleAccountGuid(const QString &service)
+{
+    return service == "iMessage"_L1 ? u"6B29FC40-CA47-1067-B31D-00DD010662DA"_s
+                                    : u"8F2D1C60-0A55-4B19-9E6C-21B7A4E2D0F3"_s;
 }

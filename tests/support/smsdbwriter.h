@@ -45,8 +45,19 @@ private:
     bool isComplete = false;
 };
 
+/// What names a chat in the database.
+struct SampleChatIdentity {
+    QString chat_identifier;
+    QString guid;
+    QString room_name; ///< null for one partner
+};
+
+/// The identity that `chat` was given, completed as a phone would; `number` tells apart groups of the
+/// same people.
+SampleChatIdentity sampleIdentity(const SampleChat &chat, int number);
+
+/// The identifier of the phone's account for a service.
+QString sampleAccountGuid(const QString &service);
+
 /// The archived text that phones keep beside `text`: a typedstream of an attributed string with one run.
 QByteArray typedStreamOf(const QString &text);
-
-/// A group's identifier, "chat" and 18 digits, made from `seed`.
-QString sampleRoomName(const QString &seed);

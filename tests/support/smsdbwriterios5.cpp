@@ -50,16 +50,15 @@ SmsDbWriterIos5::SmsDbWriterIos5(const QString &path)
     : SmsDbWriter(path, IosVersion::Ios5)
     , insertSms(database.prepare(
           "INSERT INTO message(ROWID, address, date, text, flags, replace, svc_center, group_id, "
-          "association_id, "
-          "height, UIFlags, version, subject, country, read, madrid_version, madrid_type, madrid_error, "
-          "is_madrid, madrid_date_read, madrid_date_delivered) "
+          "association_id, height, UIFlags, version, subject, country, read, madrid_version, madrid_type, "
+          "madrid_error, is_madrid, madrid_date_read, madrid_date_delivered) "
           "VALUES(?,?,?,?,?,0,?,?,?,0,4,0,?,?,?,0,0,0,0,0,0)"))
     , insertMadrid(database.prepare(
           "INSERT INTO message(ROWID, date, text, flags, replace, group_id, association_id, height, UIFlags, "
           "version, subject, country, read, madrid_attributedBody, madrid_handle, madrid_version, "
-          "madrid_guid, "
-          "madrid_type, madrid_roomname, madrid_service, madrid_account, madrid_account_guid, madrid_flags, "
-          "madrid_attachmentInfo, madrid_error, is_madrid, madrid_date_read, madrid_date_delivered) "
+          "madrid_guid, madrid_type, madrid_roomname, madrid_service, madrid_account, madrid_account_guid, "
+          "madrid_flags, madrid_attachmentInfo, madrid_error, is_madrid, madrid_date_read, "
+          "madrid_date_delivered) "
           "VALUES(?,?,?,0,0,0,0,0,0,0,?,?,?,?,?,10,?,0,?,'Madrid','p:+34600000000',"
           "'6B29FC40-CA47-1067-B31D-00DD010662DA',?,?,?,1,?,?)"))
 {
@@ -92,13 +91,7 @@ SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addGroup(const SampleChat &chat)
 
 SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addMadridChat(const SampleChat &chat)
 {
-    const QString partner = chat.members.isEmpty() ? u"unknown"_s : chat.members.first().id;
-    QString identifier = chat.chat_identifier;
-    if (identifier.isNull())
-        identifier = chat.isGroup ? sampleRoomName(partner + QString::number(chats.size())) : partner;
-    const QString guid =
-        chat.guid.isNull() ? u"iMessage"_s % (chat.isGroup ? ";+;"_L1 : ";-;"_L1) % identifier : chat.guid;
-    const QString room = chat.isGroup && chat.room_name.isNull() ? identifier : chat.room_name;
+    const SampleChatIdentity identity = sampleIdentity(chat, int(chats.size()));
     SamplePlist participants = SamplePlist::array();
     for (const SampleHandle &member : chat.members)
         participants.append(member.id);
@@ -106,11 +99,12 @@ SmsDbWriterIos5::ChatRow SmsDbWriterIos5::addMadridChat(const SampleChat &chat)
         .prepare(
             "INSERT INTO madrid_chat(style, state, account_id, properties, chat_identifier, service_name, "
             "guid, room_name, account_login, participants) VALUES(?,3,?,?,?,'Madrid',?,?,?,?)")
-        .run(chat.isGroup ? 43 : 45, u"6B29FC40-CA47-1067-B31D-00DD010662DA"_s, chat.properties, identifier,
-             guid, room, u"P:+34600000000"_s, participants.toBinary());
+        .run(chat.isGroup ? 43 : 45, sampleAccountGuid(chat.service), chat.properties,
+             identity.chat_identifier, identity.guid, identity.room_name, u"P:+34600000000"_s,
+             participants.toBinary());
     ChatRow row;
-    row.handle = chat.isGroup ? QString() : partner;
-    row.room_name = room;
+    row.handle = chat.isGroup || chat.members.isEmpty() ? QString() : chat.members.first().id;
+    row.room_name = identity.room_name;
     return row;
 }
 

@@ -20,12 +20,6 @@ QString accountOf(const QString &service)
     return service == iMessage ? u"p:+34600000000"_s : u"e:"_s;
 }
 
-QString accountGuidOf(const QString &service)
-{
-    return service == iMessage ? u"6B29FC40-CA47-1067-B31D-00DD010662DA"_s
-                               : u"8F2D1C60-0A55-4B19-9E6C-21B7A4E2D0F3"_s;
-}
-
 qint64 orDefault(qint64 date, qint64 phoneWouldWrite)
 {
     return date == -1 ? phoneWouldWrite : date;
@@ -37,10 +31,9 @@ SmsDbWriterIos6::SmsDbWriterIos6(const QString &path, IosVersion generation)
     : SmsDbWriter(path, generation)
     , insertMessage(database.prepare(
           "INSERT INTO message(ROWID, guid, text, service_center, handle_id, subject, country, "
-          "attributedBody, "
-          "version, service, account, account_guid, error, date, date_read, date_delivered, is_delivered, "
-          "is_finished, is_from_me, is_read, is_sent, cache_has_attachments, cache_roomnames, "
-          "was_data_detected) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"))
+          "attributedBody, version, service, account, account_guid, error, date, date_read, date_delivered, "
+          "is_delivered, is_finished, is_from_me, is_read, is_sent, cache_has_attachments, "
+          "cache_roomnames, was_data_detected) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"))
     , insertChatMessage(database.prepare("INSERT INTO chat_message_join(chat_id, message_id) VALUES(?,?)"))
 {
 }
@@ -60,21 +53,14 @@ qint64 SmsDbWriterIos6::handleRowid(const SampleHandle &handle, const QString &s
 
 int SmsDbWriterIos6::addChat(const SampleChat &chat)
 {
-    const QString partner = chat.members.isEmpty() ? u"unknown"_s : chat.members.first().id;
-    QString identifier = chat.chat_identifier;
-    if (identifier.isNull())
-        identifier = chat.isGroup ? sampleRoomName(partner + QString::number(chats.size())) : partner;
-    const QString guid =
-        chat.guid.isNull() ? chat.service % (chat.isGroup ? ";+;"_L1 : ";-;"_L1) % identifier : chat.guid;
-    const QString room = chat.isGroup && chat.room_name.isNull() ? identifier : chat.room_name;
-
+    const SampleChatIdentity identity = sampleIdentity(chat, int(chats.size()));
     database
         .prepare(
             "INSERT INTO chat(guid, style, state, account_id, properties, chat_identifier, service_name, "
             "room_name, account_login, is_archived, last_addressed_handle) VALUES(?,?,?,?,?,?,?,?,?,?,?)")
-        .run(guid, chat.isGroup ? groupStyle : directStyle, 3, accountGuidOf(chat.service), chat.properties,
-             identifier, chat.service, room, accountOf(chat.service).toUpper(), chat.is_archived,
-             chat.last_addressed_handle);
+        .run(identity.guid, chat.isGroup ? groupStyle : directStyle, 3, sampleAccountGuid(chat.service),
+             chat.properties, identity.chat_identifier, chat.service, identity.room_name,
+             accountOf(chat.service).toUpper(), chat.is_archived, chat.last_addressed_handle);
     const qint64 rowid = database.lastRowid();
     if (version >= IosVersion::Ios7)
         database.prepare("UPDATE chat SET display_name=? WHERE ROWID=?").run(chat.display_name, rowid);
@@ -84,7 +70,7 @@ int SmsDbWriterIos6::addChat(const SampleChat &chat)
     SampleStatement join = database.prepare("INSERT OR IGNORE INTO chat_handle_join VALUES(?,?)");
     for (const SampleHandle &member : chat.members)
         join.run(rowid, handleRowid(member, chat.service));
-    chats.append({rowid, room});
+    chats.append({rowid, identity.room_name});
     return int(chats.size()) - 1;
 }
 
@@ -118,7 +104,8 @@ void SmsDbWriterIos6::writeRow(const SampleMessage &message)
     insertMessage.run(rowid, message.guid, message.text, message.service_center,
                       handleRowid({message.handle, message.country}, message.service), message.subject,
                       message.country, message.attributedBody, messageVersion, message.service,
-                      accountOf(message.service), accountGuidOf(message.service), message.error, message.date,
+                      accountOf(message.service), sampleAccountGuid(message.service), message.error,
+                      message.date,
                       orDefault(message.date_read, isReadHere && isIMessage ? message.date + 30 : 0),
                       orDefault(message.date_delivered, isDelivered ? message.date + 2 : 0), isDelivered,
                       true, message.is_from_me, isReadHere, message.is_from_me && message.error == 0,

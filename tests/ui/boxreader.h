@@ -16,7 +16,7 @@ public:
     }
 
     QStringList texts;
-    QList<QMessageBox::Icon> icons;
+    QStringList kinds; ///< such as "box-warning"
 
 private:
     void read()
@@ -25,7 +25,7 @@ private:
         if (!box || !box->button(button))
             return;
         texts.append(box->text());
-        icons.append(box->icon());
+        kinds.append(box->objectName());
         box->button(button)->click();
     }
 

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void framelessWindowFollowsTheLeftButton();
     void iconsAreDrawnForEveryPalette_data();
     void iconsAreDrawnForEveryPalette();
+    void selectedIconTakesTheColourOfItsRow();
     void rowsArePlainAndShort_data();
     void rowsArePlainAndShort();
     void toolTipsAreNoMarkup();
@@ -63,7 +64,7 @@ void TestLook::boxesShowTheirTextAndAsk_data()
     using Call = std::function<bool()>;
     QTest::addColumn<Call>("call");
     QTest::addColumn<QMessageBox::StandardButton>("answer");
-    QTest::addColumn<QMessageBox::Icon>("icon");
+    QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("result");
     const auto show = [](void (*box)(const QString &), const QString &text) -> Call {
@@ -71,32 +72,32 @@ void TestLook::boxesShowTheirTextAndAsk_data()
     };
     const QString error = u"An Error Occurred. <br/><br/>%1<br/><br/> Or you can contact "
                           "support@marrowlight.example for help."_s;
-    QTest::newRow("info") << show(showInfo, u"a"_s) << QMessageBox::Ok << QMessageBox::Information << u"a"_s
+    QTest::newRow("info") << show(showInfo, u"a"_s) << QMessageBox::Ok << u"box-information"_s << u"a"_s
                           << true;
-    QTest::newRow("warning") << show(showWarning, u"a"_s) << QMessageBox::Ok << QMessageBox::Warning << u"a"_s
+    QTest::newRow("warning") << show(showWarning, u"a"_s) << QMessageBox::Ok << u"box-warning"_s << u"a"_s
                              << true;
-    QTest::newRow("critical") << show(showCritical, u"a"_s) << QMessageBox::Ok << QMessageBox::Critical
-                              << u"a"_s << true;
+    QTest::newRow("critical") << show(showCritical, u"a"_s) << QMessageBox::Ok << u"box-critical"_s << u"a"_s
+                              << true;
     QTest::newRow("error keeps breaks, shows other tags")
-        << show(showError, u"a<br/>b\n<i>c</i>"_s) << QMessageBox::Ok << QMessageBox::Critical
+        << show(showError, u"a<br/>b\n<i>c</i>"_s) << QMessageBox::Ok << u"box-critical"_s
         << error.arg(u"a<br/>b<br/>&lt;i>c&lt;/i>"_s) << true;
-    QTest::newRow("yes") << Call([] { return askYesNo(u"a"_s); }) << QMessageBox::Yes << QMessageBox::Question
+    QTest::newRow("yes") << Call([] { return askYesNo(u"a"_s); }) << QMessageBox::Yes << u"box-question"_s
                          << u"a"_s << true;
-    QTest::newRow("no") << Call([] { return ask(u"a"_s); }) << QMessageBox::No << QMessageBox::Question
-                        << u"a"_s << false;
+    QTest::newRow("no") << Call([] { return ask(u"a"_s); }) << QMessageBox::No << u"box-question"_s << u"a"_s
+                        << false;
 }
 
 void TestLook::boxesShowTheirTextAndAsk()
 {
     QFETCH(std::function<bool()>, call);
     QFETCH(QMessageBox::StandardButton, answer);
-    QFETCH(QMessageBox::Icon, icon);
+    QFETCH(QString, kind);
     QFETCH(QString, text);
     const BoxReader reader(answer);
     const bool answered = call();
     QTEST(answered, "result");
     QCOMPARE(reader.texts, QStringList{text});
-    QCOMPARE(reader.icons, QList{icon});
+    QCOMPARE(reader.kinds, QStringList{kind});
 }
 
 void TestLook::escapeIsNo()
@@ -162,6 +163,19 @@ void TestLook::iconsAreDrawnForEveryPalette()
     QApplication::setPalette(darkPalette());
     if (hasLines)
         QVERIFY(darkestLine(icon, 48) > 100);
+}
+
+void TestLook::selectedIconTakesTheColourOfItsRow()
+{
+    QPalette palette = darkPalette(); // plain and selected writing are both white here
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(palette);
+    const QIcon icon = programIcon(u":res/iphone.png"_s);
+    const auto drawn = [&](QIcon::Mode mode) { return icon.pixmap(QSize(48, 48), 1.0, mode).toImage(); };
+    const QImage normal = drawn(QIcon::Normal);
+    QVERIFY(normal != drawn(QIcon::Selected)); // the accent is gone
+    QVERIFY(normal != drawn(QIcon::Disabled));
 }
 
 void TestLook::rowsArePlainAndShort_data()

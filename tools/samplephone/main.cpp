@@ -73,7 +73,7 @@ QString passwordIn(const QString &path)
 QString udidIn(const QCommandLineParser &parser)
 {
     static const QRegularExpression shape(u"^[0-9A-Fa-f]{40}$"_s);
-    const QString udid = parser.value(u"udid"_s);
+    QString udid = parser.value(u"udid"_s);
     if (parser.isSet(u"udid"_s) && !shape.match(udid).hasMatch())
         throw std::runtime_error("--udid takes 40 hexadecimal digits.");
     return udid;

@@ -1,0 +1,220 @@
+#include "backupmanifest.h"
+#include "benchtable.h"
+#include "samplecipher.h"
+#include "samplecontent.h"
+#include "samplekeybag.h"
+#include "samplembdb.h"
+
+#include <mbedtls/aes.h>
+
+#include <QCryptographicHash>
+#include <QTemporaryDir>
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int manifestRecords = 200'000;
+constexpr int keyBagRounds = 200'000;
+constexpr qint64 blockSize = 8192;
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("%ls: %ls", qUtf16Printable(path), qUtf16Printable(file.errorString()));
+}
+
+SampleRecord folderRecord(const QByteArray &domain, const QByteArray &path)
+{
+    SampleRecord record;
+    record.domain = domain;
+    record.path = path;
+    record.mode = 0040755;
+    return record;
+}
+
+SampleRecord fileRecord(const QByteArray &domain, const QByteArray &path)
+{
+    SampleRecord record;
+    record.domain = domain;
+    record.path = path;
+    record.dataHash = QByteArray(20, 'h');
+    record.encryptionKey = QByteArray(44, 'k');
+    record.mtime = 1'400'000'000;
+    record.fileLength = 1234;
+    record.protectionClass = 3;
+    return record;
+}
+
+/// 200,000 records as a phone lists them, one domain after the other, each folder before its files: 75 in
+/// a hundred of applications, 15 pictures, 10 attachments.
+class SampleList
+{
+public:
+    SampleList()
+    {
+        for (int app = 900; records.size() < manifestRecords * 75 / 100; --app)
+            addFolders("AppDomain-org.example.app" + QByteArray::number(app), "Documents/Folder ", ".dat", 20,
+                       50);
+        addFolders("CameraRollDomain", "Media/DCIM/1", ".JPG", 30, 1000);
+        for (int folder = 0; records.size() < manifestRecords; ++folder)
+            addAttachments(QByteArray::number(4096 + folder, 16));
+    }
+
+    QList<SampleRecord> records;
+
+private:
+    void addFolders(const QByteArray &domain, const QByteArray &prefix, const QByteArray &suffix, int folders,
+                    int files)
+    {
+        for (int folder = 0; folder < folders; ++folder) {
+            const QByteArray path = prefix + QByteArray::number(10 + folder) + "APPLE";
+            records.append(folderRecord(domain, path));
+            for (int file = 0; file < files; ++file)
+                records.append(fileRecord(domain, path + "/IMG_" + QByteArray::number(1000 + file) + suffix));
+            records.append(fileRecord(domain, path + ".plist")); // comes before the files in the tree's order
+        }
+    }
+
+    void addAttachments(const QByteArray &name)
+    {
+        const QByteArray path = "Library/SMS/Attachments/" + name;
+        records.append(folderRecord("MediaDomain", path));
+        for (int file = 0; file < 4; ++file) {
+            const QByteArray folder =
+                path + "/F0E1D2C3-B4A5-4697-8879-6A5B4C3D2E1" + QByteArray::number(file);
+            records.append(folderRecord("MediaDomain", folder));
+            records.append(fileRecord("MediaDomain", folder + "/IMG_0001.JPG"));
+        }
+    }
+};
+
+/// "domain-path" of each record, which the floor hashes.
+QList<QByteArray> writeManifest(const QString &folder)
+{
+    QList<QByteArray> names;
+    QByteArray bytes = sampleMbdbHeader();
+    const SampleList list;
+    for (const SampleRecord &record : list.records) {
+        bytes += sampleRecordBytes(record);
+        names.append(record.domain + '-' + record.path);
+    }
+    writeFile(folder + u"/Manifest.mbdb"_s, bytes);
+    return names;
+}
+
+void benchManifest(const QString &folder)
+{
+    const QList<QByteArray> names = writeManifest(folder);
+    std::vector<std::unique_ptr<BackupManifest>> loaded; // taking a tree down again is not the work
+    const auto ours = [&] {
+        loaded.push_back(std::make_unique<BackupManifest>(folder));
+        loaded.back()->loadIndex();
+    };
+    const auto floor = [&] {
+        QFile file(folder + u"/Manifest.mbdb"_s);
+        qsizetype sum = file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) ? file.readAll().size() : 0;
+        QCryptographicHash sha1(QCryptographicHash::Sha1);
+        for (const QByteArray &name : names) {
+            sha1.reset();
+            sha1.addData(name);
+            sum += sha1.resultView().at(0);
+        }
+        if (sum == 0)
+            qFatal("nothing was read");
+    };
+    compareWithFloor("Manifest.mbdb of 200,000 records to a tree", 3.0, 5, ours, floor);
+}
+
+/// A backup of one file of `bytes` bytes, already open.
+struct EncryptedBackup {
+    EncryptedBackup(const QString &folder, qint64 bytes) : manifest(folder)
+    {
+        const QByteArray classKey(32, 'c');
+        node.record.path = {5, "a.bin"};
+        node.record.protectionClass = 3;
+        node.record.fileLength = quint64(bytes);
+        node.record.encryptionKey = {44, QByteArray(4, 0) + sampleWrapKey(classKey, fileKey)};
+        manifest.isEncrypted = true;
+        manifest.keyBagClasses[3].insert(u"KEY"_s, classKey);
+        writeNoise(bytes);
+    }
+
+    void writeNoise(qint64 bytes) const
+    {
+        QFile file(source());
+        if (!file.open(QIODevice::WriteOnly))
+            qFatal("%ls can't be written", qUtf16Printable(source()));
+        sampleNoise(bytes, 1).stream([&](QByteArrayView block) { file.write(block.data(), block.size()); });
+    }
+
+    QString source() const { return manifest.backupDir.filePath(recordFileName(node.record)); }
+    QString target() const { return manifest.backupDir.filePath(u"plain"_s); }
+
+    const QByteArray fileKey = QByteArray(32, 'f');
+    BackupManifest manifest;
+    _ManifestNode node;
+};
+
+void decryptBare(const EncryptedBackup &backup)
+{
+    mbedtls_aes_context aes;
+    mbedtls_aes_init(&aes);
+    mbedtls_aes_setkey_dec(&aes, reinterpret_cast<const unsigned char *>(backup.fileKey.constData()), 256);
+    const int in = open(backup.source().toUtf8().constData(), O_RDONLY | O_CLOEXEC);
+    const int out =
+        open(backup.target().toUtf8().constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    unsigned char block[blockSize];
+    unsigned char vector[16] = {};
+    while (const ssize_t length = read(in, block, blockSize)) {
+        mbedtls_aes_crypt_cbc(&aes, MBEDTLS_AES_DECRYPT, size_t(length), vector, block, block);
+        if (write(out, block, size_t(length)) != length)
+            qFatal("%ls can't be written", qUtf16Printable(backup.target()));
+    }
+    close(in);
+    close(out);
+    mbedtls_aes_free(&aes);
+}
+
+void benchDecryption(const QString &folder, qint64 bytes)
+{
+    const EncryptedBackup backup(folder, bytes);
+    const auto ours = [&] { backup.manifest.extractFile(&backup.node, backup.target()); };
+    const QByteArray name = "decrypting " + QByteArray::number(bytes >> 20) + " MiB";
+    compareWithFloor(name.constData(), 1.15, 3, ours, [&] { decryptBare(backup); });
+}
+
+void benchUnlocking(const QString &folder)
+{
+    SampleRandom random(1);
+    BackupManifest manifest(folder);
+    manifest.backupKeyBag = SampleKeyBag(u"secret"_s, keyBagRounds, random).blob();
+    const auto ours = [&] {
+        if (!manifest.unlockKeyBag(u"secret"_s))
+            qFatal("the keybag does not open");
+    };
+    const auto floor = [] { samplePasswordKey(u"secret"_s, QByteArray(20, 's'), keyBagRounds); };
+    compareWithFloor("unlocking a keybag of 200,000 rounds", 1.05, 5, ours, floor);
+}
+
+} // namespace
+
+/// Usage: benchbackup [MiB to decrypt]
+int main(int argc, char **argv)
+{
+    const QTemporaryDir dir;
+    const qint64 mebibytes = argc > 1 ? std::atoi(argv[1]) : 1024;
+    benchManifest(dir.path());
+    benchUnlocking(dir.path());
+    benchDecryption(dir.path(), mebibytes << 20);
+    return 0;
+}

@@ -1,0 +1,117 @@
+#include "manifestlist.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr auto applicationPrefix = "AppDomain-"_L1;
+constexpr QByteArrayView applicationsFolder("Applications");
+
+/// The first byte in UTF-8 of U+E000, from where on the order of UTF-16 is another one.
+constexpr uchar firstOutOfOrder = 0xEE;
+
+// Written without a way out of the loop, so that the compiler can take many bytes at once.
+bool isAsciiText(QByteArrayView bytes)
+{
+    bool hasOther = false;
+    for (const char byte : bytes)
+        hasOther |= uchar(byte - 1) >= 0x7F; // a zero byte ends a text
+    return !hasOther;
+}
+
+bool isInOrder(QByteArrayView text)
+{
+    return std::none_of(text.cbegin(), text.cend(), [](char byte) { return uchar(byte) >= firstOutOfOrder; });
+}
+
+QByteArrayView lastComponent(QByteArrayView path)
+{
+    return path.sliced(path.lastIndexOf('/') + 1);
+}
+
+} // namespace
+
+bool ManifestDomain::isBefore(QByteArrayView left, QByteArrayView right) const
+{
+    return sortsAsBytes ? left < right : QString::fromUtf8(left) < QString::fromUtf8(right);
+}
+
+_ManifestNode *ManifestDomain::find(QByteArrayView path) const
+{
+    const auto isBehind = [this](QByteArrayView wanted, const ManifestEntry &entry) {
+        return isBefore(wanted, entry.path);
+    };
+    const auto next = std::upper_bound(entries.cbegin(), entries.cend(), path, isBehind);
+    return next != entries.cbegin() && std::prev(next)->path == path ? std::prev(next)->inTree : nullptr;
+}
+
+// Records that stand side by side are mostly of one domain.
+ManifestDomain &ManifestList::domainOf(const _MbdbString &name)
+{
+    if (lastDomain && name.bytes == lastName)
+        return *lastDomain;
+    ManifestDomain *&domain = byName[name.bytes];
+    if (!domain) {
+        const QString text = name.text();
+        domain = &byText[text];
+        domain->text = text;
+        if (text.startsWith(applicationPrefix)) {
+            const QByteArray application = QStringView(text).sliced(applicationPrefix.size()).toUtf8();
+            domain->folder = applicationsFolder.toByteArray() + '/' + application + '/';
+            applicationsApart &= !application.contains('/');
+        }
+    }
+    lastName = name.bytes;
+    lastDomain = domain;
+    return *domain;
+}
+
+QByteArrayView ManifestList::pathOf(ManifestDomain &domain, const _MbdbString &string)
+{
+    if (isAsciiText(string.bytes))
+        return string.bytes;
+    const QByteArrayView path = madeTexts.emplace_back(string.text().toUtf8());
+    domain.sortsAsBytes &= isInOrder(path);
+    return path;
+}
+
+void ManifestList::add(_MbdbRecord &&record)
+{
+    ManifestDomain &domain = domainOf(record.domain);
+    const QByteArrayView path = pathOf(domain, record.path);
+    if (!domain.isApplication() && path.startsWith(applicationsFolder))
+        applicationsApart = false;
+    auto node = std::make_unique<_ManifestNode>(std::move(record));
+    // The entry of an application itself has no path and is named after it.
+    const bool isApplication = domain.isApplication() && path.isEmpty();
+    node->name =
+        QString::fromUtf8(lastComponent(isApplication ? QByteArrayView(domain.folder).chopped(1) : path));
+    domain.entries.push_back({path, std::move(node)});
+}
+
+void ManifestList::completePaths(ManifestDomain &domain)
+{
+    for (ManifestEntry &entry : domain.entries) {
+        const QByteArray path = domain.folder + entry.path.toByteArray();
+        entry.path = madeTexts.emplace_back(entry.path.isEmpty() ? path.chopped(1) : path);
+    }
+    domain.sortsAsBytes &= isInOrder(domain.folder);
+}
+
+// Phones list their files nearly in this order.
+void ManifestList::sort()
+{
+    for (auto &named : byText) {
+        ManifestDomain &domain = named.second;
+        if (domain.isApplication() && !applicationsApart)
+            completePaths(domain);
+        const auto isBefore = [&domain](const ManifestEntry &left, const ManifestEntry &right) {
+            return domain.isBefore(left.path, right.path);
+        };
+        if (!std::is_sorted(domain.entries.cbegin(), domain.entries.cend(), isBefore))
+            std::stable_sort(domain.entries.begin(), domain.entries.end(), isBefore);
+    }
+}

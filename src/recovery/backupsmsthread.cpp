@@ -1,0 +1,113 @@
+#include "backupsmsthread.h"
+
+#include "exportmessagesdb.h"
+#include "filetools.h"
+#include "jobprogress.h"
+#include "messagestore.h"
+
+#include <QDebug>
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Whether a database holds no message and nobody else is at work on it.
+bool isEmptyAndUnused(const QString &path)
+{
+    Sqlite3DB db;
+    db.openThrow(path, sqliteReadWrite);
+    QString error;
+    if (db.exec(u"begin exclusive"_s, error) != 0)
+        return false;
+    const bool hasMessages = db.exec(u"select rowid from message limit 1"_s, error) == 0 &&
+                             db.queryThrow(Sqlite3Sql("select rowid from message limit 1")).moveNext();
+    return !hasMessages;
+}
+
+/// Takes a database away again that a failed run has made.
+class NewDatabaseGuard
+{
+public:
+    NewDatabaseGuard(const QDir &rootFolder, const QString &databasePath)
+        : root(rootFolder)
+        , path(databasePath)
+        , rootWasThere(rootFolder.exists())
+        , wasThere(QFile::exists(databasePath))
+    {
+    }
+    ~NewDatabaseGuard()
+    {
+        if (!wasThere && !kept)
+            takeAway();
+    }
+    Q_DISABLE_COPY_MOVE(NewDatabaseGuard)
+
+    void keep() { kept = true; }
+
+private:
+    void takeAway() noexcept
+    {
+        try {
+            if (QFile::exists(path) && !isEmptyAndUnused(path))
+                return; // another program is filling it by now
+            QFile::remove(path);
+            if (!rootWasThere)
+                removeTree(root.absolutePath());
+        } catch (const std::exception &error) {
+            qWarning("A new Local Database is left behind: %s", error.what());
+        }
+    }
+
+    QDir root;
+    QString path;
+    bool rootWasThere;
+    bool wasThere;
+    bool kept = false;
+};
+
+void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
+{
+    const QString status = QObject::tr("IDS_BACKING_UP_SMS");
+    const qint64 total = messages.size();
+    ProgressPace pace(total);
+    qint64 done = 0;
+    for (const _MsgMessage *message : messages) {
+        throwIfCancelled(progress);
+        if (pace.isDue(++done))
+            progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
+        target.append(*message);
+    }
+}
+
+} // namespace
+
+qint64 backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
+                      JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_BACKING_UP_SMS"), 0, {});
+    NewDatabaseGuard guard(root, path);
+    {
+        ExportMessagesDb target(root, path);
+        target.begin();
+        appendAll(target, sortMessages(messages), progress);
+        target.finish();
+        guard.keep();
+    }
+    return messages.size();
+}
+
+BackupSMSThread::BackupSMSThread(const QList<_MsgMessage *> &messageList, const QDir &targetRoot,
+                                 const QString &targetPath, JobProgress *jobProgress, QObject *parent)
+    : QThread(parent), messages(messageList), progress(jobProgress), root(targetRoot), path(targetPath)
+{
+}
+
+void BackupSMSThread::run()
+{
+    runJob(*progress, [this] {
+        const qint64 count = backupMessages(messages, root, path, *progress);
+        return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(count);
+    });
+}

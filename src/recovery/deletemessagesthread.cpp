@@ -1,0 +1,161 @@
+#include "deletemessagesthread.h"
+
+#include "bulkdeletion.h"
+#include "ios6messagedb.h"
+#include "jobprogress.h"
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Runs `work` on a database that is ready for many deletions, in one transaction; whatever it throws
+/// rolls back.
+template <typename Work>
+qint64 deleteInTransaction(IOS6MessageDb &db, Work work)
+{
+    db.beginTransaction();
+    try {
+        BulkDeletion bulk(db);
+        const qint64 result = work();
+        bulk.finish();
+        db.endTransaction(true);
+        return result;
+    } catch (...) {
+        db.endTransaction(false);
+        throw;
+    }
+}
+
+struct ChatMember {
+    qint64 chat;
+    qint64 message;
+    bool isShown;
+};
+
+Sqlite3Sql withRows(const char *sql, std::initializer_list<qint64> rowids)
+{
+    Sqlite3Sql statement(sql);
+    for (const qint64 rowid : rowids)
+        statement.addInt64Param(rowid);
+    return statement;
+}
+
+QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QString &chatIdentifier)
+{
+    Sqlite3Sql sql("select rowid from chat where chat_identifier=? order by rowid");
+    sql.addTextParam(chatIdentifier);
+    QList<qint64> chats;
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    while (cursor.moveNextThrow())
+        chats.append(cursor.getInt64(0));
+    if (chats.isEmpty())
+        throw std::runtime_error(
+            u"The Local Database has no conversation \"%1\"."_s.arg(chatIdentifier).toStdString());
+    return chats;
+}
+
+QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QStringList &chatIdentifiers)
+{
+    QList<qint64> chats;
+    for (const QString &identifier : chatIdentifiers)
+        chats.append(chatRowidsThrow(db, identifier));
+    return chats;
+}
+
+QList<ChatMember> membersOf(IOS6MessageDb &db, const QList<qint64> &chats)
+{
+    // Shared locations are kept but not shown.
+    const bool hidesLocations = db.hasItemType();
+    const char *sql = hidesLocations
+                          ? "select j.message_id, m.item_type <> 4 from chat_message_join as j inner join "
+                            "message as m on j.message_id = m.rowid and j.chat_id=?"
+                          : "select message_id, 1 from chat_message_join where chat_id=?";
+    QList<ChatMember> members;
+    for (const qint64 chat : chats) {
+        Sqlite3Cursor cursor = db.queryThrow(withRows(sql, {chat}));
+        while (cursor.moveNextThrow())
+            members.append({chat, cursor.getInt64(0), cursor.getInt(1) != 0});
+    }
+    return members;
+}
+
+/// Takes a message out of a chat. Returns whether it stood in no other and is gone.
+bool removeMember(IOS6MessageDb &db, const ChatMember &member)
+{
+    db.executeThrow(withRows("delete from chat_message_join where chat_id=? and message_id=?",
+                             {member.chat, member.message}));
+    if (db.queryThrow(withRows("select 1 from chat_message_join where message_id=?", {member.message}))
+            .moveNextThrow())
+        return false;
+    _MsgMessage message;
+    message.rowid = member.message;
+    db.deleteMessage(message);
+    return true;
+}
+
+qint64 removeMembers(IOS6MessageDb &db, const QList<ChatMember> &members, JobProgress &progress)
+{
+    const qint64 total = members.size();
+    ProgressPace pace(total);
+    qint64 done = 0;
+    qint64 removed = 0;
+    for (const ChatMember &member : members) {
+        throwIfCancelled(progress);
+        if (pace.isDue(++done))
+            progress.updateProgress({}, percentOf(done, total), {});
+        if (removeMember(db, member) && member.isShown)
+            ++removed;
+    }
+    return removed;
+}
+
+} // namespace
+
+qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
+    return deleteInTransaction(db, [&] {
+        const qint64 total = messages.size();
+        ProgressPace pace(total);
+        qint64 done = 0;
+        for (const _MsgMessage *message : messages) {
+            throwIfCancelled(progress);
+            if (pace.isDue(++done))
+                progress.updateProgress({}, percentOf(done, total), {});
+            db.deleteMessage(*message);
+        }
+        return total;
+    });
+}
+
+qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers, JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
+    db.openDb();
+    return deleteInTransaction(db, [&] {
+        const QList<qint64> chats = chatRowidsThrow(db, chatIdentifiers);
+        const qint64 removed = removeMembers(db, membersOf(db, chats), progress);
+        for (const qint64 chat : chats) {
+            db.executeThrow(withRows("delete from chat_handle_join where chat_id=?", {chat}));
+            db.executeThrow(withRows("delete from chat where rowid=?", {chat}));
+        }
+        return removed;
+    });
+}
+
+DeleteMessagesThread::DeleteMessagesThread(IOS6MessageDb *database, const QList<_MsgMessage *> *messageList,
+                                           JobProgress *jobProgress, QObject *parent)
+    : QThread(parent), db(database), messages(messageList), progress(jobProgress)
+{
+}
+
+void DeleteMessagesThread::run()
+{
+    runJob(*progress, [this] {
+        const qint64 count = deleteMessages(*db, *messages, *progress);
+        return QObject::tr("IDS_SUC_DELETE_%1_MESSAGES").arg(count);
+    });
+}

@@ -1,0 +1,13 @@
+#include "chatlinks.h"
+
+#include <algorithm>
+
+ChatLinks::~ChatLinks()
+{
+    for (auto it = links.cbegin(); it != links.cend(); ++it) {
+        QHash<QString, _MsgMessage *> &messages = it.key()->messages;
+        messages.reserve(std::max(messages.size(), qsizetype(it->size())));
+        for (const Link &link : *it)
+            messages.insert(QString::number(link.rowid), link.message);
+    }
+}
