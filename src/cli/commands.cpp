@@ -130,6 +130,17 @@ CommandResult importCommand(const CommandLine &line)
     return {};
 }
 
+/// A database that is too damaged to be counted can be deleted all the same.
+QJsonValue messagesToGo(const LocalDatabase &database)
+{
+    try {
+        return countMessages(database);
+    } catch (const std::runtime_error &error) {
+        qWarning("%s", error.what());
+        return {};
+    }
+}
+
 CommandResult deleteCommand(const CommandLine &line)
 {
     const std::optional<LocalDatabase> database = findLocalDatabase(line.source);
@@ -138,9 +149,9 @@ CommandResult deleteCommand(const CommandLine &line)
             u"There is no Local Database \"%1\"; the command databases lists them."_s.arg(line.source)
                 .toStdString());
     TerminalProgress progress(line.quiet);
-    qint64 deleted = 0;
+    QJsonValue deleted;
     if (line.chats.isEmpty()) {
-        deleted = countMessages(*database);
+        deleted = messagesToGo(*database);
         deleteLocalDatabase(*database);
     } else {
         const InterruptScope interruptible(progress);

@@ -84,6 +84,11 @@ private Q_SLOTS:
     void exportsAFolderOfConversations_data();
     void exportsAFolderOfConversations();
     void aFailedExportTakesItsFolderAway();
+    void keepsMessagesInALocalDatabase();
+    void deletesConversationsOrAll();
+    void aDamagedDatabaseIsListedAsOneAndCanGo();
+    void refusesNamesOfDatabases_data();
+    void refusesNamesOfDatabases();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
 
@@ -99,6 +104,7 @@ void TestCli::init()
 {
     dir = std::make_unique<QTemporaryDir>();
     QVERIFY(dir->isValid());
+    qputenv("XDG_DATA_HOME", QFile::encodeName(path(u"data"_s))); // of the companion
 }
 
 QString TestCli::writeMessages()
@@ -417,6 +423,81 @@ void TestCli::aFailedExportTakesItsFolderAway()
         QVERIFY2(error.contains("+34622222222.html") && error.count('\n') == 1, error.constData());
         QVERIFY(QDir(path(u"out"_s)).isEmpty());
     }
+}
+
+void TestCli::keepsMessagesInALocalDatabase()
+{
+    const QString backup = writeBackup();
+    for (const QString &name : {u"Kept"_s, u" kept "_s}) {
+        const Run result = run({u"import"_s, backup, u"--into"_s, name});
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.objects().first().value("messages"_L1).toInt(), 4);
+        QCOMPARE(result.objects().first().value("name"_L1).toString(), u"Kept"_s);
+    }
+    const Run databases = run({u"databases"_s});
+    QCOMPARE(databases.objects().size(), 1);
+    QCOMPARE(databases.objects().first().value("messages"_L1).toInt(), 4);
+    QVERIFY(QDir(databases.objects().first().value("path"_L1).toString()).exists());
+    const Run kept = run({u"messages"_s, u"KEPT"_s});
+    const Run source = run({u"messages"_s, backup});
+    for (const QString &key :
+         {u"guid"_s, u"body"_s, u"date"_s, u"handle"_s, u"chat_identifier"_s, u"service"_s})
+        QCOMPARE(kept.values(key), source.values(key));
+
+    QCOMPARE(run({u"import"_s, u"kept"_s, u"--into"_s, u"Part"_s, u"--chat"_s, u"ann@example.org"_s}).status,
+             0);
+    QCOMPARE(run({u"messages"_s, u"Part"_s}).values(u"body"_s), QStringList{u"Hi"_s});
+}
+
+void TestCli::deletesConversationsOrAll()
+{
+    QCOMPARE(run({u"import"_s, writeBackup(), u"--into"_s, u"Kept"_s}).status, 0);
+    QCOMPARE(run({u"delete"_s, u"Kept"_s, u"--chat"_s, u"+1"_s}).status, 1);
+    const Run one = run({u"delete"_s, u"Kept"_s, u"--chat"_s, u"+34612345678"_s});
+    QCOMPARE(one.objects().first().value("messages"_L1).toInt(), 3);
+    QCOMPARE(run({u"messages"_s, u"Kept"_s}).values(u"body"_s), QStringList{u"Hi"_s});
+    const Run all = run({u"delete"_s, u"kept"_s});
+    QCOMPARE(all.objects().first().value("messages"_L1).toInt(), 1);
+    QCOMPARE(run({u"databases"_s}).out, QByteArray());
+    QCOMPARE(run({u"delete"_s, u"Kept"_s}).status, 1);
+}
+
+void TestCli::aDamagedDatabaseIsListedAsOneAndCanGo()
+{
+    const QString backup = writeBackup();
+    QCOMPARE(run({u"import"_s, backup, u"--into"_s, u"A"_s}).status, 0);
+    QCOMPARE(run({u"import"_s, backup, u"--into"_s, u"B"_s}).status, 0);
+    const QString folder = run({u"databases"_s}).objects().first().value("path"_L1).toString();
+    QFile file(folder + u"/file-relay/var/mobile/Library/SMS/sms.db"_s);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(5000, 'x'));
+    file.close();
+    const Run listed = run({u"databases"_s});
+    QCOMPARE(listed.status, 1);
+    QCOMPARE(listed.values(u"name"_s), QStringList{u"B"_s});
+    QVERIFY(listed.err.contains(file.fileName().toUtf8()));
+    const Run gone = run({u"delete"_s, u"A"_s});
+    QCOMPARE(gone.status, 0);
+    QVERIFY(gone.objects().first().value("messages"_L1).isNull());
+    QCOMPARE(run({u"databases"_s}).status, 0);
+}
+
+void TestCli::refusesNamesOfDatabases_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("empty") << u" "_s;
+    QTest::newRow("separator") << u"a/b"_s;
+    QTest::newRow("parent folder") << u".."_s;
+    QTest::newRow("forbidden sign") << u"a?"_s;
+}
+
+void TestCli::refusesNamesOfDatabases()
+{
+    QFETCH(QString, name);
+    const Run result = run({u"import"_s, writeBackup(), u"--into"_s, name});
+    QCOMPARE(result.status, 2);
+    QCOMPARE(result.err.count('\n'), 1);
+    QCOMPARE(run({u"databases"_s}).out, QByteArray());
 }
 
 void TestCli::aFullStandardOutputIsAnError()
