@@ -21,7 +21,7 @@ show() {
 }
 
 cli=build/release/src/cli/marrowlight-cli
-show build/release/tools/samplephone --ios 8 --messages 500 --password-file "$sample/password" \
+show build/release/tools/samplephone/samplephone --ios 8 --messages 500 --password-file "$sample/password" \
   --out "$sample/backups"
 backup=$(find "$sample/backups" -mindepth 1 -maxdepth 1 -type d)
 
