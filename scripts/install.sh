@@ -37,5 +37,8 @@ build() {
   cmake --build --preset "$preset" "${targets[@]}"
 }
 
-# A precompiled header is as good as its sources; ccache wants to be told so.
+# A precompiled header is as good as its sources, and a clone in another folder is the same code; ccache
+# wants to be told so.
 export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
+export CCACHE_NOHASHDIR=true

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the program, makes an encrypted sample backup of an iPhone and does
-# the main job on it: list, unlock, read, export. All that it makes lies in build/sample.
+# the main job on it: list, unlock, read, export, keep. All that it makes lies in build/sample.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/install.sh
@@ -14,9 +14,10 @@ mkdir -p "$sample/backups"
 export XDG_DATA_HOME=$sample/data # leaves the user's own data alone
 printf 'moonlight\n' >"$sample/password"
 
-# show COMMAND...: prints a command as a person would type it, then runs it.
+# show COMMAND...: prints a command as a person would type it, then runs it. The print goes to standard
+# error, so that the output of the command can go elsewhere.
 show() {
-  printf '\n$ %s\n' "${*//$PWD\//}"
+  printf '\n$ %s\n' "${*//$PWD\//}" >&2
   "$@"
 }
 
@@ -41,3 +42,5 @@ for format in html pdf; do
     --format $format --out "$sample/messages-$format"
   echo "$(find "$sample/messages-$format" -name "*.$format" | wc -l) conversations"
 done
+show $cli import "$backup" --password-file "$sample/password" --country 214 --into Sample
+show $cli databases
