@@ -166,6 +166,7 @@ bool isBoundedXmlPlist(QByteArrayView bytes)
     if (bytes.size() > largestPlist)
         return false;
     int depth = 0;
+    qint64 unfolded = 0;
     for (qsizetype at = bytes.indexOf('<'); at >= 0; at = bytes.indexOf('<', at)) {
         const QByteArrayView rest = bytes.sliced(at + 1);
         if (rest.startsWith('!') || rest.startsWith('?')) {
@@ -173,7 +174,8 @@ bool isBoundedXmlPlist(QByteArrayView bytes)
             continue;
         }
         depth += depthStep(rest);
-        if (depth > deepestNesting)
+        unfolded += costOfNode;
+        if (depth > deepestNesting || unfolded > mostUnfolded)
             return false;
         ++at;
     }
