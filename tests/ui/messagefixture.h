@@ -2,9 +2,6 @@
 
 #include "messagerecords.h"
 
-#include <QBuffer>
-#include <QImage>
-
 /// Fills a store with people, chats and messages:
 /// fixture.chat(1, u"+34612345678"_s, {fixture.person(u"Ana"_s)}).message(u"Hola"_s).
 class MessageFixture
@@ -56,16 +53,6 @@ public:
         while (inOrder.size() < count)
             message(QStringLiteral("text %1").arg(inOrder.size()), int(inOrder.size() % 2));
         return inOrder;
-    }
-
-    static QByteArray photo(const char *format, const QColor &colour)
-    {
-        QImage image(40, 40, QImage::Format_RGB32);
-        image.fill(colour);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        image.save(&buffer, format);
-        return bytes;
     }
 
 private:
