@@ -1,0 +1,346 @@
+#include "backupbuilder.h"
+#include "backupdiscovery.h"
+#include "itunescachesmsthread.h"
+#include "jobprogress.h"
+#include "samplerandom.h"
+
+#include <QDirIterator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString home = u"HomeDomain"_s;
+const QString smsDb = u"Library/SMS/sms.db"_s;
+const QString dates = u"cache/manifest.db"_s;
+
+/// Keeps what a job told last, and acts on the wanted report.
+struct Recorder : JobProgress {
+    void updateProgress(const QString &, int, const QString &) override
+    {
+        if (--left == 0)
+            act();
+    }
+    void errorOccurred(const QString &err) override { last = err; }
+    void succeed(const QString &) override { last = u"done"_s; }
+    void tipsWait(const QString &) override {}
+
+    QString last;
+    std::function<void()> act;
+    int left = 0;
+};
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+} // namespace
+
+/// Opens backups, takes files out of them and caches their messages.
+class TestBackup : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
+    void listsBackupsUnderNamesForPeople();
+    void extracts_data();
+    void extracts();
+    void filesWithoutAKeyStayCiphertext();
+    void failuresLeaveNothing();
+    void readsFilesOfTheBackupOnly();
+    void cachesUnderProperNamesWithTheirDate();
+    void keepsNamesInsideAndApart_data();
+    void keepsNamesInsideAndApart();
+    void onlyChangedFilesAreCopiedAgain();
+    void anEmptyFileIsAFolder();
+    void logsGoAndComeWithTheirDatabase();
+    void cancellingLeavesNothing();
+    void killedRunsAreMadeGood();
+    void twoRunsDoNotMix();
+
+private:
+    QString path(const QString &name) const { return dir->filePath(name); }
+    QString target() const { return path(u"target"_s); }
+    QString cached(const QString &name) const
+    {
+        return path(u"cache/file-relay/var/mobile/Library/"_s + name);
+    }
+    BackupBuilder builder() const { return BackupBuilder(QDir(path(u"backup"_s))); }
+    void open(const BackupBuilder &backup, const QString &password = {})
+    {
+        QDir(path(u"backup"_s)).removeRecursively();
+        manifest = std::make_unique<BackupManifest>(backup.write());
+        if (openBackup(*manifest, password) != BackupOpening::Ready)
+            qFatal("the fixture does not open");
+        source = manifest->backupDir.filePath(mbdbFileName(home, smsDb));
+    }
+    /// What went wrong.
+    QString extract() const
+    {
+        try {
+            manifest->extractFile(manifest->smsDatabase, target());
+        } catch (const std::runtime_error &error) {
+            return QString::fromUtf8(error.what());
+        }
+        return {};
+    }
+    QString cache() const
+    {
+        Recorder progress;
+        ITunesCacheSMSThread thread(manifest.get(), QDir(path(u"cache"_s)), &progress);
+        thread.start();
+        thread.wait();
+        return progress.last;
+    }
+    void cache(const BackupBuilder &backup)
+    {
+        open(backup);
+        QCOMPARE(cache(), u"done"_s);
+    }
+    /// All files outside the backup, and empty folders; what is copied is named from Library on.
+    QStringList found() const
+    {
+        QStringList paths;
+        const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+        QDirIterator entries(dir->path(), all, QDirIterator::Subdirectories);
+        while (entries.hasNext()) {
+            const QString name = QDir(dir->path()).relativeFilePath(entries.next());
+            if (!name.startsWith(u"backup"_s) && QDir(entries.filePath()).isEmpty(all))
+                paths += QString(name).remove(u"cache/file-relay/var/mobile/Library/"_s);
+        }
+        paths.sort();
+        return paths;
+    }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<BackupManifest> manifest;
+    QString source; // where sms.db lies in the backup
+};
+
+void TestBackup::listsBackupsUnderNamesForPeople()
+{
+    const QString udid = SampleDevice().udid;
+    for (const QString &name : QStringList{u"old"_s, udid, udid + u"-2014"_s, u"unreadable"_s})
+        BackupBuilder(QDir(path(name))).write();
+    QVERIFY(QFile::remove(path(u"unreadable/Manifest.plist"_s)));
+    QVERIFY(QDir(dir->path()).mkdir(u"unreadable/Manifest.plist"_s));
+    QStringList names;
+    for (const auto &backup : listBackups(dir->path()))
+        names.append(backup->displayName);
+    QCOMPARE(names, QStringList({u"Ana's iPhone"_s, u"Ana's iPhone-2014"_s, u"Ana's iPhone-old"_s}));
+}
+
+void TestBackup::extracts_data()
+{
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<int>("length");
+    QTest::addColumn<int>("extracted");
+    QTest::newRow("plain") << QString() << 20000 << 20000;
+    QTest::newRow("encrypted, padding goes") << u"pw"_s << 100 << 100;
+    QTest::newRow("encrypted, one byte over") << u"pw"_s << 8193 << 8193;
+    QTest::newRow("encrypted, chained over blocks") << u"pw"_s << 30001 << 30001;
+    QTest::newRow("encrypted, a whole block of padding stays") << u"pw"_s << 8192 << 8208;
+}
+
+void TestBackup::extracts()
+{
+    QFETCH(QString, password);
+    QFETCH(int, length);
+    const QByteArray content = SampleRandom(7).bytes(length);
+    open(builder().password(password).iterations(3).file(home, smsDb, content), password);
+    QCOMPARE(extract(), QString());
+    QCOMPARE(contentOf(target()).first(length), content);
+    QTEST(int(contentOf(target()).size()), "extracted");
+}
+
+void TestBackup::filesWithoutAKeyStayCiphertext()
+{
+    // Classes that the keybag lacks and that the phone's own key wraps, a short wrapped key and none.
+    const QList<std::pair<int, int>> classesAndLengths{{99, 44}, {11, 44}, {3, 43}, {3, 0}};
+    for (const auto &[protectionClass, length] : classesAndLengths) {
+        BackupBuilder backup = builder().password(u"pw"_s).iterations(3).file(home, smsDb, "plain");
+        backup.with([number = protectionClass, length = length](SampleRecord &record) {
+            record.protectionClass = quint8(number);
+            record.encryptionKey.truncate(length);
+        });
+        open(backup, u"pw"_s);
+        QCOMPARE(extract(), QString());
+        QCOMPARE(contentOf(target()), contentOf(source));
+    }
+}
+
+void TestBackup::failuresLeaveNothing()
+{
+    open(builder().password(u"pw"_s).iterations(3).file(home, smsDb, QByteArray(100000, 'x')), u"pw"_s);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit fullDisk{50000, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit then fails
+    setrlimit(RLIMIT_FSIZE, &fullDisk);
+    const QStringList errors{extract(), cache()};
+    setrlimit(RLIMIT_FSIZE, &before);
+    QCOMPARE(found(), QStringList());
+    QVERIFY(QFile::resize(source, 99999)); // no whole number of cipher blocks
+    const QStringList cutErrors{extract(), cache()};
+    QVERIFY(errors.first().startsWith(target()) && errors.last().startsWith(path(u"cache"_s)));
+    QCOMPARE(cutErrors.filter(QFileInfo(source).fileName()).size(), 2);
+    QCOMPARE(found(), QStringList());
+}
+
+void TestBackup::readsFilesOfTheBackupOnly()
+{
+    open(builder().file(home, smsDb, "x"));
+    QVERIFY(QFile::rename(source, path(u"backup/inside"_s)) && QFile::link(u"inside"_s, source));
+    QCOMPARE(extract(), QString());
+    QVERIFY(QFile::rename(target(), path(u"secret"_s)));
+    QVERIFY(QFile::remove(source) && QFile::link(path(u"secret"_s), source));
+    QVERIFY(extract().startsWith(source));
+    QVERIFY(QFile::remove(source) && mkfifo(source.toUtf8().constData(), 0600) == 0);
+    QVERIFY(extract().startsWith(source)); // and does not wait
+    QCOMPARE(found(), QStringList(u"secret"_s));
+}
+
+void TestBackup::cachesUnderProperNamesWithTheirDate()
+{
+    BackupBuilder backup = builder().password(u"pw"_s).iterations(3);
+    backup.file(home, u"library/sms/SMS.DB"_s, "messages")
+        .mtime(1000)
+        .file(home, u"library/sms/SMS.DB-wal"_s, "log")
+        .file(u"MediaDomain"_s, u"library/sms/parts/P"_s, "part")
+        .file(home, u"library/addressbook/addressbook.SQLITEDB"_s, "people")
+        .file(home, u"library/Notes/notes.sqlite"_s, "notes")
+        .missing(home, u"library/sms/gone"_s, 5)
+        .link(home, u"library/sms/link"_s, u"/etc/passwd"_s);
+    open(backup, u"pw"_s);
+    QCOMPARE(cache(), u"done"_s);
+    QCOMPARE(found(), QStringList({u"AddressBook/AddressBook.sqlitedb"_s, u"SMS/Parts/P"_s, u"SMS/sms.db"_s,
+                                   u"SMS/sms.db-wal"_s, dates}));
+    QCOMPARE(contentOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
+    QCOMPARE(QFileInfo(cached(u"SMS/sms.db"_s)).lastModified().toSecsSinceEpoch(), 1000);
+}
+
+void TestBackup::keepsNamesInsideAndApart_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QStringList>("kept");
+    QTest::newRow("parent folder") << u"../../../../../out"_s << QStringList();
+    QTest::newRow("parent folder as a file") << u".."_s << QStringList();
+    QTest::newRow("this folder") << u"./x"_s << QStringList();
+    QTest::newRow("backslashes") << u"..\\..\\out"_s << QStringList(u"SMS/....out"_s);
+    QTest::newRow("drive letter") << u"C:/x"_s << QStringList();
+    QTest::newRow("only forbidden signs") << u"???"_s << QStringList();
+    QTest::newRow("too long for the disk") << QString(256, u'x') << QStringList();
+    QTest::newRow("control signs") << u"a\nb\x1b"_s << QStringList(u"SMS/a\nb\x1b"_s);
+    QTest::newRow("too deep") << QString(u"d/"_s).repeated(3000) + u"f"_s
+                              << QStringList(u"SMS"_s + QString(u"/d"_s).repeated(256));
+    QTest::newRow("the database but for the case") << u"SMS.db"_s << QStringList(u"SMS/SMS.db"_s);
+}
+
+void TestBackup::keepsNamesInsideAndApart()
+{
+    QFETCH(QString, name);
+    QFETCH(QStringList, kept);
+    cache(builder().file(home, smsDb, "messages").file(home, u"Library/SMS/"_s + name, "hostile"));
+    QCOMPARE(found(), kept + QStringList({u"SMS/sms.db"_s, dates}));
+}
+
+void TestBackup::onlyChangedFilesAreCopiedAgain()
+{
+    const QString database = cached(u"SMS/sms.db"_s);
+    BackupBuilder others = builder().file(home, u"Library/SMS/a.jpg"_s, "a");
+    others.file(home, u"Library/SMS/undated.jpg"_s, "u").mtime(0); // counts as cached
+    cache(BackupBuilder(others).file(home, smsDb, "old").mtime(1000));
+    QVERIFY(QFile::remove(cached(u"SMS/a.jpg"_s))); // nobody looks whether it is still there
+    cache(BackupBuilder(others).file(home, smsDb, "new").mtime(2000));
+    QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, dates}));
+    QCOMPARE(contentOf(database), "new"_ba);
+    cache(others.file(home, smsDb, "newer").mtime(2000)); // the old date stays, so the copy comes again
+    QCOMPARE(contentOf(database), "newer"_ba);
+}
+
+void TestBackup::anEmptyFileIsAFolder()
+{
+    const BackupBuilder backup = builder().file(home, smsDb, "messages");
+    cache(BackupBuilder(backup).file(home, u"Library/SMS/x"_s, "").file(home, smsDb + u"-wal"_s, ""));
+    QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, u"SMS/x"_s, dates})); // no log for SQLite to trip over
+    cache(BackupBuilder(backup).file(home, u"Library/SMS/x"_s, "now full"));
+    QCOMPARE(contentOf(cached(u"SMS/x"_s)), "now full"_ba);
+}
+
+void TestBackup::logsGoAndComeWithTheirDatabase()
+{
+    const QString log = cached(u"SMS/sms.db-wal"_s);
+    BackupBuilder withLog = builder().file(home, smsDb, "1").mtime(1000);
+    withLog.file(home, smsDb + u"-wal"_s, "log").mtime(900);
+    cache(withLog);
+    QVERIFY(QFile::copy(log, cached(u"SMS/sms.db-shm"_s)));
+    QVERIFY(QFile::copy(log, cached(u"SMS/sms.db-journal"_s)));
+    cache(builder().file(home, smsDb, "1").mtime(1000)); // the database stays: so do the logs
+    QCOMPARE(contentOf(log), "log"_ba);
+    cache(builder().file(home, smsDb, "2").mtime(2000));
+    QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, dates}));
+    cache(withLog);
+    QCOMPARE(contentOf(log), "log"_ba);
+}
+
+void TestBackup::cancellingLeavesNothing()
+{
+    open(builder().file(home, smsDb, "messages").file(home, u"Library/SMS/.hidden/.x"_s, "hidden"));
+    for (int report = 1; report <= 5; ++report) {
+        Recorder progress;
+        progress.left = report;
+        progress.act = [&] { progress.cancelled = true; };
+        QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress), int);
+        QCOMPARE(found(), QStringList());
+    }
+}
+
+// Children are killed at ever later moments; whatever they left, the next run makes it whole.
+void TestBackup::killedRunsAreMadeGood()
+{
+    BackupBuilder backup = builder().file(home, smsDb, "messages");
+    for (int i = 0; i < 40; ++i)
+        backup.file(home, u"Library/SMS/%1"_s.arg(i), QByteArray(20000, char('a' + i % 26)));
+    open(backup);
+    for (int micros = 0; micros < 20000; micros += 1000) {
+        const pid_t child = fork();
+        if (child == 0) {
+            Recorder progress;
+            cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+            _exit(0);
+        }
+        usleep(useconds_t(micros));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    QCOMPARE(cache(), u"done"_s);
+    for (int i = 0; i < 40; ++i)
+        QCOMPARE(contentOf(cached(u"SMS/%1"_s.arg(i))), QByteArray(20000, char('a' + i % 26)));
+}
+
+void TestBackup::twoRunsDoNotMix()
+{
+    open(builder().file(home, smsDb, "messages"));
+    QString error;
+    Recorder outer;
+    outer.left = 3;
+    outer.act = [&] { error = cache(); };
+    cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), outer);
+    QVERIFY2(error.startsWith(path(u"cache"_s)), qUtf8Printable(error));
+    QCOMPARE(contentOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
+}
+
+QTEST_GUILESS_MAIN(TestBackup)
+#include "testbackup.moc"
