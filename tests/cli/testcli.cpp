@@ -5,7 +5,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -39,10 +38,11 @@ struct Run {
     }
 };
 
-Run run(const QStringList &words, const QByteArray &input = {})
+/// `line` has a single space between its words.
+Run run(const QString &line, const QByteArray &input = {})
 {
     QProcess process;
-    process.start(QStringLiteral(COMPANION), words);
+    process.start(QStringLiteral(COMPANION), line.split(u' ', Qt::SkipEmptyParts));
     process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(60000))
@@ -56,6 +56,12 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+bool spoil(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(QByteArray(5000, 'x')) == 5000;
+}
+
 } // namespace
 
 class TestCli : public QObject
@@ -64,9 +70,8 @@ class TestCli : public QObject
 
 private Q_SLOTS:
     void init();
-    void usageErrors_data();
-    void usageErrors();
-    void helpAndVersionSucceed();
+    void mistakesAreOneLine_data();
+    void mistakesAreOneLine();
     void listsBackups();
     void listsConversations();
     void listsMessages_data();
@@ -75,20 +80,9 @@ private Q_SLOTS:
     void aMessageOfTwoChatsStandsInEach();
     void opensEncryptedBackups_data();
     void opensEncryptedBackups();
-    void readsThePasswordFromStandardInput();
-    void readsAPhonesFolderWithoutChangingIt();
-    void textMessagesOfIos5HaveNoGuid();
-    void failuresAreOneLine_data();
-    void failuresAreOneLine();
-    void exportsTheSameBytesAgain();
-    void exportsAFolderOfConversations_data();
-    void exportsAFolderOfConversations();
-    void aFailedExportTakesItsFolderAway();
-    void keepsMessagesInALocalDatabase();
-    void deletesConversationsOrAll();
+    void exportsEveryFormat();
+    void keepsAndDeletesMessagesOfALocalDatabase();
     void aDamagedDatabaseIsListedAsOneAndCanGo();
-    void refusesNamesOfDatabases_data();
-    void refusesNamesOfDatabases();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
 
@@ -105,6 +99,8 @@ void TestCli::init()
     dir = std::make_unique<QTemporaryDir>();
     QVERIFY(dir->isValid());
     qputenv("XDG_DATA_HOME", QFile::encodeName(path(u"data"_s))); // of the companion
+    // A desktop's environment must not make the companion look for a display.
+    qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
 QString TestCli::writeMessages()
@@ -130,101 +126,83 @@ QString TestCli::writeBackup(const QString &password)
     return builder.write();
 }
 
-void TestCli::usageErrors_data()
+void TestCli::mistakesAreOneLine_data()
 {
-    QTest::addColumn<QStringList>("words");
-    QTest::newRow("no command") << QStringList{};
-    QTest::newRow("unknown command") << QStringList{u"frobnicate"_s};
-    QTest::newRow("unknown option") << QStringList{u"chats"_s, u"x"_s, u"--colour"_s};
-    QTest::newRow("option of another command") << QStringList{u"chats"_s, u"x"_s, u"--out"_s, u"y"_s};
-    QTest::newRow("no source") << QStringList{u"messages"_s};
-    QTest::newRow("one word too many") << QStringList{u"chats"_s, u"x"_s, u"y"_s};
-    QTest::newRow("no format") << QStringList{u"export"_s, u"x"_s, u"--out"_s, u"y"_s};
-    QTest::newRow("unknown format") << QStringList{u"export"_s, u"x"_s,        u"--out"_s,
-                                                   u"y"_s,      u"--format"_s, u"odt"_s};
-    QTest::newRow("unknown country") << QStringList{u"chats"_s, u"x"_s, u"--country"_s, u"999"_s};
+    QTest::addColumn<QString>("line"); // %1: the folder of the test
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("names"); // what the error has to tell
+    QTest::newRow("no command") << u""_s << 2 << u""_s;
+    QTest::newRow("option of another command") << u"chats x --out y"_s << 2 << u"'out'"_s;
+    QTest::newRow("unknown format") << u"export x --out y --format odt"_s << 2 << u"odt"_s;
+    QTest::newRow("database above its folder") << u"import %1/phone --into .."_s << 2 << u"name"_s;
+    QTest::newRow("forbidden sign") << u"import %1/phone --into a?"_s << 2 << u"name"_s;
+    QTest::newRow("no such source") << u"chats nowhere"_s << 1 << u"nowhere"_s;
+    QTest::newRow("no such conversation") << u"messages %1/phone --chat +1"_s << 1 << u"\"+1\""_s;
+    QTest::newRow("no such folder") << u"export %1/phone --format csv --out no/x"_s << 1 << u"no/x"_s;
+    QTest::newRow("full disk") << u"export %1/phone --format csv --out /dev/full"_s << 1 << u"/dev/full"_s;
+    QTest::newRow("below a file") << u"export %1/phone --format html --out /dev/full/x"_s << 1 << u"/x"_s;
+    QTest::newRow("read-only folder") << u"export %1/phone --format pdf --out /proc"_s << 1 << u"/proc"_s;
+    QTest::newRow("not a database") << u"chats %1/noise"_s << 1 << u"sms.db"_s;
+    QTest::newRow("a name that breaks lines") << u"chats a\nb"_s << 1 << u"a b"_s;
 }
 
-void TestCli::usageErrors()
+void TestCli::mistakesAreOneLine()
 {
-    QFETCH(QStringList, words);
-    const Run result = run(words);
-    QCOMPARE(result.status, 2);
+    QFETCH(QString, line);
+    QFETCH(QString, names);
+    writeMessages();
+    const QString noise = path(u"noise/file-relay/var/mobile/Library/SMS"_s);
+    QVERIFY(QDir().mkpath(noise) && spoil(noise + u"/sms.db"_s));
+    const Run result = run(line.replace(u"%1"_s, dir->path()));
+    QTEST(result.status, "status");
     QVERIFY(result.out.isEmpty());
     QCOMPARE(result.err.count('\n'), 1);
-}
-
-void TestCli::helpAndVersionSucceed()
-{
-    QVERIFY(run({u"--help"_s}).out.contains("messages"));
-    QVERIFY(run({u"export"_s, u"--help"_s}).out.contains("--newest-first"));
-    QVERIFY(run({u"--version"_s}).out.contains("2.14.13(41)"));
+    QVERIFY2(result.err.contains(names.toUtf8()), result.err.constData());
 }
 
 void TestCli::listsBackups()
 {
     const QString backup = writeBackup(u"secret"_s);
-    const Run result = run({u"backups"_s, u"--root"_s, path(u"backups"_s)});
-    QCOMPARE(result.status, 0);
-    QCOMPARE(result.objects().size(), 1);
-    const QJsonObject object = result.objects().first();
-    QCOMPARE(object.value("path"_L1).toString(), backup);
-    QCOMPARE(object.value("displayName"_L1).toString(), u"Ana's iPhone"_s);
-    QCOMPARE(object.value("productType"_L1).toString(), u"iPhone5,2"_s);
-    QCOMPARE(object.value("date"_L1).toString(), u"2014-03-02T10:00:00Z"_s);
-    QCOMPARE(object.value("encrypted"_L1).toBool(), true);
-    QCOMPARE(run({u"backups"_s, u"--root"_s, path(u"phone"_s)}).out, QByteArray());
+    const Run result = run(u"backups --root "_s + path(u"backups"_s));
+    QCOMPARE(result.values(u"path"_s), QStringList{backup});
+    QCOMPARE(result.values(u"displayName"_s), QStringList{u"Ana's iPhone"_s});
+    QCOMPARE(result.values(u"date"_s), QStringList{u"2014-03-02T10:00:00Z"_s});
+    QCOMPARE(result.values(u"encrypted"_s), QStringList{u"true"_s});
 }
 
 void TestCli::listsConversations()
 {
-    const Run result = run({u"chats"_s, writeBackup()});
-    QCOMPARE(result.status, 0);
+    const Run result = run(u"chats "_s + writeBackup());
     QCOMPARE(result.values(u"chat_identifier"_s), QStringList({u"ann@example.org"_s, u"+34612345678"_s}));
+    QCOMPARE(result.values(u"messages"_s), QStringList({u"1"_s, u"3"_s}));
     const QJsonObject object = result.objects().at(1);
     QCOMPARE(object.value("services"_L1).toArray(), QJsonArray({u"SMS"_s, u"iMessage"_s}));
-    QCOMPARE(object.value("messages"_L1).toInt(), 3);
     QCOMPARE(object.value("last"_L1).toString(), u"2013-05-01T12:02:00Z"_s);
-    QCOMPARE(object.value("group"_L1), QJsonValue(false));
-    QCOMPARE(object.value("participants"_L1).toArray().at(0).toObject().value("id"_L1).toString(),
-             u"+34612345678"_s);
 }
 
 void TestCli::listsMessages_data()
 {
-    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("options");
     QTest::addColumn<QStringList>("bodies");
     const QStringList all = {u"Hola"_s, u"Sí 😄"_s, u"blue"_s, u"Hi"_s};
-    QTest::newRow("oldest first") << QStringList{} << all;
-    QTest::newRow("newest first") << QStringList{u"--newest-first"_s}
-                                  << QStringList(all.rbegin(), all.rend());
-    QTest::newRow("one conversation")
-        << QStringList{u"--chat"_s, u"ann@example.org"_s} << QStringList{u"Hi"_s};
-    QTest::newRow("two conversations")
-        << QStringList{u"--chat"_s, u"ann@example.org"_s, u"--chat"_s, u"+34612345678"_s} << all;
+    QTest::newRow("oldest first") << u""_s << all;
+    QTest::newRow("newest first") << u" --newest-first"_s << QStringList(all.rbegin(), all.rend());
+    QTest::newRow("one conversation") << u" --chat ann@example.org"_s << QStringList{u"Hi"_s};
+    QTest::newRow("two") << u" --chat ann@example.org --chat +34612345678"_s << all;
 }
 
 void TestCli::listsMessages()
 {
-    QFETCH(QStringList, options);
-    const Run result = run(QStringList{u"messages"_s, writeBackup()} + options);
-    QCOMPARE(result.status, 0);
-    QTEST(result.values(u"body"_s), "bodies");
+    QFETCH(QString, options);
+    QTEST(run(u"messages "_s + writeBackup() + options).values(u"body"_s), "bodies");
 }
 
 void TestCli::describesAMessage()
 {
-    const Run result = run({u"messages"_s, writeBackup(), u"--chat"_s, u"+34612345678"_s});
-    const QJsonObject object = result.objects().at(1);
-    QCOMPARE(object.value("text"_L1).toString(), u"Sí [EMOJI]"_s);
+    const QJsonObject object = run(u"messages "_s + writeBackup()).objects().at(1);
     QCOMPARE(object.value("is_from_me"_L1), QJsonValue(true));
     QCOMPARE(object.value("date"_L1).toString(), u"2013-05-01T12:01:00Z"_s);
     QCOMPARE(object.value("sender"_L1).toString(), u"+34612345678"_s);
-    QCOMPARE(object.value("handle"_L1).toString(), u"+34612345678"_s);
-    QCOMPARE(object.value("service"_L1).toString(), u"SMS"_s);
-    QVERIFY(!object.value("guid"_L1).toString().isEmpty());
-    QCOMPARE(object.value("recovered"_L1), QJsonValue(false));
-    QVERIFY(object.value("attachments"_L1).isArray());
 }
 
 void TestCli::aMessageOfTwoChatsStandsInEach()
@@ -236,268 +214,86 @@ void TestCli::aMessageOfTwoChatsStandsInEach()
         .received(u"both"_s)
         .alsoIn(0)
         .write();
-    const QString source = path(u"phone"_s);
-    QCOMPARE(run({u"messages"_s, source}).values(u"body"_s), QStringList({u"one"_s, u"both"_s}));
-    for (const QString &chat : {u"+34611111111"_s, u"+34622222222"_s}) {
-        const Run result = run({u"messages"_s, source, u"--chat"_s, chat});
-        QVERIFY(result.values(u"body"_s).contains(u"both"_s));
-        const QStringList identifiers = result.values(u"chat_identifier"_s);
-        QCOMPARE(identifiers.count(chat), identifiers.size());
-    }
+    const QString words = u"messages "_s + path(u"phone"_s);
+    QCOMPARE(run(words).values(u"body"_s), QStringList({u"one"_s, u"both"_s}));
+    QCOMPARE(run(words + u" --chat +34611111111"_s).values(u"body"_s), QStringList({u"one"_s, u"both"_s}));
+    QCOMPARE(run(words + u" --chat +34622222222"_s).values(u"body"_s), QStringList{u"both"_s});
 }
 
 void TestCli::opensEncryptedBackups_data()
 {
     QTest::addColumn<QByteArray>("passwordFile");
     QTest::addColumn<int>("status");
-    QTest::newRow("right") << "moon light\nsecond line"_ba << 0;
-    QTest::newRow("line end of Windows") << "moon light\r\n"_ba << 0;
-    QTest::newRow("wrong") << "sun light\n"_ba << 3;
+    QTest::newRow("right") << "moon ñandú\nsecond line"_ba << 0;
+    QTest::newRow("line end of Windows") << "moon ñandú\r\n"_ba << 0;
+    QTest::newRow("wrong") << "sun ñandú\n"_ba << 3;
     QTest::newRow("empty") << ""_ba << 3;
 }
 
 void TestCli::opensEncryptedBackups()
 {
     QFETCH(QByteArray, passwordFile);
-    const QString backup = writeBackup(u"moon light"_s);
-    QFile file(path(u"password"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(passwordFile);
-    file.close();
-    const Run result = run({u"messages"_s, backup, u"--password-file"_s, file.fileName()});
+    const QString backup = writeBackup(u"moon ñandú"_s);
+    const Run result = run(u"messages --password-file - "_s + backup, passwordFile);
     QTEST(result.status, "status");
     QCOMPARE(result.objects().size(), result.status == 0 ? 4 : 0);
     QCOMPARE(result.err.count('\n'), result.status == 0 ? 0 : 1);
-    QCOMPARE(run({u"chats"_s, backup}).status, 3);
+    QCOMPARE(run(u"chats "_s + backup).status, 3);
 }
 
-void TestCli::readsThePasswordFromStandardInput()
+void TestCli::exportsEveryFormat()
 {
-    const QString backup = writeBackup(u"ñandú"_s);
-    QCOMPARE(run({u"chats"_s, backup, u"--password-file"_s, u"-"_s}, "ñandú\n").status, 0);
-}
-
-void TestCli::readsAPhonesFolderWithoutChangingIt()
-{
-    const QString database = SmsDbBuilder(QDir(path(u"phone"_s)))
-                                 .chat(u"+34611111111"_s)
-                                 .received(u"one"_s)
-                                 .restInLog()
-                                 .received(u"two"_s)
-                                 .write();
-    const QByteArray file = contentOf(database);
-    const QByteArray log = contentOf(database + u"-wal"_s);
-    QVERIFY(!log.isEmpty());
-    QCOMPARE(run({u"messages"_s, path(u"phone"_s)}).values(u"body"_s), QStringList({u"one"_s, u"two"_s}));
-    QCOMPARE(contentOf(database), file);
-    QCOMPARE(contentOf(database + u"-wal"_s), log);
-}
-
-void TestCli::textMessagesOfIos5HaveNoGuid()
-{
-    SmsDbBuilder(QDir(path(u"phone"_s)), IosVersion::Ios5)
-        .chat(u"+34611111111"_s)
-        .received(u"sms"_s)
-        .chat(u"ann@example.org"_s, u"iMessage"_s)
-        .received(u"blue"_s)
-        .write();
-    const Run result = run({u"messages"_s, path(u"phone"_s)});
-    QCOMPARE(result.objects().size(), 2);
-    for (const QJsonObject &message : result.objects())
-        QCOMPARE(message.value("guid"_L1).isNull(), message.value("service"_L1) == "SMS"_L1);
-    QCOMPARE(run({u"messages"_s, path(u"phone"_s)}).out, result.out);
-}
-
-void TestCli::failuresAreOneLine_data()
-{
-    QTest::addColumn<QStringList>("words");
-    QTest::addColumn<QString>("names"); // what the line has to tell
-    const QString source = u"phone"_s;
-    QTest::newRow("no such source") << QStringList{u"chats"_s, u"nowhere"_s} << u"nowhere"_s;
-    QTest::newRow("no such conversation")
-        << QStringList{u"messages"_s, source, u"--chat"_s, u"+1"_s} << u"\"+1\""_s;
-    QTest::newRow("no such folder to list")
-        << QStringList{u"backups"_s, u"--root"_s, u"nowhere"_s} << u"nowhere"_s;
-    QTest::newRow("export into a missing folder")
-        << QStringList{u"export"_s, source, u"--format"_s, u"csv"_s, u"--out"_s, u"no/x.csv"_s}
-        << u"no/x.csv"_s;
-    QTest::newRow("export onto a device")
-        << QStringList{u"export"_s, source, u"--format"_s, u"csv"_s, u"--out"_s, u"/dev/full"_s}
-        << u"/dev/full"_s;
-    QTest::newRow("export into a file's place")
-        << QStringList{u"export"_s, source, u"--format"_s, u"pdf"_s, u"--out"_s, u"/dev/full"_s}
-        << u"/dev/full"_s;
-    QTest::newRow("export below a file")
-        << QStringList{u"export"_s, source, u"--format"_s, u"html"_s, u"--out"_s, u"/dev/full/x"_s}
-        << u"/dev/full/x"_s;
-    QTest::newRow("not a database") << QStringList{u"chats"_s, u"noise"_s} << u"sms.db"_s;
-    QTest::newRow("a name that breaks lines") << QStringList{u"chats"_s, u"a\nb"_s} << u"a b"_s;
-}
-
-void TestCli::failuresAreOneLine()
-{
-    QFETCH(QStringList, words);
-    QFETCH(QString, names);
-    writeMessages();
-    QVERIFY(QDir(dir->path()).mkpath(u"noise/file-relay/var/mobile/Library/SMS"_s));
-    QFile noise(path(u"noise/file-relay/var/mobile/Library/SMS/sms.db"_s));
-    QVERIFY(noise.open(QIODevice::WriteOnly));
-    noise.write(QByteArray(5000, 'x'));
-    noise.close();
-    for (QString &word : words) {
-        if (word == "phone"_L1 || word == "noise"_L1)
-            word = path(word);
+    const QString words = u"export %1 --format %2 --out "_s.arg(writeBackup());
+    for (const QString &format : {u"txt"_s, u"csv"_s, u"html"_s, u"pdf"_s}) {
+        for (const QString &out : {path(format), path(format + u"2"_s)}) {
+            const Run result = run(words.arg(format) + out);
+            QCOMPARE(result.err, QByteArray());
+            QCOMPARE(result.values(u"messages"_s), QStringList{u"4"_s});
+        }
     }
-    const Run result = run(words);
-    QCOMPARE(result.status, 1);
-    QVERIFY(result.out.isEmpty());
-    QCOMPARE(result.err.count('\n'), 1);
-    QVERIFY2(result.err.contains(names.toUtf8()), result.err.constData());
-}
-
-void TestCli::exportsTheSameBytesAgain()
-{
-    const QString backup = writeBackup();
     for (const QString &format : {u"txt"_s, u"csv"_s}) {
-        const QString first = path(u"first."_s + format);
-        const QString second = path(u"second."_s + format);
-        const Run result = run({u"export"_s, backup, u"--format"_s, format, u"--out"_s, first});
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.objects().size(), 1);
-        QCOMPARE(result.objects().first().value("messages"_L1).toInt(), 4);
-        QCOMPARE(result.objects().first().value("path"_L1).toString(), first);
-        QCOMPARE(run({u"export"_s, backup, u"--format"_s, format, u"--out"_s, second}).status, 0);
-        QCOMPARE(contentOf(first).count('\n'), 5);
-        QCOMPARE(contentOf(first), contentOf(second));
+        QCOMPARE(contentOf(path(format)).count('\n'), 5);
+        QCOMPARE(contentOf(path(format)), contentOf(path(format + u"2"_s)));
     }
+    QCOMPARE(QDir(path(u"pdf"_s)).entryList(QDir::Files, QDir::Name),
+             QStringList({u"+34612345678.pdf"_s, u"ann@example.org.pdf"_s}));
 }
 
-void TestCli::exportsAFolderOfConversations_data()
-{
-    QTest::addColumn<QString>("format");
-    QTest::newRow("html") << u"html"_s;
-    QTest::newRow("pdf") << u"pdf"_s;
-}
-
-void TestCli::exportsAFolderOfConversations()
-{
-    QFETCH(QString, format);
-    const QString out = path(u"new/folder"_s);
-    const QStringList words = {u"export"_s, writeBackup(), u"--format"_s, format, u"--out"_s, out};
-    // A desktop's environment must not make the companion look for a display.
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    const auto restore = qScopeGuard([] { qputenv("QT_QPA_PLATFORM", "offscreen"); });
-    QStringList expected = {u"+34612345678."_s + format, u"ann@example.org."_s + format};
-    for (int round = 0; round < 2; ++round) {
-        const Run result = run(words);
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.err, QByteArray());
-        QCOMPARE(result.objects().size(), 1);
-        QCOMPARE(result.objects().first().value("messages"_L1).toInt(), 4);
-        QCOMPARE(result.objects().first().value("path"_L1).toString(), out);
-        QCOMPARE(QDir(out).entryList(QDir::Files, QDir::Name), expected);
-        expected = QStringList{u"+34612345678(1)."_s + format, u"+34612345678."_s + format,
-                               u"ann@example.org(1)."_s + format, u"ann@example.org."_s + format};
-    }
-}
-
-void TestCli::aFailedExportTakesItsFolderAway()
-{
-    const QString source = path(u"phone"_s);
-    SmsDbBuilder(QDir(source))
-        .chat(u"+34611111111"_s)
-        .received(u"one"_s)
-        .chat(u"+34622222222"_s)
-        .received(u"<"_s.repeated(300'000)) // four bytes each in HTML
-        .write();
-    QVERIFY(QDir(dir->path()).mkpath(u"out"_s));
-    for (const QString &folder : {u"out"_s, u"out/new"_s}) {
-        // No file may grow beyond a megabyte, as on a full disk.
-        QProcess shell;
-        shell.start(u"sh"_s, {u"-c"_s, u"trap '' XFSZ; ulimit -f 2048; exec \"$@\""_s, u"sh"_s,
-                              QStringLiteral(COMPANION), u"export"_s, source, u"--format"_s, u"html"_s,
-                              u"--out"_s, path(folder)});
-        QVERIFY(shell.waitForFinished());
-        const QByteArray error = shell.readAllStandardError();
-        QCOMPARE(shell.exitCode(), 1);
-        QVERIFY2(error.contains("+34622222222.html") && error.count('\n') == 1, error.constData());
-        QVERIFY(QDir(path(u"out"_s)).isEmpty());
-    }
-}
-
-void TestCli::keepsMessagesInALocalDatabase()
+void TestCli::keepsAndDeletesMessagesOfALocalDatabase()
 {
     const QString backup = writeBackup();
-    for (const QString &name : {u"Kept"_s, u" kept "_s}) {
-        const Run result = run({u"import"_s, backup, u"--into"_s, name});
-        QCOMPARE(result.status, 0);
-        QCOMPARE(result.objects().first().value("messages"_L1).toInt(), 4);
-        QCOMPARE(result.objects().first().value("name"_L1).toString(), u"Kept"_s);
+    for (const QString &name : {u"Kept"_s, u"kept"_s}) {
+        const Run result = run(u"import %1 --into %2"_s.arg(backup, name));
+        QCOMPARE(result.values(u"messages"_s), QStringList{u"4"_s});
+        QCOMPARE(result.values(u"name"_s), QStringList{u"Kept"_s});
     }
-    const Run databases = run({u"databases"_s});
-    QCOMPARE(databases.objects().size(), 1);
-    QCOMPARE(databases.objects().first().value("messages"_L1).toInt(), 4);
-    QVERIFY(QDir(databases.objects().first().value("path"_L1).toString()).exists());
-    const Run kept = run({u"messages"_s, u"KEPT"_s});
-    const Run source = run({u"messages"_s, backup});
-    for (const QString &key :
-         {u"guid"_s, u"body"_s, u"date"_s, u"handle"_s, u"chat_identifier"_s, u"service"_s})
+    const Run kept = run(u"messages KEPT"_s);
+    const Run source = run(u"messages "_s + backup);
+    for (const QString &key : u"guid body date handle chat_identifier service"_s.split(u' '))
         QCOMPARE(kept.values(key), source.values(key));
 
-    QCOMPARE(run({u"import"_s, u"kept"_s, u"--into"_s, u"Part"_s, u"--chat"_s, u"ann@example.org"_s}).status,
-             0);
-    QCOMPARE(run({u"messages"_s, u"Part"_s}).values(u"body"_s), QStringList{u"Hi"_s});
-}
-
-void TestCli::deletesConversationsOrAll()
-{
-    QCOMPARE(run({u"import"_s, writeBackup(), u"--into"_s, u"Kept"_s}).status, 0);
-    QCOMPARE(run({u"delete"_s, u"Kept"_s, u"--chat"_s, u"+1"_s}).status, 1);
-    const Run one = run({u"delete"_s, u"Kept"_s, u"--chat"_s, u"+34612345678"_s});
-    QCOMPARE(one.objects().first().value("messages"_L1).toInt(), 3);
-    QCOMPARE(run({u"messages"_s, u"Kept"_s}).values(u"body"_s), QStringList{u"Hi"_s});
-    const Run all = run({u"delete"_s, u"kept"_s});
-    QCOMPARE(all.objects().first().value("messages"_L1).toInt(), 1);
-    QCOMPARE(run({u"databases"_s}).out, QByteArray());
-    QCOMPARE(run({u"delete"_s, u"Kept"_s}).status, 1);
+    QCOMPARE(run(u"delete Kept --chat +1"_s).status, 1);
+    QCOMPARE(run(u"delete Kept --chat +34612345678"_s).values(u"messages"_s), QStringList{u"3"_s});
+    QCOMPARE(run(u"messages Kept"_s).values(u"body"_s), QStringList{u"Hi"_s});
+    QCOMPARE(run(u"delete kept"_s).values(u"messages"_s), QStringList{u"1"_s});
+    QCOMPARE(run(u"databases"_s).out, QByteArray());
 }
 
 void TestCli::aDamagedDatabaseIsListedAsOneAndCanGo()
 {
     const QString backup = writeBackup();
-    QCOMPARE(run({u"import"_s, backup, u"--into"_s, u"A"_s}).status, 0);
-    QCOMPARE(run({u"import"_s, backup, u"--into"_s, u"B"_s}).status, 0);
-    const QString folder = run({u"databases"_s}).objects().first().value("path"_L1).toString();
-    QFile file(folder + u"/file-relay/var/mobile/Library/SMS/sms.db"_s);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(5000, 'x'));
-    file.close();
-    const Run listed = run({u"databases"_s});
+    for (const QString &name : {u"A"_s, u"B"_s})
+        QCOMPARE(run(u"import %1 --into %2"_s.arg(backup, name)).status, 0);
+    const QString folder = run(u"databases"_s).values(u"path"_s).value(0);
+    QVERIFY(spoil(folder + u"/file-relay/var/mobile/Library/SMS/sms.db"_s));
+    const Run listed = run(u"databases"_s);
     QCOMPARE(listed.status, 1);
     QCOMPARE(listed.values(u"name"_s), QStringList{u"B"_s});
-    QVERIFY(listed.err.contains(file.fileName().toUtf8()));
-    const Run gone = run({u"delete"_s, u"A"_s});
+    QVERIFY(listed.err.contains(folder.toUtf8()));
+    const Run gone = run(u"delete A"_s);
     QCOMPARE(gone.status, 0);
-    QVERIFY(gone.objects().first().value("messages"_L1).isNull());
-    QCOMPARE(run({u"databases"_s}).status, 0);
-}
-
-void TestCli::refusesNamesOfDatabases_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("empty") << u" "_s;
-    QTest::newRow("separator") << u"a/b"_s;
-    QTest::newRow("parent folder") << u".."_s;
-    QTest::newRow("forbidden sign") << u"a?"_s;
-}
-
-void TestCli::refusesNamesOfDatabases()
-{
-    QFETCH(QString, name);
-    const Run result = run({u"import"_s, writeBackup(), u"--into"_s, name});
-    QCOMPARE(result.status, 2);
-    QCOMPARE(result.err.count('\n'), 1);
-    QCOMPARE(run({u"databases"_s}).out, QByteArray());
+    QVERIFY(gone.objects().value(0).value("messages"_L1).isNull());
+    QCOMPARE(run(u"databases"_s).status, 0);
 }
 
 void TestCli::aFullStandardOutputIsAnError()

@@ -5,8 +5,7 @@
 
 #include <QFile>
 
-#include <memory>
-#include <vector>
+#include <deque>
 
 /// A chat and its messages, told in the order in which they came.
 class Conversation
@@ -18,36 +17,35 @@ public:
         chat.rowid = chatRowid;
         chat.chat_identifier = identifier;
         for (const _MsgHandle &member : members) {
-            handles.push_back(std::make_unique<_MsgHandle>(member));
-            handles.back()->rowid = qint64(handles.size());
-            chat.handles.insert(QString::number(handles.size()), handles.back().get());
+            handles.push_back(member);
+            handles.back().rowid = qint64(handles.size());
+            chat.handles.insert(QString::number(handles.size()), &handles.back());
         }
     }
 
     _MsgMessage &add(const QString &text, bool sent = false)
     {
-        messages.push_back(std::make_unique<_MsgMessage>());
-        _MsgMessage &message = *messages.back();
+        _MsgMessage &message = messages.emplace_back();
         message.rowid = chat.rowid * 1000 + qint64(messages.size());
         message.text = text;
         message.is_from_me = sent ? 1 : 0;
         message.date = 400'000'000 + int(messages.size()) * 60; // 2013-09-04 15:06:40 UTC and on
         message.chat = &chat;
-        message.handle = handles.empty() ? nullptr : handles.front().get();
+        message.handle = handles.empty() ? nullptr : &handles.front();
         return message;
     }
 
-    QList<_MsgMessage *> all() const
+    QList<_MsgMessage *> all()
     {
         QList<_MsgMessage *> list;
-        for (const std::unique_ptr<_MsgMessage> &message : messages)
-            list.append(message.get());
+        for (_MsgMessage &message : messages)
+            list.append(&message);
         return list;
     }
 
     _MsgChat chat;
-    std::vector<std::unique_ptr<_MsgHandle>> handles;
-    std::vector<std::unique_ptr<_MsgMessage>> messages;
+    std::deque<_MsgHandle> handles;
+    std::deque<_MsgMessage> messages;
 };
 
 inline _MsgHandle person(const QString &address, const QString &name = {})
@@ -61,21 +59,12 @@ inline _MsgHandle person(const QString &address, const QString &name = {})
 class SilentProgress final : public JobProgress
 {
 public:
-    void updateProgress(const QString &, int percent, const QString &) override
-    {
-        lastPercent = percent;
-        if (cancelAfterReports >= 0 && reports++ >= cancelAfterReports)
-            cancelled = true;
-    }
-    void errorOccurred(const QString &err) override { error = err; }
-    void succeed(const QString &tips) override { success = tips; }
+    void updateProgress(const QString &, int, const QString &) override { cancelled = cancelOnReport; }
+    void errorOccurred(const QString &) override {}
+    void succeed(const QString &) override {}
     void tipsWait(const QString &) override {}
 
-    int cancelAfterReports = -1;
-    int reports = 0;
-    int lastPercent = 0;
-    QString error;
-    QString success;
+    bool cancelOnReport = false;
 };
 
 inline QByteArray contentOf(const QString &path)
