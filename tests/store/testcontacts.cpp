@@ -58,7 +58,6 @@ void TestContacts::findsPeople()
     book.person(u"Anna"_s, u"Berg"_s, u" Maria "_s).phone(u"612 345 678"_s).phone(u"91 234 56 78"_s);
     book.photo("image").person(u"José"_s).phone(u"+49 170 1234567"_s).phone(u"#*"_s).write();
     QCOMPARE(contactName(contact(u"+34612345678"_s)), u"Anna Maria Berg"_s);
-    QCOMPARE(contact(u"+34612345678"_s).photo, QByteArray("image"));
     QCOMPARE(contactName(contact(u"912345678"_s)), u"Anna Maria Berg"_s);
     QCOMPARE(contactName(contact(u"+491701234567"_s)), u"José"_s);
     QCOMPARE(contactName(contact(u""_s)), QString()); // as "#*" reads once normalized
@@ -68,6 +67,7 @@ void TestContacts::cacheIsAsOldAsItsSource()
 {
     const QString book = writeBook();
     setTime(book, 1'400'000'000);
+    IOSContactsMemDb(QDir(dir->path()), {}).openDb(); // a cache of no country serves no other
     QCOMPARE(contact(u"+34612345678"_s).first, u"Anna"_s);
     QCOMPARE(timeOf(cache()), 1'400'000'000);
     QCOMPARE(QDir(dir->path()).entryList(QDir::Files), QStringList(u"ct-phone.db"_s));

@@ -75,9 +75,7 @@ void TestCountries::normalizes()
     QFETCH(QString, country);
     QFETCH(QString, typed);
     CountryLibDb library{QString()};
-    const _CountryInfo info = library.countryBySn(country);
-    QCOMPARE(info.sn, country);
-    QTEST(normalizeAddress(info, typed), "expected");
+    QTEST(normalizeAddress(library.countryBySn(country), typed), "expected");
 }
 
 QTEST_GUILESS_MAIN(TestCountries)

@@ -249,7 +249,6 @@ void TestMessageReaders::ios5WhoWroteInAGroup()
     QVERIFY(!messageOf(store, u"own"_s)->handle);
     QCOMPARE(chatOf(store, u"own"_s)->messages.size(), 3);
     QCOMPARE(messageOf(store, u"iMessage"_s)->handle->id, bruno);
-    QCOMPARE(chatOf(store, u"iMessage"_s)->style, 43);
     QCOMPARE(chatOf(store, u"iMessage"_s)->handles.size(), 2);
 }
 

@@ -48,7 +48,7 @@ private Q_SLOTS:
     void conversationsComeNewestFirst();
     void aMessageInTwoChatsComesOnce();
     void comparesNearRowsByRow();
-    void sortingKeepsEveryMessageOfACircle();
+    void sortsAndKeepsEveryMessageOfACircle();
     void guidsAndIdentifiersOfData();
 };
 
@@ -100,17 +100,20 @@ void TestMessageStore::comparesNearRowsByRow()
         QVERIFY2(compareMessages(message(100, 1000), other) == isBefore, proves);
 }
 
-void TestMessageStore::sortingKeepsEveryMessageOfACircle()
+void TestMessageStore::sortsAndKeepsEveryMessageOfACircle()
 {
     // Each row stands before the next by number, and the last before the first by date.
     std::mt19937 random(7);
-    QList<_MsgMessage> records = {message(1, 1000), message(15, 900), message(30, 800)};
+    QList<_MsgMessage> records = {message(1, 1000),       message(15, 900),  message(30, 800),
+                                  message(5000, 2000000), message(9003, 50), message(9000, 100)};
     for (int i = 31; i <= 2000; ++i)
         records.append(message(i, int(1000000 - i * 5 + int(random() % 300)), random() % 50 == 0));
     QList<_MsgMessage *> list;
     for (_MsgMessage &record : records)
         list.append(&record);
     QList<_MsgMessage *> sorted = sortMessages(list);
+    QCOMPARE(rowids(sorted.first(2)), QList<qint64>({9000, 9003}));
+    QCOMPARE(sorted.last()->rowid, 5000);
     std::shuffle(list.begin(), list.end(), random);
     QCOMPARE(sortMessages(list), sorted);
     std::sort(sorted.begin(), sorted.end());
