@@ -2,15 +2,13 @@
 
 #include "jobprogress.h"
 #include "messagerecords.h"
+#include "rc4.h"
 #include "sqlite3db.h"
 
 #include <QFile>
-#include <QString>
-#include <QStringList>
 
+#include <deque>
 #include <functional>
-#include <memory>
-#include <vector>
 
 /// Rows of a query on the file `path`, columns joined by "|", NULL as "null".
 inline QStringList rowsOf(const QString &path, const QString &sql)
@@ -28,22 +26,15 @@ inline QStringList rowsOf(const QString &path, const QString &sql)
     return rows;
 }
 
-inline qint64 countOf(const QString &path, const QString &table)
-{
-    return rowsOf(path, QStringLiteral("select count(*) from ") + table).first().toLongLong();
-}
-
-/// Rows of each table, for "nothing has changed".
+/// Rows of message, chat, handle and attachment, then of the joins chat_handle, chat_message and
+/// message_attachment.
 inline QString countsOf(const QString &path)
 {
-    return rowsOf(path,
-                  QStringLiteral(
-                      "select (select count(*) from message), (select count(*) from chat), (select count(*) "
-                      "from "
-                      "handle), (select count(*) from attachment), (select count(*) from chat_handle_join), "
-                      "(select count(*) from chat_message_join), (select count(*) from "
-                      "message_attachment_join)"))
-        .first();
+    QStringList counts;
+    for (const char *table : {"message", "chat", "handle", "attachment", "chat_handle_join",
+                              "chat_message_join", "message_attachment_join"})
+        counts += rowsOf(path, QStringLiteral("select count(*) from ") + QLatin1String(table));
+    return counts.join(u'|');
 }
 
 inline void runOn(const QString &path, const QString &script)
@@ -59,6 +50,12 @@ inline QByteArray bytesOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+inline bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 /// What `work` throws; empty when it doesn't.
@@ -81,19 +78,17 @@ public:
         if (++updates == cancelAtUpdate)
             cancelled = true;
     }
-    void errorOccurred(const QString &text) override { error = text; }
-    void succeed(const QString &text) override { success = text; }
+    void errorOccurred(const QString &text) override { outcome = text; }
+    void succeed(const QString &text) override { outcome = text; }
     void tipsWait(const QString &) override {}
 
-    QString error;
-    QString success = QStringLiteral("not reported");
+    QString outcome = QStringLiteral("not reported");
     int updates = 0;
     int cancelAtUpdate = -1;
 };
 
 /// Tells messages in the order in which they came, as records of a source:
-/// Records().chat(u"+34612345678"_s).received(u"Hola"_s).sent(u"Sí"_s).list(). Each is a minute later. A
-/// call on "the message" means the one told last.
+/// Records().chat(u"+34612345678"_s).received(u"Hola"_s).list(). Each is a minute later.
 class Records
 {
 public:
@@ -107,86 +102,75 @@ public:
     Records &group(const QStringList &addresses, const QString &service = QStringLiteral("iMessage"),
                    const QString &identifier = QStringLiteral("chat123"))
     {
-        chats.push_back(std::make_unique<_MsgChat>());
-        current = chats.back().get();
-        current->rowid = qint64(chats.size());
-        current->chat_identifier = identifier;
-        current->service_name = service;
-        current->style = addresses.size() > 1 ? 43 : 45;
-        current->guid =
-            service + (addresses.size() > 1 ? QStringLiteral(";+;") : QStringLiteral(";-;")) + identifier;
+        const bool isGroup = addresses.size() > 1;
+        _MsgChat &chat = chats.emplace_back();
+        chat.rowid = qint64(chats.size());
+        chat.chat_identifier = identifier;
+        chat.service_name = service;
+        chat.guid = service + (isGroup ? QStringLiteral(";+;") : QStringLiteral(";-;")) + identifier;
+        firstMember = handles.size();
         for (const QString &address : addresses) {
-            _MsgHandle *member = addHandle(address, service);
-            current->handles.insert(QString::number(member->rowid), member);
+            _MsgHandle &handle = handles.emplace_back();
+            handle.rowid = qint64(handles.size());
+            handle.id = address;
+            handle.service = service;
+            chat.handles.insert(QString::number(handle.rowid), &handle);
         }
         return *this;
     }
-    Records &received(const QString &text) { return add(text, 0); }
-    Records &sent(const QString &text) { return add(text, 1); }
-    Records &event(int itemType)
+    Records &received(const QString &text)
     {
-        add({}, 0);
-        last().item_type = itemType;
+        _MsgMessage &message = messages.emplace_back();
+        message.rowid = message.src_rowid = qint64(messages.size());
+        message.guid = guidPrefix + QStringLiteral("-%1").arg(message.rowid);
+        message.text = text;
+        message.date = 400'000'000 + int(message.rowid) * 60;
+        message.chat = &chats.back();
+        message.service = message.chat->service_name;
+        message.handle = &handles[firstMember];
         return *this;
     }
+    /// Belongs to the message told last.
     Records &attachment(const QString &filename, const QString &localFile = {})
     {
-        attachments.push_back(std::make_unique<_MsgAttachment>());
-        _MsgAttachment &added = *attachments.back();
-        added.rowid = qint64(attachments.size());
-        added.guid = guidPrefix + QStringLiteral("-attachment-%1").arg(added.rowid);
+        _MsgAttachment &added = attachments.emplace_back();
+        added.guid = guidPrefix + QStringLiteral("-attachment-%1").arg(attachments.size());
         added.filename = filename;
         added.localFile = localFile;
         last().attachments.insert(added.guid, &added);
         return *this;
     }
-    /// Changes any field of the message.
-    template <typename Change>
-    Records &with(Change change)
-    {
-        change(last());
-        return *this;
-    }
-    _MsgHandle *addHandle(const QString &address, const QString &service)
-    {
-        handles.push_back(std::make_unique<_MsgHandle>());
-        _MsgHandle &handle = *handles.back();
-        handle.rowid = qint64(handles.size());
-        handle.id = address;
-        handle.service = service;
-        return &handle;
-    }
-    _MsgMessage &last() { return *messages.back(); }
-    QList<_MsgMessage *> list() const
+    _MsgMessage &last() { return messages.back(); }
+    QList<_MsgMessage *> list()
     {
         QList<_MsgMessage *> all;
-        for (const auto &message : messages)
-            all.append(message.get());
+        for (_MsgMessage &message : messages)
+            all.append(&message);
         return all;
     }
 
 private:
-    Records &add(const QString &text, int isFromMe)
-    {
-        messages.push_back(std::make_unique<_MsgMessage>());
-        _MsgMessage &message = last();
-        message.rowid = message.src_rowid = qint64(messages.size());
-        message.guid = guidPrefix + QStringLiteral("-%1").arg(message.rowid);
-        message.text = text;
-        message.is_from_me = isFromMe;
-        message.service = current->service_name;
-        message.date = 400'000'000 + int(message.rowid) * 60;
-        message.chat = current;
-        QList<_MsgHandle *> members = current->handles.values();
-        message.handle = *std::min_element(members.begin(), members.end(),
-                                           [](auto *a, auto *b) { return a->rowid < b->rowid; });
-        return *this;
-    }
-
     QString guidPrefix;
-    _MsgChat *current = nullptr;
-    std::vector<std::unique_ptr<_MsgChat>> chats;
-    std::vector<std::unique_ptr<_MsgHandle>> handles;
-    std::vector<std::unique_ptr<_MsgAttachment>> attachments;
-    std::vector<std::unique_ptr<_MsgMessage>> messages;
+    size_t firstMember = 0;
+    std::deque<_MsgChat> chats;
+    std::deque<_MsgHandle> handles;
+    std::deque<_MsgAttachment> attachments;
+    std::deque<_MsgMessage> messages;
 };
+
+/// The statement that adds a message to a file of the old format. A null `text` is a row without a body,
+/// `date` is in seconds since 1970.
+inline QString oldMessage(const QString &address, const QString &text, qint64 date, bool isSent = false)
+{
+    const QByteArray body = rc4("2F9B63A1C07D48E5B1D6E3047A9C15F8", text.toUtf8()).toHex();
+    return QStringLiteral("insert into sms values('%1',nullif(x'%2',x''),'Ana',%3,%4);")
+        .arg(address, QString::fromLatin1(body), QString::number(date), QString::number(isSent));
+}
+
+inline void writeOldFile(const QString &path, const QString &messages)
+{
+    runOn(path, QStringLiteral("begin; create table sms(number, content, who, time, sent);"
+                               "create view view_sms as select number as address, content as body, who as "
+                               "person, time as date, sent as is_send from sms;%1commit;")
+                    .arg(messages));
+}

@@ -6,424 +6,323 @@
 #include "localdbtools.h"
 #include "localdbupdatethread.h"
 #include "messagestore.h"
-#include "oldfilebuilder.h"
-#include "texts.h"
+#include "messagetext.h"
+#include "openmessagedb.h"
+#include "smsdbbuilder.h"
 
+#include <QTemporaryDir>
 #include <QTest>
-#include <QTranslator>
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-/// Two partners, a group of both, and one message that stands in two chats.
-void fillSample(const LocalDatabase &database)
-{
-    Records records;
-    records.chat(u"+34611111111"_s).received(u"a1"_s).attachment(u"/x/1.jpg"_s).sent(u"a2"_s);
-    records.chat(u"+34622222222"_s).received(u"b1"_s).attachment(u"/x/2.jpg"_s);
-    records.group({u"+34611111111"_s, u"+34633333333"_s}, u"SMS"_s).received(u"g1"_s).event(4);
-    RecordingProgress progress;
-    backupMessages(records.list(), QDir(database.path), database.file(), progress);
-    // a2 stands in the group too.
-    runOn(database.file(),
-          u"insert into chat_message_join select c.rowid, m.rowid from chat c, message m where "
-          "c.chat_identifier='chat123' and m.text='a2'"_s);
-}
-
-_MsgStorePtr read(IOS6MessageDb &db)
-{
-    _MsgStorePtr store = _MsgStorePtr::create();
-    db.messages(store, 0);
-    return store;
-}
-
-QStringList textsIn(const LocalDatabase &database)
-{
-    return rowsOf(database.file(), u"select text from message order by rowid"_s);
-}
-
-QString stateOf(const LocalDatabase &database)
-{
-    const QString file = database.file();
-    QStringList state = rowsOf(file, u"select * from message order by rowid"_s);
-    for (const QString &table : {u"chat"_s, u"handle"_s, u"attachment"_s, u"chat_handle_join"_s,
-                                 u"chat_message_join"_s, u"message_attachment_join"_s, u"sqlite_master"_s})
-        state += rowsOf(file, u"select * from %1 order by 1, 2"_s.arg(table));
-    return state.join(u'\n');
-}
-
-QStringList filesIn(const QDir &dir)
-{
-    return dir.entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
-
-} // namespace
+using Change = std::function<void(_MsgMessage &)>;
 
 class TestLocalJobs : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { installTexts(translator); }
     void init();
-    void cleanup();
-    void anEmptyListMakesAnEmptyDatabase();
-    void aBackupTellsHowManyItWasGiven();
-    void aCancelledBackupLeavesNothing_data();
+    void cleanup() { localDatabasesDir().removeRecursively(); }
+    void aPhonesMessagesReadBackAlike();
+    void lookAlikes_data();
+    void lookAlikes();
+    void aSecondRunChangesNothing();
+    void messagesWithoutAKnownChatAreLeftOut();
+    void chatsKnowTheirLatestButNoNewMembers();
+    void attachmentsStayInsideAndAsTheyWere();
     void aCancelledBackupLeavesNothing();
-    void namesOfDatabases_data();
     void namesOfDatabases();
-    void databasesAreFoundWithoutCase();
-    void aHalfMadeDatabaseCountsAsEmpty();
     void aDeletedDatabaseIsGoneAltogether();
     void deletingMessagesTakesWhatHangsOnThem_data();
     void deletingMessagesTakesWhatHangsOnThem();
-    void deletingManyEndsAsDeletingEach();
-    void aCancelledDeletionLeavesAll();
     void aConversationGoesWithItsChats();
-    void deletingAnUnknownConversationChangesNothing();
     void oldFilesBecomeLocalDatabases();
-    void anInterruptedUpdateIsTakenUp_data();
-    void anInterruptedUpdateIsTakenUp();
     void aFailedUpdateKeepsTheOldFile();
-    void aNameThatIsTakenStopsTheUpdate();
-    void cipherVectors_data();
     void cipherVectors();
 
 private:
-    QTranslator translator;
+    void fillSample();
+    void append(const QList<_MsgMessage *> &list) { backupMessages(list, QDir(sample.path), file, progress); }
+    QStringList rows(const QString &sql) const { return rowsOf(file, sql); }
+
     RecordingProgress progress;
-    QDir databases;
     LocalDatabase sample;
+    QString file;
 };
 
 void TestLocalJobs::init()
 {
-    localDatabasesDir().removeRecursively(); // a run that crashed has left it
-    databases = localDatabasesDir();
+    cleanup(); // a run that crashed has left it
     sample = localDatabaseToFill(u"Sample"_s);
+    file = sample.file();
 }
 
-void TestLocalJobs::cleanup()
-{
-    QDir(databases).removeRecursively();
-}
-
-void TestLocalJobs::anEmptyListMakesAnEmptyDatabase()
-{
-    RecordingProgress dialog;
-    BackupSMSThread job({}, QDir(sample.path), sample.file(), &dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
-    QCOMPARE(dialog.success, u"Successfully Backup 0 SMS to local Database."_s);
-    QCOMPARE(countMessages(sample), 0);
-    QVERIFY(QFile::exists(sample.file()));
-}
-
-void TestLocalJobs::aBackupTellsHowManyItWasGiven()
+/// Two partners, a group of both, and one message that stands in two chats.
+void TestLocalJobs::fillSample()
 {
     Records records;
-    records.chat(u"+34612345678"_s).received(u"later"_s).received(u"earlier"_s).received(u"no chat"_s);
-    QList<_MsgMessage *> list = records.list();
-    list[1]->date = 5;
-    list[2]->chat = nullptr;
-    QCOMPARE(backupMessages(list + list, QDir(sample.path), sample.file(), progress), 6);
-    QCOMPARE(textsIn(sample), QStringList({u"earlier"_s, u"later"_s}));
+    records.chat(u"+34611111111"_s).received(u"a1"_s).attachment(u"/x/1.jpg"_s).received(u"a2"_s);
+    records.chat(u"+34622222222"_s).received(u"b1"_s).attachment(u"/x/2.jpg"_s);
+    records.group({u"+34611111111"_s, u"+34633333333"_s}, u"SMS"_s).received(u"g1"_s).received(QString());
+    records.last().item_type = 4; // a shared location
+    append(records.list());
+    runOn(file, u"insert into chat_message_join values(3, 2)"_s); // a2 stands in the group too
 }
 
-void TestLocalJobs::aCancelledBackupLeavesNothing_data()
+void TestLocalJobs::aPhonesMessagesReadBackAlike()
 {
-    QTest::addColumn<bool>("isThere");
-    QTest::newRow("a new database is not there afterwards") << false;
-    QTest::newRow("one that is there stays as it was") << true;
+    const QTemporaryDir dir;
+    SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios8);
+    phone.chat(u"+34612345678"_s).received(u"Hola \U0001F600"_s).sent(QString());
+    phone.group({u"+34612345678"_s, u"ana@example.org"_s}).named(u"Viaje"_s);
+    phone.receivedFrom(u"ana@example.org"_s, u"مرحبا"_s).event(2, u"ana@example.org"_s);
+    phone.groupTitle(u"Viaje 2"_s).event(1).about(u"+34612345678"_s).write();
+    const auto told = [](const QDir &folder, _MsgStorePtr store) {
+        openMessageDb(folder, u"214"_s)->messages(store, 0);
+        QStringList lines;
+        for (const _MsgMessage *message : allMessages(store))
+            lines += QStringList{
+                message->guid, message->chat->guid,   senderLabel(*message),
+                message->text, displayText(*message), u"%1 %2"_s.arg(message->date).arg(message->is_from_me)};
+        return lines;
+    };
+    const _MsgStorePtr store = _MsgStorePtr::create();
+    const QStringList expected = told(QDir(dir.path()), store);
+    append(allMessages(store));
+    QCOMPARE(expected.size(), 5 * 6);
+    QCOMPARE(told(QDir(sample.path), _MsgStorePtr::create()), expected);
+}
+
+void TestLocalJobs::lookAlikes_data()
+{
+    QTest::addColumn<int>("kept");
+    QTest::addColumn<Change>("change");
+    const auto row = [](const char *name, int kept, const Change &change) {
+        QTest::newRow(name) << kept << change;
+    };
+    row("another second", 2, [](_MsgMessage &message) { message.date += 1; });
+    row("another direction", 2, [](_MsgMessage &message) { message.is_from_me = 1; });
+    row("another text", 2, [](_MsgMessage &message) { message.text += u'.'; });
+    row("another sender", 2, [](_MsgMessage &message) { message.handle->id = u"+34600000000"_s; });
+    row("no sender", 2, [](_MsgMessage &message) { message.handle = nullptr; });
+    row("another attachment", 2,
+        [](_MsgMessage &message) { (*message.attachments.begin())->filename = u"/x/b.jpg"_s; });
+    row("no attachment", 2, [](_MsgMessage &message) { message.attachments.clear(); });
+    row("an event, known by its guid alone", 2, [](_MsgMessage &message) { message.item_type = 3; });
+    row("another service", 1, [](_MsgMessage &message) { message.service = u"iMessage"_s; });
+    row("another chat", 1, [](_MsgMessage &message) { message.chat->guid = u"iMessage;-;1"_s; });
+    row("sign of an attachment", 1, [](_MsgMessage &message) { message.text += QChar(0xFFFC); });
+    row("case and folder of an attachment", 1,
+        [](_MsgMessage &message) { (*message.attachments.begin())->filename = u"~/Elsewhere/A.JPG"_s; });
+}
+
+void TestLocalJobs::lookAlikes()
+{
+    QFETCH(int, kept);
+    QFETCH(Change, change);
+    Records first(u"first"_s);
+    Records second(u"second"_s);
+    for (Records *records : {&first, &second})
+        records->chat(u"+34612345678"_s).received(u"Hola"_s).attachment(u"/x/a.jpg"_s);
+    change(second.last());
+    append(first.list());
+    append(second.list());
+    QCOMPARE(rows(u"select guid from message"_s), QStringList({u"first-1"_s, u"second-1"_s}).first(kept));
+}
+
+void TestLocalJobs::aSecondRunChangesNothing()
+{
+    Records records;
+    records.chat(u"+34612345678"_s).received(u"Hola"_s).attachment(u"/x/a.jpg"_s).received(u"Sí"_s);
+    records.group({u"+34612345678"_s, u"ana@example.org"_s}).received(u"Hola a todos"_s);
+    records.received(QString()).last().item_type = 3;
+    append(records.list() + records.list());
+    const QStringList before = rows(u"select * from message, chat"_s);
+    append(records.list());
+    QCOMPARE(rows(u"select * from message, chat"_s), before);
+    runOn(file, u"update message set logic_hash=null"_s); // as a release leaves it that knew no hashes
+    append(records.list());
+    QCOMPARE(countsOf(file), u"4|2|3|1|3|4|1"_s);
+}
+
+void TestLocalJobs::messagesWithoutAKnownChatAreLeftOut()
+{
+    Records records;
+    records.chat(u"1"_s).received(u"no chat"_s).chat(u"2"_s).received(u"address unknown"_s);
+    records.chat(u"3"_s).received(u"lowest known"_s);
+    records.list()[0]->chat = nullptr;
+    records.list()[1]->chat->rowid = -2047483647;
+    records.list()[2]->chat->rowid = -2047483646;
+    append(records.list());
+    QCOMPARE(rows(u"select text from message"_s), QStringList(u"lowest known"_s));
+    records.chat(u"4"_s, u"Pigeon"_s).received(u"ends the run"_s);
+    QVERIFY(failureOf([&] { append(records.list()); }).endsWith(u"invalid chat, service_name:Pigeon"_s));
+    QCOMPARE(countsOf(file), u"1|1|1|0|1|1|0"_s);
+}
+
+void TestLocalJobs::chatsKnowTheirLatestButNoNewMembers()
+{
+    Records records;
+    records.group({u"ana@example.org"_s, u"1"_s}).received(u"Hola"_s).received(u"Otra"_s);
+    _MsgHandle luis = *records.last().handle;
+    luis.id = u"luis@example.org"_s;
+    records.last().handle = &luis;
+    const QString query = u"select last_addressed_handle, _last, (select count(*) from handle) from chat"_s;
+    append(records.list());
+    QCOMPARE(rows(query), QStringList(u"luis@example.org|400000120|3"_s));
+    records.group({u"ana@example.org"_s, u"new"_s}).received(u"early"_s).last().date = 500;
+    append({&records.last()});
+    QCOMPARE(rows(query), QStringList(u"ana@example.org|400000120|3"_s));
+}
+
+void TestLocalJobs::attachmentsStayInsideAndAsTheyWere()
+{
+    const QTemporaryDir dir;
+    const QDir root(sample.path);
+    const QString photo = dir.filePath(u"photo"_s);
+    QVERIFY(writeFile(photo, "JPEG"));
+    QVERIFY(root.mkpath(u"."_s) && QFile::link(dir.path(), root.filePath(u"link"_s)));
+    const QStringList before = QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries);
+    Records records;
+    records.chat(u"1"_s).received(u"\uFFFC"_s).attachment(u"~/Library/IMG:1.JPG"_s, photo);
+    for (const char *hostile : {"~/../../../../stolen", "~/.:./.:./.*./../stolen", "//stolen",
+                                "~/..\\..\\stolen", "/link/stolen", ""}) {
+        records.attachment(QString::fromLatin1(hostile), photo);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"is not copied"_s));
+    }
+    append(records.list());
+    QCOMPARE(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), before);
+    QCOMPARE(countsOf(file), u"1|1|1|7|1|1|7"_s);
+    QCOMPARE(bytesOf(root.filePath(u"var/mobile/Library/IMG1.JPG"_s)), QByteArray("JPEG"));
 }
 
 void TestLocalJobs::aCancelledBackupLeavesNothing()
 {
-    QFETCH(bool, isThere);
-    if (isThere)
-        fillSample(sample);
-    const QString before = isThere ? stateOf(sample) : QString();
+    fillSample();
     Records records;
     records.chat(u"+34612345678"_s);
     for (int i = 0; i < 500; ++i)
         records.received(QString::number(i));
-    RecordingProgress dialog;
-    dialog.cancelAtUpdate = 2; // the first comes before any message, the next with the last one or before
-    BackupSMSThread job(records.list(), QDir(sample.path), sample.file(), &dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
-    QCOMPARE(dialog.success + dialog.error, u"not reported"_s);
-    QCOMPARE(QFile::exists(sample.path), isThere);
-    if (isThere)
-        QCOMPARE(stateOf(sample), before);
-}
-
-void TestLocalJobs::namesOfDatabases_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("error");
-    const QString invalid = u"Invalid Local Database name(can't contain \\ / : * ? \" < > |)."_s;
-    QTest::newRow("letters, blanks, dots") << u"Ana's iPhone 4.1 (año)"_s << QString();
-    QTest::newRow("blanks around it") << u"  Ana "_s << QString();
-    QTest::newRow("nothing but blanks") << u"   "_s << u"Select one Database or enter a new Database name"_s;
-    for (const QChar forbidden : u"\\/:*?\"<>|"_s)
-        QTest::newRow(qPrintable(u"forbidden %1"_s.arg(forbidden))) << u"a%1b"_s.arg(forbidden) << invalid;
-    QTest::newRow("this folder") << u"."_s << invalid;
-    QTest::newRow("the folder above") << u".."_s << invalid;
-    QTest::newRow("hidden") << u".secret"_s << invalid;
-    QTest::newRow("a zero byte") << u"a%1b"_s.arg(QChar(u'\0')) << invalid;
+    const QByteArray before = bytesOf(file);
+    for (const LocalDatabase &target : {sample, localDatabaseToFill(u"New"_s)}) {
+        RecordingProgress dialog;
+        dialog.cancelAtUpdate = 2; // the first comes before any message
+        BackupSMSThread job(records.list(), QDir(target.path), target.file(), &dialog, nullptr);
+        job.start();
+        QVERIFY(job.wait());
+        QCOMPARE(dialog.outcome, u"not reported"_s);
+    }
+    QVERIFY(bytesOf(file) == before);
+    QVERIFY(!findLocalDatabase(u"New"_s));
 }
 
 void TestLocalJobs::namesOfDatabases()
 {
-    QFETCH(QString, name);
-    QFETCH(QString, error);
-    QCOMPARE(localDatabaseNameError(name), error);
-    QCOMPARE(failureOf([&] { localDatabaseToFill(name); }), error);
-}
-
-void TestLocalJobs::databasesAreFoundWithoutCase()
-{
-    fillSample(sample);
-    QVERIFY(databases.mkpath(u"Älter"_s));
-    QCOMPARE(localDatabaseToFill(u" sAMPLE "_s).path, databases.filePath(u"Sample"_s));
-    QCOMPARE(findLocalDatabase(u"äLTER"_s)->name, u"Älter"_s);
-    QVERIFY(!findLocalDatabase(u"Sampl"_s));
-    QStringList names;
-    for (const LocalDatabase &database : localDatabases())
-        names.append(database.name);
-    QCOMPARE(names, QStringList({u"Sample"_s, u"Älter"_s}));
+    fillSample();
     QCOMPARE(countMessages(sample), 5); // one of them in two chats, the shared location not at all
-}
-
-void TestLocalJobs::aHalfMadeDatabaseCountsAsEmpty()
-{
-    QVERIFY(QDir().mkpath(QFileInfo(sample.file()).path()));
-    QCOMPARE(countMessages(sample), 0);
-    runOn(sample.file(), u"select 1"_s);
-    QCOMPARE(countMessages(sample), 0);
-    QCOMPARE(QFileInfo(sample.file()).size(), 0);
-    QCOMPARE(read(*openLocalDatabase(sample, QString()))->messages.size(), 0);
+    QCOMPARE(localDatabaseToFill(u" sAMPLE "_s).path, sample.path);
+    QCOMPARE(localDatabaseToFill(u" Ana's iPhone 4.1 (año) "_s).name, u"Ana's iPhone 4.1 (año)"_s);
+    for (const char *name : {" ", "a\\b", "a/b", "a:b", "a*b", "a?b", "a\"b", "a<b", "a>b", "a|b", ".", ".."})
+        QVERIFY2(!failureOf([&] { localDatabaseToFill(QString::fromLatin1(name)); }).isEmpty(), name);
 }
 
 void TestLocalJobs::aDeletedDatabaseIsGoneAltogether()
 {
-    fillSample(sample);
-    runOn(QDir(sample.path).filePath(u".hidden"_s), u"create table t(a)"_s);
+    fillSample();
+    QVERIFY(writeFile(QDir(sample.path).filePath(u".hidden"_s), "x"));
     deleteLocalDatabase(sample);
-    QVERIFY(!QFile::exists(sample.path));
-    QVERIFY(!findLocalDatabase(u"Sample"_s));
-    QVERIFY(databases.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
-    QVERIFY(failureOf([this] { deleteLocalDatabase(sample); }).contains(sample.path));
+    QVERIFY(localDatabasesDir().isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
 }
 
 void TestLocalJobs::deletingMessagesTakesWhatHangsOnThem_data()
 {
-    QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<QString>("doomed");
+    QTest::addColumn<int>("cancelAt");
     QTest::addColumn<QString>("counts"); // message, chat, handle, attachment, then the joins
-    QTest::newRow("none") << QStringList() << u"5|3|3|2|4|6|2"_s;
-    QTest::newRow("one of a chat") << QStringList(u"a1"_s) << u"4|3|3|1|4|5|1"_s;
-    QTest::newRow("the last of a chat") << QStringList(u"b1"_s) << u"4|2|2|1|3|5|1"_s;
-    QTest::newRow("one of two chats") << QStringList(u"a2"_s) << u"4|3|3|2|4|4|2"_s;
-    QTest::newRow("all") << QStringList({u"a1"_s, u"a2"_s, u"b1"_s, u"g1"_s, QString()})
-                         << u"0|0|0|0|0|0|0"_s;
+    QTest::newRow("none") << QString() << -1 << u"5|3|3|2|4|6|2"_s;
+    QTest::newRow("one of a chat") << u"a1"_s << -1 << u"4|3|3|1|4|5|1"_s;
+    QTest::newRow("the last of a chat") << u"b1"_s << -1 << u"4|2|2|1|3|5|1"_s;
+    QTest::newRow("one of two chats") << u"a2"_s << -1 << u"4|3|3|2|4|4|2"_s;
+    QTest::newRow("all but the location") << u"a1 a2 b1 g1"_s << -1 << u"1|1|2|0|2|1|0"_s;
+    QTest::newRow("a cancelled run leaves all") << u"a1 a2 b1 g1"_s << 2 << u"5|3|3|2|4|6|2"_s;
 }
 
 void TestLocalJobs::deletingMessagesTakesWhatHangsOnThem()
 {
-    QFETCH(QStringList, texts);
-    fillSample(sample);
-    if (texts.size() == 5) // an event that the reader doesn't hand out
-        runOn(sample.file(), u"update message set item_type=3 where item_type=4"_s);
+    fillSample();
+    QFETCH(QString, doomed);
+    QFETCH(int, cancelAt);
+    const QStringList before = rows(u"select sql from sqlite_master order by 1"_s);
     const std::unique_ptr<IOS6MessageDb> db = openLocalDatabase(sample, QString());
-    const _MsgStorePtr store = read(*db);
-    QList<_MsgMessage *> doomed;
-    for (_MsgMessage *message : allMessages(store)) {
-        if (texts.contains(message->text))
-            doomed.append(message);
-    }
+    _MsgStorePtr store = _MsgStorePtr::create();
+    db->messages(store, 0);
+    QList<_MsgMessage *> list = allMessages(store);
+    list.removeIf([&](const _MsgMessage *message) { return !doomed.split(u' ').contains(message->text); });
     RecordingProgress dialog;
-    DeleteMessagesThread job(db.get(), &doomed, &dialog, nullptr);
+    dialog.cancelAtUpdate = cancelAt;
+    DeleteMessagesThread job(db.get(), &list, &dialog, nullptr);
     job.start();
     QVERIFY(job.wait());
-    QCOMPARE(dialog.success, u"Successfully Deleted %1 SMS."_s.arg(texts.size()));
-    QTEST(countsOf(sample.file()), "counts");
-}
-
-void TestLocalJobs::deletingManyEndsAsDeletingEach()
-{
-    fillSample(sample);
-    const LocalDatabase other = localDatabaseToFill(u"Other"_s);
-    fillSample(other);
-    runOn(sample.file(), u"insert into message(guid) values('orphan')"_s);
-    runOn(other.file(), u"insert into message(guid) values('orphan')"_s);
-    const std::unique_ptr<IOS6MessageDb> each = openLocalDatabase(sample, QString());
-    const _MsgStorePtr store = read(*each);
-    const QList<_MsgMessage *> doomed = allMessages(store).first(3);
-    for (const _MsgMessage *message : doomed)
-        each->deleteMessage(*message);
-    each->close();
-    deleteMessages(*openLocalDatabase(other, QString()), doomed, progress);
-    QCOMPARE(rowsOf(other.file(), u"select count(*) from sqlite_master"_s),
-             rowsOf(sample.file(), u"select count(*) from sqlite_master"_s));
-    QCOMPARE(rowsOf(other.file(), u"select sql from sqlite_master where type='trigger' order by name"_s),
-             rowsOf(sample.file(), u"select sql from sqlite_master where type='trigger' order by name"_s));
-    QCOMPARE(countsOf(other.file()), countsOf(sample.file()));
-    QCOMPARE(textsIn(other), textsIn(sample));
-}
-
-void TestLocalJobs::aCancelledDeletionLeavesAll()
-{
-    fillSample(sample);
-    const QString before = stateOf(sample);
-    const std::unique_ptr<IOS6MessageDb> db = openLocalDatabase(sample, QString());
-    const _MsgStorePtr store = read(*db);
-    const QList<_MsgMessage *> doomed = allMessages(store);
-    RecordingProgress dialog;
-    dialog.cancelAtUpdate = 2;
-    DeleteMessagesThread job(db.get(), &doomed, &dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
-    QCOMPARE(dialog.success + dialog.error, u"not reported"_s);
-    QCOMPARE(stateOf(sample), before);
-    db->endTransaction(true); // there is none left
+    QTEST(countsOf(file), "counts");
+    QCOMPARE(rows(u"select sql from sqlite_master order by 1"_s), before);
 }
 
 void TestLocalJobs::aConversationGoesWithItsChats()
 {
-    fillSample(sample);
+    fillSample();
+    runOn(file, u"insert into chat(guid, chat_identifier) values('iMessage', '+34611111111')"_s);
+    const QByteArray before = bytesOf(file);
     const std::unique_ptr<IOS6MessageDb> db = openLocalDatabase(sample, QString());
-    db->openDb();
-    db->executeThrow(Sqlite3Sql(
-        "insert into chat(guid, chat_identifier) values('iMessage;-;+34611111111', '+34611111111')"));
-    QCOMPARE(deleteConversations(*db, {u"+34611111111"_s}, progress), 1); // a2 stays in the group
-    QCOMPARE(rowsOf(sample.file(), u"select chat_identifier from chat"_s),
-             QStringList({u"+34622222222"_s, u"chat123"_s}));
-    QCOMPARE(textsIn(sample), QStringList({u"a2"_s, u"b1"_s, u"g1"_s, QString()}));
-    QCOMPARE(deleteConversations(*db, {u"chat123"_s, u"+34622222222"_s}, progress),
-             3); // and a shared location
-    QCOMPARE(countsOf(sample.file()), u"0|0|0|0|0|0|0"_s);
-}
-
-void TestLocalJobs::deletingAnUnknownConversationChangesNothing()
-{
-    fillSample(sample);
-    const QString before = stateOf(sample);
-    const std::unique_ptr<IOS6MessageDb> db = openLocalDatabase(sample, QString());
-    const QString failure = failureOf([&] {
-        deleteConversations(*db, {u"chat123"_s, u"nobody"_s}, progress);
-    });
-    QVERIFY2(failure.contains(u"\"nobody\""_s), qPrintable(failure));
-    QCOMPARE(stateOf(sample), before);
+    const auto remove = [&](const QStringList &names) { return deleteConversations(*db, names, progress); };
+    QVERIFY(failureOf([&] { remove({u"chat123"_s, u"nobody"_s}); }).contains(u"\"nobody\""_s));
+    QVERIFY(bytesOf(file) == before);
+    QCOMPARE(remove({u"+34611111111"_s}), 1); // a2 stays in the group
+    QCOMPARE(countsOf(file), u"4|2|3|1|3|4|1"_s);
+    QCOMPARE(remove({u"chat123"_s, u"+34622222222"_s}), 3); // and a shared location
+    QCOMPARE(countsOf(file), u"0|0|0|0|0|0|0"_s);
 }
 
 void TestLocalJobs::oldFilesBecomeLocalDatabases()
 {
-    OldFileBuilder(databases.filePath(u"Work.db"_s))
-        .message(u"612 34 56 78"_s, u"Hola ñ 😀"_s, 1'400'000'000, true, u"Ana"_s)
-        .withoutBody(u"Ana@Example.org"_s, 1'400'000'001)
-        .write();
-    OldFileBuilder(databases.filePath(u"Home"_s)).message(u"1"_s, u"x"_s, 978307200).write();
-    QVERIFY(needsLocalDbUpdate());
-    RecordingProgress dialog;
-    LocalDbUpdateThread job(&dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
-    QCOMPARE(dialog.error, QString());
-    QCOMPARE(dialog.success, u"Successfully updated local database. Please restart software."_s);
-    QVERIFY(!needsLocalDbUpdate());
-    const QString file = findLocalDatabase(u"Work.db"_s)->file();
-    QCOMPARE(
-        rowsOf(
-            file,
-            u"select m.text, m.date, m.date_read, m.is_from_me, m.is_sent, m.is_delivered, m.version, "
-            "m.service, m.account, h.id, h.uncanonicalized_id, h._ct_name, c.guid, c.style from message m, "
-            "handle h, chat c where m.handle_id=h.rowid and c.chat_identifier=h.id order by m.rowid"_s),
-        QStringList(
-            {u"Hola ñ 😀|421692800|421692800|1|1|0|10|SMS|e:|612345678|612 34 56 78|Ana|SMS;-;612345678|45"_s,
-             u"|421692801|421692801|0|1|0|10|SMS|e:|ana@example.org|Ana@Example.org||SMS;-;ana@example.org|45"_s}));
-    QCOMPARE(countMessages(*findLocalDatabase(u"home"_s)), 1);
-}
-
-void TestLocalJobs::anInterruptedUpdateIsTakenUp_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("isConverted");
-    QTest::newRow("before the rename") << u"Old"_s << false;
-    QTest::newRow("after the rename") << u"Old.__tmp"_s << false;
-    QTest::newRow("after the new one was committed") << u"Old.__tmp"_s << true;
-    QTest::newRow("a second file of the same name and content") << u"oLD"_s << true;
-}
-
-void TestLocalJobs::anInterruptedUpdateIsTakenUp()
-{
-    QFETCH(QString, name);
-    QFETCH(bool, isConverted);
-    const auto place = [this](const QString &fileName) {
-        OldFileBuilder(databases.filePath(fileName))
-            .message(u"612345678"_s, u"Hola"_s, 1'400'000'000)
-            .write();
-    };
-    if (isConverted) {
-        place(u"Old"_s);
+    const QString messages = oldMessage(u"612 34 56 78"_s, u"Hola ñ 😀"_s, 1'400'000'000, true) +
+                             oldMessage(u"Ana@Example.org"_s, QString(), 1'400'000'001);
+    const QString path = localDatabasesDir().filePath(u"Old.db"_s);
+    // The second is what an update leaves that was interrupted after it had committed.
+    for (const QString &old : QStringList{path, path + u".__tmp"_s}) {
+        writeOldFile(old, messages);
         updateLocalDatabases(progress);
+        QVERIFY(!needsLocalDbUpdate());
+        QCOMPARE(
+            rowsOf(
+                findLocalDatabase(u"Old.db"_s)->file(),
+                u"select m.text, m.date, m.is_from_me, h.id, h.uncanonicalized_id, h._ct_name, c.guid from "
+                "message m, handle h, chat c where m.handle_id=h.rowid and c.chat_identifier=h.id"_s),
+            QStringList({u"Hola ñ 😀|421692800|1|612345678|612 34 56 78|Ana|SMS;-;612345678"_s,
+                         u"|421692801|0|ana@example.org|Ana@Example.org|Ana|SMS;-;ana@example.org"_s}));
     }
-    place(name);
-    updateLocalDatabases(progress);
-    QVERIFY(!needsLocalDbUpdate());
-    QCOMPARE(localDatabases().size(), 1);
-    QCOMPARE(countsOf(findLocalDatabase(u"Old"_s)->file()), u"1|1|1|0|1|1|0"_s);
 }
 
 void TestLocalJobs::aFailedUpdateKeepsTheOldFile()
 {
-    OldFileBuilder(databases.filePath(u"A good one"_s))
-        .message(u"612345678"_s, u"Hola"_s, 1'400'000'000)
-        .write();
-    QFile file(databases.filePath(u"Broken"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(4000, 'x')) == 4000);
-    file.close();
-    RecordingProgress dialog;
-    LocalDbUpdateThread job(&dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
-    QVERIFY2(dialog.error.contains(u"Broken.__tmp"_s) && dialog.error.contains(u"not a database"_s),
-             qPrintable(dialog.error));
-    QCOMPARE(bytesOf(databases.filePath(u"Broken.__tmp"_s)), QByteArray(4000, 'x'));
-    QVERIFY(!findLocalDatabase(u"Broken"_s));
-    QCOMPARE(countMessages(*findLocalDatabase(u"A good one"_s)), 1);
-}
-
-void TestLocalJobs::aNameThatIsTakenStopsTheUpdate()
-{
-    for (const QString &name : {u"Old"_s, u"Old.__tmp"_s})
-        OldFileBuilder(databases.filePath(name)).message(u"612345678"_s, name, 1'400'000'000).write();
+    const QString broken = localDatabasesDir().filePath(u"Broken"_s);
+    const QByteArray bytes(4000, 'x');
+    QVERIFY(writeFile(broken, bytes));
+    QVERIFY(failureOf([this] { updateLocalDatabases(progress); }).contains(u"Broken.__tmp"_s));
+    QVERIFY(bytesOf(broken + u".__tmp"_s) == bytes && !findLocalDatabase(u"Broken"_s));
+    QVERIFY(writeFile(broken, "another"));
     QCOMPARE(failureOf([this] { updateLocalDatabases(progress); }),
-             u"can not rename %1."_s.arg(databases.filePath(u"Old.__tmp"_s)));
-    QCOMPARE(filesIn(databases), QStringList({u"Old"_s, u"Old.__tmp"_s}));
-}
-
-void TestLocalJobs::cipherVectors_data()
-{
-    // RFC 6229, the first 16 bytes of the key stream.
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QByteArray>("stream");
-    QTest::newRow("40 bits") << QByteArray::fromHex("0102030405")
-                             << QByteArray("b2396305f03dc027ccc3524a0a1118a8");
-    QTest::newRow("128 bits") << QByteArray::fromHex("0102030405060708090a0b0c0d0e0f10")
-                              << QByteArray("9ac7cc9a609d1ef7b2932899cde41b97");
-    QTest::newRow("256 bits") << QByteArray::fromHex(
-                                     "0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20")
-                              << QByteArray("eaa6bd25880bf93d3f5d1e4ca2611d91");
+             u"can not rename %1.__tmp."_s.arg(broken));
+    QVERIFY(bytesOf(broken + u".__tmp"_s) == bytes && bytesOf(broken) == "another");
 }
 
 void TestLocalJobs::cipherVectors()
 {
-    QFETCH(QByteArray, key);
-    QTEST(rc4(key, QByteArray(16, '\0')).toHex(), "stream");
+    // RFC 6229, the first 16 bytes of the key stream.
+    const QByteArray zeros(16, '\0');
+    QCOMPARE(rc4(QByteArray::fromHex("0102030405"), zeros).toHex(), "b2396305f03dc027ccc3524a0a1118a8");
+    QCOMPARE(rc4(QByteArray::fromHex("0102030405060708090a0b0c0d0e0f10"), zeros).toHex(),
+             "9ac7cc9a609d1ef7b2932899cde41b97");
 }
 
 QTEST_GUILESS_MAIN(TestLocalJobs)
