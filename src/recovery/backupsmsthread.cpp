@@ -21,9 +21,9 @@ bool isEmptyAndUnused(const QString &path)
     QString error;
     if (db.exec(u"begin exclusive"_s, error) != 0)
         return false;
-    const bool hasMessages = db.exec(u"select rowid from message limit 1"_s, error) == 0 &&
-                             db.queryThrow(Sqlite3Sql("select rowid from message limit 1")).moveNext();
-    return !hasMessages;
+    const QString anyMessage = u"select rowid from message limit 1"_s;
+    const bool hasTables = db.exec(anyMessage, error) == 0;
+    return !hasTables || !db.queryThrow(Sqlite3Sql(anyMessage)).moveNext();
 }
 
 /// Takes a database away again that a failed run has made.
@@ -79,6 +79,7 @@ void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, J
             progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
         target.append(*message);
     }
+    throwIfCancelled(progress);
 }
 
 } // namespace

@@ -14,13 +14,14 @@ namespace
 /// Runs `work` on a database that is ready for many deletions, in one transaction; whatever it throws
 /// rolls back.
 template <typename Work>
-qint64 deleteInTransaction(IOS6MessageDb &db, Work work)
+qint64 deleteInTransaction(IOS6MessageDb &db, const JobProgress &progress, Work work)
 {
     db.beginTransaction();
     try {
         BulkDeletion bulk(db);
         const qint64 result = work();
         bulk.finish();
+        throwIfCancelled(progress);
         db.endTransaction(true);
         return result;
     } catch (...) {
@@ -59,8 +60,10 @@ QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QString &chatIdentifier)
 
 QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QStringList &chatIdentifiers)
 {
+    QStringList asked = chatIdentifiers;
+    asked.removeDuplicates();
     QList<qint64> chats;
-    for (const QString &identifier : chatIdentifiers)
+    for (const QString &identifier : std::as_const(asked))
         chats.append(chatRowidsThrow(db, identifier));
     return chats;
 }
@@ -117,7 +120,7 @@ qint64 removeMembers(IOS6MessageDb &db, const QList<ChatMember> &members, JobPro
 qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
-    return deleteInTransaction(db, [&] {
+    return deleteInTransaction(db, progress, [&] {
         const qint64 total = messages.size();
         ProgressPace pace(total);
         qint64 done = 0;
@@ -135,7 +138,7 @@ qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers
 {
     progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
     db.openDb();
-    return deleteInTransaction(db, [&] {
+    return deleteInTransaction(db, progress, [&] {
         const QList<qint64> chats = chatRowidsThrow(db, chatIdentifiers);
         const qint64 removed = removeMembers(db, membersOf(db, chats), progress);
         for (const qint64 chat : chats) {

@@ -21,10 +21,15 @@ namespace
 constexpr int sqliteBusy = 5; // SQLite's code for a file that another connection has locked
 
 /// Where deleted databases go until their files are gone: moving a folder there is one step, removing
-/// it is many.
+/// it is many. It lies among them because a move stays on one disk.
 QString binFolder()
 {
-    return dataRoot().absoluteFilePath(u"deleted_databases"_s);
+    return localDatabasesDir().absoluteFilePath(u".deleted"_s);
+}
+
+bool isHiddenName(const QString &name)
+{
+    return name.startsWith(u'.');
 }
 
 /// Whether the file has no table: what is left when the very first import is killed.
@@ -57,10 +62,12 @@ QString LocalDatabase::file() const
 
 QList<LocalDatabase> localDatabases()
 {
+    const auto shown = QDir::Dirs | QDir::NoDotAndDotDot;
     QList<LocalDatabase> databases;
-    for (const QFileInfo &folder :
-         localDatabasesDir().entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-        databases.append({folder.fileName(), folder.absoluteFilePath()});
+    for (const QFileInfo &folder : localDatabasesDir().entryInfoList(shown, QDir::Name)) {
+        if (!isHiddenName(folder.fileName())) // not every system hides them
+            databases.append({folder.fileName(), folder.absoluteFilePath()});
+    }
     return databases;
 }
 
@@ -82,8 +89,7 @@ QString localDatabaseNameError(const QString &name)
         return QObject::tr("IDS_PLEASE_SELECT_DATABASE_OR_INPUT_NEW_NAME");
     if (findLocalDatabase(trimmed))
         return {};
-    // A hidden folder would be kept and never listed.
-    if (trimmed.contains(forbidden) || trimmed.startsWith(u'.') || !pathBelow(localDatabasesDir(), trimmed))
+    if (trimmed.contains(forbidden) || isHiddenName(trimmed) || !pathBelow(localDatabasesDir(), trimmed))
         return QObject::tr("IDS_INVALID_LOCALDB_NAME");
     return {};
 }
@@ -94,7 +100,7 @@ LocalDatabase localDatabaseToFill(const QString &name)
         return *known;
     const QString error = localDatabaseNameError(name);
     if (!error.isEmpty())
-        throw std::runtime_error(u"%1: %2"_s.arg(name, error).toStdString());
+        throw std::runtime_error(error.toStdString());
     return {name.trimmed(), localDatabasesDir().absoluteFilePath(name.trimmed())};
 }
 

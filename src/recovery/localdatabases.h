@@ -2,14 +2,11 @@
 
 #include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <memory>
 #include <optional>
 
-class AbsIOSMessageDb;
 class IOS6MessageDb;
-class JobProgress;
 
 /// A named Local Database: a folder with the message file and its attachments.
 struct LocalDatabase {
@@ -19,7 +16,7 @@ struct LocalDatabase {
     QString file() const;
 };
 
-/// All Local Databases, by name.
+/// All Local Databases, by name. Hidden folders are none.
 QList<LocalDatabase> localDatabases();
 
 /// The Local Database of that name, compared without case and blanks around it; nothing when there is

@@ -231,11 +231,25 @@ void IOS6MessageDb::raiseChatLast(qint64 chatId, int date)
 void IOS6MessageDb::deleteMessage(const _MsgMessage &message)
 {
     openDb();
+    // A message may stand in more chats than the record names.
+    QSet<qint64> chats = chatsOf(message.rowid);
+    if (message.chat)
+        chats.insert(message.chat->rowid);
     executeThrow(withRows(u"DELETE FROM message WHERE rowid=?"_s, {message.rowid}));
     executeThrow(withRows(u"DELETE FROM chat_message_join where message_id=?"_s, {message.rowid}));
     executeThrow(withRows(u"DELETE FROM message_attachment_join where message_id=?"_s, {message.rowid}));
-    if (message.chat)
+    for (const qint64 chat : std::as_const(chats))
         executeThrow(withRows(u"DELETE FROM chat WHERE rowid=? and (SELECT 1 from chat_message_join WHERE "
                               "chat_id=? LIMIT 1) IS NULL"_s,
-                              {message.chat->rowid, message.chat->rowid}));
+                              {chat, chat}));
+}
+
+QSet<qint64> IOS6MessageDb::chatsOf(qint64 messageId)
+{
+    QSet<qint64> chats;
+    Sqlite3Cursor cursor =
+        queryThrow(withRows(u"select chat_id from chat_message_join where message_id=?"_s, {messageId}));
+    while (cursor.moveNextThrow())
+        chats.insert(cursor.getInt64(0));
+    return chats;
 }

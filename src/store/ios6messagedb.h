@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <memory>
@@ -73,7 +74,7 @@ public:
     /// Sets the date of the chat's newest message, seconds since 2001, unless it is later already.
     void raiseChatLast(qint64 chatId, int date);
 
-    /// Deletes a message, and its chat when that was the last one. The file's triggers take care of
+    /// Deletes a message, and each of its chats whose last one it was. The file's triggers take care of
     /// handles and attachments that nobody refers to any more; attachment files stay.
     void deleteMessage(const _MsgMessage &message);
 
@@ -83,6 +84,7 @@ private:
     void readHandles(_MsgStore &store);
     void completeHandle(_MsgHandle &handle);
     qint64 firstRowid(const Sqlite3Sql &sql);
+    QSet<qint64> chatsOf(qint64 messageId);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
     QString path; ///< of the database
