@@ -58,7 +58,7 @@ int main(int argc, char **argv)
     NoProgress progress;
     const auto shell = [&] { printWithShell(messageDbPath(QDir(dir.path())), dir.filePath(u"floor"_s)); };
     const auto ours = [&](ExportFormat format) {
-        return [&, format] { exportMessages(messages, dir.filePath(u"ours"_s), format, progress); };
+        return [&, format] { exportMessages(messages, {dir.filePath(u"ours"_s), format}, progress); };
     };
     compareWithFloor("CSV export", 1.0, rounds, ours(ExportCsv), shell);
     compareWithFloor("text export", 1.0, rounds, ours(ExportText), shell);

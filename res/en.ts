@@ -96,6 +96,10 @@
         <translation>Successfully exported %1 SMS.</translation>
     </message>
     <message>
+        <source>IDS_PRINT_SMS</source>
+        <translation>Print SMS</translation>
+    </message>
+    <message>
         <source>Messages: %1/%2</source>
         <translation>SMS: %1/%2</translation>
     </message>

@@ -36,3 +36,8 @@ for format in csv txt; do
     --format $format --out "$sample/messages.$format"
   head -n 5 "$sample/messages.$format"
 done
+for format in html pdf; do
+  show $cli export "$backup" --password-file "$sample/password" --country 214 \
+    --format $format --out "$sample/messages-$format"
+  echo "$(find "$sample/messages-$format" -name "*.$format" | wc -l) conversations"
+done

@@ -3,7 +3,6 @@
 #include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -52,8 +51,9 @@ void removeTree(const QString &folder)
 
 QString safeFileName(const QString &name)
 {
-    static const QRegularExpression forbidden(u"[\\\\/:*\\?\"<>|]"_s);
-    return QString(name).remove(forbidden).trimmed();
+    // No regular expression: those match nothing in a text with a half of a surrogate pair.
+    static const QString forbidden = u"\\/:*?\"<>|"_s;
+    return QString(name).removeIf([](QChar sign) { return forbidden.contains(sign); }).trimmed();
 }
 
 std::optional<QString> pathBelow(const QDir &root, const QString &name)

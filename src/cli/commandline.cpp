@@ -37,8 +37,8 @@ const QList<OptionSyntax> importOptions = {
     {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
 const QList<OptionSyntax> exportOptions = {
-    {"format", "txt|csv", "Format of the file.", true},
-    {"out", "PATH", "The file to write.", true},
+    {"format", "txt|csv|html|pdf", "What to write.", true},
+    {"out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.", true},
 };
 
 const QList<CommandSyntax> &commandTable()
@@ -51,7 +51,7 @@ const QList<CommandSyntax> &commandTable()
         {"databases", nullptr, "The Local Databases.", {}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
         {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions + orderOptions},
-        {"export", "SOURCE", "Writes messages to a file.",
+        {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + selectionOptions + orderOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + selectionOptions + importOptions},

@@ -17,6 +17,7 @@
 #include "terminalprogress.h"
 
 #include <QFileInfo>
+#include <QFontDatabase>
 
 #include <cerrno>
 #include <cstdio>
@@ -88,10 +89,15 @@ CommandResult messagesCommand(const CommandLine &line)
 
 CommandResult exportCommand(const CommandLine &line)
 {
-    static const QHash<QString, ExportFormat> formats = {{u"txt"_s, ExportText}, {u"csv"_s, ExportCsv}};
+    static const QHash<QString, ExportFormat> formats = {
+        {u"txt"_s, ExportText}, {u"csv"_s, ExportCsv}, {u"html"_s, ExportHtml}, {u"pdf"_s, ExportPdf}};
     const auto format = formats.constFind(line.format);
     if (format == formats.cend())
-        return {ExitStatus::Usage, u"Unknown format \"%1\"; there are txt and csv."_s.arg(line.format)};
+        return {ExitStatus::Usage,
+                u"Unknown format \"%1\"; there are txt, csv, html and pdf."_s.arg(line.format)};
+    if (*format == ExportPdf && QFontDatabase::families().isEmpty())
+        throw std::runtime_error(
+            "PDF needs a font and none is installed; on Debian, install fonts-dejavu-core.");
 
     TerminalProgress progress(line.quiet);
     const Source source = openSource(line, progress);
@@ -99,7 +105,8 @@ CommandResult exportCommand(const CommandLine &line)
         return source.refusal;
     const QList<_MsgMessage *> messages = chosenMessages(source, line);
     const InterruptScope interruptible(progress);
-    const qint64 written = exportMessages(messages, line.out, *format, progress);
+    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved};
+    const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
     return {};

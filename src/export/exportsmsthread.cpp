@@ -1,9 +1,15 @@
 #include "exportsmsthread.h"
 
+#include "exportconversation.h"
+#include "exportfolder.h"
 #include "exportmessagescsv.h"
 #include "exportmessagestxt.h"
+#include "exportsmshtml.h"
+#include "exportsmspdf.h"
 #include "jobprogress.h"
 #include "messagerecords.h"
+
+#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -17,35 +23,79 @@ MessageWriter makeWriter(int format, const QString &path)
     switch (format) {
     case ExportText: return std::make_unique<ExportMessagesTxt>(path);
     case ExportCsv: return std::make_unique<ExportMessagesCsv>(path);
+    case ExportPdf: return std::make_unique<ExportSMSPdf>(path);
+    case ExportHtml: return std::make_unique<ExportSMSHtml>(path);
     default: throw std::runtime_error("not support export format.");
     }
 }
 
-} // namespace
-
-qint64 exportMessages(const QList<_MsgMessage *> &messages, const QString &path, int format,
-                      JobProgress &progress)
+/// Counts the messages of all files of an export and reports them.
+class MessageCount
 {
-    progress.updateProgress(QObject::tr("IDS_EXPORTING_MESSAGES_TO_FILE"), -1, {});
-    const qint64 total = messages.size();
-    ProgressPace pace(total);
-    MessageWriter writer;
-    qint64 written = 0;
-    for (const _MsgMessage *message : messages) {
-        throwIfCancelled(progress);
-        if (!writer) {
-            writer = makeWriter(format, path);
-            writer->begin();
-        }
-        writer->write(*message);
+public:
+    MessageCount(qint64 allMessages, JobProgress &jobProgress)
+        : total(allMessages), pace(allMessages), progress(jobProgress)
+    {
+    }
+
+    void throwIfStopped() const { throwIfCancelled(progress); }
+
+    void addOne()
+    {
         ++written;
         if (pace.isDue(written))
             progress.updateProgress({}, percentOf(written, total),
                                     QObject::tr("Messages: %1/%2").arg(written).arg(total));
     }
-    if (writer)
-        writer->end();
-    return written;
+
+private:
+    qint64 total;
+    qint64 written = 0;
+    ProgressPace pace;
+    JobProgress &progress;
+};
+
+void writeFile(const QList<_MsgMessage *> &messages, const QString &path, int format, MessageCount &count)
+{
+    const MessageWriter writer = makeWriter(format, path);
+    writer->begin();
+    for (const _MsgMessage *message : messages) {
+        count.throwIfStopped();
+        writer->write(*message);
+        count.addOne();
+    }
+    writer->end();
+}
+
+void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, MessageCount &count)
+{
+    ExportFolder folder(plan.path, plan.afterFailure);
+    if (plan.format == ExportHtml && !messages.isEmpty())
+        folder.addStyleFiles();
+    const QString suffix = plan.format == ExportHtml ? u".html"_s : u".pdf"_s;
+    for (const ExportConversation &conversation : exportConversations(messages, plan.ascending)) {
+        const QString path = folder.newFile(conversation.fileName, suffix);
+        writeFile(conversation.messages, path, plan.format, count);
+        // A painter that can't write its file keeps silent.
+        if (!QFile::exists(path))
+            throw std::runtime_error(
+                u"%1: the file could not be written; is the disk full, or the folder read-only?"_s.arg(path)
+                    .toStdString());
+    }
+    folder.keep();
+}
+
+} // namespace
+
+qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &plan, JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_EXPORTING_MESSAGES_TO_FILE"), -1, {});
+    MessageCount count(messages.size(), progress);
+    if (plan.format == ExportPdf || plan.format == ExportHtml)
+        writeFolder(messages, plan, count);
+    else if (!messages.isEmpty())
+        writeFile(messages, plan.path, plan.format, count);
+    return messages.size();
 }
 
 ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const QString &targetPath,
@@ -63,7 +113,8 @@ ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const 
 void ExportSMSThread::run()
 {
     runJob(*progress, [this] {
-        const qint64 written = exportMessages(messages, path, format, *progress);
+        const ExportPlan plan{path, format, ascending};
+        const qint64 written = exportMessages(messages, plan, *progress);
         return QObject::tr("IDS_SUC_EXPORT_%1_MMS").arg(written);
     });
 }

@@ -11,13 +11,31 @@ struct _MsgMessage;
 enum ExportFormat : int {
     ExportText = 0, ///< one file
     ExportCsv = 1,  ///< one file
+    ExportPdf = 2,  ///< a folder with one file a conversation
+    ExportHtml = 3, ///< a folder with one file a conversation
 };
 
-/// Writes `messages` in their order to `path` and returns how many were written. No file is made for an
-/// empty list. Throws `std::runtime_error` for an unknown format or a file that can't be written, and
-/// the integer -1 on cancel; either leaves what stood at `path` before.
-qint64 exportMessages(const QList<_MsgMessage *> &messages, const QString &path, int format,
-                      JobProgress &progress);
+/// What becomes of the files of complete conversations when an export fails or is cancelled later on.
+enum class FinishedFiles {
+    Stay,
+    AreRemoved, ///< and so are the folders that the export made
+};
+
+/// What an export makes.
+struct ExportPlan {
+    QString path; ///< a file, or for formats of one file a conversation the folder of the files
+    int format = ExportText;
+    bool ascending =
+        true; ///< oldest first in the file of a conversation; formats of one file keep the list's order
+    FinishedFiles afterFailure = FinishedFiles::Stay;
+};
+
+/// Writes `messages` as planned and returns how many were written. An empty list makes no file. What stood
+/// at the path of a format of one file is replaced when all is written; in a folder every file from before
+/// stays, and a conversation whose name is taken gets the next free one: "Ana(1).html". PDF needs a
+/// `QGuiApplication`. Throws `std::runtime_error` for an unknown format or a file that can't be written,
+/// and the integer -1 on cancel; no torn file is left.
+qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &plan, JobProgress &progress);
 
 /// The job around `exportMessages`.
 class ExportSMSThread final : public QThread

@@ -108,6 +108,8 @@ void TestApp::safeNames_data()
     QTest::addColumn<QString>("expected");
     QTest::newRow("forbidden and blanks go") << u" a:b? "_s << u"ab"_s;
     QTest::newRow("every forbidden sign") << u"\\/:*?\"<>|x"_s << u"x"_s;
+    QTest::newRow("beside half a surrogate pair")
+        << QString(u"a/b"_s + QChar(0xD83D)) << QString(u"ab"_s + QChar(0xD83D));
     QTest::newRow("other scripts stay") << u"Ana 🌞 (1).pdf"_s << u"Ana 🌞 (1).pdf"_s;
 }
 

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -80,6 +81,9 @@ private Q_SLOTS:
     void failuresAreOneLine_data();
     void failuresAreOneLine();
     void exportsTheSameBytesAgain();
+    void exportsAFolderOfConversations_data();
+    void exportsAFolderOfConversations();
+    void aFailedExportTakesItsFolderAway();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
 
@@ -314,6 +318,12 @@ void TestCli::failuresAreOneLine_data()
     QTest::newRow("export onto a device")
         << QStringList{u"export"_s, source, u"--format"_s, u"csv"_s, u"--out"_s, u"/dev/full"_s}
         << u"/dev/full"_s;
+    QTest::newRow("export into a file's place")
+        << QStringList{u"export"_s, source, u"--format"_s, u"pdf"_s, u"--out"_s, u"/dev/full"_s}
+        << u"/dev/full"_s;
+    QTest::newRow("export below a file")
+        << QStringList{u"export"_s, source, u"--format"_s, u"html"_s, u"--out"_s, u"/dev/full/x"_s}
+        << u"/dev/full/x"_s;
     QTest::newRow("not a database") << QStringList{u"chats"_s, u"noise"_s} << u"sms.db"_s;
     QTest::newRow("a name that breaks lines") << QStringList{u"chats"_s, u"a\nb"_s} << u"a b"_s;
 }
@@ -353,6 +363,59 @@ void TestCli::exportsTheSameBytesAgain()
         QCOMPARE(run({u"export"_s, backup, u"--format"_s, format, u"--out"_s, second}).status, 0);
         QCOMPARE(contentOf(first).count('\n'), 5);
         QCOMPARE(contentOf(first), contentOf(second));
+    }
+}
+
+void TestCli::exportsAFolderOfConversations_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::newRow("html") << u"html"_s;
+    QTest::newRow("pdf") << u"pdf"_s;
+}
+
+void TestCli::exportsAFolderOfConversations()
+{
+    QFETCH(QString, format);
+    const QString out = path(u"new/folder"_s);
+    const QStringList words = {u"export"_s, writeBackup(), u"--format"_s, format, u"--out"_s, out};
+    // A desktop's environment must not make the companion look for a display.
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    const auto restore = qScopeGuard([] { qputenv("QT_QPA_PLATFORM", "offscreen"); });
+    QStringList expected = {u"+34612345678."_s + format, u"ann@example.org."_s + format};
+    for (int round = 0; round < 2; ++round) {
+        const Run result = run(words);
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.err, QByteArray());
+        QCOMPARE(result.objects().size(), 1);
+        QCOMPARE(result.objects().first().value("messages"_L1).toInt(), 4);
+        QCOMPARE(result.objects().first().value("path"_L1).toString(), out);
+        QCOMPARE(QDir(out).entryList(QDir::Files, QDir::Name), expected);
+        expected = QStringList{u"+34612345678(1)."_s + format, u"+34612345678."_s + format,
+                               u"ann@example.org(1)."_s + format, u"ann@example.org."_s + format};
+    }
+}
+
+void TestCli::aFailedExportTakesItsFolderAway()
+{
+    const QString source = path(u"phone"_s);
+    SmsDbBuilder(QDir(source))
+        .chat(u"+34611111111"_s)
+        .received(u"one"_s)
+        .chat(u"+34622222222"_s)
+        .received(u"<"_s.repeated(300'000)) // four bytes each in HTML
+        .write();
+    QVERIFY(QDir(dir->path()).mkpath(u"out"_s));
+    for (const QString &folder : {u"out"_s, u"out/new"_s}) {
+        // No file may grow beyond a megabyte, as on a full disk.
+        QProcess shell;
+        shell.start(u"sh"_s, {u"-c"_s, u"trap '' XFSZ; ulimit -f 2048; exec \"$@\""_s, u"sh"_s,
+                              QStringLiteral(COMPANION), u"export"_s, source, u"--format"_s, u"html"_s,
+                              u"--out"_s, path(folder)});
+        QVERIFY(shell.waitForFinished());
+        const QByteArray error = shell.readAllStandardError();
+        QCOMPARE(shell.exitCode(), 1);
+        QVERIFY2(error.contains("+34622222222.html") && error.count('\n') == 1, error.constData());
+        QVERIFY(QDir(path(u"out"_s)).isEmpty());
     }
 }
 

@@ -1,9 +1,6 @@
-#include "exportmessagescsv.h"
-#include "exportmessagestxt.h"
+#include "conversation.h"
 #include "exportsmsthread.h"
-#include "jobprogress.h"
 #include "localdatetext.h"
-#include "messagerecords.h"
 #include "messagestore.h"
 #include "texts.h"
 
@@ -14,85 +11,6 @@
 #include <QTranslator>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-/// A store of one conversation that tests add messages to.
-class Conversation
-{
-public:
-    explicit Conversation(const QList<_MsgHandle> &members, const QString &identifier = u"chat1"_s)
-    {
-        chat.chat_identifier = identifier;
-        for (const _MsgHandle &member : members) {
-            handles.push_back(std::make_unique<_MsgHandle>(member));
-            handles.back()->rowid = qint64(handles.size());
-            chat.handles.insert(QString::number(handles.size()), handles.back().get());
-        }
-    }
-
-    _MsgMessage &add(const QString &text, bool sent = false)
-    {
-        messages.push_back(std::make_unique<_MsgMessage>());
-        _MsgMessage &message = *messages.back();
-        message.rowid = qint64(messages.size());
-        message.text = text;
-        message.is_from_me = sent ? 1 : 0;
-        message.date = 400'000'000 + int(messages.size()) * 60; // 2013-09-04 15:06:40 UTC and on
-        message.chat = &chat;
-        message.handle = handles.empty() ? nullptr : handles.front().get();
-        return message;
-    }
-
-    QList<_MsgMessage *> all() const
-    {
-        QList<_MsgMessage *> list;
-        for (const std::unique_ptr<_MsgMessage> &message : messages)
-            list.append(message.get());
-        return list;
-    }
-
-    _MsgChat chat;
-    std::vector<std::unique_ptr<_MsgHandle>> handles;
-    std::vector<std::unique_ptr<_MsgMessage>> messages;
-};
-
-_MsgHandle person(const QString &address, const QString &name = {})
-{
-    _MsgHandle handle;
-    handle.id = address;
-    handle._ct_name = name;
-    return handle;
-}
-
-class SilentProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int percent, const QString &) override
-    {
-        lastPercent = percent;
-        if (cancelAfterReports >= 0 && reports++ >= cancelAfterReports)
-            cancelled = true;
-    }
-    void errorOccurred(const QString &err) override { error = err; }
-    void succeed(const QString &tips) override { success = tips; }
-    void tipsWait(const QString &) override {}
-
-    int cancelAfterReports = -1;
-    int reports = 0;
-    int lastPercent = 0;
-    QString error;
-    QString success;
-};
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 class TestExport : public QObject
 {
@@ -149,7 +67,7 @@ void TestExport::csvQuotesFields()
     Conversation conversation({person(u"+34612345678"_s)});
     conversation.add(text);
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportCsv, progress);
+    exportMessages(conversation.all(), {path, ExportCsv}, progress);
     const QByteArray content = contentOf(path);
     QVERIFY2(content.endsWith(QByteArray(",+34612345678,+34612345678," + field + "\n")), content.constData());
 }
@@ -176,7 +94,7 @@ void TestExport::csvNamesThePartner()
     Conversation conversation(people);
     conversation.add(u"x"_s, true);
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportCsv, progress);
+    exportMessages(conversation.all(), {path, ExportCsv}, progress);
     const QByteArray content = contentOf(path);
     QVERIFY2(content.endsWith(QByteArray(",1," + fields + ",x\n")), content.constData());
 }
@@ -187,7 +105,7 @@ void TestExport::csvHasHeaderDateAndDirection()
     conversation.add(u"in"_s).date = 0;
     conversation.add(u"out"_s, true).date = 393940800; // summer time
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportCsv, progress);
+    exportMessages(conversation.all(), {path, ExportCsv}, progress);
     QCOMPARE(contentOf(path), "date,send,person,number,content\n"
                               "2001-01-01 01:00:00,0,+34611,+34611,in\n"
                               "2013-06-26 14:00:00,1,+34611,+34611,out\n"_ba);
@@ -199,7 +117,7 @@ void TestExport::textHasColumns()
     conversation.add(u"Hola"_s);
     conversation.add(u"Sí"_s, true);
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportText, progress);
+    exportMessages(conversation.all(), {path, ExportText}, progress);
     const QStringList lines = QString::fromUtf8(contentOf(path)).split(u'\n');
     QCOMPARE(lines.size(), 4);
     QCOMPARE(lines.at(0),
@@ -216,7 +134,7 @@ void TestExport::textKeepsAMessageOnItsLine()
     Conversation conversation({person(u"+34611"_s, u"Ana\nBerg"_s)});
     conversation.add(u"a\r\nb\nc"_s);
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportText, progress);
+    exportMessages(conversation.all(), {path, ExportText}, progress);
     const QByteArray content = contentOf(path);
     QCOMPARE(content.count('\n'), 2);
     QVERIFY(content.contains("Ana Berg") && content.endsWith("a b c\n"));
@@ -227,7 +145,7 @@ void TestExport::textNamesEventsByTheirChat()
     Conversation conversation({person(u"+34611"_s, u"Ana"_s), person(u"+34622"_s, u"Bo"_s)});
     conversation.add({}).item_type = 3;
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportText, progress);
+    exportMessages(conversation.all(), {path, ExportText}, progress);
     const QString line = QString::fromUtf8(contentOf(path)).split(u'\n').at(1);
     QCOMPARE(line.mid(30, 46), QString(6, u' ') + u"Ana, Bo"_s.leftJustified(40));
     QVERIFY(line.mid(76).startsWith(u"Ana left the conversation. "_s));
@@ -238,10 +156,10 @@ void TestExport::messagesWithoutChatAreExported()
     Conversation conversation({});
     conversation.add(u"x"_s).chat = nullptr;
     SilentProgress progress;
-    exportMessages(conversation.all(), path, ExportText, progress);
+    exportMessages(conversation.all(), {path, ExportText}, progress);
     QCOMPARE(QString::fromUtf8(contentOf(path)).split(u'\n').at(1).mid(36),
              u"Unknown"_s.leftJustified(40) + u"x"_s);
-    exportMessages(conversation.all(), path, ExportCsv, progress);
+    exportMessages(conversation.all(), {path, ExportCsv}, progress);
     QVERIFY(contentOf(path).endsWith(",0,,,x\n"));
 }
 
@@ -263,7 +181,7 @@ void TestExport::datesAreThoseOfQt()
 void TestExport::anEmptyListMakesNoFile()
 {
     SilentProgress progress;
-    QCOMPARE(exportMessages({}, path, ExportCsv, progress), 0);
+    QCOMPARE(exportMessages({}, {path, ExportCsv}, progress), 0);
     QVERIFY(!QFile::exists(path));
 }
 
@@ -292,7 +210,7 @@ void TestExport::failuresKeepTheOldFile()
     conversation.add(u"x"_s);
     SilentProgress progress;
     try {
-        exportMessages(conversation.all(), dir->filePath(target), ExportCsv, progress);
+        exportMessages(conversation.all(), {dir->filePath(target), ExportCsv}, progress);
         QFAIL("no error");
     } catch (const std::runtime_error &error) {
         QVERIFY2(QString::fromUtf8(error.what()).contains(dir->path()), error.what());

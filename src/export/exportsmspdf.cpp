@@ -1,0 +1,74 @@
+#include "exportsmspdf.h"
+
+#include "filetools.h"
+#include "messagerecords.h"
+#include "product.h"
+
+#include <QFile>
+
+#include <filesystem>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr double margin = 20; // points
+
+/// Whether the file was written to its end: the painter doesn't tell of a full disk.
+bool isWholePdf(const QString &path)
+{
+    static const QByteArray trailer = "%%EOF\n"_ba;
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - trailer.size())) &&
+           file.readAll() == trailer;
+}
+
+std::filesystem::path nativePath(const QString &path)
+{
+    return std::filesystem::path(path.toStdU16String());
+}
+
+} // namespace
+
+ExportSMSPdf::ExportSMSPdf(const QString &target)
+    : path(target), partPath(uniqueFileName(target + u".part"_s)), renderer(painter)
+{
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(partPath);
+    printer.setPageSize(QPageSize(QPageSize::A4));
+    printer.setPageMargins(QMarginsF(margin, margin, margin, margin), QPageLayout::Point);
+    printer.setDocName(productName());
+    printer.setCreator(productName());
+}
+
+ExportSMSPdf::~ExportSMSPdf()
+{
+    if (painter.isActive()) {
+        painter.end();
+        QFile::remove(partPath);
+    }
+}
+
+void ExportSMSPdf::begin()
+{
+    renderer.begin(&printer);
+}
+
+void ExportSMSPdf::write(const _MsgMessage &message)
+{
+    renderer.draw(message);
+}
+
+void ExportSMSPdf::end()
+{
+    if (!painter.isActive())
+        return;
+    painter.end();
+    std::error_code error;
+    if (isWholePdf(partPath))
+        std::filesystem::rename(nativePath(partPath), nativePath(path), error);
+    QFile::remove(partPath);
+    if (error)
+        qWarning("%s: %s", qUtf8Printable(path), error.message().c_str());
+}

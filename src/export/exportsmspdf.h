@@ -1,0 +1,31 @@
+#pragma once
+
+#include "absformatexport.h"
+#include "smspagerenderer.h"
+
+#include <QPainter>
+#include <QPrinter>
+#include <QString>
+
+struct _MsgMessage;
+
+/// One PDF file on A4 paper. It is written beside its path, under the name with ".part", and comes under
+/// its own name in `end`, complete. A file that can't be written is none, and nothing is thrown: look
+/// whether it is there. Its bytes hold the time of writing.
+class ExportSMSPdf final : public AbsFormatExport<_MsgMessage>
+{
+public:
+    explicit ExportSMSPdf(const QString &path);
+    ~ExportSMSPdf() override;
+
+    void begin() override;
+    void write(const _MsgMessage &message) override;
+    void end() override;
+
+private:
+    QString path;
+    QString partPath;
+    QPrinter printer;
+    QPainter painter;
+    SmsPageRenderer renderer;
+};

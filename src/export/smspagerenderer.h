@@ -1,0 +1,45 @@
+#pragma once
+
+#include "localdatetext.h"
+
+#include <QFont>
+#include <QHash>
+#include <QString>
+
+class QPainter;
+class QPrinter;
+struct _MsgChat;
+struct _MsgMessage;
+
+/// Paints messages on numbered pages, for PDF files and for paper. A message stands whole on a page: where
+/// the rest of a page is too short for it, it goes to the next one, and one that is taller than a page
+/// runs off at its bottom.
+class SmsPageRenderer
+{
+public:
+    /// `painter` has to outlive the renderer. End it when all is drawn.
+    explicit SmsPageRenderer(QPainter &painter);
+
+    /// Takes the box from the page of `printer`, starts the painter on it and numbers the first page.
+    /// When the painter can't start, `draw` does nothing.
+    void begin(QPrinter *printer);
+    void draw(const _MsgMessage &message);
+
+private:
+    void drawPageNumber();
+    void ensureRoom(int height);
+    QString titleLine(const _MsgMessage &message);
+
+    QPrinter *printer = nullptr;
+    int left = 0; ///< of the box for text, in pixels of the printer; so are the next four
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+    int y = 0; ///< where the next line goes
+    int pageNumber = 1;
+
+    QPainter &painter;
+    QFont font;
+    LocalDateText dates;
+    QHash<const _MsgChat *, QString> titles;
+};
