@@ -136,6 +136,70 @@
         <translation>Invalid Local Database name(can't contain \ / : * ? &quot; &lt; &gt; |).</translation>
     </message>
     <message>
+        <source>Messages: 0</source>
+        <translation>SMS: 0</translation>
+    </message>
+    <message>
+        <source>Messages: %1</source>
+        <translation>SMS: %1</translation>
+    </message>
+    <message>
+        <source>IDS_CAN_NOT_FOUND_AND_MESSAGES</source>
+        <translation>Can't find any SMS.</translation>
+    </message>
+    <message>
+        <source>IDS_CAN_NOT_FOUNDSMS_KEYWORD_%0</source>
+        <translation>Find no SMS with keyword %1.</translation>
+    </message>
+    <message>
+        <source>IDS_CAN_NOT_FOUNDCONTACT_KEYWORD_%0</source>
+        <translation>Find no contact with keyword %1.</translation>
+    </message>
+    <message>
+        <source>IDS_LOADING_MESSAGES</source>
+        <translation>Loading SMS...</translation>
+    </message>
+    <message>
+        <source>IDS_CONFIRM_DEL_SEL_MESSAGES</source>
+        <translation>Confirm to delete the selected SMS?</translation>
+    </message>
+    <message>
+        <source>IDS_CONFIRM_DEL_THIS_CHAT</source>
+        <translation>Confirm to delete SMS with this contact?</translation>
+    </message>
+    <message>
+        <source>IDS_CONFIRM_DEL_THIS_LOCALDB</source>
+        <translation>Confirm to delete this Database?</translation>
+    </message>
+    <message>
+        <source>IDS_DEL_LOCALDB_SUC</source>
+        <translation>Successfully Deleted Database %0.</translation>
+    </message>
+    <message>
+        <source>IDS_SUC_CLEAR_CACHE</source>
+        <translation>Successfully cleared cache files.</translation>
+    </message>
+    <message>
+        <source>IDS_SEL_EXPORT_MESSAGES_PATH</source>
+        <translation>Please select Save Path for SMS.</translation>
+    </message>
+    <message>
+        <source>IDS_TRANSFER_NOT_AVAILABLE</source>
+        <translation>This version can't transfer SMS to an iPhone yet. Nothing was changed.</translation>
+    </message>
+    <message>
+        <source>IDS_EXPORT_ITUNES_NOT_AVAILABLE</source>
+        <translation>This version can't export SMS to an iTunes backup yet. Nothing was changed.</translation>
+    </message>
+    <message>
+        <source>IDS_NO_UPDATE_CHECK_%1_%2</source>
+        <translation>This is version %1. It doesn't look for updates by itself; find new versions &lt;a href=&quot;%2&quot;&gt;HERE&lt;/a&gt;.</translation>
+    </message>
+    <message>
+        <source>IDS_NONE_INSTALL_ITUNES</source>
+        <translation>Failed to load (Apple Mobile Device) framework. Plese click &lt;a href=&quot;%1&quot;&gt;HERE&lt;/a&gt; for help.</translation>
+    </message>
+    <message>
         <source>Marrowlight Message Vault</source>
         <translation>Marrowlight Message Vault</translation>
     </message>

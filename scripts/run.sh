@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 . scripts/install.sh
 
 install_packages "${build_packages[@]}"
-build release marrowlight-cli samplephone
+build release marrowlight marrowlight-cli samplephone
 
 sample=$PWD/build/sample
 rm -rf "$sample"
@@ -42,5 +42,16 @@ for format in html pdf; do
     --format $format --out "$sample/messages-$format"
   echo "$(find "$sample/messages-$format" -name "*.$format" | wc -l) conversations"
 done
+
 show $cli import "$backup" --password-file "$sample/password" --country 214 --into Sample
 show $cli databases
+start="XDG_DATA_HOME=$sample/data build/release/src/marrowlight"
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  echo
+  echo "Opening the window on the Local Database \"Sample\"; close it to end."
+  build/release/src/marrowlight
+else
+  echo
+  echo "There is no display here. Where there is one, see the sample in the window with"
+  echo "  $start"
+fi

@@ -82,11 +82,12 @@ QSharedPointer<BackupManifest> ItemModelLoadBk::backupAt(const QModelIndex &inde
     return node ? static_cast<const _BKItemNode *>(node)->manifest : nullptr;
 }
 
-bool ItemModelLoadBk::contains(const BackupManifest &manifest) const
+QModelIndex ItemModelLoadBk::find(const BackupManifest &manifest) const
 {
     const QList<_ItemNode *> &nodes = childrenOf(nullptr);
     const QString cacheFolder = manifest.cacheFolderName();
-    return std::any_of(nodes.begin(), nodes.end(), [&](const _ItemNode *node) {
+    const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const _ItemNode *node) {
         return static_cast<const _BKItemNode *>(node)->manifest->cacheFolderName() == cacheFolder;
     });
+    return found == nodes.end() ? QModelIndex() : indexOf(*found);
 }

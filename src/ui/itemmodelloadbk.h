@@ -27,8 +27,8 @@ public:
     _BKItemNode *addBackup(const QSharedPointer<BackupManifest> &manifest);
     /// The backup in the row of `index`; null for an invalid one.
     static QSharedPointer<BackupManifest> backupAt(const QModelIndex &index);
-    /// Whether a backup of the same absolute path is listed.
-    bool contains(const BackupManifest &manifest) const;
+    /// The row of the backup with the same absolute path; invalid when there is none.
+    QModelIndex find(const BackupManifest &manifest) const;
 
 private:
     const QIcon icon;

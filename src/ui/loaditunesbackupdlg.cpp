@@ -79,11 +79,20 @@ void LoadItunesBackupDlg::btnAddOtherClicked(const QString &)
         addFolder(folder);
 }
 
+void LoadItunesBackupDlg::selectFolder(const QString &folder)
+{
+    const QModelIndex listed = model->find(BackupManifest(folder));
+    if (listed.isValid())
+        listBackups->setCurrentIndex(listed);
+    else
+        addFolder(folder);
+}
+
 void LoadItunesBackupDlg::addFolder(const QString &folder)
 {
     try {
         const auto backup = QSharedPointer<BackupManifest>::create(folder);
-        if (model->contains(*backup))
+        if (model->find(*backup).isValid())
             return showWarning(QObject::tr("IDS_LOAD_BK_EXISTS"));
         backup->loadInfo();
         listBackups->setCurrentIndex(model->indexOf(model->addBackup(backup)));

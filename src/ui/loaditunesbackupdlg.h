@@ -20,6 +20,8 @@ public:
     /// Lists the backup in `folder` and makes it the current one. A folder that is none, or is listed
     /// already, is told in a box.
     void addFolder(const QString &folder);
+    /// The same for a folder that may be listed already: it then becomes the current one.
+    void selectFolder(const QString &folder);
 
 public Q_SLOTS:
     void btnLoadClicked();

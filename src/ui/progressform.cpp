@@ -142,6 +142,12 @@ void ProgressForm::setCancelEnabled(bool enabled)
     btnCancel->setEnabled(enabled);
 }
 
+void ProgressForm::setBusy()
+{
+    progressBar->setRange(0, 0);
+    progressBar->setTextVisible(false);
+}
+
 void ProgressForm::cancel()
 {
     if (ended)

@@ -27,6 +27,8 @@ public:
 
     /// For steps that can't be interrupted. Escape and closing the window follow the button.
     void setCancelEnabled(bool enabled);
+    /// For a job that can't tell how far it is: the bar moves without a number.
+    void setBusy();
 
     /// True from `tipsWait` until the person has dismissed that message; a job may poll it.
     std::atomic_bool tipsWaiting = false;

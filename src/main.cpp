@@ -1,0 +1,66 @@
+#include "boxes.h"
+#include "datalocations.h"
+#include "localdbupdatethread.h"
+#include "log.h"
+#include "mainwindow.h"
+#include "mobiledevice.h"
+#include "product.h"
+#include "progressform.h"
+#include "sqlite3db.h"
+#include "texts.h"
+
+#include <QApplication>
+#include <QTranslator>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int accessLayerVersion = 6;
+constexpr int logFilesKept = 10;
+
+void warnWithoutDeviceLibraries()
+{
+    if (!mobiledevice_is_loaded())
+        showWarning(QObject::tr("IDS_NONE_INSTALL_ITUNES").arg(websiteAddress().toHtmlEscaped()));
+}
+
+/// Converts databases of the old format. True when there were some: the window then shows what was
+/// rewritten under it, and the program has to be started again.
+bool upgradeLocalDatabases()
+{
+    if (!needsLocalDbUpdate())
+        return false;
+    ProgressForm form(QString{});
+    form.setCancelEnabled(false);
+    LocalDbUpdateThread job(&form, nullptr);
+    job.start(QThread::InheritPriority);
+    const bool upgraded = form.exec() == QDialog::Accepted;
+    job.wait();
+    return upgraded;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    QApplication::setStyle(u"Fusion"_s);
+    QApplication::setDesktopFileName(u"marrowlight"_s);
+    QTranslator translator;
+    installTexts(translator);
+    if (sqlite_qt_version() != accessLayerVersion) {
+        showError(u"invalid libsqlite_qt."_s);
+        return 1;
+    }
+    logInit(dataRoot().absoluteFilePath(u"qlogs"_s), logFilesKept);
+    QString missingLibraries;
+    mobiledevice_load_frameworks(missingLibraries);
+    MainWindow window;
+    window.setVisible(true);
+    warnWithoutDeviceLibraries();
+    if (upgradeLocalDatabases())
+        QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
+    return QApplication::exec();
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class ProgressForm;
+class QThread;
+class QWidget;
+
+/// Runs `job` under `form` and waits for both. True when the job succeeded; when it failed or was
+/// cancelled, the person knows.
+bool runUnder(ProgressForm &form, QThread &job);
+
+/// Runs `work`, which can't be interrupted, on a thread of its own while a busy dialog with `title` stands
+/// over `parent`. What `work` throws is thrown again here.
+void runBusy(const QString &title, QWidget *parent, const std::function<void()> &work);

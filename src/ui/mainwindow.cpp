@@ -1,0 +1,341 @@
+#include "mainwindow.h"
+
+#include "aboutusform.h"
+#include "boxes.h"
+#include "datalocations.h"
+#include "fileopener.h"
+#include "filetools.h"
+#include "messagedeletion.h"
+#include "messagepane.h"
+#include "messagestore.h"
+#include "product.h"
+#include "programicon.h"
+#include "sourceloader.h"
+#include "sourcepane.h"
+#include "stylesheet.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QScreen>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTimer>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr QSize preferredSize(1120, 700);
+
+/// The one folder of a drag that is an iTunes backup; empty for anything else.
+QString droppedBackup(const QMimeData &data)
+{
+    const QList<QUrl> urls = data.urls();
+    if (urls.size() != 1 || !urls.first().isLocalFile())
+        return {};
+    const QDir folder(urls.first().toLocalFile());
+    const bool isBackup = folder.exists(u"Manifest.mbdb"_s) && folder.exists(u"Manifest.plist"_s);
+    return isBackup ? folder.absolutePath() : QString();
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , sources(new SourcePane(this))
+    , messages(new MessagePane(this))
+    , workers(new MessageWorkers(sources, messages, this))
+    , menus(new WindowMenus(this))
+    , advLabel(new QLabel(this))
+{
+    build();
+    connect(sources, &SourcePane::selectionChanged, this, &MainWindow::onMainTreeSelected);
+    connect(sources, &SourcePane::contextMenuWanted, this, &MainWindow::onMainTreeContextMenu);
+    connect(messages, &MessagePane::contextMenuWanted, this, &MainWindow::onSMSContextMenu);
+    fillStatusBar();
+    runFlow([this] { fillSourceTree(sources->model()); });
+}
+
+void MainWindow::build()
+{
+    setWindowTitle(productName());
+    setWindowIcon(programIcon(u":main"_s));
+    setStyleSheet(loadStyleSheet());
+    setAcceptDrops(true);
+    auto *splitter = new QSplitter(Qt::Horizontal, this);
+    splitter->setObjectName(u"splitter"_s);
+    splitter->addWidget(sources);
+    splitter->addWidget(messages);
+    splitter->setSizes({290, 830});
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    setCentralWidget(splitter);
+    resize(preferredSize.boundedTo(screen()->availableSize() * 0.92));
+}
+
+void MainWindow::fillStatusBar()
+{
+    advLabel->setObjectName(u"advLabel"_s);
+    advLabel->setOpenExternalLinks(true);
+    statusBar()->setObjectName(u"statusBar"_s);
+    statusBar()->setStyleSheet(u"QStatusBar::item{border: 0px}"_s);
+    statusBar()->addWidget(advLabel);
+    QFile lastText(dataRoot().filePath(u"last-adv"_s));
+    if (lastText.open(QIODevice::ReadOnly))
+        advLabel->setText(QString::fromUtf8(lastText.readAll()));
+}
+
+void MainWindow::runFlow(const std::function<void()> &flow)
+{
+    ++flowsRunning;
+    try {
+        flow();
+    } catch (const std::exception &error) {
+        const QString text = QString::fromUtf8(error.what());
+        qWarning().noquote() << text;
+        showError(text);
+    }
+    --flowsRunning;
+    if (flowsRunning == 0 && closeWanted)
+        QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    closeWanted = flowsRunning > 0;
+    event->setAccepted(!closeWanted);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!droppedBackup(*event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    const QString folder = droppedBackup(*event->mimeData());
+    event->acceptProposedAction();
+    // The program that the folder comes from waits until the drop is over.
+    QTimer::singleShot(0, this, [this, folder] { runFlow([&] { workers->importBackup(folder, {}); }); });
+}
+
+void MainWindow::iosDeviceDisconnected(void *p)
+{
+    if (_IOSDeviceItemNode *phone = sources->device(p))
+        sources->model().removeNode(phone);
+    menus->follow(state());
+}
+
+SourceState MainWindow::state() const
+{
+    using Kind = SourceState::Kind;
+    SourceState state;
+    state.hasDevice = sources->hasDevice();
+    state.isConversation = sources->currentConversation() != nullptr;
+    if (const _AbsDBItemNode *source = sources->currentSource())
+        state.kind = source->type == LocalDbNode ? Kind::LocalDb : Kind::Device;
+    else if (sources->currentNode() && sources->currentNode()->type == RootLocalDbNode)
+        state.kind = Kind::LocalDbRoot;
+    return state;
+}
+
+void MainWindow::onMainTreeSelected(const QItemSelection &, const QItemSelection &)
+{
+    menus->follow(state());
+    const _AbsDBItemNode *source = sources->currentSource();
+    if (source && !isLoaded(*source) && isLargeSource(*source)) {
+        // Its dialog has to open after the tree is done with the click.
+        messages->clearMessageViews();
+        QTimer::singleShot(0, this, &MainWindow::showSelected);
+    } else {
+        showSelected();
+    }
+}
+
+void MainWindow::showSelected()
+{
+    runFlow([this] {
+        if (_ChatSessionItemNode *conversation = sources->currentConversation())
+            showConversation(conversation);
+        else if (_AbsDBItemNode *source = sources->currentSource())
+            showSource(source);
+        else
+            messages->clearMessageViews();
+    });
+}
+
+void MainWindow::showSource(_AbsDBItemNode *source)
+{
+    if (sources->load(source))
+        messages->showMessages(allMessages(source->store), source->store, source->text);
+}
+
+void MainWindow::showConversation(_ChatSessionItemNode *conversation)
+{
+    auto *source = static_cast<_AbsDBItemNode *>(conversation->parent);
+    const QList<_MsgChat *> chats = conversation->session.chats;
+    if (isLoaded(*source) || chats.isEmpty())
+        return messages->showMessages(sessionMessages(chats), source->store, conversation->text);
+    const QString identifier = chats.first()->chat_identifier;
+    // A source that has no messages at all stays as it is, and so does its tree.
+    if (sources->load(source) && isLoaded(*source))
+        sources->selectConversation(source, identifier);
+}
+
+void MainWindow::popUp(void (WindowMenus::*fill)(QMenu &, const SourceState &) const)
+{
+    QMenu menu(this);
+    (menus->*fill)(menu, state());
+    if (!menu.isEmpty())
+        menu.exec(QCursor::pos());
+}
+
+void MainWindow::onMainTreeContextMenu()
+{
+    popUp(&WindowMenus::fillTreeMenu);
+}
+
+void MainWindow::onSMSContextMenu()
+{
+    popUp(&WindowMenus::fillListMenu);
+}
+
+void MainWindow::work(Worker worker, Scope scope)
+{
+    runFlow([&] {
+        if (const std::optional<MessageChoice> choice = choose(scope))
+            (workers->*worker)(*choice);
+    });
+}
+
+std::optional<MessageChoice> MainWindow::choose(Scope scope)
+{
+    const _AbsDBItemNode *source = sources->currentSource();
+    const QString name = source ? source->text : QString();
+    switch (scope) {
+    case Scope::Selected: return MessageChoice{messages->selectedMessages(), messages->store(), name};
+    case Scope::Conversation: return MessageChoice{messages->messages(), messages->store(), name};
+    case Scope::Source: return chooseSource();
+    case Scope::Dispatched: break;
+    }
+    if (messages->hasSelection())
+        return choose(Scope::Selected);
+    return choose(sources->currentConversation() ? Scope::Conversation : Scope::Source);
+}
+
+std::optional<MessageChoice> MainWindow::chooseSource()
+{
+    _AbsDBItemNode *source = sources->currentSource();
+    if (!source || !sources->load(source))
+        return std::nullopt;
+    const MessageChoice choice{sortMessages(allMessages(source->store)), source->store, source->text};
+    return choice.messages.isEmpty() ? std::nullopt : std::optional(choice);
+}
+
+void MainWindow::miDel()
+{
+    if (messages->hasSelection())
+        miDelSel();
+    else if (sources->currentConversation())
+        miDelChat();
+    else
+        miDelAll();
+}
+
+void MainWindow::miDelSel()
+{
+    runFlow([this] { deleteSelectedMessages(*sources, *messages, this); });
+}
+
+void MainWindow::miDelChat()
+{
+    runFlow([this] { deleteConversation(*sources, *messages, this); });
+}
+
+void MainWindow::miDelAll()
+{
+    runFlow([this] { deleteDatabase(*sources); });
+}
+
+void MainWindow::miImportItunes()
+{
+    runFlow([this] { workers->importBackup({}, {}); });
+}
+
+void MainWindow::miImportToLocalDb()
+{
+    const _AbsDBItemNode *source = sources->currentSource();
+    const QString name = source ? source->text : QString();
+    runFlow([&] { workers->importBackup({}, name); });
+}
+
+void MainWindow::miViewCache()
+{
+    const _AbsDBItemNode *source = sources->currentSource();
+    if (source && source->type == IosDeviceNode)
+        openInExplorer(static_cast<const _IOSDeviceItemNode *>(source)->device.uniqueDeviceID);
+}
+
+void MainWindow::miOpenDbFolder()
+{
+    openInExplorer(localDatabasesDir().absolutePath());
+}
+
+void MainWindow::miCheckUpdate()
+{
+    const QString site = websiteAddress().toHtmlEscaped();
+    runFlow([&] { showInfo(QObject::tr("IDS_NO_UPDATE_CHECK_%1_%2").arg(versionText(), site)); });
+}
+
+void MainWindow::openPage(const QString &page)
+{
+    QDesktopServices::openUrl(QUrl(websiteAddress() + page));
+}
+
+void MainWindow::miHelp()
+{
+    openPage(u"help"_s);
+}
+
+void MainWindow::miFeedback()
+{
+    openPage(u"support"_s);
+}
+
+void MainWindow::miHome()
+{
+    openPage({});
+}
+
+void MainWindow::miAbout()
+{
+    runFlow([this] { AboutUsForm(this).exec(); });
+}
+
+void MainWindow::miClearCache()
+{
+    runFlow([] {
+        removeTree(dataRoot().filePath(u"ios_cache"_s));
+        removeTree(dataRoot().filePath(u"itunes_cache"_s));
+        showInfo(QObject::tr("IDS_SUC_CLEAR_CACHE"));
+    });
+}
+
+void MainWindow::miUnmoutDevice()
+{
+    _AbsDBItemNode *source = sources->currentSource();
+    if (source && source->type == IosDeviceNode)
+        sources->model().removeNode(source);
+    menus->follow(state());
+}
+
+void MainWindow::findMessages()
+{
+    messages->focusSearch();
+}

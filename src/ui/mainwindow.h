@@ -1,0 +1,111 @@
+#pragma once
+
+#include "messageworkers.h"
+#include "windowmenus.h"
+
+#include <QMainWindow>
+
+#include <functional>
+#include <optional>
+
+class QItemSelection;
+class QLabel;
+struct _ChatSessionItemNode;
+struct _AbsDBItemNode;
+
+/// The program's window. It turns every action into a list of messages and a worker; the tree, the
+/// messages, the menus and the workers are parts of their own. Main thread only.
+///
+/// Closing it while a dialog is up waits: the window closes when that flow has come to its end.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+
+public Q_SLOTS:
+    void iosDeviceDisconnected(void *p);
+    void onMainTreeSelected(const QItemSelection &selections, const QItemSelection &);
+    void onMainTreeContextMenu();
+    void onSMSContextMenu();
+
+    // Four slots a worker: what the selection says, the rows selected, the conversation on view, the
+    // whole source.
+    void miBackup() { work(&MessageWorkers::backup, Scope::Dispatched); }
+    void miBackupSel() { work(&MessageWorkers::backup, Scope::Selected); }
+    void miBackupChat() { work(&MessageWorkers::backup, Scope::Conversation); }
+    void miBackupAll() { work(&MessageWorkers::backup, Scope::Source); }
+    void miExport() { work(&MessageWorkers::exportMessages, Scope::Dispatched); }
+    void miExportSel() { work(&MessageWorkers::exportMessages, Scope::Selected); }
+    void miExportChat() { work(&MessageWorkers::exportMessages, Scope::Conversation); }
+    void miExportAll() { work(&MessageWorkers::exportMessages, Scope::Source); }
+    void miPrint() { work(&MessageWorkers::print, Scope::Dispatched); }
+    void miPrintSel() { work(&MessageWorkers::print, Scope::Selected); }
+    void miPrintChat() { work(&MessageWorkers::print, Scope::Conversation); }
+    void miPrintAll() { work(&MessageWorkers::print, Scope::Source); }
+    void miDb2I() { work(&MessageWorkers::restoreToDevice, Scope::Dispatched); }
+    void miDb2ISel() { work(&MessageWorkers::restoreToDevice, Scope::Selected); }
+    void miDb2IChat() { work(&MessageWorkers::restoreToDevice, Scope::Conversation); }
+    void miDb2IAll() { work(&MessageWorkers::restoreToDevice, Scope::Source); }
+    void miExport2iTunes() { work(&MessageWorkers::exportToBackup, Scope::Dispatched); }
+    void miExport2iTunesSel() { work(&MessageWorkers::exportToBackup, Scope::Selected); }
+    void miExport2iTunesChat() { work(&MessageWorkers::exportToBackup, Scope::Conversation); }
+    void miExport2iTunesAll() { work(&MessageWorkers::exportToBackup, Scope::Source); }
+    void miI2I() { miDb2I(); }
+    void miI2ISel() { miDb2ISel(); }
+    void miI2IChat() { miDb2IChat(); }
+    void miI2IAll() { miDb2IAll(); }
+
+    void miDel();
+    void miDelSel();
+    void miDelChat();
+    void miDelAll();
+
+    void miImportItunes();
+    void miImportToLocalDb();
+    void miViewCache();
+    void miOpenDbFolder();
+    void miCheckUpdate();
+    void miHelp();
+    void miFeedback();
+    void miAbout();
+    void miHome();
+    void miClearCache();
+    void miUnmoutDevice();
+    /// Goes to the field that searches messages.
+    void findMessages();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    enum class Scope { Dispatched, Selected, Conversation, Source };
+    using Worker = void (MessageWorkers::*)(const MessageChoice &);
+
+    void build();
+    void fillStatusBar();
+    SourceState state() const;
+    void showSelected();
+    void showSource(_AbsDBItemNode *source);
+    void showConversation(_ChatSessionItemNode *conversation);
+    void popUp(void (WindowMenus::*fill)(QMenu &, const SourceState &) const);
+
+    void work(Worker worker, Scope scope);
+    /// Nothing when there is nothing to work on.
+    std::optional<MessageChoice> choose(Scope scope);
+    std::optional<MessageChoice> chooseSource();
+    /// Runs what may open dialogs or throw; a failure is logged and shown.
+    void runFlow(const std::function<void()> &flow);
+    void openPage(const QString &page);
+
+    SourcePane *sources;
+    MessagePane *messages;
+    MessageWorkers *workers;
+    WindowMenus *menus;
+    QLabel *advLabel;
+    int flowsRunning = 0;
+    bool closeWanted = false;
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+class MessagePane;
+class QWidget;
+class SourcePane;
+
+// Deleting from the Local Database that is selected in the tree, after asking. What is selected elsewhere
+// stays as it is. All throw `std::runtime_error`; what the job says of itself, its dialog has shown.
+
+/// The rows selected in the list.
+void deleteSelectedMessages(SourcePane &sources, MessagePane &messages, QWidget *window);
+/// The conversation selected in the tree.
+void deleteConversation(SourcePane &sources, MessagePane &messages, QWidget *window);
+/// The whole Local Database with its files.
+void deleteDatabase(SourcePane &sources);

@@ -1,0 +1,211 @@
+#include "messagepane.h"
+
+#include "boxes.h"
+#include "itemmodelsms.h"
+#include "messagestore.h"
+#include "messagetext.h"
+#include "mytreeview.h"
+#include "searchrow.h"
+#include "smsbrowser.h"
+#include "wrappingsearch.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int longestTitle = 200; // characters; no window shows more
+
+QVBoxLayout *columnIn(QSplitter *splitter)
+{
+    auto *part = new QWidget(splitter);
+    auto *layout = new QVBoxLayout(part);
+    layout->setContentsMargins(0, 0, 0, 0);
+    return layout;
+}
+
+/// A label that never asks for more room than there is.
+QLabel *yieldingLabel(const QString &name, const QString &text, QWidget *parent)
+{
+    auto *label = new QLabel(text, parent);
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText);
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    return label;
+}
+
+} // namespace
+
+MessagePane::MessagePane(QWidget *parent)
+    : QWidget(parent)
+    , smsModel(new ItemModelSms(this))
+    , treeViewSMS(new MyTreeView(this))
+    , txtSMSKeyword(new QLineEdit(this))
+    , lbChatName(yieldingLabel(u"lbChatName"_s, u"Conversations"_s, this))
+    , txtSMS(new SmsBrowser(this))
+    , lbSMSCount(yieldingLabel(u"lbSMSCount"_s, QObject::tr("Messages: 0"), this))
+{
+    setObjectName(u"widget"_s);
+    auto *splitter = new QSplitter(Qt::Vertical, this);
+    splitter->setObjectName(u"splitter_2"_s);
+    buildList(splitter);
+    buildConversation(splitter);
+    splitter->setSizes({300, 380});
+    splitter->setChildrenCollapsible(false);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 8, 8, 8);
+    layout->addWidget(splitter);
+    setUpHeader();
+    connect(treeViewSMS, &MyTreeView::onSelectionChanged, this, &MessagePane::onSMSItemSelected);
+    connect(treeViewSMS, &MyTreeView::createContextMenu, this, &MessagePane::contextMenuWanted);
+}
+
+void MessagePane::buildList(QSplitter *splitter)
+{
+    treeViewSMS->setObjectName(u"treeViewSMS"_s);
+    treeViewSMS->setAccessibleName(u"Messages"_s);
+    treeViewSMS->setRootIsDecorated(false);
+    treeViewSMS->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    treeViewSMS->setModel(smsModel);
+    txtSMSKeyword->setObjectName(u"txtSMSKeyword"_s);
+    txtSMSKeyword->setPlaceholderText(u"Find in messages"_s);
+    QVBoxLayout *column = columnIn(splitter);
+    column->addLayout(searchRow(txtSMSKeyword, u"btnSearchSMS"_s, u"Find the next message"_s, this,
+                                [this] { searchMessages(); }));
+    column->addWidget(treeViewSMS);
+}
+
+void MessagePane::buildConversation(QSplitter *splitter)
+{
+    txtSMS->setObjectName(u"txtSMS"_s);
+    txtSMS->setAccessibleName(u"Conversation"_s);
+    lbChatName->setProperty("heading", true);
+    lbSMSCount->setProperty("quiet", true);
+    QVBoxLayout *column = columnIn(splitter);
+    column->addWidget(lbChatName);
+    column->addWidget(txtSMS);
+    column->addWidget(lbSMSCount);
+}
+
+void MessagePane::setUpHeader()
+{
+    QHeaderView *header = treeViewSMS->header();
+    treeViewSMS->setSortingEnabled(true);
+    header->setSectionsMovable(false);
+    header->setSortIndicator(0, Qt::AscendingOrder);
+    header->resizeSection(0, 160);
+    header->resizeSection(1, 50);
+    header->resizeSection(2, 120);
+    connect(header, &QHeaderView::sortIndicatorChanged, this, &MessagePane::onSMSSortIndicatorChanged);
+}
+
+void MessagePane::showMessages(const QList<_MsgMessage *> &list, _MsgStorePtr owner, const QString &title)
+{
+    shownStore.swap(owner); // what was on view is let go of when nothing of it is shown any more
+    setTitle(title);
+    showSorted(list);
+}
+
+void MessagePane::clearMessageViews()
+{
+    showMessages({}, nullptr, {});
+}
+
+void MessagePane::showSorted(const QList<_MsgMessage *> &list)
+{
+    QList<_MsgMessage *> sorted = sortMessages(list);
+    if (!isAscending())
+        std::reverse(sorted.begin(), sorted.end());
+    txtSMS->clearMessages();
+    smsModel->setMessages(sorted);
+    txtSMS->setMessages(sorted);
+    lbSMSCount->setText(sorted.isEmpty() ? QObject::tr("Messages: 0")
+                                         : QObject::tr("Messages: %1").arg(sorted.size()));
+}
+
+void MessagePane::setTitle(const QString &title)
+{
+    shownTitle = title;
+    const QString shown = title.size() > longestTitle ? title.left(longestTitle) + u'…' : title;
+    lbChatName->setText(title.isEmpty() ? u"Conversations"_s : shown);
+}
+
+const QList<_MsgMessage *> &MessagePane::messages() const
+{
+    return smsModel->messages();
+}
+
+QList<_MsgMessage *> MessagePane::selectedMessages() const
+{
+    QItemSelection ranges = treeViewSMS->selectionModel()->selection();
+    std::sort(ranges.begin(), ranges.end(),
+              [](const QItemSelectionRange &a, const QItemSelectionRange &b) { return a.top() < b.top(); });
+    QList<_MsgMessage *> selected;
+    for (const QItemSelectionRange &range : std::as_const(ranges))
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            selected.append(messages().at(row));
+    return selected;
+}
+
+bool MessagePane::hasSelection() const
+{
+    return treeViewSMS->selectionModel()->hasSelection();
+}
+
+bool MessagePane::isAscending() const
+{
+    return treeViewSMS->header()->sortIndicatorOrder() == Qt::AscendingOrder;
+}
+
+void MessagePane::focusSearch()
+{
+    txtSMSKeyword->setFocus(Qt::ShortcutFocusReason);
+    txtSMSKeyword->selectAll();
+}
+
+void MessagePane::onSMSItemSelected(const QItemSelection &selections)
+{
+    // Not indexes(): with all of a million rows selected it would list four million.
+    if (!selections.isEmpty() && ItemModelSms::messageOf(selections.first().topLeft()))
+        txtSMS->showMessage(selections.first().top());
+}
+
+void MessagePane::onSMSSortIndicatorChanged(int logicalIndex, Qt::SortOrder)
+{
+    if (logicalIndex != 0)
+        treeViewSMS->header()->setSortIndicator(0, Qt::DescendingOrder);
+    else
+        showSorted(messages());
+}
+
+int MessagePane::currentRow() const
+{
+    const QModelIndex current = treeViewSMS->currentIndex();
+    return current.isValid() ? current.row() : -1;
+}
+
+void MessagePane::searchMessages()
+{
+    const QString words = txtSMSKeyword->text().trimmed();
+    if (words.isEmpty())
+        return;
+    const QList<_MsgMessage *> &list = messages();
+    if (list.isEmpty())
+        return showInfo(QObject::tr("IDS_CAN_NOT_FOUND_AND_MESSAGES"));
+    const std::optional<int> found = searchWrapping(int(list.size()), currentRow() + 1, [&](int row) {
+        return renderText(*list.at(row)).contains(words, Qt::CaseInsensitive);
+    });
+    if (found)
+        treeViewSMS->setCurrentIndex(smsModel->indexOfRow(*found));
+    else
+        showInfo(QObject::tr("IDS_CAN_NOT_FOUNDSMS_KEYWORD_%0").arg(words.toHtmlEscaped()));
+}

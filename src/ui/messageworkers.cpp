@@ -1,0 +1,128 @@
+#include "messageworkers.h"
+
+#include "backupsmsthread.h"
+#include "boxes.h"
+#include "exportchoice.h"
+#include "exportsmsthread.h"
+#include "itunescachesmsthread.h"
+#include "jobrunner.h"
+#include "loaditunesbackupdlg.h"
+#include "localdatabases.h"
+#include "localdbselform.h"
+#include "messagepane.h"
+#include "messagestore.h"
+#include "openmessagedb.h"
+#include "passcodedlg.h"
+#include "progressform.h"
+#include "smsprinter.h"
+#include "sourceloader.h"
+#include "sourcepane.h"
+
+#include <QDateTime>
+#include <QFileDialog>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QSharedPointer<BackupManifest> pickBackup(const QString &folder, QWidget *window)
+{
+    LoadItunesBackupDlg dialog(window);
+    if (!folder.isEmpty())
+        dialog.selectFolder(folder);
+    return dialog.exec() == QDialog::Accepted ? dialog.selected() : nullptr;
+}
+
+/// False when the person gave up.
+bool unlock(BackupManifest *manifest, QWidget *window)
+{
+    return !manifest->isEncrypted || PasscodeDlg(manifest, window).exec() == QDialog::Accepted;
+}
+
+/// The message files of a backup, taken out into its cache; null when the job didn't come through.
+std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *window)
+{
+    manifest->loadIndex();
+    ProgressForm form(QString(), window);
+    ITunesCacheSMSThread job(manifest, &form);
+    if (!runUnder(form, job))
+        return nullptr;
+    return openMessageDb(job.cacheDir(), QString());
+}
+
+} // namespace
+
+MessageWorkers::MessageWorkers(SourcePane *sourcePane, MessagePane *messagePane, QWidget *parentWindow)
+    : QObject(parentWindow), sources(sourcePane), messages(messagePane), window(parentWindow)
+{
+}
+
+void MessageWorkers::backup(const MessageChoice &choice)
+{
+    backupToLocalDb(choice.sourceName + u"_Backup"_s, choice);
+}
+
+void MessageWorkers::backupToLocalDb(const QString &name, const MessageChoice &choice)
+{
+    LocalDbSelForm form(sources->localDatabaseNames(), name, window);
+    form.exec();
+    if (form.selectedName().isEmpty())
+        return;
+    const LocalDatabase target = localDatabaseToFill(form.selectedName());
+    if (_LocalDBItemNode *node = sources->localDatabase(target.name))
+        node->db->close();
+    ProgressForm progress(QString(), window);
+    BackupSMSThread job(choice.messages, QDir(target.path), target.file(), &progress, nullptr);
+    if (!runUnder(progress, job))
+        return;
+    _LocalDBItemNode *node = sources->localDatabase(target.name);
+    if (node)
+        sources->unload(node);
+    else
+        node = addLocalDatabase(sources->model(), target);
+    sources->load(node);
+    sources->select(node);
+}
+
+void MessageWorkers::exportMessages(const MessageChoice &choice)
+{
+    QString filter;
+    const QString name = QFileDialog::getSaveFileName(window, QObject::tr("IDS_SEL_EXPORT_MESSAGES_PATH"),
+                                                      proposedExportPath(QDateTime::currentDateTime()),
+                                                      exportFilters(), &filter);
+    if (name.isEmpty())
+        return;
+    const ExportPlan plan = exportPlan(name, filter);
+    ProgressForm form(QString(), window);
+    ExportSMSThread job(choice.messages, plan.path, plan.format, messages->isAscending(), &form, nullptr);
+    runUnder(form, job);
+}
+
+void MessageWorkers::print(const MessageChoice &choice)
+{
+    SMSPrinter(window).print(choice.messages);
+}
+
+void MessageWorkers::restoreToDevice(const MessageChoice &)
+{
+    showInfo(QObject::tr("IDS_TRANSFER_NOT_AVAILABLE"));
+}
+
+void MessageWorkers::exportToBackup(const MessageChoice &)
+{
+    showInfo(QObject::tr("IDS_EXPORT_ITUNES_NOT_AVAILABLE"));
+}
+
+void MessageWorkers::importBackup(const QString &folder, const QString &name)
+{
+    const QSharedPointer<BackupManifest> manifest = pickBackup(folder, window);
+    if (!manifest || !unlock(manifest.data(), window))
+        return;
+    const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest.data(), window);
+    if (!db)
+        return;
+    const _MsgStorePtr store = readSource(*db, messageDbPath(backupCacheDir(*manifest)), window);
+    const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;
+    backupToLocalDb(proposal, {allMessages(store), store, manifest->deviceName});
+}

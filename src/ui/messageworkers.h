@@ -1,0 +1,48 @@
+#pragma once
+
+#include "messagerecords.h"
+
+#include <QObject>
+
+class MessagePane;
+class QWidget;
+class SourcePane;
+
+/// What an action works on. The store keeps the messages alive whatever becomes of the tree.
+struct MessageChoice {
+    QList<_MsgMessage *> messages;
+    _MsgStorePtr store;
+    QString sourceName; ///< of the source that they come from
+};
+
+/// The workers behind the actions on messages. All are modal and throw `std::runtime_error`; what a job
+/// says of itself, its dialog has shown.
+class MessageWorkers : public QObject
+{
+    Q_OBJECT
+
+public:
+    MessageWorkers(SourcePane *sources, MessagePane *messages, QWidget *window);
+
+    /// Into a Local Database that the person names; "<source>_Backup" is proposed.
+    void backup(const MessageChoice &choice);
+    /// Into a Local Database that the person names, then shows it. `name` is proposed.
+    void backupToLocalDb(const QString &name, const MessageChoice &choice);
+    /// Into a file, or a folder of files, that the person names.
+    void exportMessages(const MessageChoice &choice);
+    /// Onto paper, by way of a preview.
+    void print(const MessageChoice &choice);
+    /// To a phone. Not there yet: says so.
+    void restoreToDevice(const MessageChoice &choice);
+    /// Into an iTunes backup. Not there yet: says so.
+    void exportToBackup(const MessageChoice &choice);
+
+    /// Takes a backup through its password and its cache into a Local Database. A `folder` that isn't empty
+    /// is proposed as the backup, and `name` as the database, else the phone's name does.
+    void importBackup(const QString &folder, const QString &name);
+
+private:
+    SourcePane *sources;
+    MessagePane *messages;
+    QWidget *window;
+};

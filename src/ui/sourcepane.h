@@ -1,0 +1,58 @@
+#pragma once
+
+#include "itemmodelmain.h"
+
+#include <QWidget>
+
+class MyTreeView;
+class QItemSelection;
+class QLineEdit;
+
+/// The left part of the main window: the tree of sources and the search in it. What is selected in the tree
+/// is what the program works with; at most one node is.
+class SourcePane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SourcePane(QWidget *parent);
+
+    ItemModelMain &model() { return *mainModel; }
+
+    /// The node selected; null for none.
+    AbsTreeItemModel::_ItemNode *currentNode() const;
+    /// The source selected, or the one of the conversation selected; null for a root or none.
+    _AbsDBItemNode *currentSource() const;
+    /// The conversation selected; null for anything else.
+    _ChatSessionItemNode *currentConversation() const;
+    /// The Local Database of that name, compared without case; null when there is none.
+    _LocalDBItemNode *localDatabase(const QString &name) const;
+    QStringList localDatabaseNames() const;
+    bool hasDevice() const;
+    /// The first phone with this handle, null when there is none.
+    _IOSDeviceItemNode *device(const void *handle) const;
+
+    /// Reads a source that isn't loaded, and makes its conversations. False when it went away meanwhile.
+    /// Throws what the reader throws; the tree is then as it was.
+    bool load(_AbsDBItemNode *source);
+    /// Throws away what was read of a source; its conversations go.
+    void unload(_AbsDBItemNode *source);
+    void select(const AbsTreeItemModel::_ItemNode *node);
+    /// Selects the conversation with this identifier below `source`, if it is there.
+    void selectConversation(const _AbsDBItemNode *source, const QString &chatIdentifier);
+
+public Q_SLOTS:
+    /// Goes to the next conversation of the source whose title holds the words typed.
+    void searchCotnact();
+
+Q_SIGNALS:
+    void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected);
+    void contextMenuWanted();
+
+private:
+    void build();
+
+    ItemModelMain *mainModel;
+    QLineEdit *txtHandleKeyword;
+    MyTreeView *treeViewDS;
+};
