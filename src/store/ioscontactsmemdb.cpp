@@ -1,11 +1,13 @@
 #include "ioscontactsmemdb.h"
 
 #include "countrylibdb.h"
+#include "untoucheddb.h"
 
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 
 #include <filesystem>
@@ -28,11 +30,13 @@ qint64 modificationTime(const QString &path)
     return info.exists() ? info.lastModified().toSecsSinceEpoch() : 0;
 }
 
-void openForReading(Sqlite3DB &db, const QString &path)
-{
-    db.openThrow(path, sqliteReadWrite);
-    db.keepLogOnClose();
-}
+/// A database of the phone, read as it lies. On a read-only medium it may be a copy.
+struct PhoneFile {
+    explicit PhoneFile(const QString &path) { copy = openUntouchedThrow(db, path); }
+
+    std::unique_ptr<QTemporaryDir> copy; // goes after the connection
+    Sqlite3DB db;
+};
 
 std::filesystem::path toFilesystemPath(const QString &path)
 {
@@ -110,11 +114,9 @@ void IOSContactsMemDb::rebuildInMemory()
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
         executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(countryCode.toInt())));
         beginTran();
-        Sqlite3DB book;
-        openForReading(book, bookFile(u"AddressBook.sqlitedb"_s));
-        copyPeople(book);
-        copyNumbers(book);
-        book.close();
+        PhoneFile book(bookFile(u"AddressBook.sqlitedb"_s));
+        copyPeople(book.db);
+        copyNumbers(book.db);
         copyPhotos();
         commitTran();
     } catch (...) {
@@ -156,9 +158,8 @@ void IOSContactsMemDb::copyPhotos()
     const QString file = bookFile(u"AddressBookImages.sqlitedb"_s);
     if (!QFile::exists(file))
         return;
-    Sqlite3DB images;
-    openForReading(images, file);
-    Sqlite3Cursor image = images.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
+    PhoneFile images(file);
+    Sqlite3Cursor image = images.db.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
     while (image.moveNextThrow()) {
         Sqlite3Sql update("update person set photo=? where rowid=?");
         update.addBlobParam(image.getBlob(1));
