@@ -78,6 +78,7 @@ private Q_SLOTS:
     void listsMessages();
     void describesAMessage();
     void aMessageOfTwoChatsStandsInEach();
+    void textMessagesOfIos5HaveNoGuid();
     void opensEncryptedBackups_data();
     void opensEncryptedBackups();
     void exportsEveryFormat();
@@ -218,6 +219,21 @@ void TestCli::aMessageOfTwoChatsStandsInEach()
     QCOMPARE(run(words).values(u"body"_s), QStringList({u"one"_s, u"both"_s}));
     QCOMPARE(run(words + u" --chat +34611111111"_s).values(u"body"_s), QStringList({u"one"_s, u"both"_s}));
     QCOMPARE(run(words + u" --chat +34622222222"_s).values(u"body"_s), QStringList{u"both"_s});
+}
+
+void TestCli::textMessagesOfIos5HaveNoGuid()
+{
+    SmsDbBuilder(QDir(path(u"phone"_s)), IosVersion::Ios5)
+        .chat(u"+34611111111"_s)
+        .received(u"sms"_s)
+        .chat(u"ann@example.org"_s, u"iMessage"_s)
+        .received(u"blue"_s)
+        .write();
+    const Run result = run(u"messages "_s + path(u"phone"_s));
+    QCOMPARE(result.objects().size(), 2);
+    for (const QJsonObject &message : result.objects())
+        QCOMPARE(message.value("guid"_L1).isNull(), message.value("service"_L1) == "SMS"_L1);
+    QCOMPARE(run(u"messages "_s + path(u"phone"_s)).out, result.out);
 }
 
 void TestCli::opensEncryptedBackups_data()
