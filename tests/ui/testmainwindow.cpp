@@ -4,6 +4,7 @@
 #include "datalocations.h"
 #include "ios6messagedb.h"
 #include "itemmodelmain.h"
+#include "loaditunesbackupdlg.h"
 #include "localdatabases.h"
 #include "localdbselform.h"
 #include "mainwindow.h"
@@ -51,16 +52,15 @@ private:
     QTimer timer;
 };
 
-/// Presses `button` in a dialog of class `Dialog`, later: the press may open the next dialog.
+/// Presses `button` in a dialog of class `Dialog`, later: the press may open the next dialog. `prepare` says
+/// whether the dialog is ready for it.
 template <typename Dialog>
-DialogPlayer::Step answer(const QString &button, const std::function<void(Dialog *)> &first = {})
+DialogPlayer::Step answer(const QString &button, const std::function<bool(Dialog *)> &prepare)
 {
     return [=](QWidget *widget) {
         auto *dialog = qobject_cast<Dialog *>(widget);
-        if (!dialog)
+        if (!dialog || !prepare(dialog))
             return false;
-        if (first)
-            first(dialog);
         auto *pressed = dialog->template findChild<QPushButton *>(button);
         QTimer::singleShot(0, pressed, [pressed] { QTest::mouseClick(pressed, Qt::LeftButton); });
         return true;
@@ -69,24 +69,26 @@ DialogPlayer::Step answer(const QString &button, const std::function<void(Dialog
 
 DialogPlayer::Step loadFirst()
 {
-    return [](QWidget *widget) {
-        auto *button = widget->findChild<QPushButton *>(u"btnLoad"_s);
-        if (button)
-            QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
-        return button != nullptr;
-    };
+    return answer<LoadItunesBackupDlg>(u"btnLoad"_s, [](LoadItunesBackupDlg *) { return true; });
 }
 
+/// A password that was refused is gone before the next one is typed.
 DialogPlayer::Step typePassword(const QString &password)
 {
-    return answer<PasscodeDlg>(
-        u"btnOK"_s, [password](PasscodeDlg *dialog) { dialog->findChild<QLineEdit *>()->setText(password); });
+    return answer<PasscodeDlg>(u"btnOK"_s, [password](PasscodeDlg *dialog) {
+        auto *edit = dialog->findChild<QLineEdit *>();
+        const bool isReady = dialog->isEnabled() && edit->text().isEmpty();
+        if (isReady)
+            edit->setText(password);
+        return isReady;
+    });
 }
 
 DialogPlayer::Step nameDatabase(const QString &name)
 {
     return answer<LocalDbSelForm>(u"btnOK"_s, [name](LocalDbSelForm *dialog) {
         dialog->findChild<QComboBox *>()->setCurrentText(name);
+        return true;
     });
 }
 
