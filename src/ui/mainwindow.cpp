@@ -209,33 +209,41 @@ void MainWindow::onSMSContextMenu()
 void MainWindow::work(Worker worker, Scope scope)
 {
     runFlow([&] {
-        if (const std::optional<MessageChoice> choice = choose(scope))
-            (workers->*worker)(*choice);
+        const MessageChoice choice = choose(scope == Scope::Dispatched ? dispatchedScope() : scope);
+        if (choice.store)
+            std::invoke(worker, workers, choice);
     });
 }
 
-std::optional<MessageChoice> MainWindow::choose(Scope scope)
+MainWindow::Scope MainWindow::dispatchedScope() const
 {
-    const _AbsDBItemNode *source = sources->currentSource();
-    const QString name = source ? source->text : QString();
-    switch (scope) {
-    case Scope::Selected: return MessageChoice{messages->selectedMessages(), messages->store(), name};
-    case Scope::Conversation: return MessageChoice{messages->messages(), messages->store(), name};
-    case Scope::Source: return chooseSource();
-    case Scope::Dispatched: break;
-    }
     if (messages->hasSelection())
-        return choose(Scope::Selected);
-    return choose(sources->currentConversation() ? Scope::Conversation : Scope::Source);
+        return Scope::Selected;
+    return sources->currentConversation() ? Scope::Conversation : Scope::Source;
 }
 
-std::optional<MessageChoice> MainWindow::chooseSource()
+MessageChoice MainWindow::choose(Scope scope)
 {
+    if (scope == Scope::Source)
+        return chooseSource();
+    const _AbsDBItemNode *source = sources->currentSource();
+    MessageChoice choice;
+    choice.messages = scope == Scope::Selected ? messages->selectedMessages() : messages->messages();
+    choice.store = messages->store();
+    choice.sourceName = source ? source->text : QString();
+    return choice;
+}
+
+MessageChoice MainWindow::chooseSource()
+{
+    MessageChoice choice;
     _AbsDBItemNode *source = sources->currentSource();
-    if (!source || !sources->load(source))
-        return std::nullopt;
-    const MessageChoice choice{sortMessages(allMessages(source->store)), source->store, source->text};
-    return choice.messages.isEmpty() ? std::nullopt : std::optional(choice);
+    if (source && sources->load(source) && isLoaded(*source)) {
+        choice.messages = sortMessages(allMessages(source->store));
+        choice.store = source->store;
+        choice.sourceName = source->text;
+    }
+    return choice;
 }
 
 void MainWindow::miDel()

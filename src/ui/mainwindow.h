@@ -6,7 +6,6 @@
 #include <QMainWindow>
 
 #include <functional>
-#include <optional>
 
 class QItemSelection;
 class QLabel;
@@ -94,9 +93,11 @@ private:
     void popUp(void (WindowMenus::*fill)(QMenu &, const SourceState &) const);
 
     void work(Worker worker, Scope scope);
-    /// Nothing when there is nothing to work on.
-    std::optional<MessageChoice> choose(Scope scope);
-    std::optional<MessageChoice> chooseSource();
+    /// What an entry of the main menu is about: the rows selected, else what the tree says.
+    Scope dispatchedScope() const;
+    /// For any scope but the dispatched one. Without a store when there is nothing to work on.
+    MessageChoice choose(Scope scope);
+    MessageChoice chooseSource();
     /// Runs what may open dialogs or throw; a failure is logged and shown.
     void runFlow(const std::function<void()> &flow);
     void openPage(const QString &page);

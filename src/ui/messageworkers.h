@@ -11,7 +11,7 @@ class SourcePane;
 /// What an action works on. The store keeps the messages alive whatever becomes of the tree.
 struct MessageChoice {
     QList<_MsgMessage *> messages;
-    _MsgStorePtr store;
+    _MsgStorePtr store; ///< null when there is nothing to work on
     QString sourceName; ///< of the source that they come from
 };
 
