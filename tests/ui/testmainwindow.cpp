@@ -38,9 +38,16 @@ public:
     explicit DialogPlayer(const QList<Step> &toDo) : steps(toDo)
     {
         QObject::connect(&timer, &QTimer::timeout, [this] {
-            QWidget *dialog = QApplication::activeModalWidget();
-            if (!steps.isEmpty() && dialog && steps.first()(dialog))
+            // Seen twice and never busy between: the box above it may be closed, but what it interrupted
+            // has not gone on yet.
+            QWidget *active = QApplication::activeModalWidget();
+            QWidget *dialog = active && active->isEnabled() ? active : nullptr;
+            const bool isSettled = dialog && dialog == lastSeen;
+            lastSeen = dialog;
+            if (!steps.isEmpty() && isSettled && steps.first()(dialog)) {
                 steps.removeFirst();
+                lastSeen = nullptr;
+            }
         });
         timer.start(5);
     }
@@ -48,6 +55,7 @@ public:
 
 private:
     QList<Step> steps;
+    QWidget *lastSeen = nullptr;
     QTimer timer;
 };
 
@@ -62,7 +70,7 @@ DialogPlayer::Step answer(const QString &button, const std::function<void(Dialog
         if (first)
             first(dialog);
         auto *pressed = dialog->template findChild<QPushButton *>(button);
-        QTimer::singleShot(0, pressed, [pressed] { QTest::mouseClick(pressed, Qt::LeftButton); });
+        QTimer::singleShot(0, pressed, [pressed] { pressed->click(); });
         return true;
     };
 }
@@ -72,7 +80,7 @@ DialogPlayer::Step loadFirst()
     return [](QWidget *widget) {
         auto *button = widget->findChild<QPushButton *>(u"btnLoad"_s);
         if (button)
-            QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
+            QTimer::singleShot(0, button, [button] { button->click(); });
         return button != nullptr;
     };
 }
