@@ -16,10 +16,8 @@ target_compile_definitions(common INTERFACE
 target_link_libraries(common INTERFACE Qt6::Core)
 
 if(MARROWLIGHT_SANITIZE)
-  # GCC takes what the sanitizers add for uses of uninitialized values; the plain build warns of real ones.
   target_compile_options(common INTERFACE
-    -fsanitize=${MARROWLIGHT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    -fsanitize=${MARROWLIGHT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(common INTERFACE -fsanitize=${MARROWLIGHT_SANITIZE})
 endif()
 
