@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messageextras.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QList>
@@ -73,6 +75,7 @@ struct _MsgMessage {
     _MsgChat *chat = nullptr;     ///< the chat it was last linked to; null when none
     QHash<QString, _MsgAttachment *> attachments;
     _MsgHandle *otherHandle = nullptr; ///< whom an event speaks of; null when nobody
+    MessageExtrasPtr extras;           ///< null for the most
 };
 
 /// One chat: a row of the database with a service of its own. What people call a conversation is a
@@ -123,7 +126,10 @@ struct _MsgAttachment {
     QByteArray user_info;
     QString transfer_name;
     qint64 total_bytes = 0;
-    QString localFile; ///< path of a copy on this computer
+    int is_sticker = 0;
+    int hide_attachment = 0; ///< the phone doesn't show it: pictures of link previews and the like
+    QString emoji_image_short_description; ///< what a made emoji was asked for
+    QString localFile;                     ///< path of a copy on this computer
 };
 
 /// All records of one source, keyed by rowid. It owns them.
