@@ -180,5 +180,6 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
     if (isModern)
         readModernMessages(*store, rows, chatId);
-    rows.finish();
+    else
+        rows.finish();
 }
