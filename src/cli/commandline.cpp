@@ -4,6 +4,8 @@
 
 #include <QCommandLineParser>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -33,6 +35,9 @@ const QList<OptionSyntax> selectionOptions = {
 const QList<OptionSyntax> orderOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
 };
+const QList<OptionSyntax> textOptions = {
+    {"emoji", nullptr, "Emoji stay as they are; without it \"[EMOJI]\" stands for each."},
+};
 const QList<OptionSyntax> importOptions = {
     {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
@@ -50,9 +55,10 @@ const QList<CommandSyntax> &commandTable()
          {{"root", "DIR", "Look for backups below DIR."}}},
         {"databases", nullptr, "The Local Databases.", {}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
-        {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions + orderOptions},
+        {"messages", "SOURCE", "The messages of a source.",
+         sourceOptions + selectionOptions + orderOptions + textOptions},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
-         sourceOptions + selectionOptions + orderOptions + exportOptions},
+         sourceOptions + selectionOptions + orderOptions + textOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + selectionOptions + importOptions},
         {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", selectionOptions},
@@ -102,12 +108,15 @@ QString missingWord(const CommandSyntax &syntax, const QCommandLineParser &parse
 
 CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParser &parser)
 {
+    const auto takes = [&](const char *option) {
+        return std::any_of(syntax.options.begin(), syntax.options.end(),
+                           [&](const OptionSyntax &known) { return qstrcmp(known.name, option) == 0; });
+    };
     const auto value = [&](const char *option) {
-        for (const OptionSyntax &known : syntax.options) {
-            if (qstrcmp(known.name, option) == 0)
-                return parser.value(QLatin1StringView(option));
-        }
-        return QString();
+        return takes(option) ? parser.value(QLatin1StringView(option)) : QString();
+    };
+    const auto isSet = [&](const char *option) {
+        return takes(option) && parser.isSet(QLatin1StringView(option));
     };
     CommandLine line;
     line.command = QLatin1StringView(syntax.name);
@@ -121,8 +130,8 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.into = value("into");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
-    for (const OptionSyntax &option : syntax.options)
-        line.newestFirst |= qstrcmp(option.name, "newest-first") == 0 && parser.isSet(u"newest-first"_s);
+    line.newestFirst = isSet("newest-first");
+    line.emoji = isSet("emoji") ? EmojiStyle::Characters : EmojiStyle::Markers;
     return line;
 }
 

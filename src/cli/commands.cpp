@@ -82,7 +82,7 @@ CommandResult messagesCommand(const CommandLine &line)
     const bool smsHasGuid = source.db->dbVersion() != 5;
     for (const ListedMessage &listed : listedMessages(source, line)) {
         const bool hasGuid = smsHasGuid || listed.message->service != "SMS"_L1;
-        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid));
+        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid, line.emoji));
     }
     return {};
 }
@@ -105,7 +105,7 @@ CommandResult exportCommand(const CommandLine &line)
         return source.refusal;
     const QList<_MsgMessage *> messages = chosenMessages(source, line);
     const InterruptScope interruptible(progress);
-    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved};
+    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved, line.emoji};
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});

@@ -3,7 +3,6 @@
 #include "backupmanifest.h"
 #include "messagerecords.h"
 #include "messagestore.h"
-#include "messagetext.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -105,7 +104,8 @@ QJsonObject sessionJson(const _MsgSession &session)
             {u"group"_s, group}};
 }
 
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid)
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji)
 {
     return {{u"rowid"_s, message.rowid},
             {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
@@ -115,7 +115,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
             {u"date"_s, messageDateJson(message.date)},
             {u"sender"_s, senderLabel(message)},
             {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
-            {u"text"_s, renderText(message)},
+            {u"text"_s, renderText(message, emoji)},
             {u"body"_s, message.text},
             {u"item_type"_s, message.item_type},
             {u"recovered"_s, message.isRecovered},

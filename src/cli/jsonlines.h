@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QJsonObject>
 
 class BackupManifest;
@@ -16,4 +18,5 @@ QJsonObject sessionJson(const _MsgSession &session);
 /// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
 /// null.
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji);
