@@ -23,6 +23,7 @@ struct CommandSyntax {
     const char *subject; ///< the word that has to follow; null when none does
     const char *description;
     QList<OptionSyntax> options;
+    const char *details = ""; ///< of its own help
 };
 
 const QList<OptionSyntax> sourceOptions = {
@@ -46,6 +47,19 @@ const QList<OptionSyntax> exportOptions = {
     {"out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.", true},
 };
 
+// clang-format would fill the lines.
+// clang-format off
+constexpr auto gapsDetails =
+    "\n\nOne line a gap, with the keys\n"
+    "  missing          how many row numbers have no row any more; each was a message,\n"
+    "                   or a reaction that was taken back\n"
+    "  after, before    dates of the messages around them; null at the ends\n"
+    "  after_rowid, before_rowid\n"
+    "  chat_identifier  the conversation, where both stand in one\n"
+    "and a last one with gaps and missing in all, and recorded_deletions: the deletions\n"
+    "that the phone itself counts, null where it doesn't.";
+// clang-format on
+
 const QList<CommandSyntax> &commandTable()
 {
     static const QList<CommandSyntax> table = {
@@ -57,6 +71,7 @@ const QList<CommandSyntax> &commandTable()
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
         {"messages", "SOURCE", "The messages of a source.",
          sourceOptions + selectionOptions + orderOptions + textOptions},
+        {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, gapsDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + selectionOptions + orderOptions + textOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
@@ -138,7 +153,8 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
 ParsedCommandLine parseCommand(const CommandSyntax &syntax, const QStringList &words)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1StringView(syntax.description));
+    parser.setApplicationDescription(QLatin1StringView(syntax.description) +
+                                     QLatin1StringView(syntax.details));
     const QCommandLineOption help = parser.addHelpOption();
     parser.addOption({u"quiet"_s, u"No progress on the terminal."_s});
     for (const OptionSyntax &option : syntax.options)

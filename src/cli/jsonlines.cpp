@@ -1,6 +1,7 @@
 #include "jsonlines.h"
 
 #include "backupmanifest.h"
+#include "messagegaps.h"
 #include "messagerecords.h"
 #include "messagestore.h"
 
@@ -102,6 +103,31 @@ QJsonObject sessionJson(const _MsgSession &session)
             {u"last"_s, messageDateJson(session.lastDate)},
             {u"messages"_s, messages.size()},
             {u"group"_s, group}};
+}
+
+QJsonObject gapJson(const MessageGap &gap)
+{
+    const auto date = [](const _MsgMessage *message) {
+        return message ? messageDateJson(message->date) : QJsonValue();
+    };
+    const auto rowid = [](const _MsgMessage *message) {
+        return message ? QJsonValue(message->rowid) : QJsonValue();
+    };
+    const bool hasChat = gap.after && gap.before && !gap.chat_identifier.isEmpty();
+    return {{u"missing"_s, gap.missing},
+            {u"after"_s, date(gap.after)},
+            {u"before"_s, date(gap.before)},
+            {u"after_rowid"_s, rowid(gap.after)},
+            {u"before_rowid"_s, rowid(gap.before)},
+            {u"chat_identifier"_s, hasChat ? QJsonValue(gap.chat_identifier) : QJsonValue()}};
+}
+
+QJsonObject gapsTotalJson(const MessageGaps &gaps)
+{
+    return {{u"gaps"_s, gaps.list.size()},
+            {u"missing"_s, gaps.missing},
+            {u"recorded_deletions"_s,
+             gaps.recordedDeletions ? QJsonValue(*gaps.recordedDeletions) : QJsonValue()}};
 }
 
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,

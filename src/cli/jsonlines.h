@@ -5,6 +5,8 @@
 #include <QJsonObject>
 
 class BackupManifest;
+struct MessageGap;
+struct MessageGaps;
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -14,6 +16,11 @@ void printJsonLine(const QJsonObject &object);
 QJsonObject backupJson(const BackupManifest &backup);
 
 QJsonObject sessionJson(const _MsgSession &session);
+
+/// Neighbours that a gap doesn't have are null.
+QJsonObject gapJson(const MessageGap &gap);
+/// What is said at the end of all gaps of a source.
+QJsonObject gapsTotalJson(const MessageGaps &gaps);
 
 /// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
