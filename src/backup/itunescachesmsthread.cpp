@@ -51,6 +51,17 @@ void lockThrow(QLockFile &lock, const QDir &cacheDir)
     throw std::runtime_error(text.arg(cacheDir.absolutePath()).toStdString());
 }
 
+// The list of a modern backup that was broken off names files that never came.
+void checkDatabase(const BackupManifest &manifest)
+{
+    if (!manifest.isModern || (manifest.smsDatabase && manifest.sourceFile(manifest.smsDatabase->record)))
+        return;
+    QString text = QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP");
+    if (!manifest.isFinished)
+        text += u' ' + QObject::tr("IDS_BACKUP_WAS_BROKEN_OFF");
+    throw std::runtime_error(text.toStdString());
+}
+
 void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, const QDir &cacheDir,
                  JobProgress &progress)
 {
@@ -74,6 +85,7 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     const MessageFolders folders = findFolders(manifest.rootNode);
     if (!folders.sms)
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
+    checkDatabase(manifest);
     QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
     QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
     lockThrow(lock, cacheDir);
