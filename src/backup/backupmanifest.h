@@ -56,6 +56,9 @@ public:
     /// Path of the file of `record` inside the folder, or nothing when there is none or a link leads
     /// out of the folder.
     std::optional<QString> sourceFile(const _MbdbRecord &record) const;
+    /// What keeps `extractFile` from giving the file of `record` in a modern encrypted backup, without
+    /// reading it; empty when nothing does.
+    QString damageOf(const _MbdbRecord &record) const;
     /// Name of the cache folder of this backup: the MD5 of its absolute path in hex.
     QString cacheFolderName() const;
 

@@ -45,6 +45,10 @@ void lockThrow(QLockFile &lock, const QDir &cacheDir)
     lock.setStaleLockTime(0);
     if (lock.tryLock())
         return;
+    // A program that was killed in the middle of locking left a file that looks alive. Only one that
+    // still runs holds the file itself, which then can't be removed.
+    if (lock.error() == QLockFile::LockFailedError && lock.removeStaleLockFile() && lock.tryLock())
+        return;
     const QString text = lock.error() == QLockFile::LockFailedError
                              ? u"%1: another program is loading this backup. Try again when it is done."_s
                              : u"%1: the folder can't be made or written to."_s;

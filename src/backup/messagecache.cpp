@@ -118,6 +118,8 @@ void MessageCache::copyFile(const _ManifestNode &node, const QString &name, cons
         return;
     if (isReadDatabase(name))
         removeLeftOvers(node, *target);
+    else if (const QString damage = manifest.damageOf(node.record); !damage.isEmpty())
+        return qWarning("%ls is left out: %ls", qUtf16Printable(*target), qUtf16Printable(damage));
     replaceFile(node, *target);
     cacheDb.setLastDate(hash, date);
 }

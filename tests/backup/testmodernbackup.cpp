@@ -99,7 +99,7 @@ private Q_SLOTS:
     void opensEncryptedOnes();
     void takesOffPaddingOnly_data();
     void takesOffPaddingOnly();
-    void keysThatDoNotOpenAreErrors();
+    void damagedFilesAreErrors();
     void derivesAKnownKey();
     void derivationsEndAtOnce();
     void saysWhatIsMissing();
@@ -343,12 +343,25 @@ void TestModernBackup::takesOffPaddingOnly()
     QCOMPARE(extract(), content);
 }
 
-void TestModernBackup::keysThatDoNotOpenAreErrors()
+// Of a picture that is only a line in the log: the messages are still worth reading.
+void TestModernBackup::damagedFilesAreErrors()
 {
-    BackupBuilder backup = builder().password(u"pw"_s).file(home, smsDb, "messages");
-    open(backup.with([](SampleRecord &record) { record.encryptionKey[20] ^= 1; }), u"pw"_s);
-    QVERIFY(extract().startsWith(smsDb.toUtf8()));
+    const auto breakKey = [](SampleRecord &record) {
+        record.encryptionKey[20] = char(~record.encryptionKey[20]);
+    };
+    const QString picture = u"Library/SMS/picture"_s;
+    BackupBuilder backup = builder().password(u"pw"_s).file(home, smsDb, "messages").file(home, picture, "p");
+    open(BackupBuilder(backup).with(breakKey), u"pw"_s);
+    QVERIFY(extract(picture).startsWith(picture.toUtf8()));
     QVERIFY(!QFile::exists(path(u"target"_s)));
+    Waiting progress;
+    const QDir cache(path(u"cache"_s));
+    cacheBackupMessages(*manifest, cache, progress);
+    QVERIFY(!cache.exists(u"file-relay/var/mobile/"_s + picture));
+    QVERIFY(QFile::resize(manifest->sourceFile(manifest->smsDatabase->record).value(), 15));
+    QVERIFY(extract().startsWith(smsDb.toUtf8()));
+    QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"other"_s)), progress),
+                             std::runtime_error);
 }
 
 // Of the page on which the format is described in public.
