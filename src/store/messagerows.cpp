@@ -170,33 +170,36 @@ void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &pla
         const qint64 key = reader.key();
         while (place != places.end() && place->message < key)
             ++place;
-        const Place first = place != places.end() && place->message == key ? *place : Place();
-        QList<_MsgChat *> chats;
-        for (; place != places.end() && place->message == key; ++place)
-            chats.append(store.chats.value(place->chat));
-        if (chats.isEmpty() && !elsewhere)
+        const auto first = place;
+        while (place != places.end() && place->message == key)
+            ++place;
+        const Place other{key, elsewhere ? elsewhere->rowid : 0};
+        const std::span<const Place> here =
+            first == place ? std::span(&other, elsewhere ? 1 : 0) : std::span(first, place);
+        if (here.empty())
             continue;
-        if (chats.isEmpty())
-            chats.append(elsewhere);
         if (isReactionType(cursor.getInt(typeColumn)) && !store.messages.contains(key)) {
-            addReaction(reader.read(), chats);
+            addReaction(reader.read(), here);
             continue;
         }
         _MsgMessage *&message = store.messages[key];
         if (!message) {
             message = reader.read().release();
-            complete(*message, first);
+            complete(*message, here.front());
         }
         link(store, *message);
-        enterPlaced(*message, chats);
+        for (const Place &at : here)
+            enterPlaced(*message, store.chats.value(at.chat));
     }
 }
 
-void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, const QList<_MsgChat *> &chats)
+void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places)
 {
     link(store, *record);
-    const qint64 rowid = record->rowid;
-    reactions.try_emplace(rowid, Reaction{std::move(record), chats});
+    Reaction &reaction = reactions[record->rowid];
+    reaction.record = std::move(record);
+    for (const Place &place : places)
+        reaction.chats.append(store.chats.value(place.chat));
 }
 
 void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
@@ -207,13 +210,11 @@ void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
     links.add(*chat, message);
 }
 
-void MessageRows::enterPlaced(_MsgMessage &message, const QList<_MsgChat *> &chats)
+void MessageRows::enterPlaced(_MsgMessage &message, _MsgChat *chat)
 {
-    for (_MsgChat *chat : chats) {
-        enter(message, chat);
-        if (chat && chat->_last == 0)
-            newest[chat] = std::max(newest.value(chat), message.date);
-    }
+    enter(message, chat);
+    if (chat && chat->_last == 0)
+        newest[chat] = std::max(newest.value(chat), message.date);
 }
 
 void MessageRows::complete(_MsgMessage &message)
@@ -269,8 +270,8 @@ void MessageRows::settleReactions()
         Reaction &reaction = reactions.at(row.reaction.rowid);
         _MsgMessage *message = reaction.record.release();
         store.messages.insert(message->rowid, message);
-        enterPlaced(*message, reaction.chats);
         for (_MsgChat *chat : std::as_const(reaction.chats)) {
+            enterPlaced(*message, chat);
             if (chat)
                 chat->_last = std::max(chat->_last, message->date);
         }

@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 /// Makes records of the rows of `message` and links them to chats and handles of a store.
@@ -49,12 +50,12 @@ private:
 
     class Reader;
 
-    void addReaction(std::unique_ptr<_MsgMessage> record, const QList<_MsgChat *> &chats);
+    void addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places);
     void complete(_MsgMessage &message);
     void complete(_MsgMessage &message, const Place &place);
     void decodeText(_MsgMessage &message);
     void enter(_MsgMessage &message, _MsgChat *chat);
-    void enterPlaced(_MsgMessage &message, const QList<_MsgChat *> &chats);
+    void enterPlaced(_MsgMessage &message, _MsgChat *chat);
     void settleReactions();
     void logFaults() const;
 

@@ -123,6 +123,7 @@ void TestTypedStream::tellsOfEdits()
     QCOMPARE(odd.edits.size(), 2);
     QCOMPARE(odd.edits.first().date, 0);
     QVERIFY(odd.retractedParts.isEmpty());
+    QCOMPARE(messageSummaryOf(sample(u"messagesummary/unsound-key"_s)).edits.size(), 2); // no abort
     QVERIFY(mayTellOfChanges(sample(u"messagesummary/edited"_s)));
     QVERIFY(!mayTellOfChanges(sample(u"messagesummary/plain"_s)));
 }
