@@ -165,6 +165,8 @@ void IOS6MessageDb::completeHandle(_MsgHandle &handle)
     if (handle.country.isEmpty())
         handle.country = parts.ownCountry();
     parts.nameHandle(handle);
+    if (isModern) // addresses of older phones were never looked up, and their names stay as they were
+        parts.nameHandleByMail(handle);
 }
 
 QString IOS6MessageDb::messageQuery(qint64 chatId) const
