@@ -14,6 +14,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+using KnownBy = ExtrasKeeper::KnownBy;
+
 // Chats with rows below this were made up for messages whose address nobody knows.
 constexpr qint64 lowestKnownChat = -2047483646;
 
@@ -56,16 +58,16 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     if (!canHold(message) || extras.takeReaction(message))
         return;
     const QString hash = logicHash(message);
-    qint64 messageId = knownRowid(message, hash);
-    if (messageId != 0 && isNoConversation(*message.chat)) {
-        extras.addToKept(messageId, message, hash); // it may be in a conversation here, and stays there
-        return;
-    }
+    const qint64 byHash = db.messageRowidByHash(hash);
+    const qint64 known = byHash != 0 ? byHash : db.messageRowid(message.guid);
+    if (known != 0)
+        extras.addToKept(known, message, hash, byHash != 0 ? KnownBy::Content : KnownBy::Guid);
+    if (known != 0 && isNoConversation(*message.chat))
+        return; // it may be in a conversation here, and stays there
     const qint64 chatId = chatRowid(*message.chat);
     const qint64 handleId = personRowid(*message.chat, chatId, message.handle);
-    if (messageId == 0)
-        messageId = insertNew(message, chatId, handleId, hash);
-    else if (extras.addToKept(messageId, message, hash))
+    const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
+    if (known != 0 && extras.hasComeBack(known, message, chatId))
         raiseNewest(chatId, message);
     if (message.handle && message.chat->handles.size() > 1)
         lastAddressed.insert(chatId, message.handle->id);
@@ -82,6 +84,7 @@ void ExportMessagesDb::finish()
         db.setChatLastIfNone(it.key(), it.value());
     for (auto it = lastAddressed.cbegin(); it != lastAddressed.cend(); ++it)
         db.setLastAddressedHandle(it.key(), it.value());
+    extras.finish();
     db.endTransaction(true);
     db.close();
     forgetRun();
@@ -110,12 +113,6 @@ qint64 ExportMessagesDb::chatRowid(const _MsgChat &chat)
     if (rowid == 0)
         rowid = db.insertChat(chat);
     return rowid;
-}
-
-qint64 ExportMessagesDb::knownRowid(const _MsgMessage &message, const QString &hash)
-{
-    const qint64 byHash = db.messageRowidByHash(hash);
-    return byHash != 0 ? byHash : db.messageRowid(message.guid);
 }
 
 qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)

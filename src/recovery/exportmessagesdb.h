@@ -42,7 +42,6 @@ private:
     qint64 handleRowid(const _MsgHandle &handle);
     qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
     qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
-    qint64 knownRowid(const _MsgMessage &message, const QString &hash);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId);

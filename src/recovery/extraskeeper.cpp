@@ -1,6 +1,7 @@
 #include "extraskeeper.h"
 
 #include "ios6messagedb.h"
+#include "messagestore.h"
 #include "messagesummary.h"
 #include "messagetext.h"
 #include "reactions.h"
@@ -40,6 +41,7 @@ void ExtrasKeeper::begin()
 {
     isKeeping = db.keepsExtras();
     deleted = isKeeping ? rows.recentlyDeleted() : QSet<qint64>();
+    lost = isKeeping ? rows.withoutConversation() : QSet<qint64>();
 }
 
 bool ExtrasKeeper::takeReaction(const _MsgMessage &message)
@@ -61,18 +63,31 @@ void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
         addRows(messageId, message);
 }
 
-bool ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash)
+void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known)
 {
     if (!isKeeping)
-        return false;
-    const bool comesBack = !isInRecentlyDeleted(message) && deleted.remove(messageId);
-    if (comesBack)
-        rows.takeBackDeletion(messageId);
-    if (message.extras) {
+        return;
+    if (message.extras)
         addRows(messageId, message);
+    if (message.extras || known == KnownBy::Guid)
         addChange(messageId, message, hash);
-    }
-    return comesBack;
+}
+
+bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId)
+{
+    const bool isBack = !isInRecentlyDeleted(message) && deleted.remove(messageId);
+    if (isBack)
+        rows.takeBackDeletion(messageId);
+    const bool isFound = !isNoConversation(*message.chat) && lost.remove(messageId);
+    if (isFound)
+        rows.moveToChat(messageId, chatId);
+    return isBack || isFound;
+}
+
+void ExtrasKeeper::finish()
+{
+    if (isKeeping)
+        rows.dropEmptyNoConversation();
 }
 
 void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)
@@ -105,15 +120,27 @@ void ExtrasKeeper::addStates(qint64 messageId, const _MsgMessage &message)
 
 void ExtrasKeeper::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
 {
-    const MessageExtras &extras = *message.extras;
+    const MessageExtras none;
+    const MessageExtras &extras = message.extras ? *message.extras : none;
     const KeptMessage kept = rows.kept(messageId);
-    const bool isNewer = std::max(extras.date_edited, extras.date_retracted) > kept.changed;
-    if (kept.hasExtras && !isNewer)
+    const int changed = std::max(extras.date_edited, extras.date_retracted);
+    if (message.extras && (changed > kept.changed || !kept.hasExtras))
+        rows.updateExtras(messageId, extras);
+    if (plainText(message).isEmpty() || message.text == kept.text)
         return;
-    rows.updateExtras(messageId, extras);
-    if (!isNewer || plainText(message).isEmpty() || message.text == kept.text)
-        return;
-    if (!kept.text.isEmpty() && !tellsText(extras.edits, kept.text))
-        rows.addPartText(messageId, LocalExtras::PartText::BeforeEdit, {0, kept.date, kept.text});
-    rows.updateText(messageId, message, hash);
+    // A message of an older phone stays as it came in first.
+    if (changed > kept.changed || (kept.text.isEmpty() && kept.hasExtras)) {
+        addStateBefore(messageId, {0, kept.date, kept.text}, extras.edits);
+        rows.updateText(messageId, message, hash);
+    } else if (changed < kept.changed) {
+        addStateBefore(messageId, {0, message.date, message.text},
+                       messageSummaryOf(kept.message_summary_info).edits);
+    }
+}
+
+void ExtrasKeeper::addStateBefore(qint64 messageId, const MessageEdit &state,
+                                  const QList<MessageEdit> &history)
+{
+    if (!state.text.isEmpty() && !tellsText(history, state.text))
+        rows.addPartText(messageId, LocalExtras::PartText::BeforeEdit, state);
 }

@@ -17,7 +17,8 @@ class IOS6MessageDb;
 /// - A reaction is known by its guid. Which of several by one sender counts is told on reading.
 /// - A later edit brings its text, the text before it stays in the history. A message that was unsent
 ///   since keeps its text, and says that it was unsent.
-/// - A message stands in "Recently Deleted" as long as no source has it elsewhere.
+/// - A message stands in "Recently Deleted", or without a conversation, as long as no source has it
+/// elsewhere.
 class ExtrasKeeper
 {
 public:
@@ -32,13 +33,21 @@ public:
     /// there and is no message any more.
     bool takeReaction(const _MsgMessage &message);
     void addToNew(qint64 messageId, const _MsgMessage &message);
-    /// `hash` is the `logicHash` of `message`. Returns whether the message came back from "Recently Deleted".
-    bool addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash);
+    /// `hash` is the `logicHash` of `message`. `known` tells by what it is known to be the message of that
+    /// row.
+    enum class KnownBy { Content, Guid };
+    void addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known);
+    /// Whether the message has left "Recently Deleted" or the chat of those without a conversation: `chatId`,
+    /// the row of its chat, has it now.
+    bool hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId);
+    /// Call it when the run ends.
+    void finish();
 
 private:
     void addRows(qint64 messageId, const _MsgMessage &message);
     void addReaction(qint64 messageId, const MessageReaction &reaction);
     void addStates(qint64 messageId, const _MsgMessage &message);
+    void addStateBefore(qint64 messageId, const MessageEdit &state, const QList<MessageEdit> &history);
     void addChange(qint64 messageId, const _MsgMessage &message, const QString &hash);
 
     IOS6MessageDb &db;
@@ -46,4 +55,5 @@ private:
     HandleRowid handleRowid;
     bool isKeeping = false;
     QSet<qint64> deleted; ///< in "Recently Deleted"
+    QSet<qint64> lost;    ///< without a conversation
 };

@@ -150,7 +150,8 @@ void LocalExtras::addPartText(qint64 messageId, PartText kind, const MessageEdit
 
 KeptMessage LocalExtras::kept(qint64 messageId)
 {
-    Sqlite3Sql sql("select text, date, _date_edited, _date_retracted from message where rowid=?");
+    Sqlite3Sql sql(
+        "select text, date, _date_edited, _date_retracted, _message_summary_info from message where rowid=?");
     sql.addInt64Param(messageId);
     Sqlite3Cursor cursor = db.queryThrow(sql);
     if (!cursor.moveNextThrow())
@@ -158,7 +159,8 @@ KeptMessage LocalExtras::kept(qint64 messageId)
     return {.text = cursor.getText(0),
             .date = cursor.getInt(1),
             .hasExtras = !cursor.isNull(2),
-            .changed = std::max(cursor.getInt(2), cursor.getInt(3))};
+            .changed = std::max(cursor.getInt(2), cursor.getInt(3)),
+            .message_summary_info = cursor.getBlob(4)};
 }
 
 void LocalExtras::updateExtras(qint64 messageId, const MessageExtras &extras)
@@ -185,11 +187,7 @@ void LocalExtras::updateText(qint64 messageId, const _MsgMessage &message, const
 
 QSet<qint64> LocalExtras::recentlyDeleted()
 {
-    QSet<qint64> messages;
-    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select rowid from message where _delete_date > 0"));
-    while (cursor.moveNextThrow())
-        messages.insert(cursor.getInt64(0));
-    return messages;
+    return rowids("select rowid from message where _delete_date > 0");
 }
 
 void LocalExtras::takeBackDeletion(qint64 messageId)
@@ -197,4 +195,38 @@ void LocalExtras::takeBackDeletion(qint64 messageId)
     Sqlite3Sql sql("update message set _delete_date=0 where rowid=?");
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
+}
+
+QSet<qint64> LocalExtras::withoutConversation()
+{
+    return rowids(
+        "select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid "
+        "where c.chat_identifier = 'no-conversation'");
+}
+
+// As an update: a row that leaves a chat would have the file look for orphans among all messages.
+void LocalExtras::moveToChat(qint64 messageId, qint64 chatId)
+{
+    Sqlite3Sql sql(
+        "update or replace chat_message_join set chat_id=? where message_id=? and chat_id in (select "
+        "rowid from chat where chat_identifier = 'no-conversation')");
+    sql.addInt64Param(chatId);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::dropEmptyNoConversation()
+{
+    db.executeThrow(
+        Sqlite3Sql("delete from chat where chat_identifier = 'no-conversation' and not exists (select 1 "
+                   "from chat_message_join where chat_id = chat.rowid)"));
+}
+
+QSet<qint64> LocalExtras::rowids(const char *sql)
+{
+    QSet<qint64> rows;
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(sql));
+    while (cursor.moveNextThrow())
+        rows.insert(cursor.getInt64(0));
+    return rows;
 }

@@ -15,6 +15,7 @@ struct KeptMessage {
     int date = 0;
     bool hasExtras = false; ///< false too where it came in before there were any
     int changed = 0;        ///< when it was last edited or unsent; 0 for never
+    QByteArray message_summary_info;
 };
 
 /// The rows in which a Local Database keeps what newer phones tell of a message beside its own row. All
@@ -46,9 +47,17 @@ public:
     QSet<qint64> recentlyDeleted();
     void takeBackDeletion(qint64 messageId);
 
+    /// Messages that stand in the made-up chat of those without a conversation.
+    QSet<qint64> withoutConversation();
+    /// Moves one of them to the chat that it belongs to.
+    void moveToChat(qint64 messageId, qint64 chatId);
+    /// Deletes that made-up chat when nothing stands in it.
+    void dropEmptyNoConversation();
+
 private:
     void readReactions(_MsgStore &store);
     void readPartTexts(_MsgStore &store);
+    QSet<qint64> rowids(const char *sql);
 
     Sqlite3DB &db;
 };
