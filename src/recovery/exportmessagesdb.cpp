@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -29,6 +31,18 @@ QString relativePath(const QString &filename)
     if (path.startsWith("~/"_L1))
         path.replace(0, 2, "var/mobile/"_L1);
     return path.remove(forbidden);
+}
+
+/// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
+/// handles, of which one takes part.
+bool isMemberByOtherService(const _MsgChat &chat, const _MsgHandle &handle)
+{
+    if (!chat.guid.startsWith("any;"_L1))
+        return false;
+    const auto isSame = [&](const _MsgHandle *member) { return member == &handle; };
+    const auto hasAddress = [&](const _MsgHandle *member) { return member->id == handle.id; };
+    return std::none_of(chat.handles.begin(), chat.handles.end(), isSame) &&
+           std::any_of(chat.handles.begin(), chat.handles.end(), hasAddress);
 }
 
 } // namespace
@@ -125,12 +139,14 @@ qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)
     return rowid;
 }
 
-/// 0 for nobody. The made-up chat of messages without a conversation has no members.
+/// 0 for nobody. The made-up chat of messages without a conversation has no members, and a member with two
+/// services stays one.
 qint64 ExportMessagesDb::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
 {
     if (!handle)
         return 0;
-    return isNoConversation(chat) ? handleRowid(*handle) : memberRowid(chatId, *handle);
+    const bool isLoose = isNoConversation(chat) || isMemberByOtherService(chat, *handle);
+    return isLoose ? handleRowid(*handle) : memberRowid(chatId, *handle);
 }
 
 qint64 ExportMessagesDb::memberRowid(qint64 chatId, const _MsgHandle &handle)

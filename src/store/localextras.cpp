@@ -58,9 +58,12 @@ QString updateSql()
 } // namespace
 
 const char *LocalExtras::looseHandles =
-    "select h.* from handle as h where h.rowid in (select handle_id from _reaction) or h.rowid in (select "
-    "m.handle_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid inner join message "
-    "as m on m.rowid = j.message_id where c.chat_identifier = 'no-conversation')";
+    "select h.* from handle as h where h.rowid not in (select handle_id from chat_handle_join where "
+    "handle_id is "
+    "not null) and (h.rowid in (select handle_id from _reaction) or exists (select 1 from message as m inner "
+    "join "
+    "chat_message_join as j on j.message_id = m.rowid inner join chat as c on c.rowid = j.chat_id where "
+    "m.handle_id = h.rowid and (c.chat_identifier = 'no-conversation' or c.guid like 'any;%')))";
 
 void LocalExtras::read(_MsgStore &store)
 {

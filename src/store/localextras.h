@@ -27,7 +27,8 @@ public:
 
     explicit LocalExtras(Sqlite3DB &database) : db(database) {}
 
-    /// Selects the rows of `handle` that only reactions and messages without a conversation refer to.
+    /// Selects the handles that stand in no chat: of reactions, of messages without a conversation, and of
+    /// partners who write in one chat by several services.
     static const char *looseHandles;
     /// Gives the messages of `store` their reactions and texts of parts.
     void read(_MsgStore &store);
