@@ -2,6 +2,7 @@
 
 #include "chatlinks.h"
 #include "localschema.h"
+#include "messageattachments.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
 #include "untoucheddb.h"
@@ -136,14 +137,17 @@ void link(const _MsgStore &store, _MsgMessage &message)
 
 } // namespace
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &countryCode, bool upgradeFile)
+    : IOS6MessageDb(rootFolder, messageDbPath(rootFolder), countryCode, upgradeFile)
 {
 }
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
                              bool upgradeFile)
-    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : root(rootFolder)
+    , path(databasePath)
+    , upgrade(upgradeFile)
+    , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -255,4 +259,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
             links.add(*chat, *message);
         }
     }
+}
+
+void IOS6MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readAttachments(*this, root, *store);
 }

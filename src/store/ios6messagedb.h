@@ -30,6 +30,7 @@ public:
     void openDb() override;
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
+    void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
 
     // The schema as the file tells it. Each call below opens the file first.
@@ -87,6 +88,7 @@ private:
     QSet<qint64> chatsOf(qint64 messageId);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
+    QDir root;
     QString path; ///< of the database
     bool upgrade;
     MessageDbParts parts;
