@@ -1,12 +1,12 @@
 #include "exportmessagesdb.h"
 
-#include "filetools.h"
+#include "attachmentmatch.h"
+#include "attachmentpaths.h"
 #include "messagetext.h"
 
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -15,18 +15,6 @@ namespace
 
 // Chats with rows below this were made up for messages whose address nobody knows.
 constexpr qint64 lowestKnownChat = -2047483646;
-
-/// Where an attachment goes below the root: its path on the phone.
-QString relativePath(const QString &filename)
-{
-    static const QRegularExpression forbidden(u"[:*?\"<>|]"_s);
-    QString path = filename;
-    if (path.startsWith(u'/'))
-        path.remove(0, 1);
-    if (path.startsWith("~/"_L1))
-        path.replace(0, 2, "var/mobile/"_L1);
-    return path.remove(forbidden);
-}
 
 } // namespace
 
@@ -58,11 +46,13 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     if (messageId == 0)
         messageId = db.messageRowid(message.guid);
     if (messageId == 0)
+        messageId = rowWithOtherAttachments(db, message);
+    if (messageId == 0)
         messageId = insertNew(message, chatId, handleId, hash);
     if (message.handle && message.chat->handles.size() > 1)
         lastAddressed.insert(chatId, message.handle->id);
     if (!message.attachments.isEmpty())
-        appendAttachments(message, messageId);
+        appendAttachments(message, messageId, hash);
 }
 
 void ExportMessagesDb::finish()
@@ -130,7 +120,7 @@ qint64 ExportMessagesDb::insertNew(const _MsgMessage &message, qint64 chatId, qi
     return messageId;
 }
 
-void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId)
+void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
 {
     for (const _MsgAttachment *attachment : sortedAttachments(message)) {
         if (QFileInfo(attachment->localFile).isFile())
@@ -140,11 +130,12 @@ void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 mess
             attachmentId = db.insertAttachment(*attachment);
         db.joinMessageAttachment(messageId, attachmentId);
     }
+    renewHash(db, messageId, message, hash);
 }
 
 void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
 {
-    const std::optional<QString> target = pathBelow(root, relativePath(attachment.filename));
+    const std::optional<QString> target = attachmentTarget(root, attachment.filename);
     if (!target) {
         qWarning("The attachment \"%s\" is not copied: its path leaves the Local Database.",
                  qUtf8Printable(attachment.filename));

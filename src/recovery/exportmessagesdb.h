@@ -40,7 +40,7 @@ private:
     qint64 chatRowid(const _MsgChat &chat);
     qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
-    void appendAttachments(const _MsgMessage &message, qint64 messageId);
+    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
     void forgetRun();
 
