@@ -33,6 +33,9 @@ const QList<OptionSyntax> selectionOptions = {
 const QList<OptionSyntax> orderOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
 };
+const QList<OptionSyntax> missingOptions = {
+    {"missing", nullptr, "Only those whose file isn't in the backup."},
+};
 const QList<OptionSyntax> importOptions = {
     {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
@@ -51,6 +54,9 @@ const QList<CommandSyntax> &commandTable()
         {"databases", nullptr, "The Local Databases.", {}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
         {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions + orderOptions},
+        {"attachments", "SOURCE",
+         "The attachments of a source, then how many there are and how many are missing.",
+         sourceOptions + selectionOptions + orderOptions + missingOptions},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + selectionOptions + orderOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
@@ -121,8 +127,8 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.into = value("into");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
-    for (const OptionSyntax &option : syntax.options)
-        line.newestFirst |= qstrcmp(option.name, "newest-first") == 0 && parser.isSet(u"newest-first"_s);
+    line.newestFirst = parser.optionNames().contains(u"newest-first"_s);
+    line.missing = parser.optionNames().contains(u"missing"_s);
     return line;
 }
 

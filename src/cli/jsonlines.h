@@ -3,6 +3,7 @@
 #include <QJsonObject>
 
 class BackupManifest;
+struct _MsgAttachment;
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -17,3 +18,6 @@ QJsonObject sessionJson(const _MsgSession &session);
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
 /// null.
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);
+
+/// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
+QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);
