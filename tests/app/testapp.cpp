@@ -1,7 +1,7 @@
 #include "boundedbytes.h"
 #include "datalocations.h"
-#include "errorreport.h"
 #include "diskroom.h"
+#include "errorreport.h"
 #include "filetools.h"
 #include "jobprogress.h"
 #include "log.h"
@@ -159,11 +159,10 @@ void TestApp::jobsEndOnce()
 
 void TestApp::aFullDiskIsToldBefore()
 {
-    const QTemporaryDir dir;
-    const QString folder = dir.filePath(u"not/there/yet"_s);
+    const QString folder = dir->filePath(u"not/there/yet"_s);
     checkRoomThrow(folder, 1);
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, checkRoomThrow(folder, std::numeric_limits<qint64>::max()));
-    QVERIFY(!QFile::exists(dir.filePath(u"not"_s)));
+    QVERIFY(!QFile::exists(dir->filePath(u"not"_s)));
 }
 
 QTEST_GUILESS_MAIN(TestApp)

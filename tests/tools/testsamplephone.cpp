@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <plist/plist.h>
 #include <sqlite3.h>
 
 using namespace Qt::StringLiterals;
@@ -30,7 +31,7 @@ QStringList contentsOf(const QString &folder)
 }
 
 /// Texts of the first column, one row a line; an error gives its text.
-QString query(const QString &path, const char *sql)
+QString query(const QString &path, const QByteArray &sql)
 {
     sqlite3 *database = nullptr;
     sqlite3_open_v2(path.toUtf8().constData(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI, nullptr);
@@ -44,7 +45,7 @@ QString query(const QString &path, const char *sql)
         static_cast<QStringList *>(list)->append(QString::fromUtf8(values[0]));
         return 0;
     };
-    if (sqlite3_exec(database, sql, addRow, &rows, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(database, sql.constData(), addRow, &rows, nullptr) != SQLITE_OK)
         rows.append(QString::fromUtf8(sqlite3_errmsg(database)));
     sqlite3_close(database);
     return rows.join(u'\n');
@@ -65,6 +66,9 @@ private slots:
     void triggersRun();
     void wrapsKeysAsPublished();
     void writesEachFieldOfARecord();
+    void derivesTheLongKey();
+    void listsFilesInManifestDb_data();
+    void listsFilesInManifestDb();
 };
 
 void TestSamplePhone::samePlanGivesSameBytes_data()
@@ -73,6 +77,8 @@ void TestSamplePhone::samePlanGivesSameBytes_data()
     QTest::newRow("plain") << SamplePhonePlan{.ios = IosVersion::Ios6, .messages = 200, .filler = 100000};
     QTest::newRow("encrypted, with a log")
         << SamplePhonePlan{.ios = IosVersion::Ios8, .password = u"pw"_s, .iterations = 9, .hasLog = true};
+    QTest::newRow("modern, encrypted, with a log")
+        << SamplePhonePlan{.ios = IosVersion::Ios26, .password = u"pw"_s, .iterations = 9, .hasLog = true};
     QTest::newRow("iOS 5, listed records") << SamplePhonePlan{.ios = IosVersion::Ios5, .records = 2000};
 }
 
@@ -141,7 +147,7 @@ void TestSamplePhone::triggersRun()
                              .sent(u"Mira"_s)
                              .attachment(u"~/Library/SMS/Attachments/0a/10/X/IMG_0001.jpg"_s)
                              .write();
-    QTEST(query(path, change.constData()), "left");
+    QTEST(query(path, change), "left");
 }
 
 // RFC 3394, section 4.6.
@@ -165,6 +171,44 @@ void TestSamplePhone::writesEachFieldOfARecord()
     QCOMPARE(sampleRecordBytes(record).toHex(),
              "0001440002c3b1ffff000000016b81a40102030405060708000001f5000001f5"
              "fffffffe00000000000000000000000500000000840100016effff"_ba);
+}
+
+// The answer is that of Python's hashlib; so was 10,000,000 rounds' ec8edc16...cd9b.
+void TestSamplePhone::derivesTheLongKey()
+{
+    const QByteArray zeros(20, '\0');
+    QCOMPARE(sampleLongPasswordKey(u"0000"_s, zeros, 1000, zeros, 10).toHex(),
+             "34c30bf1e8e59aab27299dc8c33f65be279eb23eaa7c79594b3138a076d64eb0"_ba);
+}
+
+void TestSamplePhone::listsFilesInManifestDb_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("fileID");
+    QTest::newRow("messages") << u"Library/SMS/sms.db"_s << u"3d0d7e5fb2ce288813306e4d4636395e047a3d28"_s;
+    QTest::newRow("address book") << u"Library/AddressBook/AddressBook.sqlitedb"_s
+                                  << u"31bb7ba8914766d4ba40d6dfb6113c8b614be442"_s;
+}
+
+void TestSamplePhone::listsFilesInManifestDb()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, fileID);
+    const QTemporaryDir folder;
+    const QString backup =
+        SamplePhone({.ios = IosVersion::Ios18, .messages = 10}).writeBackup(QDir(folder.path()));
+    const QString manifest = backup + u"/Manifest.db"_s;
+    const QString row = query(manifest, QString(u"SELECT hex(file) FROM Files WHERE flags=1 AND fileID='"_s %
+                                                fileID % u"' AND relativePath='"_s % path % u"'"_s)
+                                            .toUtf8());
+    QCOMPARE(query(manifest, "PRAGMA integrity_check"), u"ok"_s);
+    const auto blob = QByteArray::fromHex(row.toLatin1());
+    plist_t archive = nullptr;
+    plist_from_bin(blob.constData(), uint32_t(blob.size()), &archive);
+    uint64_t size = 0;
+    plist_get_uint_val(plist_access_path(archive, 3, "$objects", 1, "Size"), &size);
+    plist_free(archive);
+    QCOMPARE(qint64(size), QFileInfo(backup % u"/"_s % fileID.first(2) % u"/"_s % fileID).size());
 }
 
 QTEST_GUILESS_MAIN(TestSamplePhone)
