@@ -12,6 +12,7 @@
 #include "ios6messagedb.h"
 #include "jsonlines.h"
 #include "localdatabases.h"
+#include "messagegaps.h"
 #include "messageselection.h"
 #include "messagestore.h"
 #include "source.h"
@@ -79,9 +80,35 @@ CommandResult messagesCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
+<<<<<<< HEAD
     for (const ListedMessage &listed : listedMessages(source, line))
         printJsonLine(
             messageJson(*listed.message, listed.chatIdentifier, hasOwnGuid(source, *listed.message)));
+=======
+    // A text message of iOS 5 has no identifier: the one in its record is made up anew on every load.
+    const bool smsHasGuid = source.db->dbVersion() != 5;
+    for (const ListedMessage &listed : listedMessages(source, line)) {
+        const bool hasGuid = smsHasGuid || listed.message->service != "SMS"_L1;
+        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid, line.emoji));
+    }
+>>>>>>> main
+    return {};
+}
+
+CommandResult gapsCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    const Source source = openSource(line, progress);
+    if (!source.db)
+        return source.refusal;
+    if (source.db->isLocalDatabase())
+        throw std::runtime_error(u"%1: a Local Database gives its messages numbers of its own, which tell no "
+                                 "gaps; name the backup that they came from."_s.arg(line.source)
+                                     .toStdString());
+    const MessageGaps gaps = messageGaps(*source.db, *source.store);
+    for (const MessageGap &gap : gaps.list)
+        printJsonLine(gapJson(gap));
+    printJsonLine(gapsTotalJson(gaps));
     return {};
 }
 
@@ -103,7 +130,7 @@ CommandResult exportCommand(const CommandLine &line)
         return source.refusal;
     const QList<_MsgMessage *> messages = chosenMessages(source, line);
     const InterruptScope interruptible(progress);
-    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved};
+    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved, line.emoji};
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
@@ -166,8 +193,13 @@ CommandResult runCommand(const CommandLine &line)
 {
     using Command = CommandResult (*)(const CommandLine &);
     static const QHash<QString, Command> commands = {
+<<<<<<< HEAD
         {u"backups"_s, listBackupsCommand}, {u"attachments"_s, attachmentsCommand},
         {u"chats"_s, chatsCommand},         {u"messages"_s, messagesCommand},
+=======
+        {u"backups"_s, listBackupsCommand}, {u"chats"_s, chatsCommand},
+        {u"messages"_s, messagesCommand},   {u"gaps"_s, gapsCommand},
+>>>>>>> main
         {u"export"_s, exportCommand},       {u"databases"_s, listDatabasesCommand},
         {u"import"_s, importCommand},       {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);

@@ -1,9 +1,16 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QJsonObject>
 
 class BackupManifest;
+<<<<<<< HEAD
 struct _MsgAttachment;
+=======
+struct MessageGap;
+struct MessageGaps;
+>>>>>>> main
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -14,10 +21,20 @@ QJsonObject backupJson(const BackupManifest &backup);
 
 QJsonObject sessionJson(const _MsgSession &session);
 
+/// Neighbours that a gap doesn't have are null.
+QJsonObject gapJson(const MessageGap &gap);
+/// What is said at the end of all gaps of a source.
+QJsonObject gapsTotalJson(const MessageGaps &gaps);
+
 /// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
 /// null.
+<<<<<<< HEAD
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);
 
 /// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
 QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);
+=======
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji);
+>>>>>>> main
