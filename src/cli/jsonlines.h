@@ -5,12 +5,9 @@
 #include <QJsonObject>
 
 class BackupManifest;
-<<<<<<< HEAD
-struct _MsgAttachment;
-=======
 struct MessageGap;
 struct MessageGaps;
->>>>>>> main
+struct _MsgAttachment;
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -29,12 +26,8 @@ QJsonObject gapsTotalJson(const MessageGaps &gaps);
 /// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
 /// null.
-<<<<<<< HEAD
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji);
 
 /// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
 QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);
-=======
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
-                        EmojiStyle emoji);
->>>>>>> main
