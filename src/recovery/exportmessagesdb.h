@@ -1,6 +1,7 @@
 #pragma once
 
 #include "absformatexport.h"
+#include "extraskeeper.h"
 #include "ios6messagedb.h"
 #include "messagerecords.h"
 
@@ -38,13 +39,19 @@ public:
 private:
     bool canHold(const _MsgMessage &message);
     qint64 chatRowid(const _MsgChat &chat);
+    qint64 handleRowid(const _MsgHandle &handle);
     qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
+    qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
+    void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    /// The row of a message that is there already, 0 for a new one, and by what it is known.
+    std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
     void forgetRun();
 
     IOS6MessageDb db;
+    ExtrasKeeper extras;
     QDir root;
 
     // What this run knows of the database. Nobody else can change these rows while the run lasts.
@@ -54,5 +61,6 @@ private:
 
     // Written once at the end instead of once a message.
     QMap<qint64, int> newestDates;       ///< by chat
+    QMap<qint64, int> newestDeleted;     ///< the same of messages in "Recently Deleted"
     QMap<qint64, QString> lastAddressed; ///< by chat
 };
