@@ -1,6 +1,7 @@
 #include "smsbrowser.h"
 
 #include "fileopener.h"
+#include "pagepictures.h"
 #include "smspagehtml.h"
 #include "stylesheet.h"
 
@@ -21,7 +22,7 @@ constexpr char16_t darkColours[] =
 
 } // namespace
 
-SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent)
+SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent), pictures(new PagePictures(this))
 {
     applyColours();
     setOpenLinks(false);
@@ -99,7 +100,9 @@ void SmsBrowser::goToPage(int number, QTextCursor::MoveOperation cursorTo)
 void SmsBrowser::render(int number)
 {
     page = number;
+    pictures->turnTo(messages.mid((page - 1) * messagesPerPage, messagesPerPage));
     setUpdatesEnabled(false);
+    document()->clear(); // the pictures of the page before
     setHtml(smsPageHtml(messages, page, emoji));
     setUpdatesEnabled(true);
 }
@@ -112,6 +115,11 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
         nextPage();
     else if (url.isLocalFile())
         openWithShell(url.toLocalFile());
+}
+
+QVariant SmsBrowser::loadResource(int type, const QUrl &name)
+{
+    return type == QTextDocument::ImageResource ? QVariant(pictures->image(name)) : QVariant();
 }
 
 void SmsBrowser::changeEvent(QEvent *event)
@@ -129,5 +137,5 @@ void SmsBrowser::applyColours()
     QString colours = QString::fromUtf16(lightColours);
     if (isDarkPalette())
         colours += QString::fromUtf16(darkColours);
-    document()->setDefaultStyleSheet(colours);
+    document()->setDefaultStyleSheet(colours + u" .a{font-size:12px;}"_s);
 }

@@ -1,5 +1,6 @@
 #include "smspagehtml.h"
 
+#include "attachmenthtml.h"
 #include "htmltext.h"
 #include "messagestore.h"
 
@@ -35,9 +36,20 @@ QString titleCell(const _MsgMessage &message)
            cellText(senderLabel(message)) + u"</td>"_s;
 }
 
+/// The text without the markers of attachments, which are shown themselves.
+QString wordsOf(const _MsgMessage &message, EmojiStyle emoji)
+{
+    if (message.attachments.isEmpty())
+        return renderText(message, emoji);
+    _MsgMessage bare = message;
+    bare.attachments.clear();
+    return renderText(bare, emoji);
+}
+
 QString contentCell(const _MsgMessage &message, EmojiStyle emoji)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message, emoji)) + u"</td>"_s;
+    return u"<td width=\"50%\" class=\"c\">"_s + cellText(wordsOf(message, emoji)) +
+           attachmentsHtml(message) + u"</td>"_s;
 }
 
 QString messageHtml(const _MsgMessage &message, EmojiStyle emoji)
