@@ -80,11 +80,12 @@ QStringList told(const _MsgStorePtr &store)
 {
     QStringList lines;
     for (const _MsgMessage *message : allMessages(store))
-        lines.append(QStringList{message->guid, renderText(*message), message->text, message->service,
-                                 message->chat->chat_identifier, message->chat->service_name,
-                                 senderLabel(*message), QString::number(message->chat->_last),
-                                 message->handle ? message->handle->id : u"me"_s, logicHash(*message),
-                                 message->extras ? toldExtras(*message->extras) : u"plain"_s}
+        lines.append(QStringList{
+            message->guid, renderText(*message), message->text, message->service,
+            message->chat->chat_identifier, message->chat->service_name, senderLabel(*message),
+            QString::number(message->chat->_last),
+            message->handle ? QString(message->handle->id + message->handle->person_centric_id) : u"me"_s,
+            logicHash(*message), message->extras ? toldExtras(*message->extras) : u"plain"_s}
                          .join(u'|'));
     lines.sort();
     return lines;
@@ -155,7 +156,10 @@ void TestKeptExtras::everythingReadsBackAlike()
 {
     SmsDbBuilder phone(QDir(dir->path()), IosVersion::Ios26);
     phone.chat(ann, u"RCS"_s).received(u"Hi 🎉"_s).reaction(2006, u"🚀"_s).ownReaction(2001).aimedAt(u"bp:"_s);
-    phone.reply(u"re"_s).effect(u"com.apple.MobileSMS.expressivesend.impact"_s).ownReply(u"re re"_s);
+    phone.samePerson(u"P"_s)
+        .reply(u"re"_s)
+        .effect(u"com.apple.MobileSMS.expressivesend.impact"_s)
+        .ownReply(u"re re"_s);
     phone.sent(u"a"_s).edited(u"b"_s).edited(u"c"_s).sent(u"x"_s).unsent().sent(u"two"_s).unsentPart(1);
     phone.sent(u"w"_s).editedWithoutHistory().received(u"z"_s).deletedPart(0, u"gone"_s).received(u"y"_s);
     phone.recentlyDeleted().sent(u"later"_s).sendLater().received(u"old"_s).inSeconds();
