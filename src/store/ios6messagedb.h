@@ -32,6 +32,7 @@ public:
     void openDb() override;
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
+    void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
@@ -111,6 +112,7 @@ private:
     void readOrphans(_MsgStore &store, MessageRows &rows);
     void readDeletedParts(_MsgStore &store);
 
+    QDir root;
     QString path; ///< of the database
     bool upgrade;
     bool holdsExtras = false; ///< a Local Database that has the tables of our own
