@@ -190,12 +190,13 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
-    MessageRows rows(*store, isModern ? MessageRows::Phone::Modern : MessageRows::Phone::Older);
-    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
-    if (isModern)
+    MessageRows rows(*store);
+    if (isModern) {
         readModernMessages(*store, rows, chatId);
-    else
-        rows.finish();
+        return;
+    }
+    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    rows.finish();
     if (holdsExtras)
         LocalExtras(*this).read(*store);
 }
