@@ -11,16 +11,23 @@
 #include "messagepane.h"
 #include "mytreeview.h"
 #include "passcodedlg.h"
+#include "progressform.h"
 #include "smsdbbuilder.h"
 #include "sourcenodes.h"
 #include "texts.h"
 
 #include <QComboBox>
+#include <QDropEvent>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
+#include <QPrinter>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -92,6 +99,59 @@ DialogPlayer::Step nameDatabase(const QString &name)
     });
 }
 
+DialogPlayer::Step nameFile(const QString &path, const QString &filter)
+{
+    return [=](QWidget *widget) {
+        auto *dialog = qobject_cast<QFileDialog *>(widget);
+        if (!dialog)
+            return false;
+        if (!filter.isEmpty())
+            dialog->selectNameFilter(filter);
+        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+        QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        return true;
+    };
+}
+
+/// Closes the window and cancels the job as soon as a job's dialog shows.
+class CancellingPerson : public QObject
+{
+public:
+    explicit CancellingPerson(QWidget *closedWindow) : window(closedWindow)
+    {
+        qApp->installEventFilter(this);
+    }
+    bool stayedOpen = false;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (auto *form = qobject_cast<ProgressForm *>(watched); form && event->type() == QEvent::Show)
+            QTimer::singleShot(0, form, [this, form] {
+                window->close();
+                stayedOpen = window->isVisible();
+                QTest::mousePress(form->findChild<QPushButton *>(), Qt::LeftButton);
+            });
+        return false;
+    }
+
+private:
+    QWidget *window;
+};
+
+bool dropOn(QWidget &window, const QString &folder)
+{
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(folder)});
+    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    enter.ignore();
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    if (enter.isAccepted())
+        QApplication::sendEvent(&window, &drop);
+    return enter.isAccepted();
+}
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -99,7 +159,7 @@ class TestMainWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { installTexts(translator); }
+    void initTestCase();
     void init();
     void importsWithPasswordWrongThenRight();
     void importsTwiceWithoutDoubles();
@@ -107,11 +167,15 @@ private Q_SLOTS:
     void headerThatIsNotDateTurnsToNewestFirst();
     void deletesSelectionThenConversationThenDatabase();
     void actionsFollowTheNode();
-    void exportsWithTheTypedSuffix();
-    void closingWaitsForTheDialog();
+    void exportsEachFormatWhateverLeaves_data();
+    void exportsEachFormatWhateverLeaves();
+    void printsOnTheChosenPaper();
+    void cancelledJobsLeaveAllAsItWas();
+    void manyAndLongConversationsStayQuick();
 
 private:
-    void makeDatabase(const QString &name);
+    void makeDatabase(const QString &name) { fill(localDatabasesDir().filePath(name)); }
+    void fill(const QString &folder);
     void select(const QString &title);
     template <typename Part>
     Part *part(const QString &name) const
@@ -128,6 +192,13 @@ private:
     std::unique_ptr<MainWindow> window;
 };
 
+void TestMainWindow::initTestCase()
+{
+    installTexts(translator);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setFont(QFont(u"DejaVu Sans"_s)); // what fits on a page hangs on the font
+}
+
 void TestMainWindow::init()
 {
     window.reset();
@@ -136,11 +207,10 @@ void TestMainWindow::init()
     QVERIFY(QDir(defaultBackupRoot()).removeRecursively());
 }
 
-/// A Local Database: two messages with one person, one with another.
-void TestMainWindow::makeDatabase(const QString &name)
+/// A source: two messages with one person, one with another.
+void TestMainWindow::fill(const QString &folder)
 {
-    const QDir root(localDatabasesDir().filePath(name));
-    SmsDbBuilder(root)
+    SmsDbBuilder(QDir(folder))
         .chat(u"+34612345678"_s)
         .received(u"Hola"_s)
         .sent(u"Adios"_s)
@@ -190,14 +260,16 @@ void TestMainWindow::importsWithPasswordWrongThenRight()
 void TestMainWindow::importsTwiceWithoutDoubles()
 {
     const QString sms = SmsDbBuilder(dir->path()).chat(u"+34612345678"_s).received(u"Hola"_s).write();
-    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s)).messages(sms).write();
+    const QString elsewhere = BackupBuilder(QDir(dir->filePath(u"phone"_s))).messages(sms).write();
     open();
     const BoxReader boxes;
-    for (int run = 0; run < 2; ++run) {
-        const DialogPlayer player({loadFirst(), nameDatabase(run ? u"mine"_s : u"Mine"_s)});
-        window->miImportItunes();
+    QVERIFY(!dropOn(*window, dir->path())); // is no backup
+    for (const QString &name : {u"Mine"_s, u"mine"_s}) {
+        const DialogPlayer player({loadFirst(), nameDatabase(name)});
+        QVERIFY(dropOn(*window, elsewhere));
+        QTRY_COMPARE(boxes.texts.size(), name == "Mine"_L1 ? 1 : 2);
+        QTRY_COMPARE(rows(), 1);
         QVERIFY(player.isDone());
-        QCOMPARE(rows(), 1);
     }
     QCOMPARE(localDatabases().size(), 1);
 }
@@ -284,39 +356,117 @@ void TestMainWindow::actionsFollowTheNode()
     QVERIFY(!isOn(u"actDb2I"_s));
 }
 
-void TestMainWindow::exportsWithTheTypedSuffix()
+void TestMainWindow::exportsEachFormatWhateverLeaves_data()
 {
-    makeDatabase(u"Mine"_s);
+    QTest::addColumn<QString>("filter");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("made");
+    QTest::newRow("a typed suffix stays") << u"Text Files(*.txt)"_s << u"out.log"_s << u"out.log"_s;
+    QTest::newRow("doc") << u"Doc Files(*.doc)"_s << u"out"_s << u"out.doc"_s;
+    QTest::newRow("csv") << u"CSV Files(*.csv)"_s << u"out"_s << u"out.csv"_s;
+    QTest::newRow("pdf") << u"PDF Files(*.pdf)"_s << u"out.pdf"_s << u"out-pdf/+34612345678.pdf"_s;
+    QTest::newRow("html") << u"HTML Files(*.html)"_s << u"out.html"_s << u"out-html/+34612345678.html"_s;
+}
+
+void TestMainWindow::exportsEachFormatWhateverLeaves()
+{
+    QFETCH(QString, filter);
+    QFETCH(QString, typed);
+    QFETCH(QString, made);
+    fill(dataRoot().filePath(u"virtual_ios/Phone"_s));
     open();
-    select(u"Mine"_s);
-    const QString path = dir->filePath(u"out.log"_s);
+    select(u"Phone"_s);
     const BoxReader boxes;
-    const DialogPlayer player({[path](QWidget *widget) {
-        auto *dialog = qobject_cast<QFileDialog *>(widget);
-        if (!dialog)
-            return false;
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-        return true;
+    const DialogPlayer::Step name = nameFile(dir->filePath(typed), filter);
+    const DialogPlayer player({[&](QWidget *dialog) {
+        window->iosDeviceDisconnected(nullptr); // the phone leaves while the dialog is open
+        return name(dialog);
     }});
     window->miExport();
     QCOMPARE(boxes.texts, QStringList({u"Successfully exported 3 SMS."_s}));
-    QVERIFY(QFileInfo(path).size() > 0);
+    QVERIFY2(QFileInfo(dir->filePath(made)).size() > 0, qPrintable(made));
+    QCOMPARE(rows(), 0);
 }
 
-void TestMainWindow::closingWaitsForTheDialog()
+void TestMainWindow::printsOnTheChosenPaper()
 {
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    builder.chat(u"+34612345678"_s);
+    for (int i = 0; i < 12; ++i)
+        builder.sent(u"one\ntwo\nthree\nfour\nfive"_s);
+    builder.write();
+    open();
+    select(u"Mine"_s);
+    QList<int> pages;
+    const DialogPlayer player({[&](QWidget *widget) {
+        auto *preview = qobject_cast<QPrintPreviewDialog *>(widget);
+        auto *seen = preview->findChild<QPrintPreviewWidget *>();
+        for (const QPageSize::PageSizeId paper : {QPageSize::A4, QPageSize::A6}) {
+            preview->printer()->setPageSize(QPageSize(paper));
+            seen->updatePreview();
+            pages.append(seen->pageCount());
+        }
+        preview->reject();
+        return true;
+    }});
+    window->miPrint();
+    // A message is 143 units tall and followed by a gap of 30: five stand on A4, two on A6.
+    QCOMPARE(pages, QList<int>({3, 6}));
+}
+
+void TestMainWindow::cancelledJobsLeaveAllAsItWas()
+{
+    constexpr int count = 20'000;
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    builder.chat(u"+34612345678"_s);
+    for (int i = 0; i < count; ++i)
+        builder.sent(u"text %1"_s.arg(i));
+    builder.write();
+    open();
+    const BoxReader yes(QMessageBox::Yes);
+    for (void (MainWindow::*job)() :
+         {&MainWindow::miExportAll, &MainWindow::miBackupAll, &MainWindow::miDelChat}) {
+        window->show();
+        select(u"Mine"_s);
+        QTRY_COMPARE(rows(), count);
+        select(u"+34612345678"_s);
+        const BoxReader boxes;
+        const DialogPlayer::Step file = nameFile(dir->filePath(u"out.txt"_s), {});
+        const DialogPlayer::Step database = nameDatabase(u"New"_s);
+        const DialogPlayer player({[&](QWidget *dialog) { return file(dialog) || database(dialog); }});
+        const CancellingPerson person(window.get());
+        (window.get()->*job)();
+        QVERIFY(person.stayedOpen);
+        QTRY_VERIFY(!window->isVisible());
+        QCOMPARE(boxes.texts, QStringList());
+    }
+    QVERIFY(QDir(dir->path()).isEmpty() && !findLocalDatabase(u"New"_s));
+    QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), count);
+    QCOMPARE(rows(), count);
+}
+
+void TestMainWindow::manyAndLongConversationsStayQuick()
+{
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    QStringList people;
+    for (int i = 0; i < 10'000; ++i) {
+        people.append(u"+34"_s + QString::number(600'000'000 + i));
+        builder.chat(people.last()).received(u"Hola"_s);
+    }
+    builder.group(people.mid(0, 400)).sent(u"Hola a todos"_s).write();
     open();
     window->show();
-    const DialogPlayer player({[this](QWidget *widget) {
-        window->close();
-        const bool stayed = window->isVisible();
-        QMetaObject::invokeMethod(widget, "close", Qt::QueuedConnection);
-        return stayed;
-    }});
-    window->miAbout();
-    QVERIFY(player.isDone());
-    QTRY_VERIFY(!window->isVisible());
+    QElapsedTimer timer;
+    timer.start();
+    select(u"Mine"_s);
+    QTRY_COMPARE(rows(), 10'001);
+    window->grab();
+    const BoxReader boxes;
+    part<QLineEdit>(u"txtHandleKeyword"_s)->setText(people.at(399));
+    QTest::keyClick(part<QLineEdit>(u"txtHandleKeyword"_s), Qt::Key_Return);
+    QCOMPARE(contents(), QStringList{u"Hola a todos"_s}); // the newest, with 5,000 characters of title
+    QVERIFY(window->width() < 3'000);
+    QVERIFY(timer.elapsed() < 20'000);
 }
 
 QTEST_MAIN(TestMainWindow)
