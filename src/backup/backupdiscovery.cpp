@@ -11,12 +11,27 @@ QString defaultBackupRoot()
     return applicationDataParent() + u"/Apple Computer/MobileSync/Backup"_s;
 }
 
+QStringList defaultBackupRoots()
+{
+    QStringList roots{defaultBackupRoot()};
+#ifdef Q_OS_WIN
+    roots.append(QDir::homePath() + u"/Apple/MobileSync/Backup"_s); // of the "Apple Devices" program
+#endif
+    return roots;
+}
+
+bool isBackupFolder(const QDir &folder)
+{
+    const bool hasList = folder.exists(u"Manifest.mbdb"_s) || folder.exists(u"Manifest.db"_s);
+    return hasList && folder.exists(u"Manifest.plist"_s);
+}
+
 QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
 {
     QList<QSharedPointer<BackupManifest>> backups;
     for (const QFileInfo &entry : QDir(root).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
         const QDir folder(entry.absoluteFilePath());
-        if (!folder.exists(u"Manifest.mbdb"_s) || !folder.exists(u"Manifest.plist"_s))
+        if (!isBackupFolder(folder))
             continue;
         try {
             const auto manifest = QSharedPointer<BackupManifest>::create(folder.absolutePath());
@@ -29,12 +44,13 @@ QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
     return backups;
 }
 
-BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password)
+BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password,
+                         JobProgress *progress)
 {
     manifest.loadInfo();
     if (manifest.isEncrypted && !password)
         return BackupOpening::NeedsPassword;
-    if (manifest.isEncrypted && !manifest.unlockKeyBag(*password))
+    if (manifest.isEncrypted && !manifest.unlockKeyBag(*password, progress))
         return BackupOpening::WrongPassword;
     manifest.loadIndex();
     return BackupOpening::Ready;

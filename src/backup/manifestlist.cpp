@@ -1,5 +1,7 @@
 #include "manifestlist.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -8,6 +10,8 @@ namespace
 {
 
 constexpr auto applicationPrefix = "AppDomain-"_L1;
+constexpr std::array containerPrefixes = {"AppDomainGroup-"_L1, "AppDomainPlugin-"_L1,
+                                          "SysContainerDomain-"_L1, "SysSharedContainerDomain-"_L1};
 constexpr QByteArrayView applicationsFolder("Applications");
 
 /// The first byte in UTF-8 of U+E000, from where on the order of UTF-16 is another one.
@@ -48,6 +52,17 @@ _ManifestNode *ManifestDomain::find(QByteArrayView path) const
     return next != entries.cbegin() && std::prev(next)->path == path ? std::prev(next)->inTree : nullptr;
 }
 
+/// Name of the folder below "Applications"; null for a domain that has none.
+QStringView ManifestList::ownFolderName(QStringView domain) const
+{
+    if (domain.startsWith(applicationPrefix))
+        return domain.sliced(applicationPrefix.size());
+    const auto begins = [&](QLatin1StringView prefix) { return domain.startsWith(prefix); };
+    const bool isContainer = ownFolders == OwnFolders::AllContainers &&
+                             std::any_of(containerPrefixes.begin(), containerPrefixes.end(), begins);
+    return isContainer ? domain : QStringView();
+}
+
 // Records that stand side by side are mostly of one domain.
 ManifestDomain &ManifestList::domainOf(const _MbdbString &name)
 {
@@ -58,8 +73,8 @@ ManifestDomain &ManifestList::domainOf(const _MbdbString &name)
         const QString text = name.text();
         domain = &byText[text];
         domain->text = text;
-        if (text.startsWith(applicationPrefix)) {
-            const QByteArray application = QStringView(text).sliced(applicationPrefix.size()).toUtf8();
+        if (const QStringView folder = ownFolderName(text); !folder.isNull()) {
+            const QByteArray application = folder.toUtf8();
             domain->folder = applicationsFolder.toByteArray() + '/' + application + '/';
             applicationsApart &= !application.contains('/');
         }
@@ -99,6 +114,38 @@ void ManifestList::completePaths(ManifestDomain &domain)
         entry.path = madeTexts.emplace_back(entry.path.isEmpty() ? path.chopped(1) : path);
     }
     domain.sortsAsBytes &= isInOrder(domain.folder);
+}
+
+void ManifestList::addMissingFolders(ManifestDomain &domain)
+{
+    const size_t listed = domain.entries.size();
+    const size_t most = 2 * listed + 1000; // a list of endless paths must not fill the memory
+    QSet<QByteArrayView> known;
+    for (const ManifestEntry &entry : domain.entries)
+        known.insert(entry.path);
+    for (size_t i = 0; i < listed; ++i) {
+        const QByteArrayView path = domain.entries[i].path;
+        const _MbdbString domainName = domain.entries[i].node->record.domain;
+        for (qsizetype slash = path.lastIndexOf('/'); slash > 0; slash = path.lastIndexOf('/', slash - 1)) {
+            const QByteArrayView folder = path.first(slash);
+            if (known.contains(folder) || domain.entries.size() >= most)
+                break;
+            known.insert(folder);
+            auto node = std::make_unique<_ManifestNode>();
+            node->record.domain = domainName;
+            node->record.path = {quint16(slash), QByteArray::fromRawData(folder.data(), slash)};
+            node->name = QString::fromUtf8(lastComponent(folder));
+            domain.entries.push_back({folder, std::move(node)});
+        }
+    }
+}
+
+void ManifestList::addMissingFolders()
+{
+    for (auto &named : byText) {
+        if (!named.second.isApplication())
+            addMissingFolders(named.second);
+    }
 }
 
 // Phones list their files nearly in this order.

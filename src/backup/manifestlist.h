@@ -36,7 +36,15 @@ struct ManifestDomain {
 class ManifestList
 {
 public:
+    /// Which domains have a folder of their own below "Applications". The containers that newer phones add
+    /// hold paths such as "Library" too; in the common tree an app could take the place of the messages.
+    enum class OwnFolders { Applications, AllContainers };
+
+    explicit ManifestList(OwnFolders which = OwnFolders::Applications) : ownFolders(which) {}
     void add(_MbdbRecord &&record);
+    /// Adds the folders above the files of the common tree that have no record of their own, so that their
+    /// files don't hang under the root.
+    void addMissingFolders();
     /// Puts the entries of each domain in the order of their paths, a folder before what it holds.
     void sort();
     /// In the order of their texts.
@@ -48,9 +56,12 @@ public:
 
 private:
     ManifestDomain &domainOf(const _MbdbString &name);
+    QStringView ownFolderName(QStringView domain) const;
     QByteArrayView pathOf(ManifestDomain &domain, const _MbdbString &string);
     void completePaths(ManifestDomain &domain);
+    static void addMissingFolders(ManifestDomain &domain);
 
+    OwnFolders ownFolders;
     std::map<QString, ManifestDomain> byText;
     QHash<QByteArray, ManifestDomain *> byName;
     ManifestDomain *lastDomain = nullptr;

@@ -22,9 +22,10 @@ namespace
 
 constexpr qint64 longestPassword = 64 * 1024; // bytes
 
-bool isBackupFolder(const QDir &dir)
+/// Whether a person who names `dir` means a backup, perhaps one that lacks something.
+bool isMeantAsBackup(const QDir &dir)
 {
-    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s);
+    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s) || dir.exists(u"Manifest.db"_s);
 }
 
 bool isPhoneFolder(const QDir &dir)
@@ -46,11 +47,14 @@ QString readPassword(const QString &fileName)
 }
 
 /// Opens a backup, with the password if it wants one; says why when it stays locked.
-CommandResult openLocked(BackupManifest &manifest, const CommandLine &line)
+CommandResult openLocked(BackupManifest &manifest, const CommandLine &line, TerminalProgress &progress)
 {
     BackupOpening opening = openBackup(manifest, std::nullopt);
-    if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty())
-        opening = openBackup(manifest, readPassword(line.passwordFile));
+    if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty()) {
+        const QString password = readPassword(line.passwordFile);
+        const InterruptScope interruptible(progress);
+        opening = openBackup(manifest, password, &progress);
+    }
     switch (opening) {
     case BackupOpening::Ready: return {};
     case BackupOpening::WrongPassword:
@@ -83,9 +87,9 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
                                            CommandResult &refusal)
 {
     const QDir dir(line.source);
-    if (!line.source.isEmpty() && isBackupFolder(dir)) {
+    if (!line.source.isEmpty() && isMeantAsBackup(dir)) {
         BackupManifest manifest(dir.absolutePath());
-        refusal = openLocked(manifest, line);
+        refusal = openLocked(manifest, line, progress);
         if (refusal.status != ExitStatus::Done)
             return nullptr;
         return openMessageDb(cacheBackup(manifest, progress), line.country);
