@@ -3,6 +3,7 @@
 #include "absmessagedb.h"
 #include "messagedbparts.h"
 #include "messageinsertion.h"
+#include "messagerows.h"
 
 #include <QDir>
 #include <QHash>
@@ -10,8 +11,6 @@
 #include <QString>
 
 #include <memory>
-
-class MessageRows;
 
 /// The message database of iOS 6 and later, and the program's own Local Databases, which have the same
 /// shape with a few columns more. Reading leaves a phone's file as it lies; the row operations write
@@ -97,8 +96,7 @@ private:
     static const char *newestModernDates();
     void readLooseHandles(_MsgStore &store);
     void readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId);
-    void readRecentlyDeleted(MessageRows &rows, qint64 chatId);
-    void readOrphans(_MsgStore &store, MessageRows &rows);
+    std::vector<MessageRows::Place> readPlaces(qint64 chatId);
     void readDeletedParts(_MsgStore &store);
 
     QString path; ///< of the database
