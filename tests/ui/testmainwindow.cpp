@@ -10,10 +10,13 @@
 #include "mainwindow.h"
 #include "messagepane.h"
 #include "mytreeview.h"
+#include "openmessagedb.h"
 #include "passcodedlg.h"
 #include "progressform.h"
+#include "smsbrowser.h"
 #include "smsdbbuilder.h"
 #include "sourcenodes.h"
+#include "sourcepane.h"
 #include "texts.h"
 
 #include <QComboBox>
@@ -172,6 +175,7 @@ private Q_SLOTS:
     void printsOnTheChosenPaper();
     void cancelledJobsLeaveAllAsItWas();
     void manyAndLongConversationsStayQuick();
+    void switchesShowWhatIsHiddenAndAreRemembered();
 
 private:
     void makeDatabase(const QString &name) { fill(localDatabasesDir().filePath(name)); }
@@ -467,6 +471,48 @@ void TestMainWindow::manyAndLongConversationsStayQuick()
     QCOMPARE(contents(), QStringList{u"Hola a todos"_s}); // the newest, with 5,000 characters of title
     QVERIFY(window->width() < 3'000);
     QVERIFY(timer.elapsed() < 20'000);
+}
+
+void TestMainWindow::switchesShowWhatIsHiddenAndAreRemembered()
+{
+    SmsDbBuilder builder(QDir(dir->path()), IosVersion::Ios18);
+    builder.chat(u"+34611111111"_s).samePerson(u"ann"_s).received(u"Hola 😀"_s).ownReaction(2000);
+    builder.sent(u"<i>first"_s).edited(u"second"_s);
+    builder.chat(u"ann@example.org"_s).samePerson(u"ann"_s).received(u"Otra"_s).rowid(20);
+    builder.received(u"Borrado"_s).recentlyDeleted().write();
+    open();
+    auto *tree = part<MyTreeView>(u"treeViewDS"_s);
+    const auto conversations = [&] {
+        return tree->model()->rowCount(tree->model()->index(0, 0, tree->model()->index(0, 0)));
+    };
+    const auto addPhone = [&] {
+        IOSDevice phone;
+        phone.deviceName = u"Phone"_s;
+        phone.uniqueDeviceID = dir->path();
+        QSharedPointer<AbsMessageDb> db(openMessageDb(QDir(dir->path()), {}).release());
+        window->findChild<SourcePane *>()->model().addDevice(db, phone);
+        select(u"Phone"_s);
+    };
+    addPhone();
+    QCOMPARE(contents(), QStringList({u"Hola [EMOJI]"_s, u"second"_s, u"Otra"_s}));
+    QCOMPARE(conversations(), 2);
+    for (const QString &name : {u"showEmoji"_s, u"showRecentlyDeleted"_s, u"onePerson"_s, u"showMissing"_s})
+        part<QAction>(name)->trigger();
+    QTRY_COMPARE(contents(), QStringList({u"Hola 😀"_s, u"second"_s, u"Otra"_s, u"Borrado"_s}));
+    QTRY_VERIFY2(part<QLabel>(u"lbNotice"_s)->text().contains(u"missing between"_s),
+                 qPrintable(part<QLabel>(u"lbNotice"_s)->text()));
+    QCOMPARE(conversations(), 1);
+    auto *page = part<SmsBrowser>(u"txtSMS"_s);
+    QVERIFY2(page->toPlainText().contains(u"You loved this"_s), qPrintable(page->toPlainText()));
+    QVERIFY(!page->toPlainText().contains(u"<i>first"_s));
+    const QString link = QRegularExpression(u"/history\\?\\d+"_s).match(page->toHtml()).captured();
+    page->onAnchorClicked(QUrl(link));
+    QVERIFY2(page->toPlainText().contains(u"<i>first"_s), qPrintable(page->toPlainText()));
+    open();
+    tree = part<MyTreeView>(u"treeViewDS"_s);
+    addPhone();
+    QCOMPARE(conversations(), 1);
+    QVERIFY(isOn(u"showEmoji"_s) && part<QAction>(u"showEmoji"_s)->isChecked());
 }
 
 QTEST_MAIN(TestMainWindow)
