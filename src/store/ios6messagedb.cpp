@@ -193,10 +193,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     MessageRows rows(*store);
     if (isModern) {
         readModernMessages(*store, rows, chatId);
-    } else {
-        rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
-        rows.finish();
+        return;
     }
+    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    rows.finish();
     if (holdsExtras)
         LocalExtras(*this).read(*store);
 }
