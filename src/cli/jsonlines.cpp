@@ -1,5 +1,6 @@
 #include "jsonlines.h"
 
+#include "attachmentlist.h"
 #include "backupmanifest.h"
 #include "messagegaps.h"
 #include "messagerecords.h"
@@ -190,4 +191,21 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"attachments"_s, attachmentsJson(message)}};
     addExtras(object, message);
     return object;
+}
+
+QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid)
+{
+    const bool isMissing = attachment.localFile.isEmpty();
+    return {{u"filename"_s, attachment.filename},
+            {u"transfer_name"_s, attachment.transfer_name},
+            {u"mime_type"_s, attachment.mime_type},
+            {u"total_bytes"_s, attachment.total_bytes},
+            {u"localFile"_s, isMissing ? QJsonValue() : QJsonValue(attachment.localFile)},
+            {u"missing"_s, isMissing},
+            {u"reason"_s, isMissing ? QJsonValue(missingReason(attachment)) : QJsonValue()},
+            {u"sticker"_s, attachment.is_sticker != 0},
+            {u"hidden"_s, attachment.hide_attachment != 0},
+            {u"chat_identifier"_s, message.chat ? QJsonValue(message.chat->chat_identifier) : QJsonValue()},
+            {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
+            {u"date"_s, messageDateJson(message.date)}};
 }

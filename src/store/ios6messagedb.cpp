@@ -3,6 +3,7 @@
 #include "appledates.h"
 #include "localextras.h"
 #include "localschema.h"
+#include "messageattachments.h"
 #include "messagerows.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
@@ -65,14 +66,17 @@ constexpr auto handlesOfChats =
 
 } // namespace
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &countryCode, bool upgradeFile)
+    : IOS6MessageDb(rootFolder, messageDbPath(rootFolder), countryCode, upgradeFile)
 {
 }
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
                              bool upgradeFile)
-    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : root(rootFolder)
+    , path(databasePath)
+    , upgrade(upgradeFile)
+    , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -199,4 +203,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     rows.finish();
     if (holdsExtras)
         LocalExtras(*this).read(*store);
+}
+
+void IOS6MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readAttachments(*this, root, *store);
 }

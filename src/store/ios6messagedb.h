@@ -31,6 +31,7 @@ public:
     void openDb() override;
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
+    void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
@@ -105,6 +106,7 @@ private:
     std::vector<MessageRows::Place> readPlaces(qint64 chatId);
     void readDeletedParts(_MsgStore &store);
 
+    QDir root;
     QString path; ///< of the database
     bool upgrade;
     bool holdsExtras = false; ///< a Local Database that has the tables of our own

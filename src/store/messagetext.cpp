@@ -101,7 +101,8 @@ QString textWithMarkers(const _MsgMessage &message)
     if (!message.attachments.isEmpty()) {
         const QList<_MsgAttachment *> attachments = sortedAttachments(message);
         for (const _MsgAttachment *attachment : attachments)
-            text += attachmentMarker(attachment->mime_type);
+            if (attachment->hide_attachment == 0)
+                text += attachmentMarker(attachment->mime_type);
     }
     return text.trimmed();
 }
