@@ -6,6 +6,7 @@
 #include "stylesheet.h"
 
 #include <QEvent>
+#include <QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -15,10 +16,11 @@ namespace
 constexpr char16_t lightColours[] = u".t{font-size:13px;padding:5px 10px} "
                                     ".c,.sc{font-size:14px;padding:5px 10px;background-color:#EEEEEE;}"
                                     ".send{/*background-color:#CEE0EC;*/} .send .t{color:#008040;}"
-                                    ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}";
+                                    ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}"
+                                    ".w{font-size:12px;color:#5A5A5A;}";
 // Comes behind the light ones: their colours can't be read on a dark ground.
-constexpr char16_t darkColours[] =
-    u".c,.sc{background-color:#3A3A3A;} .send .t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
+constexpr char16_t darkColours[] = u".c,.sc{background-color:#3A3A3A;} .w,.w a{color:#B0B0B0;} .send "
+                                   u".t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
 
 } // namespace
 
@@ -32,6 +34,7 @@ SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent), pictures(new Pag
 void SmsBrowser::setMessages(const QList<_MsgMessage *> &shown)
 {
     messages = shown;
+    openHistories.clear();
     page = 0;
     if (messages.isEmpty())
         clear();
@@ -103,7 +106,7 @@ void SmsBrowser::render(int number)
     pictures->turnTo(messages.mid((page - 1) * messagesPerPage, messagesPerPage));
     setUpdatesEnabled(false);
     document()->clear(); // the pictures of the page before
-    setHtml(smsPageHtml(messages, page, emoji));
+    setHtml(smsPageHtml(messages, page, emoji, openHistories));
     setUpdatesEnabled(true);
 }
 
@@ -113,6 +116,8 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
         previousPage();
     else if (url.path() == "/next_page"_L1)
         nextPage();
+    else if (url.path() == "/history"_L1)
+        toggleHistory(url.query().toLongLong());
     else if (url.isLocalFile())
         openWithShell(url.toLocalFile());
 }
@@ -120,6 +125,15 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
 QVariant SmsBrowser::loadResource(int type, const QUrl &name)
 {
     return type == QTextDocument::ImageResource ? QVariant(pictures->image(name)) : QVariant();
+}
+
+void SmsBrowser::toggleHistory(qint64 rowid)
+{
+    if (!openHistories.remove(rowid))
+        openHistories.insert(rowid);
+    const int place = verticalScrollBar()->value();
+    render(page);
+    verticalScrollBar()->setValue(place);
 }
 
 void SmsBrowser::changeEvent(QEvent *event)
