@@ -180,6 +180,26 @@
         <translation>Find no contact with keyword %1.</translation>
     </message>
     <message>
+        <source>IDS_AND_%1_MORE</source>
+        <translation>(and %1 more)</translation>
+    </message>
+    <message>
+        <source>IDS_GAPS_NONE</source>
+        <translation>No messages are missing here, as far as row numbers tell.</translation>
+    </message>
+    <message>
+        <source>IDS_GAPS_NOT_IN_LOCALDB</source>
+        <translation>What is missing can only be told of the phone itself: a Local Database has row numbers of its own.</translation>
+    </message>
+    <message>
+        <source>IDS_SHOW_HISTORY</source>
+        <translation>What it said before</translation>
+    </message>
+    <message>
+        <source>IDS_HIDE_HISTORY</source>
+        <translation>Hide what it said before</translation>
+    </message>
+    <message>
         <source>IDS_LOADING_MESSAGES</source>
         <translation>Loading SMS...</translation>
     </message>
@@ -202,6 +222,22 @@
     <message>
         <source>IDS_SUC_CLEAR_CACHE</source>
         <translation>Successfully cleared cache files.</translation>
+    </message>
+    <message>
+        <source>IDS_MISSING_ATTACHMENTS</source>
+        <translation>Missing Attachments</translation>
+    </message>
+    <message>
+        <source>IDS_MISSING_ATTACHMENTS_%1_%2_%3</source>
+        <translation>%1 of %2 attachments are not in the backup (%3).</translation>
+    </message>
+    <message>
+        <source>IDS_NO_ATTACHMENTS</source>
+        <translation>There are no attachments. Select a phone, a Local Database or a conversation of one first.</translation>
+    </message>
+    <message>
+        <source>IDS_WHY_ATTACHMENTS_ARE_MISSING</source>
+        <translation>A phone that keeps its messages or photos in iCloud leaves their files out of a backup. Open the conversation on the phone, wait until the pictures have come, and make another backup.</translation>
     </message>
     <message>
         <source>IDS_SEL_EXPORT_MESSAGES_PATH</source>

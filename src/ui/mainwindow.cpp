@@ -9,11 +9,13 @@
 #include "messagedeletion.h"
 #include "messagepane.h"
 #include "messagestore.h"
+#include "missingattachmentsdlg.h"
 #include "product.h"
 #include "programicon.h"
 #include "sourceloader.h"
 #include "sourcepane.h"
 #include "stylesheet.h"
+#include "viewswitches.h"
 
 #include <QCloseEvent>
 #include <QDesktopServices>
@@ -51,12 +53,15 @@ MainWindow::MainWindow(QWidget *parent)
     , messages(new MessagePane(this))
     , workers(new MessageWorkers(sources, messages, this))
     , menus(new WindowMenus(this))
+    , views(new ViewSwitches(menus->viewMenu(), sources, messages))
     , advLabel(new QLabel(this))
 {
     build();
     connect(sources, &SourcePane::selectionChanged, this, &MainWindow::onMainTreeSelected);
     connect(sources, &SourcePane::contextMenuWanted, this, &MainWindow::onMainTreeContextMenu);
     connect(messages, &MessagePane::contextMenuWanted, this, &MainWindow::onSMSContextMenu);
+    // Queued: reading what is shown may open a dialog, for which the menu has to be closed.
+    connect(views, &ViewSwitches::contentChanged, this, &MainWindow::showSelected, Qt::QueuedConnection);
     fillStatusBar();
     runFlow([this] { fillSourceTree(sources->model()); });
 }
@@ -167,6 +172,7 @@ void MainWindow::showSelected()
             showSource(source);
         else
             messages->clearMessageViews();
+        views->tellMissing();
     });
 }
 
@@ -341,6 +347,14 @@ void MainWindow::miUnmoutDevice()
     if (source && source->type == IosDeviceNode)
         sources->model().removeNode(source);
     menus->follow(state());
+}
+
+void MainWindow::miMissingAttachments()
+{
+    runFlow([this] {
+        const MessageChoice choice = chooseSource();
+        MissingAttachmentsDlg(listAttachments(choice.messages), this).exec();
+    });
 }
 
 void MainWindow::findMessages()

@@ -9,6 +9,7 @@
 
 class QItemSelection;
 class QLabel;
+class ViewSwitches;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
 
@@ -72,6 +73,8 @@ public Q_SLOTS:
     void miHome();
     void miClearCache();
     void miUnmoutDevice();
+    /// Which attachments of the source aren't there.
+    void miMissingAttachments();
     /// Goes to the field that searches messages.
     void findMessages();
 
@@ -106,6 +109,7 @@ private:
     MessagePane *messages;
     MessageWorkers *workers;
     WindowMenus *menus;
+    ViewSwitches *views;
     QLabel *advLabel;
     int flowsRunning = 0;
     bool closeWanted = false;

@@ -5,6 +5,8 @@
 
 #include <QTextBrowser>
 
+class PagePictures;
+
 /// A conversation in pages of 50 messages. Its cost doesn't grow with the conversation.
 class SmsBrowser : public QTextBrowser
 {
@@ -31,8 +33,11 @@ public:
     int pageCount() const;
 
 public Q_SLOTS:
-    /// Turns the page or opens a local file.
+    /// Turns the page, shows or hides a message's history, or opens a local file.
     void onAnchorClicked(const QUrl &url);
+
+    /// Pictures of the page; nothing else is loaded, from nowhere.
+    QVariant loadResource(int type, const QUrl &name) override;
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -40,9 +45,12 @@ protected:
 private:
     void goToPage(int number, QTextCursor::MoveOperation cursorTo);
     void render(int number);
+    void toggleHistory(qint64 rowid);
     void applyColours();
 
     QList<_MsgMessage *> messages;
+    PagePictures *pictures;
     int page = 0;
+    QSet<qint64> openHistories; ///< rowids of messages that show what they said before
     EmojiStyle emoji = EmojiStyle::Markers;
 };
