@@ -1,6 +1,7 @@
 #include "backupmanifest.h"
 
 #include "backupfiles.h"
+#include "backuprewrite.h"
 #include "filetools.h"
 #include "keybag.h"
 #include "manifesttree.h"
@@ -62,7 +63,7 @@ void BackupManifest::loadIndex()
 {
     if (!rootNode.children.isEmpty())
         return;
-    const QString path = backupDir.absoluteFilePath(u"Manifest.mbdb"_s);
+    const QString path = standingManifest(backupDir);
     manifestBytes = readMbdbBytes(path);
     buildManifestTree(*this, manifestBytes, path);
 }
