@@ -11,12 +11,18 @@ QString defaultBackupRoot()
     return applicationDataParent() + u"/Apple Computer/MobileSync/Backup"_s;
 }
 
+bool isBackupFolder(const QDir &folder)
+{
+    const bool hasList = folder.exists(u"Manifest.mbdb"_s) || folder.exists(u"Manifest.db"_s);
+    return hasList && folder.exists(u"Manifest.plist"_s);
+}
+
 QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
 {
     QList<QSharedPointer<BackupManifest>> backups;
     for (const QFileInfo &entry : QDir(root).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
         const QDir folder(entry.absoluteFilePath());
-        if (!folder.exists(u"Manifest.mbdb"_s) || !folder.exists(u"Manifest.plist"_s))
+        if (!isBackupFolder(folder))
             continue;
         try {
             const auto manifest = QSharedPointer<BackupManifest>::create(folder.absolutePath());

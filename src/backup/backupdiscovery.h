@@ -9,8 +9,11 @@
 /// Folder in which iTunes keeps its backups. It need not exist.
 QString defaultBackupRoot();
 
-/// The backups in `root`, described (`loadInfo`) and sorted by folder name. A folder without both
-/// "Manifest.mbdb" and "Manifest.plist" is no backup; one that can't be read is logged and passed over.
+/// Whether `folder` has "Manifest.plist" and a list of files, "Manifest.mbdb" or "Manifest.db".
+bool isBackupFolder(const QDir &folder);
+
+/// The backups in `root`, described (`loadInfo`) and sorted by folder name. One that can't be read is logged
+/// and passed over.
 QList<QSharedPointer<BackupManifest>> listBackups(const QString &root);
 
 enum class BackupOpening { Ready, NeedsPassword, WrongPassword };

@@ -1,6 +1,7 @@
 #include "backupfiles.h"
 #include "backupmanifest.h"
 #include "keybag.h"
+#include "paddedcipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>
@@ -17,17 +18,31 @@ constexpr qsizetype keyPrefixSize = 4;
 class FileCipher
 {
 public:
-    FileCipher(const _MbdbRecord &fileRecord, Aes256 fileAes) : record(fileRecord), aes(std::move(fileAes)) {}
+    FileCipher() = default;
+    FileCipher(const FileCipher &) = delete;
+    FileCipher &operator=(const FileCipher &) = delete;
+    virtual ~FileCipher() = default;
 
-    /// The plain bytes of the next block. `done` counts the bytes read so far, these included.
-    QByteArray plainBlock(const char *data, int length, qint64 done)
+    /// Plain bytes after the next block; nothing when its length is no multiple of 16. `done` counts the
+    /// bytes read so far, these included.
+    virtual std::optional<QByteArray> plainBlock(const char *data, int length, qint64 done) = 0;
+    /// What is still to come after the last block.
+    virtual QByteArray rest() { return {}; }
+};
+
+/// Padding goes by the length that the record names. A whole block of it stays.
+class LengthCipher final : public FileCipher
+{
+public:
+    LengthCipher(const _MbdbRecord &fileRecord, Aes256 fileAes) : record(fileRecord), aes(std::move(fileAes))
+    {
+    }
+
+    std::optional<QByteArray> plainBlock(const char *data, int length, qint64 done) override
     {
         QByteArray plain = decryptBlock(aes, data, length, iv);
-        if (plain.isEmpty()) {
-            const QString text = u"%1, POLARSSL_ERR_AES_INVALID_INPUT_LENGTH."_s;
-            throw std::runtime_error(text.arg(recordFileName(record)).toStdString());
-        }
-        // Padding goes by the length that the record names. A whole block of it stays.
+        if (plain.isEmpty())
+            return std::nullopt;
         const quint32 excess = quint32(done) - quint32(record.fileLength);
         if (excess >= 1 && excess <= 15)
             plain.chop(excess);
@@ -40,18 +55,47 @@ private:
     unsigned char iv[16] = {};
 };
 
-/// Nothing when the file is to be copied as it lies: the backup is plain, or the file has no key.
-std::optional<FileCipher> cipherOf(const BackupManifest &manifest, const _MbdbRecord &record)
+/// Padding goes by what stands at the end.
+class PaddingCipher final : public FileCipher
+{
+public:
+    PaddingCipher(const _MbdbRecord &fileRecord, Aes256 aes) : record(fileRecord), cipher(std::move(aes)) {}
+
+    std::optional<QByteArray> plainBlock(const char *data, int length, qint64) override
+    {
+        return cipher.next(data, length);
+    }
+    QByteArray rest() override { return cipher.last(record.path.text()); }
+
+private:
+    const _MbdbRecord &record;
+    PaddedCipher cipher;
+};
+
+[[noreturn]] void throwNoKey(const _MbdbRecord &record)
+{
+    const QString text =
+        u"%1: the key of the file doesn't open, the backup is damaged. Make the backup again."_s;
+    throw std::runtime_error(text.arg(record.path.text()).toStdString());
+}
+
+/// Null when the file is to be copied as it lies: the backup is plain, or the file has no key. In a newer
+/// backup a key that doesn't open is an error.
+std::unique_ptr<FileCipher> cipherOf(const BackupManifest &manifest, const _MbdbRecord &record)
 {
     if (!manifest.isEncrypted)
-        return std::nullopt;
+        return nullptr;
     QByteArray key = fileKey(manifest.keyBagClasses, qint8(record.protectionClass),
                              record.encryptionKey.bytes.mid(keyPrefixSize));
     const auto keyGoes = qScopeGuard([&] { wipe(key); });
     std::optional<Aes256> aes = Aes256::forDecryption(key);
-    if (!aes)
-        return std::nullopt;
-    return FileCipher(record, std::move(*aes));
+    if (aes && manifest.isModern)
+        return std::make_unique<PaddingCipher>(record, std::move(*aes));
+    if (aes)
+        return std::make_unique<LengthCipher>(record, std::move(*aes));
+    if (manifest.isModern && record.encryptionKey.isPresent())
+        throwNoKey(record);
+    return nullptr;
 }
 
 void writeAll(QFile &target, const char *data, qint64 length)
@@ -60,7 +104,12 @@ void writeAll(QFile &target, const char *data, qint64 length)
         throwFileError(target);
 }
 
-void copyBlocks(QFile &source, QFile &target, std::optional<FileCipher> &cipher, void *userData,
+[[noreturn]] void throwOddLength(const QString &name)
+{
+    throw std::runtime_error(u"%1, POLARSSL_ERR_AES_INVALID_INPUT_LENGTH."_s.arg(name).toStdString());
+}
+
+void copyBlocks(QFile &source, QFile &target, FileCipher *cipher, const QString &name, void *userData,
                 ProgressCallback callback)
 {
     const qint64 total = source.size();
@@ -71,13 +120,19 @@ void copyBlocks(QFile &source, QFile &target, std::optional<FileCipher> &cipher,
             throwFileError(source);
         done += length;
         if (cipher) {
-            const QByteArray plain = cipher->plainBlock(block, int(length), done);
-            writeAll(target, plain.constData(), plain.size());
+            const std::optional<QByteArray> plain = cipher->plainBlock(block, int(length), done);
+            if (!plain)
+                throwOddLength(name);
+            writeAll(target, plain->constData(), plain->size());
         } else {
             writeAll(target, block, length);
         }
         if (callback)
             callback(total, done, userData);
+    }
+    if (cipher) {
+        const QByteArray rest = cipher->rest();
+        writeAll(target, rest.constData(), rest.size());
     }
 }
 
@@ -92,16 +147,40 @@ void closeWithDate(QFile &target, quint32 seconds)
         throwFileError(target);
 }
 
+/// Where the file of `record` lies, or would lie if it were there. Newer backups sort their files into
+/// folders named after the first two digits, and an unfinished one has some in "Snapshot".
+QString listedPlace(const BackupManifest &manifest, const _MbdbRecord &record)
+{
+    const QString name = recordFileName(record);
+    if (!manifest.isModern)
+        return manifest.backupDir.absoluteFilePath(name);
+    const QString sorted = name.first(2) + u'/' + name;
+    const QStringList places{sorted, name, u"Snapshot/"_s + sorted, u"Snapshot/"_s + name};
+    for (const QString &place : places) {
+        const QString path = manifest.backupDir.absoluteFilePath(place);
+        if (QFileInfo(path).isFile())
+            return path;
+    }
+    return manifest.backupDir.absoluteFilePath(sorted);
+}
+
+/// Whether no link leads out of the backup.
+bool isInside(const BackupManifest &manifest, const QFileInfo &file)
+{
+    const QString root = manifest.backupDir.canonicalPath();
+    if (manifest.isModern)
+        return file.canonicalFilePath().startsWith(root + u'/');
+    return !file.isSymLink() || QFileInfo(file.canonicalFilePath()).absolutePath() == root;
+}
+
 } // namespace
 
 std::optional<QString> BackupManifest::sourceFile(const _MbdbRecord &record) const
 {
-    const QFileInfo file(backupDir.absoluteFilePath(recordFileName(record)));
+    const QFileInfo file(listedPlace(*this, record));
     if (!file.exists())
         return std::nullopt;
-    const bool isInside =
-        !file.isSymLink() || QFileInfo(file.canonicalFilePath()).absolutePath() == backupDir.canonicalPath();
-    if (file.isFile() && isInside)
+    if (file.isFile() && isInside(*this, file))
         return file.absoluteFilePath();
     qWarning("%ls is no file of this backup, it is left out", qUtf16Printable(file.absoluteFilePath()));
     return std::nullopt;
@@ -110,7 +189,7 @@ std::optional<QString> BackupManifest::sourceFile(const _MbdbRecord &record) con
 void BackupManifest::extractFile(const _ManifestNode *node, const QString &destination, void *userData,
                                  ProgressCallback callback) const
 {
-    const QString path = backupDir.absoluteFilePath(recordFileName(node->record));
+    const QString path = listedPlace(*this, node->record);
     if (QFileInfo::exists(path) && !sourceFile(node->record))
         throw std::runtime_error(u"%1 is no file of this backup"_s.arg(path).toStdString());
     QFile source(path);
@@ -119,8 +198,8 @@ void BackupManifest::extractFile(const _ManifestNode *node, const QString &desti
     if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         throwFileError(target);
     auto halfFileGoes = qScopeGuard([&] { target.remove(); });
-    std::optional<FileCipher> cipher = cipherOf(*this, node->record);
-    copyBlocks(source, target, cipher, userData, callback);
+    const std::unique_ptr<FileCipher> cipher = cipherOf(*this, node->record);
+    copyBlocks(source, target, cipher.get(), recordFileName(node->record), userData, callback);
     closeWithDate(target, node->record.mtime);
     halfFileGoes.dismiss();
 }

@@ -2,14 +2,19 @@
 
 #include "backupfiles.h"
 #include "backuprewrite.h"
+#include "boundedbytes.h"
 #include "filetools.h"
 #include "keybag.h"
+#include "manifestdb.h"
 #include "manifesttree.h"
 #include "mbdbreader.h"
+#include "paddedcipher.h"
 #include "plistguard.h"
 #include "plistvalue.h"
 
 #include <QFileInfo>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +32,40 @@ PlistValue readPlist(const QString &path)
     if (!plist.isDictionary())
         qWarning("%ls is no property list; the backup is shown without its details", qUtf16Printable(path));
     return plist;
+}
+
+/// A backup that says nothing of it counts as finished.
+bool isSnapshotFinished(const QDir &folder)
+{
+    QFile file(folder.absoluteFilePath(u"Status.plist"_s));
+    if (!file.exists())
+        return true;
+    const PlistValue state =
+        PlistValue::parse(readWholeFile(file, largestPlist), true).value(u"SnapshotState"_s);
+    return !state.isString() || state.toString() == "finished"_L1;
+}
+
+bool isDatabase(const QString &path)
+{
+    constexpr QByteArrayView header("SQLite format 3\0", 16);
+    QFile file(path);
+    openForReading(file);
+    return file.read(header.size()) == header;
+}
+
+/// Writes the list of an encrypted backup to `plain`.
+void decipherList(const BackupManifest &manifest, const QString &path, const QString &plain)
+{
+    constexpr qsizetype classSize = 4;
+    const std::optional<quint32> protectionClass = readLittleEndian<quint32>(manifest.manifestKey);
+    QByteArray key = fileKey(manifest.keyBagClasses, int(protectionClass.value_or(0)),
+                             manifest.manifestKey.mid(classSize));
+    const auto keyGoes = qScopeGuard([&] { wipe(key); });
+    if (key.isEmpty())
+        throw std::runtime_error("its key is missing or doesn't open");
+    decipherFile(path, plain, key);
+    if (!isDatabase(plain))
+        throw std::runtime_error("it is no database, or damaged");
 }
 
 } // namespace
@@ -52,6 +91,9 @@ void BackupManifest::loadInfo()
     serialNumber = lockdown.value(u"SerialNumber"_s).toString();
     isEncrypted = root.value(u"IsEncrypted"_s).toBool();
     backupKeyBag = root.value(u"BackupKeyBag"_s).toByteArray();
+    isModern = hasManifestDb(backupDir.path());
+    manifestKey = root.value(u"ManifestKey"_s).toByteArray();
+    isFinished = !isModern || isSnapshotFinished(backupDir);
     // A phone's name is short; a file may claim one that would fill the memory when it is put in.
     const QString phone = deviceName.left(longestNameShown);
     const QString folder = backupDir.dirName();
@@ -63,9 +105,43 @@ void BackupManifest::loadIndex()
 {
     if (!rootNode.children.isEmpty())
         return;
+    isModern = hasManifestDb(backupDir.path());
+    if (isModern)
+        return loadManifestDb();
     const QString path = standingManifest(backupDir);
     manifestBytes = readMbdbBytes(path);
     buildManifestTree(*this, manifestBytes, path);
+}
+
+void BackupManifest::loadManifestDb()
+{
+    const QString path = backupDir.absoluteFilePath(u"Manifest.db"_s);
+    try {
+        const QTemporaryDir room;
+        const QString plain = room.filePath(u"Manifest.db"_s);
+        const bool isEnciphered = isEncrypted && !isDatabase(path);
+        if (isEnciphered)
+            decipherList(*this, path, plain);
+        ManifestList list(ManifestList::OwnFolders::AllContainers);
+        readManifestDb(isEnciphered ? plain : path, list, manifestTexts);
+        buildManifestTree(*this, list);
+    } catch (const std::runtime_error &error) {
+        const QString text = u"%1: the list of files can't be read: %2. Make the backup again."_s;
+        throw std::runtime_error(text.arg(path, QString::fromUtf8(error.what())).toStdString());
+    }
+}
+
+const _ManifestNode *BackupManifest::findFile(const QString &domain, const QString &relativePath) const
+{
+    std::call_once(pathsAreGathered, [this] {
+        QList<const _ManifestNode *> pending(rootNode.children.cbegin(), rootNode.children.cend());
+        while (!pending.isEmpty()) {
+            const _ManifestNode *node = pending.takeLast();
+            nodesByPath.insert(node->record.domain.text() + u'-' + node->record.path.text(), node);
+            pending.append(QList<const _ManifestNode *>(node->children.cbegin(), node->children.cend()));
+        }
+    });
+    return nodesByPath.value(domain + u'-' + relativePath);
 }
 
 bool BackupManifest::unlockKeyBag(const QString &password)

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "manifestnode.h"
+#include "textarena.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QMap>
 #include <QObject>
 
+#include <mutex>
 #include <optional>
 
 /// Told of each block that is copied: bytes of the source in all and so far, and what the caller
@@ -16,6 +18,9 @@ using ProgressCallback = void (*)(qint64 total, qint64 done, void *userData);
 /// One iTunes backup folder. Order of calls: constructor, `loadInfo`, `unlockKeyBag` if `isEncrypted`,
 /// `loadIndex`, then any number of `extractFile`, the last also on another thread. Nothing here ever
 /// writes to the folder. All failures are `std::runtime_error`.
+///
+/// A backup is modern when it has the list that phones make since iOS 10, "Manifest.db"; it is then read
+/// instead of "Manifest.mbdb", also where an older one still lies beside it.
 class BackupManifest : public QObject
 {
     Q_OBJECT
@@ -28,7 +33,8 @@ public:
     /// Reads "Manifest.plist". One that is missing or can't be read throws; one that is no property
     /// list leaves the fields at their defaults.
     void loadInfo();
-    /// Reads "Manifest.mbdb" into `rootNode` and the collections; does nothing when the tree is there.
+    /// Reads "Manifest.mbdb" or "Manifest.db" into `rootNode` and the collections; does nothing when the
+    /// tree is there. An encrypted "Manifest.db" wants `unlockKeyBag` first.
     void loadIndex();
     /// Opens the keybag. False means a wrong password. A keybag that asks for more rounds of key
     /// derivation than a person could wait for throws.
@@ -37,6 +43,10 @@ public:
     /// on the phone. Throws, and leaves no half file, when anything can't be read or written.
     void extractFile(const _ManifestNode *node, const QString &destination, void *userData = nullptr,
                      ProgressCallback callback = nullptr) const;
+    /// The node of what the phone has as `relativePath` in `domain`, such as "MediaDomain" and
+    /// "Library/SMS/Attachments/...", both exactly as listed; null when the backup doesn't list it. The
+    /// first call gathers all paths. For any thread once the tree is there.
+    const _ManifestNode *findFile(const QString &domain, const QString &relativePath) const;
     /// Path of the file of `record` inside the folder, or nothing when there is none or a link leads
     /// out of the folder.
     std::optional<QString> sourceFile(const _MbdbRecord &record) const;
@@ -53,6 +63,9 @@ public:
     bool isEncrypted = false;
     QByteArray backupKeyBag;
     QString displayName;
+    bool isModern = false;
+    bool isFinished = true; ///< false when a modern backup says that it was broken off
+    QByteArray manifestKey; ///< class and wrapped key of an encrypted "Manifest.db"
 
     const QDir backupDir;
     /// The strings of its records point into memory of this object: copy them deep to keep them longer.
@@ -85,5 +98,10 @@ public:
     QMap<int, _ManifestNode *> voicemailsById;
 
 private:
+    void loadManifestDb();
+
     QByteArray manifestBytes;
+    TextArena manifestTexts;
+    mutable std::once_flag pathsAreGathered;
+    mutable QHash<QString, const _ManifestNode *> nodesByPath; ///< by domain, "-" and path
 };

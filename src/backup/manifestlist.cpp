@@ -8,6 +8,8 @@ namespace
 {
 
 constexpr auto applicationPrefix = "AppDomain-"_L1;
+constexpr std::array containerPrefixes = {"AppDomainGroup-"_L1, "AppDomainPlugin-"_L1,
+                                          "SysContainerDomain-"_L1, "SysSharedContainerDomain-"_L1};
 constexpr QByteArrayView applicationsFolder("Applications");
 
 /// The first byte in UTF-8 of U+E000, from where on the order of UTF-16 is another one.
@@ -48,6 +50,17 @@ _ManifestNode *ManifestDomain::find(QByteArrayView path) const
     return next != entries.cbegin() && std::prev(next)->path == path ? std::prev(next)->inTree : nullptr;
 }
 
+/// Name of the folder below "Applications"; null for a domain that has none.
+QStringView ManifestList::ownFolderName(QStringView domain) const
+{
+    if (domain.startsWith(applicationPrefix))
+        return domain.sliced(applicationPrefix.size());
+    const auto begins = [&](QLatin1StringView prefix) { return domain.startsWith(prefix); };
+    const bool isContainer = ownFolders == OwnFolders::AllContainers &&
+                             std::any_of(containerPrefixes.begin(), containerPrefixes.end(), begins);
+    return isContainer ? domain : QStringView();
+}
+
 // Records that stand side by side are mostly of one domain.
 ManifestDomain &ManifestList::domainOf(const _MbdbString &name)
 {
@@ -58,8 +71,8 @@ ManifestDomain &ManifestList::domainOf(const _MbdbString &name)
         const QString text = name.text();
         domain = &byText[text];
         domain->text = text;
-        if (text.startsWith(applicationPrefix)) {
-            const QByteArray application = QStringView(text).sliced(applicationPrefix.size()).toUtf8();
+        if (const QStringView folder = ownFolderName(text); !folder.isNull()) {
+            const QByteArray application = folder.toUtf8();
             domain->folder = applicationsFolder.toByteArray() + '/' + application + '/';
             applicationsApart &= !application.contains('/');
         }

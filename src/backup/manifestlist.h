@@ -36,6 +36,11 @@ struct ManifestDomain {
 class ManifestList
 {
 public:
+    /// Which domains have a folder of their own below "Applications". The containers that newer phones add
+    /// hold paths such as "Library" too; in the common tree an app could take the place of the messages.
+    enum class OwnFolders { Applications, AllContainers };
+
+    explicit ManifestList(OwnFolders which = OwnFolders::Applications) : ownFolders(which) {}
     void add(_MbdbRecord &&record);
     /// Puts the entries of each domain in the order of their paths, a folder before what it holds.
     void sort();
@@ -48,9 +53,11 @@ public:
 
 private:
     ManifestDomain &domainOf(const _MbdbString &name);
+    QStringView ownFolderName(QStringView domain) const;
     QByteArrayView pathOf(ManifestDomain &domain, const _MbdbString &string);
     void completePaths(ManifestDomain &domain);
 
+    OwnFolders ownFolders;
     std::map<QString, ManifestDomain> byText;
     QHash<QByteArray, ManifestDomain *> byName;
     ManifestDomain *lastDomain = nullptr;

@@ -107,6 +107,11 @@ void buildManifestTree(BackupManifest &manifest, const QByteArray &content, cons
 {
     ManifestList list;
     forEachRecord(content, path, [&](_MbdbRecord &&record) { list.add(std::move(record)); });
+    buildManifestTree(manifest, list);
+}
+
+void buildManifestTree(BackupManifest &manifest, ManifestList &list)
+{
     list.sort();
     TreeBuilder builder(manifest);
     for (auto &[text, domain] : list.domains())

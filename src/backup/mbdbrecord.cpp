@@ -16,10 +16,10 @@ QString mbdbFileName(const QString &domain, const QString &path)
 
 QString recordFileName(const _MbdbRecord &record)
 {
-    return BackupFileName().of(record);
+    return record.fileId.isEmpty() ? BackupFileName().of(record) : QString::fromLatin1(record.fileId);
 }
 
 bool isEmptyEntry(const _MbdbRecord &record)
 {
-    return record.fileLength == 0 && record.linkTarget.text().isEmpty();
+    return !record.isFile && record.fileLength == 0 && record.linkTarget.text().isEmpty();
 }

@@ -44,6 +44,8 @@ struct _MbdbRecord {
     quint64 fileLength = 0; ///< bytes of the plain file
     quint8 protectionClass = 0;
     QList<_MbdbProperty> properties;
+    QByteArray fileId;   ///< name of the file in the backup, where the list tells it; else it follows
+    bool isFile = false; ///< the list says that this is a file, however long
 
     friend bool operator==(const _MbdbRecord &, const _MbdbRecord &) = default;
 };
@@ -53,5 +55,6 @@ struct _MbdbRecord {
 QString mbdbFileName(const QString &domain, const QString &path);
 QString recordFileName(const _MbdbRecord &record);
 
-/// Whether `record` stands for a folder: no length and no link target. An empty file looks the same.
+/// Whether `record` stands for a folder: no length and no link target. An empty file looks the same in a
+/// list that doesn't tell files apart.
 bool isEmptyEntry(const _MbdbRecord &record);

@@ -22,9 +22,10 @@ namespace
 
 constexpr qint64 longestPassword = 64 * 1024; // bytes
 
-bool isBackupFolder(const QDir &dir)
+/// Whether a person who names `dir` means a backup, perhaps one that lacks something.
+bool isMeantAsBackup(const QDir &dir)
 {
-    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s);
+    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s) || dir.exists(u"Manifest.db"_s);
 }
 
 bool isPhoneFolder(const QDir &dir)
@@ -83,7 +84,7 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
                                            CommandResult &refusal)
 {
     const QDir dir(line.source);
-    if (!line.source.isEmpty() && isBackupFolder(dir)) {
+    if (!line.source.isEmpty() && isMeantAsBackup(dir)) {
         BackupManifest manifest(dir.absolutePath());
         refusal = openLocked(manifest, line);
         if (refusal.status != ExitStatus::Done)

@@ -5,6 +5,7 @@
 #include "ios6restoremessagesthread.h"
 #include "itunescachesmsthread.h"
 #include "jobprogress.h"
+#include "manifestdb.h"
 #include "manifestwriter.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
@@ -31,7 +32,7 @@ void openForMessages(BackupManifest &manifest)
     manifest.loadInfo();
     if (manifest.isEncrypted)
         refuse(backup, QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_ENCRYPT"));
-    if (!backup.exists(manifestName) && backup.exists(u"Manifest.db"_s))
+    if (hasManifestDb(backup.path()))
         refuse(backup, QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_TOO_NEW"));
     finishRewrite(backup);
     manifest.loadIndex();

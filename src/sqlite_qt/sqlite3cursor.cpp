@@ -88,12 +88,17 @@ qint64 Sqlite3Cursor::getInt64(int index) const
     return index < 0 ? 0 : sqlite3_column_int64(statement->get(), index);
 }
 
-QByteArray Sqlite3Cursor::getBlob(int index) const
+QByteArrayView Sqlite3Cursor::getBytes(int index) const
 {
     if (index < 0)
         return {};
     const auto *bytes = static_cast<const char *>(sqlite3_column_blob(statement->get(), index));
-    return QByteArray(bytes, sqlite3_column_bytes(statement->get(), index));
+    return bytes ? QByteArrayView(bytes, sqlite3_column_bytes(statement->get(), index)) : QByteArrayView();
+}
+
+QByteArray Sqlite3Cursor::getBlob(int index) const
+{
+    return getBytes(index).toByteArray();
 }
 
 bool Sqlite3Cursor::isNull(int index) const

@@ -46,6 +46,8 @@ public:
     bool isNull(int index) const;
     /// The column as UTF-8, in SQLite's own memory: good until the next step.
     QByteArrayView getUtf8(int index) const;
+    /// The column as bytes, in SQLite's own memory: good until the next step.
+    QByteArrayView getBytes(int index) const;
 
     /// The current row, each value in the variant type of its storage class; NULL is an invalid variant.
     Sqlite3Row getRow() const;

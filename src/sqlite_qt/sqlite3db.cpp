@@ -3,6 +3,8 @@
 #include "sqlite3stmt.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QUrl>
 
 #include <sqlite3.h>
 
@@ -47,10 +49,23 @@ Sqlite3DB::~Sqlite3DB()
 
 void Sqlite3DB::openThrow(const QString &path, int flags)
 {
+    openNamedThrow(path, path.toUtf8(), flags);
+}
+
+void Sqlite3DB::openImmutableThrow(const QString &path)
+{
+    QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    url.setQuery(u"immutable=1"_s);
+    openNamedThrow(path, url.toEncoded(), sqliteReadOnly | SQLITE_OPEN_URI);
+}
+
+/// `name` is what SQLite is given; `path` stands in what is thrown.
+void Sqlite3DB::openNamedThrow(const QString &path, const QByteArray &name, int flags)
+{
     close();
     sqlite3 *raw = nullptr;
     // One thread at a time uses a connection: a lock around every column would be a fifth of a read.
-    const int result = sqlite3_open_v2(path.toUtf8().constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int result = sqlite3_open_v2(name.constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<sqlite3, Closer> opened(raw); // SQLite hands out a connection even when opening fails
     if (result != SQLITE_OK) {
         const char *message = raw ? sqlite3_errmsg(raw) : sqlite3_errstr(result);

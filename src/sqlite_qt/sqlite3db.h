@@ -36,6 +36,9 @@ public:
     /// Opens `path`, waiting up to five seconds for another process's lock in all later work. On
     /// failure the connection stays closed.
     void openThrow(const QString &path, int flags);
+    /// Opens `path` for reading without looking for a journal or a write-ahead log and without making any
+    /// file beside it, so that a folder nobody may write to serves too. Nobody changes the file meanwhile.
+    void openImmutableThrow(const QString &path);
     /// Harmless when not open. Cursors that are still alive keep their rows.
     void close();
 
@@ -75,6 +78,8 @@ private:
     struct Closer {
         void operator()(sqlite3 *db) const noexcept;
     };
+    void openNamedThrow(const QString &path, const QByteArray &name, int flags);
+
     std::unique_ptr<sqlite3, Closer> connection;
     std::shared_ptr<StatementCache> statements;
 };

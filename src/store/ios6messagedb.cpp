@@ -50,6 +50,9 @@ constexpr std::array handleFields = {
     HandleField{"uncanonicalized_id"_L1, &_MsgHandle::uncanonicalized_id},
     HandleField{"_ct_name"_L1, &_MsgHandle::_ct_name},
     HandleField{"_photo"_L1, &_MsgHandle::_photo},
+    HandleField{"person_centric_id"_L1, &_MsgHandle::person_centric_id},
+    HandleField{"_person_centric_id"_L1, &_MsgHandle::person_centric_id}, // of a Local Database
+    HandleField{"_contact"_L1, &_MsgHandle::_contact},
 };
 
 constexpr std::array messageFields = {

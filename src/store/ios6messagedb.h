@@ -32,6 +32,7 @@ public:
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     int dbVersion() override { return 6; }
+    bool isLocalDatabase() override;
 
     // The schema as the file tells it. Each call below opens the file first.
 

@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "aboutusform.h"
+#include "backupdiscovery.h"
 #include "boxes.h"
 #include "datalocations.h"
 #include "fileopener.h"
@@ -39,8 +40,7 @@ QString droppedBackup(const QMimeData &data)
     if (urls.size() != 1 || !urls.first().isLocalFile())
         return {};
     const QDir folder(urls.first().toLocalFile());
-    const bool isBackup = folder.exists(u"Manifest.mbdb"_s) && folder.exists(u"Manifest.plist"_s);
-    return isBackup ? folder.absolutePath() : QString();
+    return isBackupFolder(folder) ? folder.absolutePath() : QString();
 }
 
 } // namespace

@@ -1,14 +1,7 @@
 #include "backupbuilder.h"
 
-#include "backupplists.h"
-#include "samplecipher.h"
-#include "samplekeybag.h"
-#include "samplerandom.h"
-
-#include <QCryptographicHash>
 #include <QSet>
 
-#include <algorithm>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -16,23 +9,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr quint16 typeBits = 0170000;
 constexpr quint16 fileMode = 0100644;
 constexpr quint16 folderMode = 040755;
 constexpr quint16 linkMode = 0120755;
 constexpr quint8 untilFirstUnlock = 3;
 /// 2013-06-01 00:00 UTC.
 constexpr quint32 usualTime = 1370044800;
-
-/// `plain` as an encrypted backup holds it.
-SampleContent enciphered(const SampleContent &plain, const QByteArray &key)
-{
-    return {plain.length, [plain, key](const SampleContent::Sink &sink) {
-                SampleFileCipher cipher(key);
-                plain.stream([&](QByteArrayView block) { sink(cipher.update(block)); });
-                sink(cipher.finish());
-            }};
-}
 
 /// The folder above `path`; empty, not null, for the domain's own entry.
 QByteArray parentOf(const QByteArray &path)
@@ -51,19 +33,7 @@ SampleRecord folderRecord(const QByteArray &domain, const QByteArray &path)
     return record;
 }
 
-bool comesFirst(const SampleRecord &a, const SampleRecord &b)
-{
-    return a.domain != b.domain ? a.domain < b.domain : a.path < b.path;
-}
-
 } // namespace
-
-/// What the entries of one run have in common.
-struct BackupBuilder::Shared {
-    SampleRandom random;
-    std::optional<SampleKeyBag> keyBag;
-    quint64 nextInode = 1000;
-};
 
 BackupBuilder::BackupBuilder(const QDir &folder)
     : target(folder), backupDate(QDateTime::fromSecsSinceEpoch(usualTime, Qt::UTC)), state(u"finished"_s)
@@ -103,6 +73,12 @@ BackupBuilder &BackupBuilder::date(const QDateTime &date)
 BackupBuilder &BackupBuilder::plistFormat(Plist plistFormat)
 {
     format = plistFormat;
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::manifestDb(const SampleManifestOptions &options)
+{
+    modern = options;
     return *this;
 }
 
@@ -204,9 +180,21 @@ BackupBuilder &BackupBuilder::mtime(quint32 seconds)
     return *this;
 }
 
+BackupBuilder &BackupBuilder::unpadded()
+{
+    lastEntry().isUnpadded = true;
+    return *this;
+}
+
 BackupBuilder &BackupBuilder::record(const SampleRecord &record)
 {
-    lastRecords.append(sampleRecordBytes(record));
+    lastRecords.append(record);
+    return *this;
+}
+
+BackupBuilder &BackupBuilder::row(const SampleManifestRow &row)
+{
+    lastRows.append(row);
     return *this;
 }
 
@@ -239,74 +227,4 @@ QList<BackupBuilder::Entry> BackupBuilder::missingFolders() const
 int BackupBuilder::recordCount() const
 {
     return int(entries.size() + missingFolders().size());
-}
-
-QString BackupBuilder::write() const
-{
-    const QList<Entry> folders = missingFolders();
-    QList<const Entry *> inOrder;
-    for (const QList<Entry> *list : {&folders, &entries})
-        for (const Entry &entry : *list)
-            inOrder.append(&entry);
-    std::stable_sort(inOrder.begin(), inOrder.end(),
-                     [](const Entry *a, const Entry *b) { return comesFirst(a->record, b->record); });
-    Shared shared{SampleRandom(seedNumber), {}};
-    if (!secret.isNull())
-        shared.keyBag.emplace(secret, rounds, shared.random);
-    QByteArray records = sampleMbdbHeader();
-    for (const Entry *entry : std::as_const(inOrder))
-        records += sampleRecordBytes(storedRecord(*entry, shared));
-    writeManifest(records);
-    writePlists(shared.keyBag ? shared.keyBag->blob() : shared.random.bytes(64));
-    return target.path();
-}
-
-/// The record as the manifest holds it; the file that goes with it is written on the way.
-SampleRecord BackupBuilder::storedRecord(const Entry &entry, Shared &shared) const
-{
-    SampleRecord record = entry.record;
-    record.inode = shared.nextInode++;
-    const bool isFile = (record.mode & typeBits) == (fileMode & typeBits);
-    QByteArray key;
-    if (isFile && shared.keyBag) {
-        key = shared.random.bytes(32);
-        record.encryptionKey = shared.keyBag->wrappedFileKey(record.protectionClass, key);
-    }
-    if (entry.content)
-        record.dataHash = storeFile(entry, key);
-    if (entry.change)
-        entry.change(record);
-    return record;
-}
-
-/// Writes the file under its hashed name, enciphered unless `key` is empty, and hands back the SHA-1 of
-/// what the phone had.
-QByteArray BackupBuilder::storeFile(const Entry &entry, const QByteArray &key) const
-{
-    QCryptographicHash hash(QCryptographicHash::Sha1);
-    const SampleContent hashed{entry.content->length, [&](const SampleContent::Sink &sink) {
-                                   entry.content->stream([&](QByteArrayView block) {
-                                       hash.addData(block);
-                                       sink(block);
-                                   });
-                               }};
-    const QString path = target.filePath(sampleHashedName(entry.record.domain, entry.record.path));
-    writeSample(path, key.isEmpty() ? hashed : enciphered(hashed, key));
-    return hash.result();
-}
-
-void BackupBuilder::writeManifest(const QByteArray &records) const
-{
-    writeSample(target.filePath(u"Manifest.mbdb"_s), sampleBytes(records + lastRecords + lastBytes));
-}
-
-void BackupBuilder::writePlists(const QByteArray &keyBag) const
-{
-    const BackupFacts facts{phone, backupDate, !secret.isNull(), keyBag, state};
-    const auto written = [this](const SamplePlist &plist) {
-        return format == Plist::Binary ? plist.toBinary() : plist.toXml();
-    };
-    writeSample(target.filePath(u"Manifest.plist"_s), sampleBytes(written(manifestPlist(facts))));
-    writeSample(target.filePath(u"Status.plist"_s), sampleBytes(written(statusPlist(facts))));
-    writeSample(target.filePath(u"Info.plist"_s), sampleBytes(infoPlist(facts).toXml()));
 }

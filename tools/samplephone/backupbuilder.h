@@ -1,7 +1,7 @@
 #pragma once
 
 #include "samplecontent.h"
-#include "samplembdb.h"
+#include "samplemanifestdb.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -18,10 +18,24 @@ struct SampleDevice {
     QString buildVersion = QStringLiteral("10B350");
     QString serialNumber = QStringLiteral("F17KX2ABDTTN");
     QString phoneNumber = QStringLiteral("+34 600 00 00 00");
+    QString productName = QStringLiteral("iPhone 5"); ///< written since iOS 10
+};
+
+/// How a backup since iOS 10 lies in its folder.
+struct SampleManifestOptions {
+    /// Where a file stands, below the folder: "3d/3d0d...", "3d0d...", and both below "Snapshot".
+    enum class Shelf { TwoLetters, Flat, SnapshotTwoLetters, SnapshotFlat };
+
+    int firstIterations = 100; ///< of the longer key derivation (DPIC); phones take 10,000,000
+    bool hasLongKey = true;    ///< false: a keybag of version 3, as before iOS 10.2
+    bool isEnciphered = true;  ///< Manifest.db itself, where a password is set
+    bool isPadded = false;     ///< and then with PKCS#7 padding behind its whole pages
+    Shelf shelf = Shelf::TwoLetters;
 };
 
 /// Writes a backup folder as iTunes leaves it:
-/// BackupBuilder(folder).messages(smsDb).password(u"secret"_s).write().
+/// BackupBuilder(folder).messages(smsDb).password(u"secret"_s).write(). With manifestDb() it becomes one
+/// of a phone with iOS 10 or later.
 /// The same calls give the same bytes. Folder records above each file are added by themselves.
 class BackupBuilder
 {
@@ -38,6 +52,8 @@ public:
     BackupBuilder &device(const SampleDevice &device);
     BackupBuilder &date(const QDateTime &date);
     BackupBuilder &plistFormat(Plist format);
+    /// Lists the files in Manifest.db, with what belongs to it.
+    BackupBuilder &manifestDb(const SampleManifestOptions &options = {});
     /// "finished" unless told otherwise, as the text of SnapshotState.
     BackupBuilder &snapshotState(const QString &state);
 
@@ -59,10 +75,14 @@ public:
     BackupBuilder &protectionClass(int number);
     /// When the file told last was changed, seconds since 1970.
     BackupBuilder &mtime(quint32 seconds);
+    /// Enciphers the file told last without padding: its length must be whole blocks of 16 bytes.
+    BackupBuilder &unpadded();
     /// A record just as it stands, behind all others.
     BackupBuilder &record(const SampleRecord &record);
-    /// Bytes behind the last record.
+    /// Bytes behind the last record of Manifest.mbdb.
     BackupBuilder &tail(const QByteArray &bytes);
+    /// A row of Manifest.db just as it stands, behind all others.
+    BackupBuilder &row(const SampleManifestRow &row);
 
     /// Records that the manifest will hold, folders above the files included, those of record() not.
     int recordCount() const;
@@ -75,16 +95,21 @@ private:
         SampleRecord record;
         std::optional<SampleContent> content = {};
         std::function<void(SampleRecord &)> change = {};
+        bool isUnpadded = false;
     };
     struct Shared;
 
     Entry &add(const QString &domain, const QString &path);
     Entry &lastEntry();
     QList<Entry> missingFolders() const;
+    QList<const Entry *> inOrder(const QList<Entry> &folders) const;
+    void makeKeys(Shared &shared) const;
     SampleRecord storedRecord(const Entry &entry, Shared &shared) const;
     QByteArray storeFile(const Entry &entry, const QByteArray &key) const;
-    void writeManifest(const QByteArray &records) const;
-    void writePlists(const QByteArray &keyBag) const;
+    QString placeOf(const SampleRecord &record) const;
+    void writeManifestMbdb(const QList<SampleRecord> &records) const;
+    void writeManifestDb(const QList<SampleRecord> &records, Shared &shared) const;
+    void writePlists(Shared &shared) const;
 
     QDir target;
     QString secret;
@@ -94,7 +119,9 @@ private:
     QDateTime backupDate;
     Plist format = Plist::Binary;
     QString state;
+    std::optional<SampleManifestOptions> modern;
     QList<Entry> entries;
-    QByteArray lastRecords;
+    QList<SampleRecord> lastRecords;
+    QList<SampleManifestRow> lastRows;
     QByteArray lastBytes;
 };

@@ -1,5 +1,30 @@
 #include "backupplists.h"
 
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+void addModernFacts(SamplePlist &root, const BackupFacts &facts)
+{
+    SamplePlist installed = SamplePlist::array();
+    installed.append(u"org.example.weather"_s);
+    SamplePlist applications = SamplePlist::dictionary();
+    SamplePlist details = SamplePlist::dictionary();
+    details.set("PlaceholderIcon", QByteArray(16, 'i'));
+    applications.set("org.example.weather", details);
+    root.set("Applications", applications);
+    root.set("Installed Applications", installed);
+    root.set("ICCID", "8934010000000000000");
+    root.set("IMEI", "350000000000006");
+    root.set("MEID", "35000000000000");
+    root.set("Product Name", facts.phone.productName);
+    root.set("macOS Version", "14.6.1");
+    root.set("macOS Build Version", "23G93");
+}
+
+} // namespace
+
 SamplePlist manifestPlist(const BackupFacts &facts)
 {
     SamplePlist lockdown = SamplePlist::dictionary();
@@ -16,8 +41,10 @@ SamplePlist manifestPlist(const BackupFacts &facts)
     root.set("Date", facts.date);
     root.set("IsEncrypted", facts.isEncrypted);
     root.set("Lockdown", lockdown);
-    root.set("SystemDomainsVersion", "20.0");
-    root.set("Version", "9.1");
+    if (!facts.manifestKey.isNull())
+        root.set("ManifestKey", facts.manifestKey);
+    root.set("SystemDomainsVersion", facts.isModern ? "24.0" : "20.0");
+    root.set("Version", facts.isModern ? "10.0" : "9.1");
     root.set("WasPasscodeSet", true);
     return root;
 }
@@ -30,7 +57,7 @@ SamplePlist statusPlist(const BackupFacts &facts)
     root.set("IsFullBackup", true);
     root.set("SnapshotState", facts.snapshotState);
     root.set("UUID", "4F1C9C5E-5B60-4B6E-9B54-7C8F6B7D2A11");
-    root.set("Version", "2.4");
+    root.set("Version", facts.isModern ? "3.3" : "2.4");
     return root;
 }
 
@@ -49,6 +76,9 @@ SamplePlist infoPlist(const BackupFacts &facts)
     root.set("Target Identifier", facts.phone.udid);
     root.set("Target Type", "Device");
     root.set("Unique Identifier", facts.phone.udid.toUpper());
-    root.set("iTunes Version", "11.1.3");
+    if (facts.isModern)
+        addModernFacts(root, facts);
+    else
+        root.set("iTunes Version", "11.1.3");
     return root;
 }

@@ -10,6 +10,8 @@ struct BackupFacts {
     bool isEncrypted;
     QByteArray keyBag;
     QString snapshotState;
+    bool isModern = false;       ///< of iOS 10 or later
+    QByteArray manifestKey = {}; ///< null: Manifest.db is not enciphered
 };
 
 SamplePlist manifestPlist(const BackupFacts &facts);

@@ -30,7 +30,7 @@ void addOptions(QCommandLineParser &parser)
     parser.addHelpOption();
     parser.addOptions({
         {u"out"_s, u"Folder to write into."_s, u"DIR"_s},
-        {u"ios"_s, u"Generation of the message database: 5, 6, 7 or 8."_s, u"N"_s, u"6"_s},
+        {u"ios"_s, u"Generation: 5, 6, 7, 8, 11, 13, 16, 18 or 26."_s, u"N"_s, u"6"_s},
         {u"messages"_s, u"Number of messages."_s, u"N"_s, u"1000"_s},
         {u"conversations"_s, u"Number of conversations."_s, u"N"_s, u"20"_s},
         {u"records"_s,
@@ -40,11 +40,14 @@ void addOptions(QCommandLineParser &parser)
         {u"password-file"_s, u"File whose first line is the password of the backup; encrypts it."_s,
          u"FILE"_s},
         {u"iterations"_s, u"Rounds of the key derivation."_s, u"N"_s, u"10000"_s},
+        {u"first-iterations"_s, u"Rounds of the longer derivation before it, since iOS 11."_s, u"N"_s,
+         u"10000000"_s},
         {u"seed"_s, u"Another number, another phone."_s, u"N"_s, u"1"_s},
         {u"wal"_s, u"Leave the newest messages in a write-ahead log beside the database."_s},
         {u"layout"_s, u"backup: a backup folder; relay: the file tree that a phone hands out."_s, u"NAME"_s,
          u"backup"_s},
-        {u"udid"_s, u"Identifier of the phone, 40 hexadecimal digits."_s, u"HEX"_s},
+        {u"udid"_s, u"Identifier of the phone: 40 hexadecimal digits, or 8 and 16 with a hyphen."_s,
+         u"HEX"_s},
     });
 }
 
@@ -72,11 +75,20 @@ QString passwordIn(const QString &path)
 
 QString udidIn(const QCommandLineParser &parser)
 {
-    static const QRegularExpression shape(u"^[0-9A-Fa-f]{40}$"_s);
+    static const QRegularExpression shape(u"^([0-9A-Fa-f]{40}|[0-9A-Fa-f]{8}-[0-9A-Fa-f]{16})$"_s);
     QString udid = parser.value(u"udid"_s);
     if (parser.isSet(u"udid"_s) && !shape.match(udid).hasMatch())
-        throw std::runtime_error("--udid takes 40 hexadecimal digits.");
+        throw std::runtime_error("--udid takes 40 hexadecimal digits, or 8 and 16 with a hyphen.");
     return udid;
+}
+
+IosVersion generationIn(const QCommandLineParser &parser)
+{
+    const qint64 number = numberOf(parser, u"ios"_s, 5, 26);
+    for (const IosVersion version : sampleGenerations)
+        if (int(version) == number)
+            return version;
+    throw std::runtime_error("--ios takes 5, 6, 7, 8, 11, 13, 16, 18 or 26.");
 }
 
 Layout layoutIn(const QCommandLineParser &parser)
@@ -95,12 +107,13 @@ Order orderIn(const QCommandLineParser &parser)
     if (!parser.isSet(u"out"_s) || !parser.positionalArguments().isEmpty())
         throw std::runtime_error("Name the folder to write into with --out; --help tells the rest.");
     SamplePhonePlan plan;
-    plan.ios = IosVersion(numberOf(parser, u"ios"_s, 5, 8));
+    plan.ios = generationIn(parser);
     plan.messages = int(numberOf(parser, u"messages"_s, 0, 100'000'000));
     plan.conversations = int(numberOf(parser, u"conversations"_s, 1, 1'000'000));
     plan.records = int(numberOf(parser, u"records"_s, 0, 10'000'000));
     plan.filler = numberOf(parser, u"filler"_s, 0, qint64(1) << 40);
     plan.iterations = int(numberOf(parser, u"iterations"_s, 1, most));
+    plan.firstIterations = int(numberOf(parser, u"first-iterations"_s, 1, most));
     plan.seed = quint64(numberOf(parser, u"seed"_s, 0, std::numeric_limits<qint64>::max()));
     plan.hasLog = parser.isSet(u"wal"_s);
     plan.udid = udidIn(parser);

@@ -51,22 +51,35 @@ private:
     mbedtls_aes_context context;
 };
 
-} // namespace
-
-QByteArray samplePasswordKey(const QString &password, const QByteArray &salt, int iterations)
+/// PBKDF2, 32 bytes.
+QByteArray derivedKey(mbedtls_md_type_t digest, const QByteArray &secret, const QByteArray &salt,
+                      int iterations)
 {
-    const QByteArray utf8 = password.toUtf8();
     QByteArray key(keyBits / 8, '\0');
     mbedtls_md_context_t context;
     mbedtls_md_init(&context);
-    int result = mbedtls_md_setup(&context, mbedtls_md_info_from_type(MBEDTLS_MD_SHA1), 1);
+    int result = mbedtls_md_setup(&context, mbedtls_md_info_from_type(digest), 1);
     if (result == 0)
-        result = mbedtls_pkcs5_pbkdf2_hmac(&context, bytesOf(utf8), size_t(utf8.size()), bytesOf(salt),
+        result = mbedtls_pkcs5_pbkdf2_hmac(&context, bytesOf(secret), size_t(secret.size()), bytesOf(salt),
                                            size_t(salt.size()), unsigned(iterations), uint32_t(key.size()),
                                            bytesOf(key));
     mbedtls_md_free(&context);
     check(result);
     return key;
+}
+
+} // namespace
+
+QByteArray samplePasswordKey(const QString &password, const QByteArray &salt, int iterations)
+{
+    return derivedKey(MBEDTLS_MD_SHA1, password.toUtf8(), salt, iterations);
+}
+
+QByteArray sampleLongPasswordKey(const QString &password, const QByteArray &firstSalt, int firstIterations,
+                                 const QByteArray &salt, int iterations)
+{
+    const QByteArray first = derivedKey(MBEDTLS_MD_SHA256, password.toUtf8(), firstSalt, firstIterations);
+    return derivedKey(MBEDTLS_MD_SHA1, first, salt, iterations);
 }
 
 QByteArray sampleWrapKey(const QByteArray &wrappingKey, const QByteArray &key)
@@ -118,4 +131,10 @@ QByteArray SampleFileCipher::finish()
 {
     const qsizetype padding = blockSize - waiting.size() % blockSize;
     return update(QByteArray(padding, char(padding)));
+}
+
+void SampleFileCipher::finishBare() const
+{
+    if (!waiting.isEmpty())
+        throw std::runtime_error("A sample file without padding must be whole blocks of 16 bytes.");
 }

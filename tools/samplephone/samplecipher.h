@@ -10,6 +10,11 @@ struct mbedtls_aes_context;
 /// The key that a backup password gives: PBKDF2 with HMAC-SHA1, 32 bytes.
 QByteArray samplePasswordKey(const QString &password, const QByteArray &salt, int iterations);
 
+/// The key of a password since iOS 10.2: PBKDF2 with HMAC-SHA256 first, then the older derivation on what
+/// that gave.
+QByteArray sampleLongPasswordKey(const QString &password, const QByteArray &firstSalt, int firstIterations,
+                                 const QByteArray &salt, int iterations);
+
 /// `key` wrapped with `wrappingKey` as in RFC 3394; 8 bytes longer than `key`.
 QByteArray sampleWrapKey(const QByteArray &wrappingKey, const QByteArray &key);
 
@@ -25,6 +30,8 @@ public:
     /// The whole blocks that are ready; the rest waits for more.
     QByteArray update(QByteArrayView plain);
     QByteArray finish();
+    /// As finish(), without padding: throws std::runtime_error unless all blocks are whole.
+    void finishBare() const;
 
 private:
     std::unique_ptr<mbedtls_aes_context> context;

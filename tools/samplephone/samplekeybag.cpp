@@ -10,6 +10,7 @@ namespace
 {
 
 constexpr qsizetype keyLength = 32;
+constexpr qsizetype saltLength = 20;
 enum Wrap : quint32 { wrapDevice = 1, wrapPassword = 2 };
 
 QByteArray bigEndian(quint32 value)
@@ -33,17 +34,37 @@ quint32 wrapOf(int protectionClass)
 
 SampleKeyBag::SampleKeyBag(const QString &password, int iterations, SampleRandom &random)
 {
+    const QByteArray salt = random.bytes(saltLength);
+    addHead(3, salt, iterations, random);
+    addClasses(samplePasswordKey(password, salt, iterations), random);
+}
+
+SampleKeyBag::SampleKeyBag(const QString &password, int firstIterations, int iterations, SampleRandom &random)
+{
+    const QByteArray salt = random.bytes(saltLength);
+    const QByteArray firstSalt = random.bytes(saltLength);
+    addHead(5, salt, iterations, random);
+    addNumber("DPWT", 1);
+    addNumber("DPIC", quint32(firstIterations));
+    addItem("DPSL", firstSalt);
+    addClasses(sampleLongPasswordKey(password, firstSalt, firstIterations, salt, iterations), random);
+}
+
+void SampleKeyBag::addHead(quint32 version, const QByteArray &salt, int iterations, SampleRandom &random)
+{
     constexpr quint32 backupType = 1;
-    constexpr int classCount = 11;
-    const QByteArray salt = random.bytes(20);
-    addNumber("VERS", 3);
+    addNumber("VERS", version);
     addNumber("TYPE", backupType);
     addItem("UUID", random.bytes(16));
     addItem("HMCK", random.bytes(40));
     addNumber("WRAP", 0);
     addItem("SALT", salt);
     addNumber("ITER", quint32(iterations));
-    const QByteArray passwordKey = samplePasswordKey(password, salt, iterations);
+}
+
+void SampleKeyBag::addClasses(const QByteArray &passwordKey, SampleRandom &random)
+{
+    constexpr int classCount = 11;
     const QByteArray deviceKey = random.bytes(keyLength);
     for (int number = 1; number <= classCount; ++number) {
         const quint32 wrap = wrapOf(number);

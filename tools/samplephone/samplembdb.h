@@ -27,6 +27,10 @@ struct SampleRecord {
     quint64 fileLength = 0;
     quint8 protectionClass = 0;
     QList<Property> properties = {};
+
+    // Only what Manifest.db lists has these.
+    QByteArray extendedAttributes = {}; ///< null: none
+    quint32 birth = 0;                  ///< seconds since 1970; 0: as `ctime`
 };
 
 /// The bytes of one record. Throws std::runtime_error for a string of more than 65,534 bytes.

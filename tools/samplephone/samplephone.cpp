@@ -1,6 +1,7 @@
 #include "samplephone.h"
 
 #include "addressbookbuilder.h"
+#include "sampledevices.h"
 #include "sampledomains.h"
 #include "samplehistory.h"
 
@@ -13,36 +14,30 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// 2016-01-02 10:00 UTC, after the newest message.
-constexpr qint64 backupTime = 1451728800;
+/// 2016-01-02 10:00 UTC and 2026-01-02 10:00 UTC, after the newest message.
+constexpr qint64 olderBackupTime = 1451728800;
+constexpr qint64 backupTimeOfModern = 1767348000;
 constexpr quint32 oldestFileTime = 1300000000;
+constexpr int classOfMessages = 4;
 
 void fail(const QString &path, const QString &what)
 {
     throw std::runtime_error(QString(path % u": "_s % what).toStdString());
 }
 
-SampleDevice deviceOf(IosVersion version)
+/// Phones list some databases with a size that is wrong.
+void shortenSize(SampleRecord &record)
 {
-    SampleDevice device;
-    switch (version) {
-    case IosVersion::Ios5:
-        device.productType = u"iPhone3,1"_s;
-        device.productVersion = u"5.1.1"_s;
-        device.buildVersion = u"9B206"_s;
-        break;
-    case IosVersion::Ios6: break;
-    case IosVersion::Ios7:
-        device.productVersion = u"7.1.2"_s;
-        device.buildVersion = u"11D257"_s;
-        break;
-    case IosVersion::Ios8:
-        device.productType = u"iPhone6,2"_s;
-        device.productVersion = u"8.4.1"_s;
-        device.buildVersion = u"12H321"_s;
-        break;
-    }
-    return device;
+    record.fileLength -= 4096;
+}
+
+/// Fewer than half of the files have a digest, few have extended attributes.
+void varyFacts(SampleRecord &record)
+{
+    if (record.inode % 2 == 1)
+        record.dataHash = QByteArray();
+    if (record.inode % 7 == 0)
+        record.extendedAttributes = QByteArrayLiteral("bplist00\xD0\x08");
 }
 
 void requireEmpty(const QDir &folder)
@@ -81,12 +76,15 @@ void addListedRecords(BackupBuilder &builder, int wanted, SampleRandom &random)
 
 } // namespace
 
-SamplePhone::SamplePhone(const SamplePhonePlan &wanted) : plan(wanted), device(deviceOf(wanted.ios))
+SamplePhone::SamplePhone(const SamplePhonePlan &wanted) : plan(wanted)
 {
-    if (plan.messages < 0 || plan.records < 0 || plan.filler < 0 || plan.iterations < 1)
+    if (plan.messages < 0 || plan.records < 0 || plan.filler < 0 || plan.iterations < 1 ||
+        plan.firstIterations < 1)
         throw std::runtime_error("A sample phone cannot hold less than nothing.");
     SampleRandom random(plan.seed ^ 0x5EEDu);
-    device.udid = plan.udid.isNull() ? QString::fromLatin1(random.bytes(20).toHex()) : plan.udid;
+    device = sampleDevice(plan.ios, random);
+    if (!plan.udid.isNull())
+        device.udid = plan.udid;
 }
 
 SamplePhone::Databases SamplePhone::writeDatabases(const QDir &library) const
@@ -116,25 +114,40 @@ QString SamplePhone::writeBackup(const QDir &out) const
 
     SampleRandom random(plan.seed ^ 0xD0Au);
     BackupBuilder builder = builderOf(folder);
-    builder.messages(databases.messages).mtime(quint32(backupTime - 60));
-    builder.addressBook(databases.addressBook).mtime(quint32(backupTime - 90));
+    builder.messages(databases.messages).mtime(quint32(backupTime() - 60));
+    if (isModern(plan.ios))
+        builder.protectionClass(classOfMessages);
+    builder.addressBook(databases.addressBook).mtime(quint32(backupTime() - 90));
+    if (isModern(plan.ios))
+        builder.with(shortenSize);
     for (const SampleFile &file : databases.attachments + otherDomainFiles(random)) {
         if (file.isMissing)
             builder.missing(file.domain, file.path, quint64(file.content.length));
         else
             builder.file(file.domain, file.path, file.content);
         builder.mtime(oldestFileTime + quint32(random.below(150000000)));
+        if (isModern(plan.ios))
+            builder.with(varyFacts);
     }
+    if (isModern(plan.ios))
+        builder.row({.fileID = u"0000000000000000000000000000000000000016"_s, .flags = 16});
     builder.link(u"AppDomain-org.example.reader"_s, u"Library/Caches"_s, u"/private/var/tmp/caches"_s);
     addListedRecords(builder, plan.records, random);
     return builder.write();
+}
+
+qint64 SamplePhone::backupTime() const
+{
+    return isModern(plan.ios) ? backupTimeOfModern : olderBackupTime;
 }
 
 BackupBuilder SamplePhone::builderOf(const QDir &folder) const
 {
     BackupBuilder builder(folder);
     builder.seed(plan.seed).device(device).iterations(plan.iterations);
-    builder.date(QDateTime::fromSecsSinceEpoch(backupTime, Qt::UTC));
+    builder.date(QDateTime::fromSecsSinceEpoch(backupTime(), Qt::UTC));
+    if (isModern(plan.ios))
+        builder.manifestDb({.firstIterations = plan.firstIterations});
     if (!plan.password.isNull())
         builder.password(plan.password);
     return builder;

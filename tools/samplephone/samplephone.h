@@ -9,10 +9,11 @@ struct SamplePhonePlan {
     IosVersion ios = IosVersion::Ios6;
     int messages = 1000;
     int conversations = 20;
-    int records = 0;        ///< of the manifest, at least; those above what the phone holds list no file
-    qint64 filler = 0;      ///< bytes of video among the attachments
-    QString password = {};  ///< null: not encrypted
-    int iterations = 10000; ///< of the key derivation
+    int records = 0;           ///< of the manifest, at least; those above what the phone holds list no file
+    qint64 filler = 0;         ///< bytes of video among the attachments
+    QString password = {};     ///< null: not encrypted
+    int iterations = 10000;    ///< of the key derivation
+    int firstIterations = 100; ///< of the longer one before it, since iOS 11; phones take 10,000,000
     quint64 seed = 1;
     bool hasLog = false; ///< the newest messages stand in a write-ahead log
     QString udid = {};   ///< null: made from the seed
@@ -43,6 +44,7 @@ private:
     };
 
     Databases writeDatabases(const QDir &library) const;
+    qint64 backupTime() const;
     BackupBuilder builderOf(const QDir &folder) const;
 
     SamplePhonePlan plan;

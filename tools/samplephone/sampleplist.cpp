@@ -39,6 +39,11 @@ SamplePlist SamplePlist::array()
     return SamplePlist(plist_new_array());
 }
 
+SamplePlist SamplePlist::text(const QString &text)
+{
+    return SamplePlist(plist_new_string(text.toUtf8().constData()));
+}
+
 void SamplePlist::set(const char *key, const QString &value)
 {
     plist_dict_set_item(handle.get(), key, plist_new_string(value.toUtf8().constData()));
@@ -59,6 +64,11 @@ void SamplePlist::set(const char *key, qint64 value)
     plist_dict_set_item(handle.get(), key, plist_new_uint(quint64(value)));
 }
 
+void SamplePlist::set(const char *key, double value)
+{
+    plist_dict_set_item(handle.get(), key, plist_new_real(value));
+}
+
 void SamplePlist::set(const char *key, const QByteArray &value)
 {
     plist_dict_set_item(handle.get(), key, plist_new_data(value.constData(), quint64(value.size())));
@@ -75,9 +85,34 @@ void SamplePlist::set(const char *key, const SamplePlist &value)
     plist_dict_set_item(handle.get(), key, plist_copy(value.handle.get()));
 }
 
+void SamplePlist::setUid(const char *key, quint64 object)
+{
+    plist_dict_set_item(handle.get(), key, plist_new_uid(object));
+}
+
 void SamplePlist::append(const QString &value)
 {
     plist_array_append_item(handle.get(), plist_new_string(value.toUtf8().constData()));
+}
+
+void SamplePlist::append(qint64 value)
+{
+    plist_array_append_item(handle.get(), plist_new_uint(quint64(value)));
+}
+
+void SamplePlist::append(const QByteArray &value)
+{
+    plist_array_append_item(handle.get(), plist_new_data(value.constData(), quint64(value.size())));
+}
+
+void SamplePlist::append(const SamplePlist &value)
+{
+    plist_array_append_item(handle.get(), plist_copy(value.handle.get()));
+}
+
+void SamplePlist::appendUid(quint64 object)
+{
+    plist_array_append_item(handle.get(), plist_new_uid(object));
 }
 
 QByteArray SamplePlist::toBinary() const

@@ -6,21 +6,29 @@
 
 #include <memory>
 
-/// A property list in the making: a dictionary or an array.
+/// A property list in the making: a dictionary, an array or a text.
 class SamplePlist
 {
 public:
     static SamplePlist dictionary();
     static SamplePlist array();
+    static SamplePlist text(const QString &text);
 
     void set(const char *key, const QString &value);
     void set(const char *key, const char *value);
     void set(const char *key, bool value);
     void set(const char *key, qint64 value);
+    void set(const char *key, double value);
     void set(const char *key, const QByteArray &value);
     void set(const char *key, const QDateTime &value);
     void set(const char *key, const SamplePlist &value);
+    /// A reference to an object of a keyed archive.
+    void setUid(const char *key, quint64 object);
     void append(const QString &value);
+    void append(qint64 value);
+    void append(const QByteArray &value);
+    void append(const SamplePlist &value);
+    void appendUid(quint64 object);
 
     QByteArray toBinary() const;
     QByteArray toXml() const;

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "manifestlist.h"
+#include "textarena.h"
+
+#include <QString>
+
+/// Whether the backup in `folder` has the list of files that phones make since iOS 10, a database.
+bool hasManifestDb(const QString &folder);
+
+/// Adds the rows of the table "Files" of the database at `path` to `list`. Their strings are kept in
+/// `texts`. Rows without a path, and those whose path no phone could have, are left out and counted in
+/// the log. Throws `std::runtime_error` when the file is no such database or damaged. Neither it nor its
+/// folder is changed.
+void readManifestDb(const QString &path, ManifestList &list, TextArena &texts);
