@@ -235,5 +235,13 @@
         <source>Marrowlight Message Vault</source>
         <translation>Marrowlight Message Vault</translation>
     </message>
+    <message>
+        <source>IDS_NO_CONVERSATION</source>
+        <translation>No conversation</translation>
+    </message>
+    <message>
+        <source>IDS_YOU</source>
+        <translation>You</translation>
+    </message>
 </context>
 </TS>
