@@ -224,6 +224,10 @@
         <translation>Successfully recovered %1 SMS to iPhone.</translation>
     </message>
     <message>
+        <source>IDS_LEFT_OUT_%1_UNKNOWN_CHAT_MSG</source>
+        <translation>%1 SMS were left out: their contact is unknown, or the phone doesn't know their service.</translation>
+    </message>
+    <message>
         <source>IDS_NO_UPDATE_CHECK_%1_%2</source>
         <translation>This is version %1. It doesn't look for updates by itself; find new versions &lt;a href=&quot;%2&quot;&gt;HERE&lt;/a&gt;.</translation>
     </message>

@@ -24,6 +24,12 @@ namespace
     throw std::runtime_error(u"%1: %2"_s.arg(backup.absolutePath(), why).toStdString());
 }
 
+bool isCacheCurrent(const BackupManifest &manifest, const QDir &cache)
+{
+    const QString inBackup = manifest.backupDir.absoluteFilePath(messageDatabaseName());
+    return fileSha1(messageDbPath(cache)) == fileSha1(inBackup);
+}
+
 } // namespace
 
 void openForMessages(BackupManifest &manifest)
@@ -38,10 +44,14 @@ void openForMessages(BackupManifest &manifest)
     manifest.loadIndex();
 }
 
-bool isCacheCurrent(const BackupManifest &manifest)
+void cacheForMessages(const BackupManifest &manifest, JobProgress &progress)
 {
-    const QString inBackup = manifest.backupDir.absoluteFilePath(messageDatabaseName());
-    return fileSha1(messageDbPath(backupCacheDir(manifest))) == fileSha1(inBackup);
+    const QDir cache = backupCacheDir(manifest);
+    cacheBackupMessages(manifest, cache, progress);
+    if (isCacheCurrent(manifest, cache))
+        return;
+    QDir(cache).removeRecursively();
+    cacheBackupMessages(manifest, cache, progress);
 }
 
 std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest)
@@ -55,11 +65,6 @@ std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest)
 MergeCounts mergeIntoBackup(const QList<_MsgMessage *> &messages, const BackupManifest &manifest,
                             JobProgress &progress)
 {
-    const QDir cache = backupCacheDir(manifest);
-    cacheBackupMessages(manifest, cache, progress);
-    if (!isCacheCurrent(manifest)) {
-        QDir(cache).removeRecursively();
-        cacheBackupMessages(manifest, cache, progress);
-    }
+    cacheForMessages(manifest, progress);
     return restoreMessages(messages, *cachedPhone(manifest), manifest.backupDir, progress);
 }

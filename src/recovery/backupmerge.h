@@ -14,14 +14,14 @@ class JobProgress;
 /// to: it is encrypted, of a newer phone, or none.
 void openForMessages(BackupManifest &manifest);
 
-/// Whether the copy of the message database in the cache is the one that the backup holds. Take the whole
-/// cache folder away and fill it again if it isn't.
-bool isCacheCurrent(const BackupManifest &manifest);
+/// Brings the phone's files into the cache, as `cacheBackupMessages` does, and makes sure that the message
+/// database there is the one that the backup holds: a cache goes by dates, and those may deceive.
+void cacheForMessages(const BackupManifest &manifest, JobProgress &progress);
 
 /// The phone's message database in the cache. Throws `std::runtime_error` when it is that of iOS 5.
 std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest);
 
-/// All of it: brings the phone's database into the cache and writes `messages` into the backup of an
+/// The last steps in one: caches the phone's files and writes `messages` into the backup of an
 /// opened `manifest`. Throws `std::runtime_error`, and the integer -1 when cancelled; the backup is then as
 /// it was.
 MergeCounts mergeIntoBackup(const QList<_MsgMessage *> &messages, const BackupManifest &manifest,
