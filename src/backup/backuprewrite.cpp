@@ -36,8 +36,7 @@ void renameThrow(const QString &from, const QString &to)
 
 void lockThrow(QLockFile &lock, const QDir &backup)
 {
-    lock.setStaleLockTime(0);
-    if (lock.tryLock())
+    if (takeLock(lock))
         return;
     const QString text = lock.error() == QLockFile::LockFailedError
                              ? u"%1: another program is changing this backup. Try again when it is done."_s

@@ -1,4 +1,5 @@
 #include "backupbuilder.h"
+#include "samplephone.h"
 #include "smsdbbuilder.h"
 
 #include <QJsonArray>
@@ -86,6 +87,7 @@ private Q_SLOTS:
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
+    void mergesIntoABackup();
 
 private:
     QString writeMessages();
@@ -336,6 +338,36 @@ void TestCli::anInterruptLeavesNothingHalfMade()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(!QFile::exists(path(u"out.csv"_s)));
+}
+
+void TestCli::mergesIntoABackup()
+{
+    for (const IosVersion version : {IosVersion::Ios6, IosVersion::Ios7, IosVersion::Ios8}) {
+        const QDir folder(path(u"phone%1"_s.arg(int(version))));
+        const QString phone =
+            SamplePhone({.ios = version, .messages = 300, .seed = 5, .hasLog = true}).writeBackup(folder);
+        const QString source =
+            SamplePhone({.ios = IosVersion::Ios6, .messages = 100, .seed = 9}).writeBackup(folder);
+        const auto listed = [](const QString &from) {
+            QStringList messages;
+            for (const QJsonObject &object : run(u"messages "_s + from).objects()) {
+                QJsonObject message;
+                for (const QString &key : {u"guid"_s, u"chat_identifier"_s, u"service"_s, u"is_from_me"_s,
+                                           u"date"_s, u"handle"_s, u"body"_s, u"item_type"_s})
+                    message.insert(key, object.value(key));
+                messages.append(QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact)));
+            }
+            messages.sort();
+            return messages;
+        };
+        QStringList expected = listed(phone) + listed(source);
+        expected.sort();
+        const Run merged = run(u"merge %1 --into-backup %2"_s.arg(source, phone));
+        QCOMPARE(merged.values(u"path"_s), QStringList(phone));
+        QCOMPARE(merged.values(u"messages"_s), QStringList(QString::number(listed(source).size())));
+        QCOMPARE(merged.values(u"unknown"_s), QStringList(u"0"_s));
+        QCOMPARE(listed(phone), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCli)

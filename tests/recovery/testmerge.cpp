@@ -80,6 +80,22 @@ QHash<QString, QByteArray> filesOf(const QDir &dir)
     return files;
 }
 
+/// Does something behind the job's back when all rows are written and no file is moved.
+class Meddler final : public JobProgress
+{
+public:
+    void updateProgress(const QString &status, int percent, const QString &) override
+    {
+        if (status.isEmpty() && percent == 99 && meddle)
+            meddle();
+    }
+    void errorOccurred(const QString &) override {}
+    void succeed(const QString &) override {}
+    void tipsWait(const QString &) override {}
+
+    std::function<void()> meddle;
+};
+
 bool isWithin(const QStringList &part, const QStringList &whole)
 {
     const QSet<QString> all(whole.begin(), whole.end());
@@ -94,10 +110,14 @@ class TestMerge : public QObject
 
 private Q_SLOTS:
     void initTestCase() { installTexts(translator); }
-    void init() { dir = std::make_unique<QTemporaryDir>(); }
+    void init();
     void ordersWhateverCircles();
     void keepsAllThatThePhoneHeld_data();
     void keepsAllThatThePhoneHeld();
+    void whatCantBeDoneChangesNothing_data();
+    void whatCantBeDoneChangesNothing();
+    void aCancelChangesNothing();
+    void placesWhatIsThereOrMissing();
     void manifestKeepsEveryRecord();
     void addsFoldersOnce();
 
@@ -114,8 +134,21 @@ private:
     QTranslator translator;
     std::unique_ptr<QTemporaryDir> dir;
     QDir backup;
-    RecordingProgress progress;
+    QString phone; ///< the file that the backup was made from
+    Records chosen{u"N"_s};
+    Meddler progress;
+    QString meddled; ///< the file that was changed behind the job's back
 };
+
+void TestMerge::init()
+{
+    dir = std::make_unique<QTemporaryDir>();
+    chosen = Records(u"N"_s);
+    chosen.chat(u"+34612345678"_s).received(u"chosen"_s);
+    progress.meddle = nullptr;
+    progress.cancelled = false;
+    meddled.clear();
+}
 
 /// A phone with two conversations, a group, an orphan, an attachment, and with what nobody here knows:
 /// columns, a table, and triggers that call functions of the phone.
@@ -130,7 +163,7 @@ QString TestMerge::writePhone(IosVersion version, bool hasLog)
     if (hasLog)
         builder.restInLog();
     builder.chat(u"+34698765432"_s).received(u"four"_s).at(start + 20).sent(u"five \U0001F600"_s);
-    const QString path = builder.write();
+    phone = builder.write();
     QString script =
         u"pragma user_version=17; create table extra(a, b); insert into extra values(x'00', 1.5);"
         "update chat set properties=x'01'; insert into message(rowid, guid, text, date) "
@@ -143,9 +176,9 @@ QString TestMerge::writePhone(IosVersion version, bool hasLog)
         "trigger extra_insert after insert on message begin select of_the_phone(new.guid); end; create "
         "trigger extra_delete after delete on message begin insert into extra values(of_the_phone(old.guid), "
         "2); end;"_s;
-    runOnPhone(path, script);
-    BackupBuilder(backup).messages(path).file(u"HomeDomain"_s, u"Library/other"_s, "other").write();
-    return path;
+    runOnPhone(phone, script);
+    BackupBuilder(backup).messages(phone).file(u"HomeDomain"_s, u"Library/other"_s, "other").write();
+    return phone;
 }
 
 void TestMerge::ordersWhateverCircles()
@@ -154,20 +187,20 @@ void TestMerge::ordersWhateverCircles()
     const _MsgMessage message;
     for (int round = 0; round < 3000; ++round) {
         const int spread = round % 2 ? 300 : 100'000; // seconds
-        std::vector<MergeItem> phone;
-        std::vector<MergeItem> chosen;
+        std::vector<MergeItem> rows;
+        std::vector<MergeItem> added;
         qint64 rowid = 0;
         for (int i = random.bounded(60); i > 0; --i)
-            phone.push_back(
+            rows.push_back(
                 {rowid += 1 + random.bounded(round % 3 ? 2 : 15), random.bounded(spread), nullptr});
         for (int i = random.bounded(20); i > 0; --i)
-            chosen.push_back({0, random.bounded(spread), &message});
-        const std::vector<MergeItem> merged = mergeOrder(phone, chosen);
-        QCOMPARE(merged.size(), phone.size() + chosen.size());
-        QSet<qint64> rows;
+            added.push_back({0, random.bounded(spread), &message});
+        const std::vector<MergeItem> merged = mergeOrder(rows, added);
+        QCOMPARE(merged.size(), rows.size() + added.size());
+        QSet<qint64> found;
         for (size_t i = 0; i < merged.size(); ++i) {
             if (!merged[i].message)
-                rows.insert(merged[i].rowid);
+                found.insert(merged[i].rowid);
             QVERIFY(i == 0 || !mergesBefore(merged[i], merged[i - 1]));
             for (size_t k = 0; k < i; ++k) {
                 const bool isClose = !merged[i].message && !merged[k].message &&
@@ -176,7 +209,7 @@ void TestMerge::ordersWhateverCircles()
                 QVERIFY(!isClose || merged[k].rowid < merged[i].rowid);
             }
         }
-        QCOMPARE(size_t(rows.size()), phone.size());
+        QCOMPARE(size_t(found.size()), rows.size());
     }
 }
 
@@ -224,6 +257,119 @@ void TestMerge::keepsAllThatThePhoneHeld()
     QCOMPARE(files.size(), filesBefore.size() + (hasLog ? 3 : 2));
     QCOMPARE(readMbdbFile(backup.filePath(manifestName)).value(databaseName).dataHash.bytes,
              fileSha1(databasePath()));
+}
+
+void TestMerge::whatCantBeDoneChangesNothing_data()
+{
+    using Spoil = std::function<void(TestMerge &)>;
+    QTest::addColumn<Spoil>("spoil");
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const char *name, const QString &reason, const Spoil &spoil) {
+        QTest::newRow(name) << spoil << reason;
+    };
+    const auto append = [](const QString &path) {
+        return [path](TestMerge &test) {
+            test.progress.meddle = [&test, path] {
+                const QString file = test.backup.filePath(path);
+                QVERIFY(writeFile(file, bytesOf(file) + "x"));
+                test.meddled = path;
+            };
+        };
+    };
+    row("encrypted", u"because your current iTunes backup is encrypted."_s, [](TestMerge &test) {
+        BackupBuilder(test.backup).password(u"x"_s).iterations(10).messages(test.phone).write();
+    });
+    row("of a newer phone", u"iOS 10 or later"_s,
+        [](TestMerge &test) { QVERIFY(writeFile(test.backup.filePath(u"Manifest.db"_s), "x")); });
+    row("without a manifest", u"Manifest.mbdb"_s, [](TestMerge &test) { test.backup.remove(manifestName); });
+    row("without the database", u"no message database"_s,
+        [](TestMerge &test) { BackupBuilder(test.backup).file(u"HomeDomain"_s, u"x"_s, "other").write(); });
+    row("the file of the database is gone", u"sms.db"_s,
+        [](TestMerge &test) { test.backup.remove(databaseName); });
+    row("of iOS 5", u"Only iOS 6 or above"_s, [](TestMerge &test) {
+        const QDir old(test.dir->filePath(u"old"_s));
+        const QString path =
+            SmsDbBuilder(old, IosVersion::Ios5).chat(u"+34612345678"_s).received(u"x"_s).write();
+        BackupBuilder(test.backup).messages(path).write();
+    });
+    row("of unknown chats only", u"Only found 1 messages with unknown contact info"_s,
+        [](TestMerge &test) { test.chosen.last().chat->rowid = -2047483647; });
+    row("the manifest changes meanwhile", u"Manifest.mbdb: another program has changed"_s,
+        append(manifestName));
+    row("the database changes meanwhile", u"another program has changed"_s, append(databaseName));
+}
+
+void TestMerge::whatCantBeDoneChangesNothing()
+{
+    QFETCH(std::function<void(TestMerge &)>, spoil);
+    QFETCH(QString, reason);
+    writePhone(IosVersion::Ios7, true);
+    spoil(*this);
+    QHash<QString, QByteArray> before = filesOf(backup);
+    const QString failure = failureOf([this] { merge(chosen.list()); });
+    QVERIFY2(failure.contains(reason), qPrintable(failure));
+    if (!meddled.isEmpty())
+        before[meddled] += "x";
+    QCOMPARE(filesOf(backup), before);
+}
+
+void TestMerge::aCancelChangesNothing()
+{
+    writePhone(IosVersion::Ios8, true);
+    const QHash<QString, QByteArray> before = filesOf(backup);
+    progress.meddle = [this] { progress.cancelled = true; };
+    QVERIFY_EXCEPTION_THROWN(merge(chosen.list()), int);
+    QCOMPARE(filesOf(backup), before);
+    // Beside the copy of the phone's database nothing is left either.
+    BackupManifest manifest(backup.path());
+    const QDir cache(backupCacheDir(manifest).filePath(u"file-relay/var/mobile/Library/SMS"_s));
+    QCOMPARE(cache.entryList({u"sms.db[0-9]*"_s}), QStringList());
+}
+
+void TestMerge::placesWhatIsThereOrMissing()
+{
+    const QString phoneGuid =
+        rowsOf(writePhone(IosVersion::Ios6, false), u"select guid from message where text='one'"_s).first();
+    const QString picture = dir->filePath(u"picture.jpg"_s);
+    QVERIFY(writeFile(picture, "picture"));
+    const QString kept =
+        backup.filePath(mbdbFileName(u"MediaDomain"_s, u"Library/SMS/Attachments/k/kept.jpg"_s));
+    QVERIFY(writeFile(kept, "kept"));
+    chosen.received(u"on the phone"_s).attachment(u"~/Library/SMS/Attachments/n/new.jpg"_s, picture);
+    chosen.last().guid = phoneGuid;
+    chosen.received(u"twin"_s).last().guid = u"N-1"_s;
+    chosen.received(u"event"_s).last().item_type = 1;
+    chosen.received(u"nobody's"_s).last().chat = nullptr;
+    chosen.received(u"files"_s)
+        .attachment(u"/var/mobile/Library/SMS/Attachments/k/kept.jpg"_s, picture)
+        .attachment(u"~/Library/SMS/Attachments/g/gone.jpg"_s, dir->filePath(u"gone"_s))
+        .attachment(u"~/Library/../../outside.jpg"_s, picture)
+        .attachment(u"~/Media/else.jpg"_s, picture);
+    const QSet<QString> before = [this] {
+        const QStringList names = backup.entryList(QDir::Files);
+        return QSet<QString>(names.begin(), names.end());
+    }();
+    const MergeCounts counts = merge(chosen.list());
+    QCOMPARE(counts.written, 2); // the first and the one with files
+    QCOMPARE(counts.validCount, 4);
+    QCOMPARE(counts.unknownCount, 1);
+    const QString made = mbdbFileName(u"MediaDomain"_s, u"Library/SMS/Attachments/n/new.jpg"_s);
+    QStringList added;
+    for (const QString &name : backup.entryList(QDir::Files)) {
+        if (!before.contains(name) && !name.contains(u'-'))
+            added.append(name);
+    }
+    QCOMPARE(added, QStringList(made));
+    QCOMPARE(bytesOf(kept), "kept"_ba);
+    const QHash<QString, _MbdbRecord> records = readMbdbFile(backup.filePath(manifestName));
+    QCOMPARE(records.value(made).path.text(), u"Library/SMS/Attachments/n/new.jpg"_s);
+    QCOMPARE(records.value(made).dataHash.bytes, fileSha1(picture));
+    const QString attached =
+        u"select text, cache_has_attachments, count(attachment_id) from message left join "
+        "message_attachment_join on message_id=message.rowid where guid %1 group by guid"_s;
+    QCOMPARE(rowsOf(databasePath(), attached.arg(u"='"_s + phoneGuid + u'\'')), QStringList(u"one|1|1"_s));
+    QCOMPARE(rowsOf(databasePath(), attached.arg(u"like 'N-%'"_s)),
+             QStringList({u"chosen|0|0"_s, u"files|1|4"_s}));
 }
 
 void TestMerge::manifestKeepsEveryRecord()

@@ -13,7 +13,11 @@
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QStorageInfo>
 #include <QTest>
+
+#include <sched.h>
+#include <sys/mount.h>
 
 using namespace Qt::StringLiterals;
 
@@ -46,6 +50,7 @@ private Q_SLOTS:
     void aKillLeavesTheOldPairOrTheNew();
     void everyMoveLeavesAPairToReaders();
     void aBackupMadeAnewWins();
+    void aDiskThatTakesNoMoreChangesNothing();
 
 private:
     QString merge();
@@ -54,6 +59,7 @@ private:
     bool isNew() const;
     bool isSound() const;
     void decide(const QDir &made);
+    QString hinderedMerge(bool isFull);
 
     QTemporaryDir dir;
     QDir original;
@@ -141,7 +147,7 @@ void TestMergeKill::aKillLeavesTheOldPairOrTheNew()
         kills += result.isEmpty() ? 0 : 1;
         QVERIFY(isOld() != isNew());
         QVERIFY(isSound());
-        finishRewrite(backup);
+        QCOMPARE(failureOf([this] { finishRewrite(backup); }), QString());
         QVERIFY(isOld() != isNew() && isSound());
         QVERIFY(backup.entryList({u"marrowlight*"_s}, QDir::AllEntries | QDir::Hidden).isEmpty());
         if (runs % 8 == 0 && isOld()) {
@@ -206,6 +212,38 @@ void TestMergeKill::aBackupMadeAnewWins()
     QCOMPARE(readMbdbFile(backup.filePath(manifestName)), records);
     QCOMPARE(bytesOf(backup.filePath(databaseName)), bytesOf(original.filePath(databaseName)));
     QCOMPARE(backup.entryList({u"marrowlight*"_s}, QDir::AllEntries), QStringList());
+}
+
+/// Merges on a small disk that nobody else sees, read-only or with a little room.
+QString TestMergeKill::hinderedMerge(bool isFull)
+{
+    const QByteArray disk = backup.absolutePath().toUtf8();
+    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("small", disk.constData(), "tmpfs", 0, "size=8m") != 0)
+        return u"no disk"_s;
+    for (const QString &name : original.entryList(QDir::Files))
+        QFile::copy(original.filePath(name), backup.filePath(name));
+    const QStorageInfo room(backup);
+    const QByteArray little = "size=" + QByteArray::number(room.bytesTotal() - room.bytesFree() + 240'000);
+    mount(nullptr, disk.constData(), nullptr, MS_REMOUNT | (isFull ? 0 : MS_RDONLY), little.constData());
+    const QString failure = merge();
+    const bool isClean =
+        backup.entryList(QDir::AllEntries | QDir::NoDotAndDotDot) == original.entryList(QDir::Files);
+    mount(nullptr, disk.constData(), nullptr, MS_REMOUNT, "size=8m");
+    return failure + (isOld() && isClean && merge().isEmpty() && isNew() ? u": as it was"_s : u": changed"_s);
+}
+
+void TestMergeKill::aDiskThatTakesNoMoreChangesNothing()
+{
+    for (const bool isFull : {false, true}) {
+        QDir(backup).removeRecursively();
+        backup.mkpath(u"."_s);
+        const QString result = resultOfChild([&] { return hinderedMerge(isFull); });
+        if (result == "no disk"_L1)
+            QSKIP("needs the right to mount a file system");
+        QVERIFY2(result.endsWith(u": as it was"_s) && result.contains(isFull ? u"room"_s : u"written"_s),
+                 qPrintable(result));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestMergeKill)
