@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QFileInfo>
-#include <QStorageInfo>
 
 #include <algorithm>
 #include <filesystem>
@@ -242,16 +241,4 @@ QString standingManifest(const QDir &backupDir)
             return QDir(folder).absoluteFilePath(manifestName);
     }
     return backupDir.absoluteFilePath(manifestName);
-}
-
-void requireRoom(const QDir &folder, qint64 bytes)
-{
-    constexpr qint64 mebibyte = 1 << 20;
-    const QStorageInfo disk(folder);
-    if (!disk.isValid() || disk.bytesAvailable() >= bytes)
-        return;
-    const QString text = u"%1: there is not enough room on this disk: %2 MiB are needed, %3 MiB are free."_s;
-    throw std::runtime_error(text.arg(folder.absolutePath(), QString::number(bytes / mebibyte + 1),
-                                      QString::number(disk.bytesAvailable() / mebibyte))
-                                 .toStdString());
 }

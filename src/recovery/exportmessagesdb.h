@@ -36,8 +36,10 @@ public:
 private:
     bool canHold(const _MsgMessage &message);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    /// The row of a message that is there already, 0 for a new one, and by what it is known.
+    std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
-    void appendAttachments(const _MsgMessage &message, qint64 messageId);
+    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
     void forgetRun();
 

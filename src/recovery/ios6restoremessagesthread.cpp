@@ -1,6 +1,7 @@
 #include "ios6restoremessagesthread.h"
 
 #include "backuprewrite.h"
+#include "diskroom.h"
 #include "filetools.h"
 #include "jobprogress.h"
 #include "manifestwriter.h"
@@ -183,7 +184,7 @@ void BackupFilling::checkIsCopy(const QString &source) const
 
 void BackupFilling::stageFile(const QString &from, const QString &name)
 {
-    requireRoom(backup, QFileInfo(from).size());
+    checkRoomThrow(backup.absolutePath(), QFileInfo(from).size());
     const QString target = rewrite.staged(name);
     if (!QFile::copy(from, target))
         fail(u"can not overwrite %1."_s, backup.absoluteFilePath(name));
@@ -238,7 +239,7 @@ void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages,
     qint64 bytes = 0;
     for (const AddedFile &file : std::as_const(added))
         bytes += QFileInfo(file.localPath).size();
-    requireRoom(backup, bytes);
+    checkRoomThrow(backup.absolutePath(), bytes);
     for (AddedFile &file : added) {
         throwIfCancelled(progress);
         const QString name = mbdbFileName(file.domain, file.path);
@@ -270,7 +271,7 @@ void BackupFilling::addAttachment(const _MsgAttachment &attachment)
 
 void BackupFilling::stageManifest()
 {
-    requireRoom(backup, QFileInfo(manifestPath).size() * 2);
+    checkRoomThrow(backup.absolutePath(), QFileInfo(manifestPath).size() * 2);
     writeMbdbFile(records, rewrite.staged(manifestName));
 }
 
@@ -299,7 +300,7 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     const QString path = source.databasePath();
     BackupFilling filling(backupDir, rewrite);
     filling.checkIsCopy(path);
-    requireRoom(QFileInfo(path).dir(), 3 * QFileInfo(path).size());
+    checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
     WorkingCopies copies(path);
     MessageMerge merge(copies.phone, copies.merged, progress);
     const MergeCounts counts = merge.run(messages);
