@@ -9,6 +9,7 @@
 
 class QItemSelection;
 class QLabel;
+class ViewSwitches;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
 
@@ -106,6 +107,7 @@ private:
     MessagePane *messages;
     MessageWorkers *workers;
     WindowMenus *menus;
+    ViewSwitches *views;
     QLabel *advLabel;
     int flowsRunning = 0;
     bool closeWanted = false;
