@@ -9,6 +9,7 @@
 #include "messagedeletion.h"
 #include "messagepane.h"
 #include "messagestore.h"
+#include "missingattachmentsdlg.h"
 #include "product.h"
 #include "programicon.h"
 #include "sourceloader.h"
@@ -346,6 +347,14 @@ void MainWindow::miUnmoutDevice()
     if (source && source->type == IosDeviceNode)
         sources->model().removeNode(source);
     menus->follow(state());
+}
+
+void MainWindow::miMissingAttachments()
+{
+    runFlow([this] {
+        const MessageChoice choice = chooseSource();
+        MissingAttachmentsDlg(listAttachments(choice.messages), this).exec();
+    });
 }
 
 void MainWindow::findMessages()
