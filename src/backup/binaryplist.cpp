@@ -63,6 +63,10 @@ bool BinaryPlist::readTrailer()
 // Of a wide integer the last 8 bytes count. Its bytes have to be there.
 quint64 BinaryPlist::integerAt(QByteArrayView bytes, qsizetype place, qsizetype width)
 {
+    if (width == 1)
+        return quint8(bytes.at(place));
+    if (width == 2)
+        return quint64(quint8(bytes.at(place))) << 8 | quint8(bytes.at(place + 1));
     quint64 value = 0;
     for (qsizetype i = 0; i < width; ++i)
         value = value << 8 | quint8(bytes.at(place + i));

@@ -121,6 +121,7 @@ void ManifestList::addMissingFolders(ManifestDomain &domain)
     const size_t listed = domain.entries.size();
     const size_t most = 2 * listed + 1000; // a list of endless paths must not fill the memory
     QSet<QByteArrayView> known;
+    known.reserve(qsizetype(listed));
     for (const ManifestEntry &entry : domain.entries)
         known.insert(entry.path);
     for (size_t i = 0; i < listed; ++i) {

@@ -20,11 +20,23 @@ void hang(_ManifestNode *node, _ManifestNode *parent)
     parent->children.append(node);
 }
 
+/// Whether no path of `domain` comes in another one.
+bool standsApart(const ManifestList &list, const ManifestDomain &domain)
+{
+    return domain.isApplication() && list.keepsApplicationsApart();
+}
+
 /// Hangs the nodes of one domain after the other into the tree of a backup.
 class TreeBuilder
 {
 public:
-    explicit TreeBuilder(BackupManifest &target) : manifest(target), knownPaths(target) {}
+    TreeBuilder(BackupManifest &target, ManifestList &list) : manifest(target), knownPaths(target)
+    {
+        size_t shared = 0;
+        for (const auto &[text, domain] : list.domains())
+            shared += standsApart(list, domain) ? 0 : domain.entries.size();
+        byPath.reserve(qsizetype(shared));
+    }
 
     /// With `isApart` no path of `domain` comes in another one.
     void add(ManifestDomain &domain, bool isApart);
@@ -113,7 +125,7 @@ void buildManifestTree(BackupManifest &manifest, const QByteArray &content, cons
 void buildManifestTree(BackupManifest &manifest, ManifestList &list)
 {
     list.sort();
-    TreeBuilder builder(manifest);
+    TreeBuilder builder(manifest, list);
     for (auto &[text, domain] : list.domains())
-        builder.add(domain, domain.isApplication() && list.keepsApplicationsApart());
+        builder.add(domain, standsApart(list, domain));
 }
