@@ -4,6 +4,14 @@
 <context>
     <name>QObject</name>
     <message>
+        <source>IDS_BACKUP_NOT_FINISHED_%1</source>
+        <translation>%1 (not finished)</translation>
+    </message>
+    <message>
+        <source>IDS_BACKUP_WAS_BROKEN_OFF</source>
+        <translation>The backup was broken off before it was finished; make it again.</translation>
+    </message>
+    <message>
         <source>IDS_CHECKING_PASSWORD</source>
         <translation>Checking the password...</translation>
     </message>
@@ -94,6 +102,22 @@
     <message>
         <source>IDS_SUC_EXPORT_%1_MMS</source>
         <translation>Successfully exported %1 SMS.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1_BETWEEN_%2_AND_%3</source>
+        <translation>Up to %1 messages are missing between %2 and %3.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1_BEFORE_%2</source>
+        <translation>Up to %1 messages are missing before %2.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1_AFTER_%2</source>
+        <translation>Up to %1 messages are missing after %2.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1</source>
+        <translation>Up to %1 messages are missing.</translation>
     </message>
     <message>
         <source>IDS_PRINT_SMS</source>
@@ -202,6 +226,14 @@
     <message>
         <source>Marrowlight Message Vault</source>
         <translation>Marrowlight Message Vault</translation>
+    </message>
+    <message>
+        <source>IDS_NO_CONVERSATION</source>
+        <translation>No conversation</translation>
+    </message>
+    <message>
+        <source>IDS_YOU</source>
+        <translation>You</translation>
     </message>
 </context>
 </TS>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +15,7 @@ struct CommandLine {
     QString country;      ///< mobile country code; empty means none is known
     QStringList chats;    ///< `chat_identifier`s asked for; empty means all
     bool newestFirst = false;
+    EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;
     QString into; ///< name of the Local Database to write to

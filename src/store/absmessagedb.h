@@ -24,6 +24,9 @@ public:
     /// 5 or 6.
     virtual int dbVersion() = 0;
 
+    /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
+    virtual bool isLocalDatabase() { return false; }
+
 protected:
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);
