@@ -2,15 +2,11 @@
 
 #include "absformatexport.h"
 #include "ios6messagedb.h"
+#include "messageplacing.h"
 #include "messagerecords.h"
 
 #include <QDir>
-#include <QHash>
-#include <QMap>
-#include <QSet>
 #include <QString>
-
-#include <utility>
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its content
 /// or its guid, gets no second row; chat, handles and attachments around it end up present and joined.
@@ -36,23 +32,9 @@ public:
     void end() override { finish(); }
 
 private:
-    bool canHold(const _MsgMessage &message);
-    qint64 chatRowid(const _MsgChat &chat);
-    qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
-    qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
-    void appendAttachments(const _MsgMessage &message, qint64 messageId);
     void copyFile(const _MsgAttachment &attachment) const;
-    void forgetRun();
 
     IOS6MessageDb db;
+    MessagePlacing placing; ///< into `db`
     QDir root;
-
-    // What this run knows of the database. Nobody else can change these rows while the run lasts.
-    QHash<QString, qint64> chatIds;                       ///< by guid
-    QHash<std::pair<QString, QString>, qint64> handleIds; ///< by address and service
-    QSet<std::pair<qint64, qint64>> members;              ///< chat and handle that are joined
-
-    // Written once at the end instead of once a message.
-    QMap<qint64, int> newestDates;       ///< by chat
-    QMap<qint64, QString> lastAddressed; ///< by chat
 };

@@ -30,6 +30,7 @@ public:
     /// Throws `std::runtime_error` when the file is damaged, no message database, or missing and not to be
     /// made. The connection is then closed.
     void openDb() override;
+    const QString &databasePath() const { return path; }
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     int dbVersion() override { return 6; }
