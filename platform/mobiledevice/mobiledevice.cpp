@@ -7,6 +7,7 @@
 
 #include <map>
 #include <mutex>
+#include <vector>
 
 // The names of the maker's "iTunesMobileDevice" that the program looks up, over libimobiledevice. Codes are
 // libimobiledevice's own; 0 is success.
@@ -16,23 +17,32 @@
 namespace
 {
 
-/// The phones that were ever seen: a handle stays good until the process ends, and a phone that comes back
-/// has the handle that it had.
+/// The phones that were ever seen. A handle stays good until the process ends, and a phone that comes back
+/// has a new one: a job that still works with the old handle doesn't meet the new visit's calls.
 class Phones
 {
 public:
-    Phone *handle(const std::string &udid)
+    Phone *arrived(const std::string &udid)
     {
         const std::lock_guard lock(mutex);
-        std::unique_ptr<Phone> &phone = phones[udid];
+        Phone *&phone = present[udid];
         if (!phone)
-            phone = std::make_unique<Phone>(udid);
-        return phone.get();
+            phone = all.emplace_back(std::make_unique<Phone>(udid)).get();
+        return phone;
+    }
+
+    /// Null when it wasn't there.
+    Phone *gone(const std::string &udid)
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = present.find(udid);
+        return found == present.end() ? nullptr : present.extract(found).mapped();
     }
 
 private:
     std::mutex mutex;
-    std::map<std::string, std::unique_ptr<Phone>> phones;
+    std::map<std::string, Phone *> present;
+    std::vector<std::unique_ptr<Phone>> all;
 };
 
 Phones &phones()
@@ -49,12 +59,16 @@ struct Subscription {
 void notify(const idevice_event_t *event, void *user)
 {
     const auto *subscription = static_cast<const Subscription *>(user);
-    const bool isKnown = event->event == IDEVICE_DEVICE_ADD || event->event == IDEVICE_DEVICE_REMOVE;
-    if (!isKnown || event->conn_type != CONNECTION_USBMUXD)
+    if (event->conn_type != CONNECTION_USBMUXD)
         return;
-    DeviceNotificationInfo info = {phones().handle(event->udid),
-                                   event->event == IDEVICE_DEVICE_ADD ? deviceArrived : deviceRemoved, user};
-    subscription->callback(&info, subscription->context);
+    const bool isArrival = event->event == IDEVICE_DEVICE_ADD;
+    const bool isRemoval = event->event == IDEVICE_DEVICE_REMOVE;
+    Phone *const phone = isArrival   ? phones().arrived(event->udid)
+                         : isRemoval ? phones().gone(event->udid)
+                                     : nullptr;
+    DeviceNotificationInfo info = {phone, isArrival ? deviceArrived : deviceRemoved, user};
+    if (phone)
+        subscription->callback(&info, subscription->context);
 }
 
 /// UTF-8 of a string; empty for null.

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include <fcntl.h>
+
 namespace
 {
 
@@ -29,6 +31,10 @@ struct ServiceFree {
         lockdownd_service_descriptor_free(service);
     }
 };
+struct Disconnect {
+    void operator()(idevice_connection_t connection) const noexcept { idevice_disconnect(connection); }
+};
+using Connection = std::unique_ptr<idevice_connection_private, Disconnect>;
 using ServiceDescriptor = std::unique_ptr<lockdownd_service_descriptor, ServiceFree>;
 
 PlistNode pairRecord(const std::string &udid)
@@ -43,6 +49,35 @@ PlistNode pairRecord(const std::string &udid)
         return nullptr;
     plist_from_memory(raw, size, &record);
     return PlistNode(record);
+}
+
+/// A text or the bytes of a pairing record; empty when it isn't there.
+std::string recordField(const PlistNode &record, const char *name)
+{
+    plist_t node = record ? plist_dict_get_item(record.get(), name) : nullptr;
+    if (node && plist_get_node_type(node) == PLIST_STRING)
+        return plist_get_string_ptr(node, nullptr);
+    if (!node || plist_get_node_type(node) != PLIST_DATA)
+        return {};
+    uint64_t length = 0;
+    const char *bytes = plist_get_data_ptr(node, &length);
+    return {bytes, size_t(length)};
+}
+
+/// A descriptor of our own: the connection closes only its own.
+int descriptorOf(const Connection &connection)
+{
+    int descriptor = -1;
+    idevice_connection_get_fd(connection.get(), &descriptor);
+    return ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+}
+
+int encipheredSocket(int descriptor, const std::string &udid)
+{
+    const PlistNode record = pairRecord(udid);
+    std::unique_ptr<ServiceTls> phone = ServiceTls::open(
+        descriptor, {recordField(record, "RootCertificate"), recordField(record, "RootPrivateKey")});
+    return phone ? pumpedSocket(std::move(phone)) : -1;
 }
 
 } // namespace
@@ -78,11 +113,7 @@ void Phone::disconnect()
 
 std::string Phone::hostId() const
 {
-    const PlistNode record = pairRecord(identifier);
-    plist_t node = record ? plist_dict_get_item(record.get(), "HostID") : nullptr;
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
-    return plist_get_string_ptr(node, nullptr);
+    return recordField(pairRecord(identifier), "HostID");
 }
 
 bool Phone::isPaired() const
@@ -95,10 +126,16 @@ int Phone::pair()
     return client ? lockdownd_pair(client, nullptr) : LOCKDOWN_E_INVALID_ARG;
 }
 
-// Phones since iOS 7 have no request of their own for this: a session that opens is the proof.
+// Phones since iOS 7 have no request of their own for this: a session that opens is the proof. A phone that
+// was wiped, or whose owner took the trust back, doesn't know this computer any more and is asked again.
 int Phone::validatePairing()
 {
-    const int code = startSession();
+    int code = startSession();
+    if (code == LOCKDOWN_E_INVALID_HOST_ID) {
+        code = pair();
+        if (code == 0)
+            code = startSession();
+    }
     stopSession();
     return code;
 }
@@ -131,10 +168,12 @@ Phone::Service Phone::startService(const char *name)
     if (const int code = lockdownd_start_service(client, name, &raw))
         return {code, -1};
     const ServiceDescriptor service(raw);
-    idevice_connection_t connection = nullptr;
-    if (const int code = idevice_connect(device, service->port, &connection))
+    idevice_connection_t connected = nullptr;
+    if (const int code = idevice_connect(device, service->port, &connected))
         return {code, -1};
-    return {0, serviceSocket(connection, service->ssl_enabled != 0)};
+    const Connection connection(connected);
+    const int socket = descriptorOf(connection);
+    return {0, service->ssl_enabled ? encipheredSocket(socket, identifier) : socket};
 }
 
 plist_t Phone::value(const char *domain, const char *key)

@@ -91,7 +91,8 @@ QByteArray receiveAfc(int socket, quint64 *status)
     const AfcHeader header = receiveHeader(socket);
     const QByteArray payload = receivePayload(socket, header.entireLength - headerSize);
     const quint64 first = readLittleEndian<quint64>(payload).value_or(0);
-    if (header.operation == quint64(AfcOperation::Data))
+    if (header.operation == quint64(AfcOperation::Data) ||
+        header.operation == quint64(AfcOperation::FileOpened))
         return payload;
     if (header.operation != quint64(AfcOperation::Status))
         throw std::runtime_error(

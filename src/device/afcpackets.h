@@ -16,6 +16,7 @@ enum class AfcOperation : quint64 {
     MakeDirectory = 9,
     FileInformation = 10,
     OpenFile = 13,
+    FileOpened = 14,
     ReadFile = 15,
     WriteFile = 16,
     CloseFile = 20,
@@ -26,7 +27,8 @@ enum class AfcOperation : quint64 {
 /// Sends a packet: header, `parameters`, then `data` behind them.
 void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, const QByteArray &data = {});
 
-/// Receives the answer: what a data packet carries, or nothing for the status of success. `status`, unless
+/// Receives the answer: what a data packet, or the one that a file is open, carries, or nothing for the
+/// status of success. `status`, unless
 /// null, gets the status that came, also a refusal before it is thrown.
 QByteArray receiveAfc(int socket, quint64 *status = nullptr);
 

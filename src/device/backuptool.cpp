@@ -100,7 +100,6 @@ void backup2tool::tick(qint64 startSeconds, qint64 estimate)
 
 void backup2tool::run(const backup2tool_op &op)
 {
-    cancelled = false;
     percent = 0;
     const qint64 estimate = estimatedSeconds();
     const BackupToolCommand command = backupToolCommand(op.op, target, root);
@@ -121,6 +120,8 @@ void backup2tool::run(const backup2tool_op &op)
     }
     output.take(tool);
     qDebug().noquote() << output.text();
+    if (tool.exitStatus() == QProcess::CrashExit)
+        throw std::runtime_error("The backup tool crashed.\n" + output.text().toStdString());
     if (output.hasError())
         throw std::runtime_error(output.text().toStdString());
 }

@@ -30,7 +30,7 @@ public:
     double progress() const { return percent; } ///< 0 to 99
 
 public Q_SLOTS:
-    /// Any thread. Takes effect within a fifth of a second.
+    /// Any thread, also before `run`. Takes effect within a fifth of a second.
     void cancel() { cancelled = true; }
 
 Q_SIGNALS:

@@ -5,17 +5,26 @@
 
 #include <QObject>
 
+#include <mutex>
+
 namespace
 {
+
+std::mutex receivers; // over the receivers of all targets
 
 /// On a thread of the library: hands over and does nothing else.
 void deviceChanged(DeviceNotificationInfo *info, void *context)
 {
     const auto *target = static_cast<const DeviceWatchTarget *>(context);
+    const std::lock_guard lock(receivers);
+    if (!target->receiver)
+        return;
     if (info->message == deviceArrived)
-        QMetaObject::invokeMethod(target->receiver, target->connectedSlot, Q_ARG(void *, info->device));
+        QMetaObject::invokeMethod(target->receiver, target->connectedSlot, Qt::QueuedConnection,
+                                  Q_ARG(void *, info->device));
     else if (info->message == deviceRemoved)
-        QMetaObject::invokeMethod(target->receiver, target->disconnectedSlot, Q_ARG(void *, info->device));
+        QMetaObject::invokeMethod(target->receiver, target->disconnectedSlot, Qt::QueuedConnection,
+                                  Q_ARG(void *, info->device));
 }
 
 } // namespace
@@ -30,4 +39,10 @@ void mobiledevice_subscribe(DeviceWatchTarget *target)
     void *const context = target;
     callResolved<int(DeviceNotificationCallback, unsigned, unsigned, void *, void **)>(
         mobiledevice_resolve, "AMDeviceNotificationSubscribe", callback, 0U, 0U, context, &subscription);
+}
+
+void mobiledevice_forget(DeviceWatchTarget *target)
+{
+    const std::lock_guard lock(receivers);
+    target->receiver = nullptr;
 }

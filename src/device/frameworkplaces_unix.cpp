@@ -3,10 +3,15 @@
 #include <QCoreApplication>
 #include <QDir>
 
+#include <csignal>
+
 using namespace Qt::StringLiterals;
 
+// The cipher library writes to the sockets of phones as to any file: a phone that is pulled must not end the
+// program.
 bool prepareFrameworkSearch(QString &)
 {
+    std::signal(SIGPIPE, SIG_IGN);
     return true;
 }
 

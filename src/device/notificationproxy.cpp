@@ -72,6 +72,13 @@ mobiledevice_notification_thread::~mobiledevice_notification_thread()
         mobiledevice_close_socket(socket);
 }
 
+void mobiledevice_notification_thread::stop()
+{
+    stopRequested = true;
+    if (socket != 0)
+        socket_hang_up(socket);
+}
+
 void mobiledevice_notification_thread::observe(const QStringList &names)
 {
     mobiledevice_start_service(device, "com.apple.mobile.notification_proxy", &socket);
@@ -83,7 +90,6 @@ void mobiledevice_notification_thread::run()
 {
     if (socket == 0)
         throw std::runtime_error("mobiledevice_notification_thread::run, start service first.");
-    stopRequested = false;
     while (!stopRequested) {
         try {
             Q_EMIT recNotification(mobiledevice_notification_get_throw(socket));

@@ -19,13 +19,13 @@ class mobiledevice_notification_thread : public QThread
 
 public:
     mobiledevice_notification_thread(void *device, QObject *parent);
-    /// Stops listening and waits for the thread, a second and one time-out at most.
+    /// Stops listening and waits for the thread, about a second.
     ~mobiledevice_notification_thread() override;
 
     /// Starts the service and asks for these notifications. Throws `std::runtime_error`.
     void observe(const QStringList &names);
-    /// The thread ends after the round it is in.
-    void stop() { stopRequested = true; }
+    /// The thread ends after the round it is in, which waits for nothing any more. Any thread.
+    void stop();
 
 Q_SIGNALS:
     void recNotification(const QString &name);

@@ -24,6 +24,8 @@ int pollOne(Poll &entry, int timeoutMs)
     return WSAPoll(&entry, 1, timeoutMs);
 }
 
+constexpr int bothWays = SD_BOTH;
+
 void closeDescriptor(int socket)
 {
     closesocket(SOCKET(socket));
@@ -36,6 +38,8 @@ int pollOne(Poll &entry, int timeoutMs)
 {
     return ::poll(&entry, 1, timeoutMs);
 }
+
+constexpr int bothWays = SHUT_RDWR;
 
 void closeDescriptor(int socket)
 {
@@ -78,6 +82,11 @@ int socket_receive(int socket, void *data, int length, int timeoutMs)
 void mobiledevice_close_socket(int socket)
 {
     closeDescriptor(socket);
+}
+
+void socket_hang_up(int socket)
+{
+    ::shutdown(socket, bothWays);
 }
 
 void ServiceSocket::close()

@@ -18,6 +18,9 @@ int socket_receive(int socket, void *data, int length, int timeoutMs);
 
 void mobiledevice_close_socket(int socket);
 
+/// Ends the conversation: whoever waits for the socket, on any thread, finds it at its end.
+void socket_hang_up(int socket);
+
 /// Closes a service's socket on the way out.
 class ServiceSocket
 {

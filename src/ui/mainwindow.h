@@ -8,6 +8,7 @@
 #include <functional>
 
 class QItemSelection;
+struct DeviceWatchTarget;
 class QLabel;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
@@ -22,8 +23,11 @@ class MainWindow : public QMainWindow
 
 public:
     explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
 
 public Q_SLOTS:
+    // Told by the watch on phones, with the phone's handle.
+    void iosDeviceConnected(void *p);
     void iosDeviceDisconnected(void *p);
     void onMainTreeSelected(const QItemSelection &selections, const QItemSelection &);
     void onMainTreeContextMenu();
@@ -85,6 +89,7 @@ private:
     using Worker = void (MessageWorkers::*)(const MessageChoice &);
 
     void build();
+    void watchPhones();
     void fillStatusBar();
     SourceState state() const;
     void showSelected();
@@ -107,6 +112,7 @@ private:
     MessageWorkers *workers;
     WindowMenus *menus;
     QLabel *advLabel;
+    DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
     int flowsRunning = 0;
     bool closeWanted = false;
 };

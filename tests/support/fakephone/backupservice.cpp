@@ -30,7 +30,7 @@ public:
             if (files.fileInfo().isDir())
                 ask(QVariantList{u"DLMessageCreateDirectory"_s, QString(phone.udid + u'/' + name),
                                  QVariantMap()});
-            else
+            else if (name != u"Info.plist"_s) // the computer writes that one
                 names.append(name);
         }
         upload(names);

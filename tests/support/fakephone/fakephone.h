@@ -42,6 +42,7 @@ struct FakePhone {
     QDir backup;                    ///< the folder that a backup of this phone is
     QDir restored;                  ///< where a restore arrives
     QList<QVariantMap> syncRecords;
+    QStringList relayedNotifications; ///< those that happen as soon as somebody waits for them
 
     /// Names that programs asked to be told of, and those that they posted.
     QStringList observed() const;

@@ -86,6 +86,7 @@ FakePhone::FakePhone(const QString &identifier) : udid(identifier)
               {u"ProductVersion"_s, u"6.1.3"_s},
               {u"BuildVersion"_s, u"10B329"_s},
               {u"HardwareModel"_s, u"N90AP"_s},
+              {u"SerialNumber"_s, u"C00000000001"_s},
               {u"MobileSubscriberCountryCode"_s, u"214"_s},
               {u"WiFiAddress"_s, u"00:00:00:00:00:01"_s},
               {u"DevicePublicKey"_s, QByteArray(publicKey)}};

@@ -10,7 +10,8 @@ void serveNotificationProxy(FakePhone &phone, Stream &stream)
         const QString name = message.value(u"Name"_s).toString();
         if (command == u"ObserveNotification"_s) {
             phone.noteObserved(name);
-            stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
+            if (phone.relayedNotifications.contains(name))
+                stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
         } else if (command == u"PostNotification"_s) {
             phone.notePosted(name);
         } else if (command == u"Shutdown"_s) {
