@@ -64,12 +64,15 @@ std::string recordField(const PlistNode &record, const char *name)
     return {bytes, size_t(length)};
 }
 
-/// A descriptor of our own: the connection closes only its own.
+/// A descriptor of our own, which waits as plain sockets do: the connection's doesn't, and is all that the
+/// connection closes.
 int descriptorOf(const Connection &connection)
 {
     int descriptor = -1;
     idevice_connection_get_fd(connection.get(), &descriptor);
-    return ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    const int own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    ::fcntl(own, F_SETFL, ::fcntl(own, F_GETFL) & ~O_NONBLOCK);
+    return own;
 }
 
 int encipheredSocket(int descriptor, const std::string &udid)

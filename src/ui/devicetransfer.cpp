@@ -5,8 +5,10 @@
 #include "boxes.h"
 #include "datasourceselform.h"
 #include "devicejobs.h"
+#include "messagestore.h"
 #include "product.h"
 #include "programicon.h"
+#include "sourceloader.h"
 #include "sourcepane.h"
 
 using namespace Qt::StringLiterals;
@@ -35,7 +37,7 @@ _IOSDeviceItemNode *pickPhone(SourcePane &sources, QWidget *window)
 bool isWritable(const _IOSDeviceItemNode &node)
 {
     const QList<int> version = node.device.versionNumbers();
-    if (node.db->dbVersion() != 6)
+    if (sniffMessageDbVersion(messageFileOf(node)) != 6)
         showWarning(u"Failed to recover. Only iOS 6 or above is supported."_s);
     else if (!node.device.device)
         showWarning(QObject::tr("IDS_TRANSFER_NOT_TO_FOLDER"));

@@ -31,6 +31,7 @@ struct FakePhone {
     QVariantMap values;                 ///< of the lockdown domain without a name
     QMap<QString, QVariantMap> domains; ///< the named ones
     std::atomic<Trust> trust = Trust::Given;
+    bool isPairedAlready = false; ///< knows this computer as any other phone does that was paired with it
     bool servicesAreEnciphered = false;
     QStringList missingServices;
     QMap<QString, Manners> manners; ///< by name of service

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <csignal>
 #include <stdexcept>
 
 #include <sys/socket.h>
@@ -60,6 +61,7 @@ int listenOn(const QString &path)
 
 MuxServer::MuxServer(const QString &path) : socketPath(path), listener(listenOn(path))
 {
+    std::signal(SIGPIPE, SIG_IGN); // TLS over a socket whose other end went
     acceptor = std::thread([this] { acceptAll(); });
 }
 
@@ -116,7 +118,7 @@ bool MuxServer::answer(Connection &connection, const QVariantMap &request, quint
 {
     const QString type = request.value(u"MessageType"_s).toString();
     std::unique_lock lock(mutex);
-    const QString record = request.value(u"PairRecordID"_s).toString();
+    const QString record = recordName(request.value(u"PairRecordID"_s).toString());
     if (type == u"ListDevices"_s) {
         QVariantList all;
         for (const Plugged &plugged : std::as_const(phones))
@@ -151,6 +153,15 @@ bool MuxServer::answer(Connection &connection, const QVariantMap &request, quint
         send(connection.descriptor, result(0), tag);
     }
     return true;
+}
+
+/// Making the keys of a pairing takes a second: phones may share those of the first one.
+QString MuxServer::recordName(const QString &udid) const
+{
+    const bool shares = std::any_of(phones.cbegin(), phones.cend(), [&](const Plugged &plugged) {
+        return plugged.phone->udid == udid && plugged.phone->isPairedAlready;
+    });
+    return shares && !pairRecords.contains(udid) && !pairRecords.isEmpty() ? pairRecords.firstKey() : udid;
 }
 
 void MuxServer::tunnel(Connection &connection, quint32 id, quint16 port)
@@ -224,10 +235,4 @@ void MuxServer::pullOut(FakePhone &phone)
         if (connection.phone == id)
             ::shutdown(connection.descriptor, SHUT_RDWR);
     }
-}
-
-bool MuxServer::isPaired(const QString &udid) const
-{
-    const std::lock_guard lock(mutex);
-    return pairRecords.contains(udid);
 }

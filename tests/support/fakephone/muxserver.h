@@ -23,9 +23,6 @@ public:
     /// Its connections end in the middle of what they say.
     void pullOut(FakePhone &phone);
 
-    /// Whether this computer has a pairing record of the phone.
-    bool isPaired(const QString &udid) const;
-
 private:
     struct Plugged {
         quint32 id;
@@ -45,6 +42,7 @@ private:
     void send(int descriptor, const QVariantMap &message, quint32 tag);
     QVariantMap describe(const Plugged &plugged) const;
     FakePhone *phoneOf(quint32 id) const;
+    QString recordName(const QString &udid) const;
 
     QString socketPath;
     int listener = -1;

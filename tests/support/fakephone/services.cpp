@@ -77,7 +77,12 @@ void serveSync(FakePhone &phone, Stream &stream)
 
 void serveService(FakePhone &phone, const QString &name, Stream &stream)
 {
-    switch (phone.manners.value(name, Manners::Good)) {
+    const Manners manners = phone.manners.value(name, Manners::Good);
+    if (manners != Manners::Good && name == u"com.apple.afc"_s)
+        stream.receive(42); // what asks for the list of "/"
+    if (manners != Manners::Good && name == u"com.apple.mobile.file_relay"_s)
+        stream.receiveList();
+    switch (manners) {
     case Manners::Good: break;
     case Manners::ShortFrame: stream.send(QByteArray(2, '\0')); return;
     case Manners::HugeLength:
@@ -88,6 +93,7 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream)
     case Manners::ClosesInMessage: stream.send(bigEndian(100) + "half of it"); return;
     case Manners::WrongType:
         stream.sendList(7);
+        stream.sendList(7); // for those who answer the first one
         stream.receive(1 << 30);
         return;
     }
