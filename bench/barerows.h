@@ -73,3 +73,17 @@ private:
     int columns = 0;
     std::vector<sqlite3_value *> values;
 };
+
+/// What makes the tables, indexes and triggers of a finished database.
+inline QByteArray schemaOf(sqlite3 *db)
+{
+    sqlite3_stmt *statement = nullptr;
+    sqlite3_prepare_v2(db,
+                       "select sql from sqlite_master where sql is not null and name <> 'sqlite_sequence'",
+                       -1, &statement, nullptr);
+    QByteArray script;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        script += QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0))) + ";";
+    sqlite3_finalize(statement);
+    return script;
+}

@@ -96,14 +96,6 @@ private:
     std::vector<_MsgMessage> records;
 };
 
-QByteArray schema()
-{
-    QFile file(u":/res/localmsgdb_ddl.sql"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("no schema");
-    return file.readAll();
-}
-
 LocalDatabase database(const QTemporaryDir &dir, const QString &name)
 {
     return {name, dir.filePath(name)};
@@ -122,8 +114,10 @@ void compareInsertion(const QTemporaryDir &dir)
     const LocalDatabase target = database(dir, u"target"_s);
     import(list, target);
     std::deque<TableRows> tables;
+    QByteArray schema;
     {
         const Db full = openBare(target.file());
+        schema = schemaOf(full.get());
         for (const char *table : {"chat", "handle", "chat_handle_join", "message", "chat_message_join"})
             tables.emplace_back(full.get(), table);
     }
@@ -132,7 +126,7 @@ void compareInsertion(const QTemporaryDir &dir)
         QFile::remove(path);
         const Db db = openBare(path);
         runBare(db.get(), "PRAGMA cache_size=-65536");
-        runBare(db.get(), schema());
+        runBare(db.get(), schema);
         runBare(db.get(), "begin");
         for (const TableRows &table : tables)
             table.insertInto(db.get());

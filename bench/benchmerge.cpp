@@ -30,20 +30,6 @@ public:
     void tipsWait(const QString &) override {}
 };
 
-QByteArray schemaOf(sqlite3 *db)
-{
-    QByteArray script;
-    sqlite3_stmt *statement = nullptr;
-    sqlite3_prepare_v2(db,
-                       "select sql from sqlite_master where sql not null and type in ('table', 'index') and "
-                       "name not like 'sqlite%'",
-                       -1, &statement, nullptr);
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        script.append(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0))).append(';');
-    sqlite3_finalize(statement);
-    return script;
-}
-
 /// What the merged database holds, ready to be inserted into an empty one.
 class Floor
 {

@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QFileInfo>
-#include <QStorageInfo>
 
 #include <algorithm>
 #include <filesystem>
@@ -36,8 +35,7 @@ void renameThrow(const QString &from, const QString &to)
 
 void lockThrow(QLockFile &lock, const QDir &backup)
 {
-    lock.setStaleLockTime(0);
-    if (lock.tryLock())
+    if (takeLock(lock))
         return;
     const QString text = lock.error() == QLockFile::LockFailedError
                              ? u"%1: another program is changing this backup. Try again when it is done."_s
@@ -243,16 +241,4 @@ QString standingManifest(const QDir &backupDir)
             return QDir(folder).absoluteFilePath(manifestName);
     }
     return backupDir.absoluteFilePath(manifestName);
-}
-
-void requireRoom(const QDir &folder, qint64 bytes)
-{
-    constexpr qint64 mebibyte = 1 << 20;
-    const QStorageInfo disk(folder);
-    if (!disk.isValid() || disk.bytesAvailable() >= bytes)
-        return;
-    const QString text = u"%1: there is not enough room on this disk: %2 MiB are needed, %3 MiB are free."_s;
-    throw std::runtime_error(text.arg(folder.absolutePath(), QString::number(bytes / mebibyte + 1),
-                                      QString::number(disk.bytesAvailable() / mebibyte))
-                                 .toStdString());
 }

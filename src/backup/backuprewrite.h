@@ -53,6 +53,3 @@ void finishRewrite(const QDir &backupDir);
 /// Path of the manifest that goes with the files of the backup: "Manifest.mbdb" but for the moment in which
 /// its files are new already and its own turn hasn't come.
 QString standingManifest(const QDir &backupDir);
-
-/// Throws `std::runtime_error` when the disk of `folder` has less than `bytes` of room.
-void requireRoom(const QDir &folder, qint64 bytes);

@@ -1,7 +1,10 @@
 #include "itunescachesmsthread.h"
 
+#include "backupfiles.h"
 #include "backupmanifest.h"
+#include "cacheroom.h"
 #include "datalocations.h"
+#include "diskroom.h"
 #include "jobprogress.h"
 #include "messagecache.h"
 
@@ -42,8 +45,7 @@ MessageFolders findFolders(const _ManifestNode &root)
 /// Two programs in one cache folder would take each other's files away.
 void lockThrow(QLockFile &lock, const QDir &cacheDir)
 {
-    lock.setStaleLockTime(0);
-    if (lock.tryLock())
+    if (takeLock(lock))
         return;
     // A program that was killed in the middle of locking left a file that looks alive. Only one that
     // still runs holds the file itself, which then can't be removed.
@@ -90,6 +92,8 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     if (!folders.sms)
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
     checkDatabase(manifest);
+    // Before anything is touched: a person with a hundred gigabytes of videos is told at once.
+    checkRoomThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
     QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
     QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
     lockThrow(lock, cacheDir);

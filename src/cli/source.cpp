@@ -106,6 +106,11 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
 
 } // namespace
 
+bool hasOwnGuid(const Source &source, const _MsgMessage &message)
+{
+    return source.db->dbVersion() != 5 || message.service != "SMS"_L1;
+}
+
 Source openSource(const CommandLine &line, TerminalProgress &progress)
 {
     Source source;
@@ -117,6 +122,7 @@ Source openSource(const CommandLine &line, TerminalProgress &progress)
     if (source.db) {
         source.store = _MsgStorePtr::create();
         source.db->messages(source.store, 0);
+        source.db->attachments(source.store);
     }
     return source;
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "absformatexport.h"
+#include "extraskeeper.h"
 #include "ios6messagedb.h"
 #include "messageplacing.h"
 #include "messagerecords.h"
 
 #include <QDir>
+#include <QMap>
 #include <QString>
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its content
@@ -32,9 +34,21 @@ public:
     void end() override { finish(); }
 
 private:
+    bool canHold(const _MsgMessage &message);
+    void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    /// The row of a message that is there already, 0 for a new one, and by what it is known.
+    std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
+    qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
+    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
+    void forgetRun();
 
     IOS6MessageDb db;
     MessagePlacing placing; ///< into `db`
+    ExtrasKeeper extras;
     QDir root;
+
+    // Written once at the end instead of once a message.
+    QMap<qint64, int> newestDates;   ///< by chat
+    QMap<qint64, int> newestDeleted; ///< the same of messages in "Recently Deleted"
 };

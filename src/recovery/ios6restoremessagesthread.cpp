@@ -1,6 +1,7 @@
 #include "ios6restoremessagesthread.h"
 
 #include "backuprewrite.h"
+#include "diskroom.h"
 #include "filetools.h"
 #include "jobprogress.h"
 #include "manifestwriter.h"
@@ -145,7 +146,7 @@ public:
     /// Throws unless the database at `source` is the one that the backup holds.
     void checkIsCopy(const QString &source) const;
     void stageDatabase(const QString &path);
-    void stageAttachments(const QList<const _MsgMessage *> &messages);
+    void stageAttachments(const QList<const _MsgMessage *> &messages, const JobProgress &progress);
     void stageManifest();
 
 private:
@@ -160,7 +161,7 @@ private:
     QString manifestPath;
     Records records;
     QList<AddedFile> added;
-    QSet<QString> addedNames;
+    QSet<QString> addedPaths;
 };
 
 // Readers leave out a log that isn't listed, or is listed as empty.
@@ -183,7 +184,7 @@ void BackupFilling::checkIsCopy(const QString &source) const
 
 void BackupFilling::stageFile(const QString &from, const QString &name)
 {
-    requireRoom(backup, QFileInfo(from).size());
+    checkRoomThrow(backup.absolutePath(), QFileInfo(from).size());
     const QString target = rewrite.staged(name);
     if (!QFile::copy(from, target))
         fail(u"can not overwrite %1."_s, backup.absoluteFilePath(name));
@@ -225,7 +226,7 @@ void BackupFilling::emptyCompanions()
     }
 }
 
-void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages)
+void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages, const JobProgress &progress)
 {
     for (const _MsgMessage *message : messages) {
         if (message->attachments.isEmpty())
@@ -234,6 +235,19 @@ void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages)
             if (QFileInfo(attachment->localFile).isFile())
                 addAttachment(*attachment);
         }
+    }
+    qint64 bytes = 0;
+    for (const AddedFile &file : std::as_const(added))
+        bytes += QFileInfo(file.localPath).size();
+    checkRoomThrow(backup.absolutePath(), bytes);
+    for (AddedFile &file : added) {
+        throwIfCancelled(progress);
+        const QString name = mbdbFileName(file.domain, file.path);
+        const QString inBackup = backup.absoluteFilePath(name);
+        const bool isThere = QFileInfo::exists(inBackup);
+        if (!isThere)
+            stageFile(file.localPath, name);
+        file.localPath = isThere ? inBackup : rewrite.staged(name);
     }
     addBackupFiles(records, added);
 }
@@ -249,19 +263,15 @@ void BackupFilling::addAttachment(const _MsgAttachment &attachment)
                  qUtf16Printable(attachment.filename));
         return;
     }
-    const QString name = mbdbFileName(mediaDomain, relative);
-    if (addedNames.contains(name))
-        return;
-    addedNames.insert(name);
-    const bool isThere = QFileInfo::exists(backup.absoluteFilePath(name));
-    if (!isThere)
-        stageFile(attachment.localFile, name);
-    added.append({isThere ? backup.absoluteFilePath(name) : rewrite.staged(name), mediaDomain, relative});
+    const qsizetype before = addedPaths.size();
+    addedPaths.insert(relative);
+    if (addedPaths.size() > before)
+        added.append({attachment.localFile, mediaDomain, relative});
 }
 
 void BackupFilling::stageManifest()
 {
-    requireRoom(backup, QFileInfo(manifestPath).size() * 2);
+    checkRoomThrow(backup.absolutePath(), QFileInfo(manifestPath).size() * 2);
     writeMbdbFile(records, rewrite.staged(manifestName));
 }
 
@@ -290,14 +300,14 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     const QString path = source.databasePath();
     BackupFilling filling(backupDir, rewrite);
     filling.checkIsCopy(path);
-    requireRoom(QFileInfo(path).dir(), 3 * QFileInfo(path).size());
+    checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
     WorkingCopies copies(path);
     MessageMerge merge(copies.phone, copies.merged, progress);
     const MergeCounts counts = merge.run(messages);
     if (copies.hadLogMode)
         setJournalMode(copies.merged, u"wal"_s);
     filling.stageDatabase(copies.merged);
-    filling.stageAttachments(merge.taken());
+    filling.stageAttachments(merge.taken(), progress);
     filling.stageManifest();
     throwIfCancelled(progress);
     rewrite.commit();

@@ -181,10 +181,18 @@ void MessageMerge::copyRun(const Run &run)
     lastRow += run.last - run.first + 1;
 }
 
+MessageMerge::Place MessageMerge::place(const _MsgMessage &message)
+{
+    const qint64 chatId = placing.chatRowid(*message.chat);
+    placing.noteAddressed(message, chatId);
+    return {chatId, placing.personRowid(*message.chat, chatId, message.handle)};
+}
+
 // What the phone's own triggers do for a new message: the names of its rooms.
 void MessageMerge::insertChosen(const _MsgMessage &message)
 {
-    lastRow = placing.insert(message, placing.place(message), {});
+    const Place rows = place(message);
+    lastRow = placing.insert(message, rows.chat, rows.handle, {});
     if (!message.chat->room_name.isEmpty()) {
         Sqlite3Sql sql(
             "update message set cache_roomnames=(select group_concat(c.room_name) from chat c inner "
@@ -198,7 +206,7 @@ void MessageMerge::insertChosen(const _MsgMessage &message)
 void MessageMerge::completeKnown()
 {
     for (const _MsgMessage *message : std::as_const(known)) {
-        placing.place(*message);
+        place(*message);
         if (message->attachments.isEmpty())
             continue;
         const qint64 messageId = db.messageRowid(message->guid);

@@ -51,6 +51,11 @@ private:
         qint64 last;
     };
 
+    struct Place {
+        qint64 chat;
+        qint64 handle; ///< 0 for nobody
+    };
+
     void open();
     void choose(const QList<_MsgMessage *> &messages);
     bool isRefused(const _MsgMessage &message);
@@ -58,6 +63,7 @@ private:
     void clear();
     void write(const std::vector<MergeItem> &items);
     void copyRun(const Run &run);
+    Place place(const _MsgMessage &message);
     void insertChosen(const _MsgMessage &message);
     void completeKnown();
     void joinAttachments(const _MsgMessage &message, qint64 messageId);

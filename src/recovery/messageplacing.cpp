@@ -1,14 +1,30 @@
 #include "messageplacing.h"
 
+#include "messagestore.h"
+
 #include <QDebug>
 
 #include <algorithm>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
 
 // Chats with rows below this were made up for messages whose address nobody knows.
 constexpr qint64 lowestKnownChat = -2047483646;
+
+/// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
+/// handles, of which one takes part.
+bool isMemberByOtherService(const _MsgChat &chat, const _MsgHandle &handle)
+{
+    if (!chat.guid.startsWith("any;"_L1))
+        return false;
+    const auto isSame = [&](const _MsgHandle *member) { return member == &handle; };
+    const auto hasAddress = [&](const _MsgHandle *member) { return member->id == handle.id; };
+    return std::none_of(chat.handles.begin(), chat.handles.end(), isSame) &&
+           std::any_of(chat.handles.begin(), chat.handles.end(), hasAddress);
+}
 
 } // namespace
 
@@ -25,18 +41,6 @@ bool MessagePlacing::hasKnownChat(const _MsgMessage &message)
     return true;
 }
 
-MessagePlacing::Place MessagePlacing::place(const _MsgMessage &message)
-{
-    Place found;
-    found.chat = chatRowid(*message.chat);
-    if (message.handle) {
-        found.handle = memberRowid(found.chat, *message.handle);
-        if (message.chat->handles.size() > 1)
-            lastAddressed.insert(found.chat, message.handle->id);
-    }
-    return found;
-}
-
 qint64 MessagePlacing::chatRowid(const _MsgChat &chat)
 {
     qint64 &rowid = chatIds[chat.guid];
@@ -47,13 +51,27 @@ qint64 MessagePlacing::chatRowid(const _MsgChat &chat)
     return rowid;
 }
 
-qint64 MessagePlacing::memberRowid(qint64 chatId, const _MsgHandle &handle)
+qint64 MessagePlacing::handleRowid(const _MsgHandle &handle)
 {
     qint64 &rowid = handleIds[{handle.id, handle.service}];
     if (rowid == 0)
         rowid = db.handleRowid(handle);
     if (rowid == 0)
         rowid = db.insertHandle(handle);
+    return rowid;
+}
+
+qint64 MessagePlacing::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
+{
+    if (!handle)
+        return 0;
+    const bool isLoose = isNoConversation(chat) || isMemberByOtherService(chat, *handle);
+    return isLoose ? handleRowid(*handle) : memberRowid(chatId, *handle);
+}
+
+qint64 MessagePlacing::memberRowid(qint64 chatId, const _MsgHandle &handle)
+{
+    const qint64 rowid = handleRowid(handle);
     if (!members.contains({chatId, rowid})) {
         if (!db.chatHasHandle(chatId, rowid))
             db.joinChatHandle(chatId, rowid);
@@ -62,16 +80,11 @@ qint64 MessagePlacing::memberRowid(qint64 chatId, const _MsgHandle &handle)
     return rowid;
 }
 
-qint64 MessagePlacing::insert(const _MsgMessage &message, const Place &place, const QString &hash)
+qint64 MessagePlacing::insert(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash)
 {
-    const qint64 otherId = message.otherHandle ? memberRowid(place.chat, *message.otherHandle) : 0;
-    const qint64 messageId = db.insertMessage(message, place.handle, otherId, hash);
-    db.joinChatMessage(place.chat, messageId);
-    const auto newest = newestDates.find(place.chat);
-    if (newest == newestDates.end())
-        newestDates.insert(place.chat, message.date);
-    else
-        *newest = std::max(*newest, message.date);
+    const qint64 otherId = personRowid(*message.chat, chatId, message.otherHandle);
+    const qint64 messageId = db.insertMessage(message, handleId, otherId, hash);
+    db.joinChatMessage(chatId, messageId);
     return messageId;
 }
 
@@ -83,13 +96,16 @@ void MessagePlacing::joinAttachment(const _MsgAttachment &attachment, qint64 mes
     db.joinMessageAttachment(messageId, attachmentId);
 }
 
+void MessagePlacing::noteAddressed(const _MsgMessage &message, qint64 chatId)
+{
+    if (message.handle && message.chat->handles.size() > 1)
+        lastAddressed.insert(chatId, message.handle->id);
+}
+
 void MessagePlacing::finish()
 {
-    for (auto it = newestDates.cbegin(); it != newestDates.cend(); ++it)
-        db.raiseChatLast(it.key(), it.value());
     for (auto it = lastAddressed.cbegin(); it != lastAddressed.cend(); ++it)
         db.setLastAddressedHandle(it.key(), it.value());
-    forget();
 }
 
 void MessagePlacing::forget()
@@ -97,6 +113,5 @@ void MessagePlacing::forget()
     chatIds.clear();
     handleIds.clear();
     members.clear();
-    newestDates.clear();
     lastAddressed.clear();
 }

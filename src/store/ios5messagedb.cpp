@@ -1,6 +1,7 @@
 #include "ios5messagedb.h"
 
 #include "chatlinks.h"
+#include "messageattachments.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "participants.h"
@@ -238,8 +239,8 @@ private:
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
 };
 
-IOS5MessageDb::IOS5MessageDb(const QDir &root, const QString &countryCode)
-    : path(messageDbPath(root)), parts(root, countryCode, u"IOS5MessageDb"_s)
+IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
+    : root(rootFolder), path(messageDbPath(rootFolder)), parts(rootFolder, countryCode, u"IOS5MessageDb"_s)
 {
 }
 
@@ -375,4 +376,10 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));
+}
+
+void IOS5MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readIos5Attachments(*this, root, *store);
 }

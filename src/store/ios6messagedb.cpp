@@ -1,7 +1,9 @@
 #include "ios6messagedb.h"
 
 #include "appledates.h"
+#include "localextras.h"
 #include "localschema.h"
+#include "messageattachments.h"
 #include "messagerows.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
@@ -64,14 +66,17 @@ constexpr auto handlesOfChats =
 
 } // namespace
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &countryCode, bool upgradeFile)
+    : IOS6MessageDb(rootFolder, messageDbPath(rootFolder), countryCode, upgradeFile)
 {
 }
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
                              bool upgradeFile)
-    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : root(rootFolder)
+    , path(databasePath)
+    , upgrade(upgradeFile)
+    , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -93,7 +98,13 @@ void IOS6MessageDb::openDb()
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
     insertion = MessageInsertion(tables.value(u"message"_s));
+    holdsExtras = hasOwnTables();
     isModern = hasModernColumns();
+}
+
+bool IOS6MessageDb::hasOwnTables() const
+{
+    return insertion.hasExtras() && tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s);
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
@@ -106,6 +117,8 @@ void IOS6MessageDb::chats(_MsgStorePtr &store)
     readHandles(*store, handlesOfChats);
     if (isModern)
         readLooseHandles(*store);
+    if (holdsExtras)
+        readHandles(*store, LocalExtras::looseHandles);
 }
 
 void IOS6MessageDb::readChats(_MsgStore &store)
@@ -156,6 +169,8 @@ void IOS6MessageDb::completeHandle(_MsgHandle &handle)
     if (handle.country.isEmpty())
         handle.country = parts.ownCountry();
     parts.nameHandle(handle);
+    if (isModern) // addresses of older phones were never looked up, and their names stay as they were
+        parts.nameHandleByMail(handle);
 }
 
 QString IOS6MessageDb::messageQuery(qint64 chatId) const
@@ -164,7 +179,7 @@ QString IOS6MessageDb::messageQuery(qint64 chatId) const
                   "j.message_id = m.rowid"_s;
     // Sharing of locations, which people are told of since iOS 10.
     const QString &columns = tables[u"message"_s];
-    if (!isModern && columns.contains("item_type"_L1))
+    if (columns.contains("item_type"_L1))
         sql += columns.contains("_has_newer_event"_L1)
                    ? u" and (m.item_type <> 4 or m._has_newer_event <> 0)"_s
                    : u" and m.item_type <> 4"_s;
@@ -179,10 +194,19 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
-    MessageRows rows(*store, isModern ? MessageRows::Phone::Modern : MessageRows::Phone::Older);
-    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
-    if (isModern)
+    MessageRows rows(*store);
+    if (isModern) {
         readModernMessages(*store, rows, chatId);
-    else
-        rows.finish();
+        return;
+    }
+    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    rows.finish();
+    if (holdsExtras)
+        LocalExtras(*this).read(*store);
+}
+
+void IOS6MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readAttachments(*this, root, *store);
 }

@@ -22,6 +22,7 @@ void readAll(AbsMessageDb &db, _MsgStorePtr &store)
 {
     db.chats(store);
     db.messages(store, 0);
+    db.attachments(store);
 }
 
 /// A folder that acts as a phone which is always there.

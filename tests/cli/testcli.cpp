@@ -1,4 +1,5 @@
 #include "backupbuilder.h"
+#include "samplephone.h"
 #include "smsdbbuilder.h"
 
 #include <QJsonArray>
@@ -79,6 +80,7 @@ private Q_SLOTS:
     void describesAMessage();
     void aMessageOfTwoChatsStandsInEach();
     void textMessagesOfIos5HaveNoGuid();
+    void listsAttachments();
     void opensEncryptedBackups_data();
     void opensEncryptedBackups();
     void exportsEveryFormat();
@@ -86,6 +88,7 @@ private Q_SLOTS:
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
+    void mergesIntoABackup();
 
 private:
     QString writeMessages();
@@ -236,6 +239,28 @@ void TestCli::textMessagesOfIos5HaveNoGuid()
     QCOMPARE(run(u"messages "_s + path(u"phone"_s)).out, result.out);
 }
 
+void TestCli::listsAttachments()
+{
+    const QString folder = u"Library/SMS/Attachments/"_s;
+    SmsDbBuilder phone(QDir(path(u"phone"_s)), IosVersion::Ios8);
+    phone.chat(u"+34611111111"_s).received(u"\uFFFC"_s);
+    phone.attachment(u"~/"_s + folder + u"a.jpg"_s).attachment(u"/var/mobile/"_s + folder + u"b.jpg"_s);
+    const QString backup = BackupBuilder(QDir(path(u"backup"_s)))
+                               .messages(phone.write())
+                               .file(u"MediaDomain"_s, folder + u"a.jpg"_s, "picture")
+                               .write();
+    for (const QString &source : {backup, u"Pictures"_s}) {
+        const QList<QJsonObject> lines = run(u"attachments "_s + source).objects();
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(contentOf(lines.at(0).value("localFile"_L1).toString()), "picture");
+        QVERIFY(lines.at(1).value("localFile"_L1).isNull());
+        QCOMPARE(lines.at(2).value("missing"_L1).toInt(), 1);
+        const Run missing = run(u"attachments --missing "_s + source);
+        QCOMPARE(missing.values(u"filename"_s).value(0), u"/var/mobile/"_s + folder + u"b.jpg"_s);
+        QCOMPARE(run(u"import %1 --into Pictures"_s.arg(backup)).status, 0);
+    }
+}
+
 void TestCli::opensEncryptedBackups_data()
 {
     QTest::addColumn<QByteArray>("passwordFile");
@@ -336,6 +361,34 @@ void TestCli::anInterruptLeavesNothingHalfMade()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(!QFile::exists(path(u"out.csv"_s)));
+}
+
+void TestCli::mergesIntoABackup()
+{
+    for (const IosVersion version : {IosVersion::Ios6, IosVersion::Ios7, IosVersion::Ios8}) {
+        const QDir folder(path(u"phone%1"_s.arg(int(version))));
+        const QString phone =
+            SamplePhone({.ios = version, .messages = 300, .seed = 5, .hasLog = true}).writeBackup(folder);
+        const QString source =
+            SamplePhone({.ios = IosVersion::Ios6, .messages = 100, .seed = 9}).writeBackup(folder);
+        const auto listed = [](const QString &from) {
+            QStringList messages;
+            for (const QJsonObject &message : run(u"messages "_s + from).objects()) {
+                messages.append({});
+                for (const QString &key :
+                     {u"guid"_s, u"chat_identifier"_s, u"service"_s, u"date"_s, u"handle"_s, u"body"_s})
+                    messages.last() += message.value(key).toString() + u'|';
+            }
+            messages.sort();
+            return messages;
+        };
+        QStringList expected = listed(phone) + listed(source);
+        expected.sort();
+        const Run merged = run(u"merge %1 --into-backup %2"_s.arg(source, phone));
+        const QJsonObject told{{u"path"_s, phone}, {u"messages"_s, listed(source).size()}, {u"unknown"_s, 0}};
+        QCOMPARE(merged.objects(), QList<QJsonObject>{told});
+        QCOMPARE(listed(phone), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCli)
