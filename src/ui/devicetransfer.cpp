@@ -30,7 +30,8 @@ _IOSDeviceItemNode *pickPhone(SourcePane &sources, QWidget *window)
                          static_cast<_IOSDeviceItemNode *>(node));
     }
     form.exec();
-    return form.selected();
+    // A phone may have been pulled meanwhile.
+    return sources.model().rootDevice->children.contains(form.selected()) ? form.selected() : nullptr;
 }
 
 /// Whether the phone can take messages at all; tells the person when it can't.
