@@ -1,5 +1,6 @@
 // How fast messages go into the backup of a phone that has many already.
 #include "backupbuilder.h"
+#include "backupfilling.h"
 #include "barerows.h"
 #include "benchtable.h"
 #include "ios6messagedb.h"

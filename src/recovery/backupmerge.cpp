@@ -1,5 +1,6 @@
 #include "backupmerge.h"
 
+#include "backupfilling.h"
 #include "backupmanifest.h"
 #include "backuprewrite.h"
 #include "ios6restoremessagesthread.h"

@@ -8,9 +8,6 @@
 
 class JobProgress;
 
-/// Name of the message database in a backup folder.
-QString messageDatabaseName();
-
 /// Writes messages into an unencrypted backup of iOS 6 to 9: a new message database with the phone's own
 /// messages and these, their attachment files, and a manifest that lists both. Everything is prepared before
 /// the first file of the backup is moved; what is replaced stays in the folder under its name, "-" and the

@@ -374,7 +374,7 @@ void TestCli::mergesIntoABackup()
         const auto listed = [](const QString &from) {
             QStringList messages;
             for (const QJsonObject &message : run(u"messages "_s + from).objects()) {
-                messages.append({});
+                messages.append(QString());
                 for (const QString &key :
                      {u"guid"_s, u"chat_identifier"_s, u"service"_s, u"date"_s, u"handle"_s, u"body"_s})
                     messages.last() += message.value(key).toString() + u'|';
