@@ -147,13 +147,22 @@ void MainWindow::dropEvent(QDropEvent *event)
 void MainWindow::iosDeviceConnected(void *p)
 {
     runFlow([&] {
-        if (const std::optional<ReadPhone> phone = readPhone(p, this)) {
-            _IOSDeviceItemNode *node = sources->model().addDevice(phone->db, phone->device);
-            sources->load(node);
-            sources->select(node);
-        }
+        if (const std::optional<ReadPhone> phone = readPhone(p, this))
+            showPhone(*phone);
     });
     menus->follow(state());
+}
+
+void MainWindow::showPhone(const ReadPhone &phone)
+{
+    _IOSDeviceItemNode *node = sources->model().addDevice(phone.db, phone.device);
+    try {
+        if (sources->load(node))
+            sources->select(node);
+    } catch (...) {
+        iosDeviceDisconnected(phone.device.device); // the node itself may be gone by now
+        throw;
+    }
 }
 
 void MainWindow::iosDeviceDisconnected(void *p)

@@ -9,6 +9,7 @@
 
 class QItemSelection;
 struct DeviceWatchTarget;
+struct ReadPhone;
 class QLabel;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
@@ -90,6 +91,7 @@ private:
 
     void build();
     void watchPhones();
+    void showPhone(const ReadPhone &phone);
     void fillStatusBar();
     SourceState state() const;
     void showSelected();
