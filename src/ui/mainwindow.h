@@ -11,6 +11,7 @@ class QItemSelection;
 struct DeviceWatchTarget;
 struct ReadPhone;
 class QLabel;
+class ViewSwitches;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
 
@@ -113,6 +114,7 @@ private:
     MessagePane *messages;
     MessageWorkers *workers;
     WindowMenus *menus;
+    ViewSwitches *views;
     QLabel *advLabel;
     DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
     int flowsRunning = 0;

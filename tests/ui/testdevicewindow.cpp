@@ -3,12 +3,12 @@
 
 #include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
+#include "backupfilling.h"
 #include "backupmanifest.h"
 #include "backupmerge.h"
 #include "boxreader.h"
 #include "datalocations.h"
 #include "datasourceselform.h"
-#include "ios6restoremessagesthread.h"
 #include "jobprogress.h"
 #include "localdatabases.h"
 #include "mainwindow.h"
