@@ -189,6 +189,7 @@ void WindowMenus::buildToolsMenu()
 {
     QMenu *menu = window->menuBar()->addMenu(u"&Tools"_s);
     addTo(menu, {u"Check for &Update"_s, {}, &MainWindow::miCheckUpdate});
+    addTo(menu, {u"&Missing Attachments"_s, {}, &MainWindow::miMissingAttachments});
     addTo(menu, {u"&Clear Cache files"_s, {}, &MainWindow::miClearCache});
 }
 
