@@ -1,5 +1,5 @@
 // Bytes off a made phone, through the libraries that stand in for the maker's, beside a bare copy from
-// socket to socket. What the made phone itself costs counts as ours.
+// socket to socket in the same pieces. What the made phone itself costs counts as ours.
 
 #include "afcconnection.h"
 #include "benchtable.h"
@@ -30,25 +30,32 @@ public:
     void tipsWait(const QString &) override {}
 };
 
-/// A thread sends, this one receives into `sink`.
+/// A thread sends all in pieces of `size`, this one receives them into `sink`. `OnDemand` waits for a word
+/// before each piece, as Apple File Conduit is made.
+enum class Sending { Unasked, OnDemand };
 template <typename Sink>
-void copyOverSocket(Sink sink)
+void copyOverSocket(qint64 size, Sending sending, Sink sink)
 {
     int pair[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0)
         throw std::runtime_error("no socket pair");
-    std::thread sender([end = pair[0]] {
-        const QByteArray piece(pieceSize, 'x');
-        for (qint64 sent = 0; sent < allBytes; sent += pieceSize)
-            ::send(end, piece.constData(), size_t(piece.size()), 0);
-    });
     const ServiceSocket near(pair[1]);
     const ServiceSocket far(pair[0]);
-    QByteArray buffer(pieceSize, '\0');
-    for (qint64 total = 0; total < allBytes;) {
-        const ssize_t count = ::recv(near.descriptor(), buffer.data(), size_t(buffer.size()), 0);
-        sink(buffer.constData(), count);
-        total += count;
+    std::thread sender([&] {
+        const QByteArray piece(size, 'x');
+        char word = 0;
+        for (qint64 sent = 0; sent < allBytes; sent += size) {
+            if (sending == Sending::OnDemand)
+                ::recv(far.descriptor(), &word, 1, 0);
+            ::send(far.descriptor(), piece.constData(), size_t(piece.size()), 0);
+        }
+    });
+    QByteArray buffer(size, '\0');
+    for (qint64 total = 0; total < allBytes; total += size) {
+        if (sending == Sending::OnDemand)
+            ::send(near.descriptor(), "m", 1, 0);
+        ::recv(near.descriptor(), buffer.data(), size_t(buffer.size()), MSG_WAITALL);
+        sink(buffer.constData(), buffer.size());
     }
     sender.join();
 }
@@ -69,7 +76,7 @@ void benchFileConduit(void *handle)
             if (total != allBytes)
                 throw std::runtime_error("the file didn't come whole");
         },
-        [] { copyOverSocket([](const char *, qint64) {}); });
+        [] { copyOverSocket(64 * 1024, Sending::OnDemand, [](const char *, qint64) {}); });
 }
 
 void benchFileRelay(void *handle, const QDir &folder)
@@ -82,7 +89,8 @@ void benchFileRelay(void *handle, const QDir &folder)
             QFile file(folder.filePath(u"copy"_s));
             if (!file.open(QIODevice::WriteOnly))
                 throw std::runtime_error("no copy");
-            copyOverSocket([&](const char *bytes, qint64 count) { file.write(bytes, count); });
+            copyOverSocket(pieceSize, Sending::Unasked,
+                           [&](const char *bytes, qint64 count) { file.write(bytes, count); });
         });
 }
 
