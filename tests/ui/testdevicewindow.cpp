@@ -43,7 +43,7 @@ public:
 QStringList contentOf(const QDir &backup)
 {
     QStringList content = backup.entryList(QDir::Files, QDir::Name)
-                              .filter(QRegularExpression(u"^([0-9a-f]{40}|Manifest\\..*)$"_s));
+                              .filter(QRegularExpression(u"^([0-9a-f]{40}|Manifest\\.[a-z]+)$"_s));
     content += rowsOf(backup.filePath(messageDatabaseName()),
                       u"select m.text, m.date, m.is_from_me, h.id from message m "
                       u"left join handle h on h.rowid = m.handle_id order by m.rowid"_s);
