@@ -238,8 +238,9 @@ private:
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
 };
 
-IOS5MessageDb::IOS5MessageDb(const QDir &root, const QString &countryCode)
-    : path(messageDbPath(root)), parts(root, countryCode, u"IOS5MessageDb"_s)
+IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
+    : AbsIOSMessageDb(rootFolder, messageDbPath(rootFolder), countryCode)
+    , parts(rootFolder, countryCode, u"IOS5MessageDb"_s)
 {
 }
 

@@ -136,14 +136,16 @@ void link(const _MsgStore &store, _MsgMessage &message)
 
 } // namespace
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgradeFile)
-    : IOS6MessageDb(root, messageDbPath(root), countryCode, upgradeFile)
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &countryCode, bool upgradeFile)
+    : IOS6MessageDb(rootFolder, messageDbPath(rootFolder), countryCode, upgradeFile)
 {
 }
 
-IOS6MessageDb::IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode,
+IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
                              bool upgradeFile)
-    : path(databasePath), upgrade(upgradeFile), parts(root, countryCode, u"IOS6MessageDb"_s)
+    : AbsIOSMessageDb(rootFolder, databasePath, countryCode)
+    , upgrade(upgradeFile)
+    , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {
 }
 

@@ -87,7 +87,6 @@ private:
     QSet<qint64> chatsOf(qint64 messageId);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
-    QString path; ///< of the database
     bool upgrade;
     MessageDbParts parts;
     QHash<QString, QString> tables;      ///< name to the text that created it
