@@ -4,6 +4,8 @@
 
 #include <QCommandLineParser>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -26,6 +28,7 @@ struct CommandSyntax {
 const QList<OptionSyntax> sourceOptions = {
     {"password-file", "FILE", "First line of FILE is the backup's password; - reads it from standard input."},
     {"country", "MCC", "The phone's mobile country code, such as 214."},
+    {"recovered", nullptr, "With the deleted messages that the command recover found."},
 };
 const QList<OptionSyntax> selectionOptions = {
     {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once."},
@@ -55,6 +58,8 @@ const QList<CommandSyntax> &commandTable()
          sourceOptions + selectionOptions + orderOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + selectionOptions + importOptions},
+        {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
+         sourceOptions},
         {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", selectionOptions},
     };
     return table;
@@ -121,8 +126,13 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.into = value("into");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
-    for (const OptionSyntax &option : syntax.options)
-        line.newestFirst |= qstrcmp(option.name, "newest-first") == 0 && parser.isSet(u"newest-first"_s);
+    const auto isSet = [&](const char *option) {
+        return std::any_of(syntax.options.begin(), syntax.options.end(), [&](const OptionSyntax &known) {
+            return qstrcmp(known.name, option) == 0 && parser.isSet(QLatin1StringView(option));
+        });
+    };
+    line.newestFirst = isSet("newest-first");
+    line.recovered = isSet("recovered");
     return line;
 }
 

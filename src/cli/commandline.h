@@ -13,6 +13,7 @@ struct CommandLine {
     QString country;      ///< mobile country code; empty means none is known
     QStringList chats;    ///< `chat_identifier`s asked for; empty means all
     bool newestFirst = false;
+    bool recovered = false; ///< with the deleted messages found earlier
     QString format;
     QString out;
     QString into; ///< name of the Local Database to write to

@@ -13,6 +13,8 @@
 #include "localdatabases.h"
 #include "messageselection.h"
 #include "messagestore.h"
+#include "openmessagedb.h"
+#include "recoverdeletedthread.h"
 #include "source.h"
 #include "terminalprogress.h"
 
@@ -162,18 +164,29 @@ CommandResult deleteCommand(const CommandLine &line)
     return {};
 }
 
+CommandResult recoverCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    const Source source = openUnread(line, progress);
+    if (!source.db)
+        return source.refusal;
+    const InterruptScope interruptible(progress);
+    const int found = recoverDeleted(*source.db, progress);
+    progress.clear();
+    printJsonLine({{u"messages"_s, found}, {u"path"_s, recycleDbPath(source.db->rootFolder())}});
+    return {};
+}
+
 } // namespace
 
 CommandResult runCommand(const CommandLine &line)
 {
     using Command = CommandResult (*)(const CommandLine &);
-    static const QHash<QString, Command> commands = {{u"backups"_s, listBackupsCommand},
-                                                     {u"chats"_s, chatsCommand},
-                                                     {u"messages"_s, messagesCommand},
-                                                     {u"export"_s, exportCommand},
-                                                     {u"databases"_s, listDatabasesCommand},
-                                                     {u"import"_s, importCommand},
-                                                     {u"delete"_s, deleteCommand}};
+    static const QHash<QString, Command> commands = {
+        {u"backups"_s, listBackupsCommand},     {u"chats"_s, chatsCommand},
+        {u"messages"_s, messagesCommand},       {u"export"_s, exportCommand},
+        {u"databases"_s, listDatabasesCommand}, {u"recover"_s, recoverCommand},
+        {u"import"_s, importCommand},           {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);
     finishOutput();
     return result;
