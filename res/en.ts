@@ -96,6 +96,22 @@
         <translation>Successfully exported %1 SMS.</translation>
     </message>
     <message>
+        <source>IDS_GAP_%1_BETWEEN_%2_AND_%3</source>
+        <translation>Up to %1 messages are missing between %2 and %3.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1_BEFORE_%2</source>
+        <translation>Up to %1 messages are missing before %2.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1_AFTER_%2</source>
+        <translation>Up to %1 messages are missing after %2.</translation>
+    </message>
+    <message>
+        <source>IDS_GAP_%1</source>
+        <translation>Up to %1 messages are missing.</translation>
+    </message>
+    <message>
         <source>IDS_PRINT_SMS</source>
         <translation>Print SMS</translation>
     </message>
@@ -222,6 +238,14 @@
     <message>
         <source>Marrowlight Message Vault</source>
         <translation>Marrowlight Message Vault</translation>
+    </message>
+    <message>
+        <source>IDS_NO_CONVERSATION</source>
+        <translation>No conversation</translation>
+    </message>
+    <message>
+        <source>IDS_YOU</source>
+        <translation>You</translation>
     </message>
 </context>
 </TS>

@@ -23,6 +23,7 @@ struct CommandSyntax {
     const char *subject; ///< the word that has to follow; null when none does
     const char *description;
     QList<OptionSyntax> options;
+    const char *details = ""; ///< of its own help
 };
 
 const QList<OptionSyntax> sourceOptions = {
@@ -36,6 +37,9 @@ const QList<OptionSyntax> selectionOptions = {
 const QList<OptionSyntax> orderOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
 };
+const QList<OptionSyntax> textOptions = {
+    {"emoji", nullptr, "Emoji stay as they are; without it \"[EMOJI]\" stands for each."},
+};
 const QList<OptionSyntax> importOptions = {
     {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
@@ -43,6 +47,19 @@ const QList<OptionSyntax> exportOptions = {
     {"format", "txt|csv|html|pdf", "What to write.", true},
     {"out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.", true},
 };
+
+// clang-format would fill the lines.
+// clang-format off
+constexpr auto gapsDetails =
+    "\n\nOne line a gap, with the keys\n"
+    "  missing          how many row numbers have no row any more; each was a message,\n"
+    "                   or a reaction that was taken back\n"
+    "  after, before    dates of the messages around them; null at the ends\n"
+    "  after_rowid, before_rowid\n"
+    "  chat_identifier  the conversation, where both stand in one\n"
+    "and a last one with gaps and missing in all, and recorded_deletions: the deletions\n"
+    "that the phone itself counts, null where it doesn't.";
+// clang-format on
 
 const QList<CommandSyntax> &commandTable()
 {
@@ -53,9 +70,11 @@ const QList<CommandSyntax> &commandTable()
          {{"root", "DIR", "Look for backups below DIR."}}},
         {"databases", nullptr, "The Local Databases.", {}},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
-        {"messages", "SOURCE", "The messages of a source.", sourceOptions + selectionOptions + orderOptions},
+        {"messages", "SOURCE", "The messages of a source.",
+         sourceOptions + selectionOptions + orderOptions + textOptions},
+        {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, gapsDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
-         sourceOptions + selectionOptions + orderOptions + exportOptions},
+         sourceOptions + selectionOptions + orderOptions + textOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + selectionOptions + importOptions},
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
@@ -107,12 +126,15 @@ QString missingWord(const CommandSyntax &syntax, const QCommandLineParser &parse
 
 CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParser &parser)
 {
+    const auto takes = [&](const char *option) {
+        return std::any_of(syntax.options.begin(), syntax.options.end(),
+                           [&](const OptionSyntax &known) { return qstrcmp(known.name, option) == 0; });
+    };
     const auto value = [&](const char *option) {
-        for (const OptionSyntax &known : syntax.options) {
-            if (qstrcmp(known.name, option) == 0)
-                return parser.value(QLatin1StringView(option));
-        }
-        return QString();
+        return takes(option) ? parser.value(QLatin1StringView(option)) : QString();
+    };
+    const auto isSet = [&](const char *option) {
+        return takes(option) && parser.isSet(QLatin1StringView(option));
     };
     CommandLine line;
     line.command = QLatin1StringView(syntax.name);
@@ -126,20 +148,17 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.into = value("into");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
-    const auto isSet = [&](const char *option) {
-        return std::any_of(syntax.options.begin(), syntax.options.end(), [&](const OptionSyntax &known) {
-            return qstrcmp(known.name, option) == 0 && parser.isSet(QLatin1StringView(option));
-        });
-    };
     line.newestFirst = isSet("newest-first");
     line.recovered = isSet("recovered");
+    line.emoji = isSet("emoji") ? EmojiStyle::Characters : EmojiStyle::Markers;
     return line;
 }
 
 ParsedCommandLine parseCommand(const CommandSyntax &syntax, const QStringList &words)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1StringView(syntax.description));
+    parser.setApplicationDescription(QLatin1StringView(syntax.description) +
+                                     QLatin1StringView(syntax.details));
     const QCommandLineOption help = parser.addHelpOption();
     parser.addOption({u"quiet"_s, u"No progress on the terminal."_s});
     for (const OptionSyntax &option : syntax.options)

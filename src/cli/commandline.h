@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +16,7 @@ struct CommandLine {
     QStringList chats;    ///< `chat_identifier`s asked for; empty means all
     bool newestFirst = false;
     bool recovered = false; ///< with the deleted messages found earlier
+    EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;
     QString into; ///< name of the Local Database to write to

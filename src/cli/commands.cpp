@@ -11,6 +11,7 @@
 #include "ios6messagedb.h"
 #include "jsonlines.h"
 #include "localdatabases.h"
+#include "messagegaps.h"
 #include "messageselection.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
@@ -84,8 +85,25 @@ CommandResult messagesCommand(const CommandLine &line)
     const bool smsHasGuid = source.db->dbVersion() != 5;
     for (const ListedMessage &listed : listedMessages(source, line)) {
         const bool hasGuid = smsHasGuid || listed.message->service != "SMS"_L1;
-        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid));
+        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid, line.emoji));
     }
+    return {};
+}
+
+CommandResult gapsCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    const Source source = openSource(line, progress);
+    if (!source.db)
+        return source.refusal;
+    if (source.db->isLocalDatabase())
+        throw std::runtime_error(u"%1: a Local Database gives its messages numbers of its own, which tell no "
+                                 "gaps; name the backup that they came from."_s.arg(line.source)
+                                     .toStdString());
+    const MessageGaps gaps = messageGaps(*source.db, *source.store);
+    for (const MessageGap &gap : gaps.list)
+        printJsonLine(gapJson(gap));
+    printJsonLine(gapsTotalJson(gaps));
     return {};
 }
 
@@ -107,7 +125,7 @@ CommandResult exportCommand(const CommandLine &line)
         return source.refusal;
     const QList<_MsgMessage *> messages = chosenMessages(source, line);
     const InterruptScope interruptible(progress);
-    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved};
+    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved, line.emoji};
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
@@ -183,10 +201,11 @@ CommandResult runCommand(const CommandLine &line)
 {
     using Command = CommandResult (*)(const CommandLine &);
     static const QHash<QString, Command> commands = {
-        {u"backups"_s, listBackupsCommand},     {u"chats"_s, chatsCommand},
-        {u"messages"_s, messagesCommand},       {u"export"_s, exportCommand},
-        {u"databases"_s, listDatabasesCommand}, {u"recover"_s, recoverCommand},
-        {u"import"_s, importCommand},           {u"delete"_s, deleteCommand}};
+        {u"backups"_s, listBackupsCommand}, {u"chats"_s, chatsCommand},
+        {u"messages"_s, messagesCommand},   {u"gaps"_s, gapsCommand},
+        {u"export"_s, exportCommand},       {u"databases"_s, listDatabasesCommand},
+        {u"recover"_s, recoverCommand},     {u"import"_s, importCommand},
+        {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);
     finishOutput();
     return result;

@@ -1,9 +1,9 @@
 #include "jsonlines.h"
 
 #include "backupmanifest.h"
+#include "messagegaps.h"
 #include "messagerecords.h"
 #include "messagestore.h"
-#include "messagetext.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -105,7 +105,33 @@ QJsonObject sessionJson(const _MsgSession &session)
             {u"group"_s, group}};
 }
 
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid)
+QJsonObject gapJson(const MessageGap &gap)
+{
+    const auto date = [](const _MsgMessage *message) {
+        return message ? messageDateJson(message->date) : QJsonValue();
+    };
+    const auto rowid = [](const _MsgMessage *message) {
+        return message ? QJsonValue(message->rowid) : QJsonValue();
+    };
+    const bool hasChat = gap.after && gap.before && !gap.chat_identifier.isEmpty();
+    return {{u"missing"_s, gap.missing},
+            {u"after"_s, date(gap.after)},
+            {u"before"_s, date(gap.before)},
+            {u"after_rowid"_s, rowid(gap.after)},
+            {u"before_rowid"_s, rowid(gap.before)},
+            {u"chat_identifier"_s, hasChat ? QJsonValue(gap.chat_identifier) : QJsonValue()}};
+}
+
+QJsonObject gapsTotalJson(const MessageGaps &gaps)
+{
+    return {{u"gaps"_s, gaps.list.size()},
+            {u"missing"_s, gaps.missing},
+            {u"recorded_deletions"_s,
+             gaps.recordedDeletions ? QJsonValue(*gaps.recordedDeletions) : QJsonValue()}};
+}
+
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji)
 {
     return {{u"rowid"_s, message.rowid},
             {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
@@ -115,7 +141,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
             {u"date"_s, messageDateJson(message.date)},
             {u"sender"_s, senderLabel(message)},
             {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
-            {u"text"_s, renderText(message)},
+            {u"text"_s, renderText(message, emoji)},
             {u"body"_s, message.text},
             {u"item_type"_s, message.item_type},
             {u"recovered"_s, message.isRecovered},

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QJsonObject>
 
 class BackupManifest;
+struct MessageGap;
+struct MessageGaps;
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -13,7 +17,13 @@ QJsonObject backupJson(const BackupManifest &backup);
 
 QJsonObject sessionJson(const _MsgSession &session);
 
+/// Neighbours that a gap doesn't have are null.
+QJsonObject gapJson(const MessageGap &gap);
+/// What is said at the end of all gaps of a source.
+QJsonObject gapsTotalJson(const MessageGaps &gaps);
+
 /// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
 /// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
 /// null.
-QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid);
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji);

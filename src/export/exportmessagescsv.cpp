@@ -2,7 +2,6 @@
 
 #include "messagerecords.h"
 #include "messagestore.h"
-#include "messagetext.h"
 
 using namespace Qt::StringLiterals;
 
@@ -30,7 +29,8 @@ QString partnerFields(const _MsgChat *chat)
 
 } // namespace
 
-ExportMessagesCsv::ExportMessagesCsv(const QString &path) : target(path)
+ExportMessagesCsv::ExportMessagesCsv(const QString &path, EmojiStyle emojiStyle)
+    : target(path), emoji(emojiStyle)
 {
 }
 
@@ -46,7 +46,7 @@ void ExportMessagesCsv::write(const _MsgMessage &message)
     if (partner.isEmpty())
         partner = partnerFields(message.chat);
     target.text() << dates.iso(message.date) << (message.is_from_me != 0 ? ",1,"_L1 : ",0,"_L1) << partner
-                  << u',' << csvField(renderText(message)) << u'\n';
+                  << u',' << csvField(renderText(message, emoji)) << u'\n';
 }
 
 void ExportMessagesCsv::end()

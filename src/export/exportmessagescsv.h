@@ -3,6 +3,7 @@
 #include "absformatexport.h"
 #include "exporttarget.h"
 #include "localdatetext.h"
+#include "messagetext.h"
 
 #include <QHash>
 
@@ -15,7 +16,7 @@ struct _MsgMessage;
 class ExportMessagesCsv final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportMessagesCsv(const QString &path);
+    explicit ExportMessagesCsv(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
 
     void begin() override;
     void write(const _MsgMessage &message) override;
@@ -23,6 +24,7 @@ public:
 
 private:
     ExportTarget target;
+    EmojiStyle emoji;
     LocalDateText dates;
     QHash<const _MsgChat *, QString> partners; ///< "person,number" of a chat
 };

@@ -2,7 +2,6 @@
 
 #include "messagerecords.h"
 #include "messagestore.h"
-#include "messagetext.h"
 
 using namespace Qt::StringLiterals;
 
@@ -40,7 +39,8 @@ void writeLine(QTextStream &stream, const QString &date, const QString &flag, co
 
 } // namespace
 
-ExportMessagesTxt::ExportMessagesTxt(const QString &path) : target(path)
+ExportMessagesTxt::ExportMessagesTxt(const QString &path, EmojiStyle emojiStyle)
+    : target(path), emoji(emojiStyle)
 {
 }
 
@@ -53,7 +53,7 @@ void ExportMessagesTxt::begin()
 void ExportMessagesTxt::write(const _MsgMessage &message)
 {
     writeLine(target.text(), dates.systemShort(message.date), flagText(message), name(message),
-              onOneLine(renderText(message)));
+              onOneLine(renderText(message, emoji)));
 }
 
 void ExportMessagesTxt::end()

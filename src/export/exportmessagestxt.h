@@ -3,6 +3,7 @@
 #include "absformatexport.h"
 #include "exporttarget.h"
 #include "localdatetext.h"
+#include "messagetext.h"
 
 #include <QHash>
 
@@ -16,7 +17,7 @@ struct _MsgMessage;
 class ExportMessagesTxt final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportMessagesTxt(const QString &path);
+    explicit ExportMessagesTxt(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
 
     void begin() override;
     void write(const _MsgMessage &message) override;
@@ -27,6 +28,7 @@ private:
     const QString &name(const _MsgMessage &message);
 
     ExportTarget target;
+    EmojiStyle emoji;
     LocalDateText dates;
     QHash<std::pair<const _MsgChat *, const _MsgHandle *>, QString> senders;
     QHash<const _MsgChat *, QString> titles;

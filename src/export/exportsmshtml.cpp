@@ -2,12 +2,11 @@
 
 #include "htmltext.h"
 #include "messagerecords.h"
-#include "messagetext.h"
 #include "product.h"
 
 using namespace Qt::StringLiterals;
 
-ExportSMSHtml::ExportSMSHtml(const QString &path) : target(path)
+ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emojiStyle) : target(path), emoji(emojiStyle)
 {
 }
 
@@ -32,7 +31,7 @@ void ExportSMSHtml::write(const _MsgMessage &message)
                   << (isSent ? "#008040"_L1 : "#0000FF"_L1) << ";font-size:16px;\"><div>"_L1
                   << htmlText(dates.systemShort(message.date)) << "</div><div>"_L1
                   << (isSent ? "To: "_L1 : "From: "_L1) << title
-                  << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(renderText(message))
+                  << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(renderText(message, emoji))
                   << "</div><br/><br/>\n"_L1;
 }
 

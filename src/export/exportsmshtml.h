@@ -3,6 +3,7 @@
 #include "absformatexport.h"
 #include "exporttarget.h"
 #include "localdatetext.h"
+#include "messagetext.h"
 
 #include <QHash>
 
@@ -14,7 +15,7 @@ struct _MsgMessage;
 class ExportSMSHtml final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportSMSHtml(const QString &path);
+    explicit ExportSMSHtml(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
 
     void begin() override;
     void write(const _MsgMessage &message) override;
@@ -22,6 +23,7 @@ public:
 
 private:
     ExportTarget target;
+    EmojiStyle emoji;
     LocalDateText dates;
     QHash<const _MsgChat *, QString> titles; ///< as HTML
 };

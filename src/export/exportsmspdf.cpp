@@ -31,8 +31,8 @@ std::filesystem::path nativePath(const QString &path)
 
 } // namespace
 
-ExportSMSPdf::ExportSMSPdf(const QString &target)
-    : path(target), partPath(uniqueFileName(target + u".part"_s)), renderer(painter)
+ExportSMSPdf::ExportSMSPdf(const QString &target, EmojiStyle emoji)
+    : path(target), partPath(uniqueFileName(target + u".part"_s)), renderer(painter, emoji)
 {
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(partPath);

@@ -15,7 +15,7 @@ struct _MsgMessage;
 class ExportSMSPdf final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportSMSPdf(const QString &path);
+    explicit ExportSMSPdf(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
     ~ExportSMSPdf() override;
 
     void begin() override;

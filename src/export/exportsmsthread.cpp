@@ -18,13 +18,13 @@ namespace
 
 using MessageWriter = std::unique_ptr<AbsFormatExport<_MsgMessage>>;
 
-MessageWriter makeWriter(int format, const QString &path)
+MessageWriter makeWriter(const ExportPlan &plan, const QString &path)
 {
-    switch (format) {
-    case ExportText: return std::make_unique<ExportMessagesTxt>(path);
-    case ExportCsv: return std::make_unique<ExportMessagesCsv>(path);
-    case ExportPdf: return std::make_unique<ExportSMSPdf>(path);
-    case ExportHtml: return std::make_unique<ExportSMSHtml>(path);
+    switch (plan.format) {
+    case ExportText: return std::make_unique<ExportMessagesTxt>(path, plan.emoji);
+    case ExportCsv: return std::make_unique<ExportMessagesCsv>(path, plan.emoji);
+    case ExportPdf: return std::make_unique<ExportSMSPdf>(path, plan.emoji);
+    case ExportHtml: return std::make_unique<ExportSMSHtml>(path, plan.emoji);
     default: throw std::runtime_error("not support export format.");
     }
 }
@@ -55,9 +55,10 @@ private:
     JobProgress &progress;
 };
 
-void writeFile(const QList<_MsgMessage *> &messages, const QString &path, int format, MessageCount &count)
+void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, const QString &path,
+               MessageCount &count)
 {
-    const MessageWriter writer = makeWriter(format, path);
+    const MessageWriter writer = makeWriter(plan, path);
     writer->begin();
     for (const _MsgMessage *message : messages) {
         count.throwIfStopped();
@@ -75,7 +76,7 @@ void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, M
     const QString suffix = plan.format == ExportHtml ? u".html"_s : u".pdf"_s;
     for (const ExportConversation &conversation : exportConversations(messages, plan.ascending)) {
         const QString path = folder.newFile(conversation.fileName, suffix);
-        writeFile(conversation.messages, path, plan.format, count);
+        writeFile(conversation.messages, plan, path, count);
         // A painter that can't write its file keeps silent.
         if (!QFile::exists(path))
             throw std::runtime_error(
@@ -94,26 +95,26 @@ qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &pl
     if (plan.format == ExportPdf || plan.format == ExportHtml)
         writeFolder(messages, plan, count);
     else if (!messages.isEmpty())
-        writeFile(messages, plan.path, plan.format, count);
+        writeFile(messages, plan, plan.path, count);
     return messages.size();
 }
 
 ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const QString &targetPath,
                                  int targetFormat, bool isAscending, JobProgress *jobProgress,
                                  QObject *parent)
-    : QThread(parent)
-    , messages(messageList)
-    , path(targetPath)
-    , format(targetFormat)
-    , ascending(isAscending)
-    , progress(jobProgress)
+    : ExportSMSThread(messageList, ExportPlan{targetPath, targetFormat, isAscending}, jobProgress, parent)
+{
+}
+
+ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const ExportPlan &exportPlan,
+                                 JobProgress *jobProgress, QObject *parent)
+    : QThread(parent), messages(messageList), plan(exportPlan), progress(jobProgress)
 {
 }
 
 void ExportSMSThread::run()
 {
     runJob(*progress, [this] {
-        const ExportPlan plan{path, format, ascending};
         const qint64 written = exportMessages(messages, plan, *progress);
         return QObject::tr("IDS_SUC_EXPORT_%1_MMS").arg(written);
     });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QList>
 #include <QString>
 #include <QThread>
@@ -28,6 +30,7 @@ struct ExportPlan {
     /// Oldest first within a conversation; a format of one file keeps the order of the list.
     bool ascending = true;
     FinishedFiles afterFailure = FinishedFiles::Stay;
+    EmojiStyle emoji = EmojiStyle::Markers;
 };
 
 /// Writes `messages` as planned and returns how many were written. An empty list makes no file. What stood
@@ -44,14 +47,14 @@ public:
     /// `ascending` tells the order of the list on view: oldest first or newest first.
     ExportSMSThread(const QList<_MsgMessage *> &messages, const QString &path, int format, bool ascending,
                     JobProgress *progress, QObject *parent);
+    ExportSMSThread(const QList<_MsgMessage *> &messages, const ExportPlan &plan, JobProgress *progress,
+                    QObject *parent);
 
 protected:
     void run() override;
 
 private:
     QList<_MsgMessage *> messages;
-    QString path;
-    int format;
-    bool ascending;
+    ExportPlan plan;
     JobProgress *progress;
 };

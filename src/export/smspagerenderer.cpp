@@ -1,7 +1,6 @@
 #include "smspagerenderer.h"
 
 #include "messagerecords.h"
-#include "messagetext.h"
 
 #include <QGuiApplication>
 #include <QPainter>
@@ -66,7 +65,8 @@ private:
 
 } // namespace
 
-SmsPageRenderer::SmsPageRenderer(QPainter &pagePainter) : painter(pagePainter)
+SmsPageRenderer::SmsPageRenderer(QPainter &pagePainter, EmojiStyle emojiStyle)
+    : painter(pagePainter), emoji(emojiStyle)
 {
 }
 
@@ -100,7 +100,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     const int width = right - left + 1;
     const WrappedText date(dates.systemShort(message.date), font, printer, width);
     const WrappedText title(titleLine(message), font, printer, width);
-    const WrappedText text(renderText(message), font, printer, width);
+    const WrappedText text(renderText(message, emoji), font, printer, width);
     const int height = date.height() + lineGap + title.height() + lineGap + text.height();
     ensureRoom(height);
     if (height > bottom - y + 1)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "localdatetext.h"
+#include "messagetext.h"
 
 #include <QFont>
 #include <QHash>
@@ -20,7 +21,7 @@ class SmsPageRenderer
 {
 public:
     /// `painter` has to outlive the renderer. End it when all is drawn.
-    explicit SmsPageRenderer(QPainter &painter);
+    explicit SmsPageRenderer(QPainter &painter, EmojiStyle emoji = EmojiStyle::Markers);
 
     /// Takes the box from the page of `printer`, starts the painter on it and numbers the first page.
     /// When the painter can't start, `draw` does nothing.
@@ -42,6 +43,7 @@ private:
     int pageNumber = 1;
 
     QPainter &painter;
+    EmojiStyle emoji;
     QFont font;
     LocalDateText dates;
     QHash<std::pair<const _MsgChat *, bool>, QString> titleLines; ///< by direction too

@@ -1,5 +1,6 @@
 #include "deletedrows.h"
 #include "rawvalues.h"
+#include "typedstream.h"
 
 #include <array>
 
@@ -178,6 +179,9 @@ std::optional<_RecycleMessage> rowToIos6Message(const Sqlite3RawRow &row)
     _RecycleMessage recycled;
     recycled.message.rowid = row.rowid;
     readCommonValues(recycled.message, row.values);
+    if (recycled.message.text.isEmpty()) // newer phones keep the words in the body only
+        recycled.message.text =
+            textOfTypedStream(recycled.message.attributedBody).value_or(TypedStreamText()).text;
     if (row.values.size() >= longRow)
         readLaterValues(recycled.message, row.values);
     return recycled;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QVariant>
+#include "appledates.h"
 
-#include <limits>
+#include <QVariant>
 
 // Values of raw rows as numbers. Damaged rows bring texts where numbers belong, and doubles without bound.
 
@@ -18,10 +18,8 @@ inline int intOf(const QVariant &value)
     return int(longOf(value));
 }
 
-/// A date in seconds. Newer phones count nanoseconds: what is too large for seconds is taken for those.
+/// A date in seconds, whatever the phone counts in.
 inline int dateOf(const QVariant &value)
 {
-    constexpr qint64 nanoseconds = 1'000'000'000;
-    const qint64 date = longOf(value);
-    return int(date > std::numeric_limits<int>::max() ? date / nanoseconds : date);
+    return wholeSeconds(longOf(value));
 }

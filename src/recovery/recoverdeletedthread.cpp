@@ -35,7 +35,7 @@ int recoverIos5(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress &progr
 }
 
 /// Its pages hold what the program itself deleted because a person wanted it gone.
-bool isLocalDatabase(const AbsIOSMessageDb &db)
+bool isOwnDatabase(const AbsIOSMessageDb &db)
 {
     const QDir parent = QFileInfo(db.rootFolder().absolutePath()).dir();
     return parent == localDatabasesDir();
@@ -45,7 +45,7 @@ bool isLocalDatabase(const AbsIOSMessageDb &db)
 
 int recoverDeleted(AbsIOSMessageDb &db, JobProgress &progress)
 {
-    if (isLocalDatabase(db))
+    if (isOwnDatabase(db))
         throw std::runtime_error(
             u"%1: this is a Local Database. Deleted messages are looked for in phones and backups."_s
                 .arg(db.rootFolder().absolutePath())

@@ -27,6 +27,9 @@ public:
     /// 5 or 6.
     virtual int dbVersion() = 0;
 
+    /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
+    virtual bool isLocalDatabase() { return false; }
+
     /// The folder that holds "file-relay".
     const QDir &rootFolder() const { return root; }
     const QString &databasePath() const { return path; }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-ChatLinks::~ChatLinks()
+void ChatLinks::enterAll()
 {
     for (auto it = links.cbegin(); it != links.cend(); ++it) {
         QHash<QString, _MsgMessage *> &messages = it.key()->messages;
@@ -10,4 +10,5 @@ ChatLinks::~ChatLinks()
         for (const Link &link : *it)
             messages.insert(QString::number(link.rowid), link.message);
     }
+    links.clear();
 }

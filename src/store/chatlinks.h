@@ -12,9 +12,10 @@ public:
     ChatLinks() = default;
     ChatLinks(const ChatLinks &) = delete;
     ChatLinks &operator=(const ChatLinks &) = delete;
-    /// Enters them: also where reading broke off, what was read stands in its chats.
-    ~ChatLinks();
+    /// Enters what is left: also where reading broke off, what was read stands in its chats.
+    ~ChatLinks() { enterAll(); }
 
+    void enterAll();
     void add(_MsgChat &chat, _MsgMessage &message) { links[&chat].push_back({message.rowid, &message}); }
 
 private:

@@ -65,6 +65,12 @@ bool IOS6MessageDb::hasColumn(const QString &table, const QString &columnText)
     return tables.value(table).contains(columnText);
 }
 
+bool IOS6MessageDb::isLocalDatabase()
+{
+    openDb();
+    return insertion.hasLogicHash(); // also where the file is read as a phone's
+}
+
 bool IOS6MessageDb::hasItemType()
 {
     return hasColumn(u"message"_s, u"item_type"_s);

@@ -1,7 +1,8 @@
 #include "ios6messagedb.h"
 
-#include "chatlinks.h"
+#include "appledates.h"
 #include "localschema.h"
+#include "messagerows.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
 #include "untoucheddb.h"
@@ -17,12 +18,6 @@ namespace
 
 using ChatField = RecordField<_MsgChat>;
 using HandleField = RecordField<_MsgHandle>;
-using MessageField = RecordField<_MsgMessage>;
-
-constexpr RepeatingText<_MsgMessage> repeating(QString _MsgMessage::*member)
-{
-    return {member};
-}
 
 constexpr std::array chatFields = {
     ChatField{"rowid"_L1, &_MsgChat::rowid},
@@ -50,59 +45,9 @@ constexpr std::array handleFields = {
     HandleField{"uncanonicalized_id"_L1, &_MsgHandle::uncanonicalized_id},
     HandleField{"_ct_name"_L1, &_MsgHandle::_ct_name},
     HandleField{"_photo"_L1, &_MsgHandle::_photo},
-};
-
-constexpr std::array messageFields = {
-    MessageField{"rowid"_L1, &_MsgMessage::rowid},
-    MessageField{"guid"_L1, &_MsgMessage::guid},
-    MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"replace"_L1, &_MsgMessage::replace},
-    MessageField{"service_center"_L1, repeating(&_MsgMessage::service_center)},
-    MessageField{"handle_id"_L1, &_MsgMessage::handle_id},
-    MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
-    MessageField{"attributedBody"_L1, &_MsgMessage::attributedBody},
-    MessageField{"version"_L1, &_MsgMessage::version},
-    MessageField{"type"_L1, &_MsgMessage::type},
-    MessageField{"service"_L1, repeating(&_MsgMessage::service)},
-    MessageField{"account"_L1, repeating(&_MsgMessage::account)},
-    MessageField{"account_guid"_L1, repeating(&_MsgMessage::account_guid)},
-    MessageField{"error"_L1, &_MsgMessage::error},
-    MessageField{"date"_L1, &_MsgMessage::date},
-    MessageField{"date_read"_L1, &_MsgMessage::date_read},
-    MessageField{"date_delivered"_L1, &_MsgMessage::date_delivered},
-    MessageField{"is_delivered"_L1, &_MsgMessage::is_delivered},
-    MessageField{"is_finished"_L1, &_MsgMessage::is_finished},
-    MessageField{"is_emote"_L1, &_MsgMessage::is_emote},
-    MessageField{"is_from_me"_L1, &_MsgMessage::is_from_me},
-    MessageField{"is_empty"_L1, &_MsgMessage::is_empty},
-    MessageField{"is_delayed"_L1, &_MsgMessage::is_delayed},
-    MessageField{"is_auto_reply"_L1, &_MsgMessage::is_auto_reply},
-    MessageField{"is_prepared"_L1, &_MsgMessage::is_prepared},
-    MessageField{"is_read"_L1, &_MsgMessage::is_read},
-    MessageField{"is_system_message"_L1, &_MsgMessage::is_system_message},
-    MessageField{"is_sent"_L1, &_MsgMessage::is_sent},
-    MessageField{"has_dd_results"_L1, &_MsgMessage::has_dd_results},
-    MessageField{"is_service_message"_L1, &_MsgMessage::is_service_message},
-    MessageField{"is_forward"_L1, &_MsgMessage::is_forward},
-    MessageField{"was_downgraded"_L1, &_MsgMessage::was_downgraded},
-    MessageField{"is_archive"_L1, &_MsgMessage::is_archive},
-    MessageField{"cache_has_attachments"_L1, &_MsgMessage::cache_has_attachments},
-    MessageField{"cache_roomnames"_L1, repeating(&_MsgMessage::cache_roomnames)},
-    MessageField{"was_data_detected"_L1, &_MsgMessage::was_data_detected},
-    MessageField{"was_deduplicated"_L1, &_MsgMessage::was_deduplicated},
-    MessageField{"is_audio_message"_L1, &_MsgMessage::is_audio_message},
-    MessageField{"is_played"_L1, &_MsgMessage::is_played},
-    MessageField{"date_played"_L1, &_MsgMessage::date_played},
-    MessageField{"item_type"_L1, &_MsgMessage::item_type},
-    MessageField{"other_handle"_L1, &_MsgMessage::other_handle},
-    MessageField{"group_title"_L1, repeating(&_MsgMessage::group_title)},
-    MessageField{"group_action_type"_L1, &_MsgMessage::group_action_type},
-    MessageField{"share_status"_L1, &_MsgMessage::share_status},
-    MessageField{"share_direction"_L1, &_MsgMessage::share_direction},
-    MessageField{"is_expirable"_L1, &_MsgMessage::is_expirable},
-    MessageField{"expire_state"_L1, &_MsgMessage::expire_state},
-    MessageField{"message_action_type"_L1, &_MsgMessage::message_action_type},
+    HandleField{"person_centric_id"_L1, &_MsgHandle::person_centric_id},
+    HandleField{"_person_centric_id"_L1, &_MsgHandle::person_centric_id}, // of a Local Database
+    HandleField{"_contact"_L1, &_MsgHandle::_contact},
 };
 
 int keepsFile(int)
@@ -110,29 +55,12 @@ int keepsFile(int)
     return 0;
 }
 
-QString messageQuery(bool hasItemType, qint64 chatId)
-{
-    QString sql = u"select j.chat_id, m.* from chat_message_join as j inner join message as m on "
-                  "j.message_id = m.rowid"_s;
-    if (hasItemType)
-        sql += u" and m.item_type <> 4"_s; // sharing of locations
-    if (chatId > 0)
-        sql += u" and j.chat_id=%1"_s.arg(chatId);
-    return sql;
-}
+constexpr auto newestDates =
+    "select chat_id, max(date) as last from ( select cm.chat_id, m.date from chat_message_join "
+    "as cm inner join message as m on cm.message_id=m.rowid ) as tmp group by chat_id";
 
-void link(const _MsgStore &store, _MsgMessage &message)
-{
-    if (_MsgHandle *handle = store.handles.value(message.handle_id)) {
-        message.handle = handle;
-        if (message.country.isEmpty())
-            message.country = handle->country;
-    }
-    if (message.other_handle > 0) {
-        if (_MsgHandle *other = store.handles.value(message.other_handle))
-            message.otherHandle = other;
-    }
-}
+constexpr auto handlesOfChats =
+    "select j.chat_id, h.* from chat_handle_join as j inner join handle as h on j.handle_id = h.rowid";
 
 } // namespace
 
@@ -167,6 +95,7 @@ void IOS6MessageDb::openDb()
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
     insertion = MessageInsertion(tables.value(u"message"_s));
+    isModern = hasModernColumns();
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
@@ -175,8 +104,10 @@ void IOS6MessageDb::chats(_MsgStorePtr &store)
     parts.openContacts();
     readChats(*store);
     if (!tables.value(u"chat"_s).contains("_last INTEGER"_L1, Qt::CaseInsensitive))
-        deriveNewestDates(*store);
-    readHandles(*store);
+        deriveNewestDates(*store, isModern ? newestModernDates() : newestDates);
+    readHandles(*store, handlesOfChats);
+    if (isModern)
+        readLooseHandles(*store);
 }
 
 void IOS6MessageDb::readChats(_MsgStore &store)
@@ -191,23 +122,20 @@ void IOS6MessageDb::readChats(_MsgStore &store)
     }
 }
 
-void IOS6MessageDb::deriveNewestDates(_MsgStore &store)
+void IOS6MessageDb::deriveNewestDates(_MsgStore &store, const char *sql)
 {
-    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(
-        "select chat_id, max(date) as last from ( select cm.chat_id, m.date from chat_message_join "
-        "as cm inner join message as m on cm.message_id=m.rowid ) as tmp group by chat_id"));
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(sql));
     const int chatId = cursor.columnIndex(u"chat_id"_s);
     const int last = cursor.columnIndex(u"last"_s);
     while (cursor.moveNextThrow()) {
         if (_MsgChat *chat = store.chats.value(cursor.getInt64(chatId)))
-            chat->_last = cursor.getInt(last);
+            chat->_last = isModern ? wholeSeconds(cursor.getInt64(last)) : cursor.getInt(last);
     }
 }
 
-void IOS6MessageDb::readHandles(_MsgStore &store)
+void IOS6MessageDb::readHandles(_MsgStore &store, const char *sql)
 {
-    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(
-        "select j.chat_id, h.* from chat_handle_join as j inner join handle as h on j.handle_id = h.rowid"));
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(sql));
     RecordReader<_MsgHandle> reader(cursor, handleFields);
     const int rowid = cursor.columnIndex(u"rowid"_s);
     const int chatId = cursor.columnIndex(u"chat_id"_s);
@@ -232,29 +160,31 @@ void IOS6MessageDb::completeHandle(_MsgHandle &handle)
     parts.nameHandle(handle);
 }
 
+QString IOS6MessageDb::messageQuery(qint64 chatId) const
+{
+    QString sql = u"select j.chat_id, m.* from chat_message_join as j inner join message as m on "
+                  "j.message_id = m.rowid"_s;
+    // Sharing of locations, which people are told of since iOS 10.
+    const QString &columns = tables[u"message"_s];
+    if (!isModern && columns.contains("item_type"_L1))
+        sql += columns.contains("_has_newer_event"_L1)
+                   ? u" and (m.item_type <> 4 or m._has_newer_event <> 0)"_s
+                   : u" and m.item_type <> 4"_s;
+    if (chatId > 0)
+        sql += u" and j.chat_id=%1"_s.arg(chatId);
+    return sql;
+}
+
 void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
     chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
-    const bool hasItemType = tables.value(u"message"_s).contains("item_type"_L1);
-    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(hasItemType, chatId)));
-    RecordReader<_MsgMessage> reader(cursor, messageFields);
-    const int rowid = cursor.columnIndex(u"rowid"_s);
-    const int chatColumn = cursor.columnIndex(u"chat_id"_s);
-    ChatLinks links;
-    while (cursor.moveNextThrow()) {
-        const qint64 key = cursor.getInt64(rowid);
-        _MsgMessage *&message = store->messages[key];
-        if (!message) {
-            message = reader.read(cursor).release();
-            message->src_rowid = key;
-        }
-        link(*store, *message);
-        if (_MsgChat *chat = store->chats.value(cursor.getInt64(chatColumn))) {
-            message->chat = chat;
-            links.add(*chat, *message);
-        }
-    }
+    MessageRows rows(*store, isModern ? MessageRows::Phone::Modern : MessageRows::Phone::Older);
+    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    if (isModern)
+        readModernMessages(*store, rows, chatId);
+    else
+        rows.finish();
 }

@@ -11,6 +11,8 @@
 
 #include <memory>
 
+class MessageRows;
+
 /// The message database of iOS 6 and later, and the program's own Local Databases, which have the same
 /// shape with a few columns more. Reading leaves a phone's file as it lies; the row operations write
 /// into a Local Database or into a copy of a phone's file.
@@ -31,6 +33,7 @@ public:
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     int dbVersion() override { return 6; }
+    bool isLocalDatabase() override;
 
     // The schema as the file tells it. Each call below opens the file first.
 
@@ -80,14 +83,26 @@ public:
 
 private:
     void readChats(_MsgStore &store);
-    void deriveNewestDates(_MsgStore &store);
-    void readHandles(_MsgStore &store);
+    void deriveNewestDates(_MsgStore &store, const char *sql);
+    void readHandles(_MsgStore &store, const char *sql);
+    QString messageQuery(qint64 chatId) const;
     void completeHandle(_MsgHandle &handle);
     qint64 firstRowid(const Sqlite3Sql &sql);
     QSet<qint64> chatsOf(qint64 messageId);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
+    // What a phone since iOS 10 keeps in further places; see ios6modern.cpp.
+
+    bool hasModernColumns();
+    static const char *newestModernDates();
+    void readLooseHandles(_MsgStore &store);
+    void readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId);
+    void readRecentlyDeleted(MessageRows &rows, qint64 chatId);
+    void readOrphans(_MsgStore &store, MessageRows &rows);
+    void readDeletedParts(_MsgStore &store);
+
     bool upgrade;
+    bool isModern = false; ///< a phone's file since iOS 10
     MessageDbParts parts;
     QHash<QString, QString> tables;      ///< name to the text that created it
     MessageInsertion insertion;          ///< into the columns that `tables` tells

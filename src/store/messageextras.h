@@ -39,7 +39,9 @@ struct MessageExtras : QSharedData {
 
     QString thread_originator_guid; ///< the message that this one replies to; empty when none
     QString thread_originator_part;
-    QString reply_to_guid; ///< the message before it in the conversation or thread
+    QString reply_to_guid;   ///< the message before it in the thread; nearly every message names one, replies
+                             ///< keep it
+    QString originatorWords; ///< who wrote the answered message and how it begins; empty when it isn't there
 
     // Of a reaction whose message the source doesn't have. It stays in the list as a line of its own.
     QString associated_message_guid;
@@ -52,13 +54,15 @@ struct MessageExtras : QSharedData {
 
     QByteArray message_summary_info;
     QList<MessageEdit> edits;  ///< history by part, oldest first; empty when never edited or not kept
-    QList<int> retractedParts; ///< numbers of unsent parts
+    QList<int> retractedParts; ///< numbers of unsent parts, ascending
     int date_edited = 0;
     int date_retracted = 0;
 
-    int delete_date = 0;            ///< when it went to "Recently Deleted"
-    int schedule_type = 0;          ///< 2: to be sent later
-    bool isTextUndecodable = false; ///< it has a body that can't be read
+    int delete_date = 0;             ///< when it went to "Recently Deleted"
+    QList<MessageEdit> deletedParts; ///< parts that alone went there, by part; `date` is when
+    int schedule_type = 0;           ///< 2: to be sent later
+    bool isTextUndecodable = false;  ///< it has a body that can't be read
+    bool hasNewerEvent = false;      ///< an event that `item_type` and `group_action_type` tell together
 };
 
 using MessageExtrasPtr = QExplicitlySharedDataPointer<MessageExtras>;

@@ -108,8 +108,10 @@ struct _MsgHandle {
     QString country;
     QString service = QStringLiteral("SMS");
     QString uncanonicalized_id;
-    QString _ct_name;  ///< name of the contact; empty when unknown
-    QByteArray _photo; ///< thumbnail of the contact; empty when none
+    QString person_centric_id; ///< the phone's own for the person; the same for all their addresses
+    QString _ct_name;          ///< name of the contact; empty when unknown
+    QByteArray _photo;         ///< thumbnail of the contact; empty when none
+    QString _contact;          ///< guid of the contact's card; empty when unknown
 };
 
 /// One attachment.

@@ -1,5 +1,6 @@
 #include "messagestore.h"
 
+#include "samepersons.h"
 #include "sqlite3db.h"
 #include "untoucheddb.h"
 
@@ -62,7 +63,7 @@ QList<_MsgMessage *> byRowid(const Values &messages)
 
 } // namespace
 
-QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store)
+QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store, SessionGrouping grouping)
 {
     QList<_MsgChat *> chats = store->chats.values();
     std::sort(chats.begin(), chats.end(),
@@ -82,7 +83,8 @@ QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store)
     }
     std::stable_sort(sessions.begin(), sessions.end(),
                      [](const _MsgSession &a, const _MsgSession &b) { return a.lastDate > b.lastDate; });
-    return sessions;
+    // A joined one is as new as its first, which is the newest of them.
+    return grouping == SessionGrouping::ByPerson ? joinSamePersons(sessions) : sessions;
 }
 
 QList<_MsgMessage *> sessionMessages(const QList<_MsgChat *> &chats)

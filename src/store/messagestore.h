@@ -9,9 +9,16 @@
 // What all layers above the readers do with a store of messages: conversations, lists, their order.
 // Every list comes in a fixed order, so that two runs over one source give the same bytes.
 
-/// The conversations: all chats of one `chat_identifier` together. Newest first, of one date the one with
-/// the lowest chat rowid first; the chats within by rowid.
-QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store);
+/// What makes chats one conversation.
+enum class SessionGrouping {
+    ByIdentifier, ///< one `chat_identifier`
+    ByPerson,     ///< or one partner with several addresses, see `joinSamePersons`
+};
+
+/// The conversations. Newest first, of one date the one with the lowest chat rowid first; the chats of one
+/// `chat_identifier` within by rowid.
+QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store,
+                                     SessionGrouping grouping = SessionGrouping::ByIdentifier);
 
 /// The messages of these chats, chat after chat, in each by rowid. A message that stands in several of
 /// them comes once.

@@ -180,9 +180,14 @@ QString displayText(const _MsgMessage &message)
     return message.item_type == 0 ? textWithMarkers(message) : eventSentence(message);
 }
 
-QString renderText(const _MsgMessage &message)
+QString renderText(const _MsgMessage &message, EmojiStyle emoji)
 {
-    return replaceEmoji(displayText(message), emojiMarker, nullptr);
+    return withEmoji(displayText(message), emoji);
+}
+
+QString withEmoji(const QString &text, EmojiStyle emoji)
+{
+    return emoji == EmojiStyle::Characters ? text : replaceEmoji(text, emojiMarker, nullptr);
 }
 
 QString replaceEmoji(const QString &text, EmojiText replacement, void *userData)

@@ -8,6 +8,12 @@
 
 // What people read of a message. Views and exports all take their words from here.
 
+/// How emoji stand in texts that people see.
+enum class EmojiStyle {
+    Markers,    ///< "[EMOJI]" for each
+    Characters, ///< as they are
+};
+
 /// The contact's name, with "(address)" behind it on request; the address where there is no contact.
 QString displayName(const _MsgHandle &handle, bool withAddress);
 
@@ -23,8 +29,10 @@ QString plainText(const _MsgMessage &message);
 /// The text with a marker for each attachment, or the sentence of an event with its local date.
 QString displayText(const _MsgMessage &message);
 
-/// `displayText` with "[EMOJI]" for emoji: what views and exports show.
-QString renderText(const _MsgMessage &message);
+/// `displayText` with emoji as asked for: what views and exports show.
+QString renderText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers);
+/// `text` with emoji as asked for.
+QString withEmoji(const QString &text, EmojiStyle emoji);
 
 /// Returns what stands in the place of an emoji. `codePoint` is upper-case hexadecimal.
 using EmojiText = QString (*)(void *userData, const QString &codePoint);

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -27,6 +28,8 @@ public:
     PlistValue value(const QString &key) const;
     /// The entry of an array; without a node on anything else and past the end.
     PlistValue at(unsigned index) const;
+    /// The keys of a dictionary in the order of the list; empty for anything else.
+    QStringList keys() const;
     /// Number of entries of an array or a dictionary, 0 for anything else.
     unsigned size() const;
 
@@ -41,6 +44,8 @@ public:
 
     bool toBool() const;
     qint64 toInt() const;
+    /// An integer or a real number without its fraction; 0 for a real that no integer holds.
+    qint64 toWholeNumber() const;
     QString toString() const;
     QByteArray toByteArray() const;
     /// In UTC. Each microsecond of the value counts as a whole millisecond: dates of backups are shown

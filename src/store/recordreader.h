@@ -1,5 +1,6 @@
 #pragma once
 
+#include "appledates.h"
 #include "sharedtexts.h"
 #include "sqlite3cursor.h"
 
@@ -18,12 +19,24 @@ struct RepeatingText {
     QString Record::*member;
 };
 
+/// A field for a date in seconds since 2001.
+template <typename Record>
+struct RecordDate {
+    int Record::*member;
+};
+
+/// In what a file counts its dates.
+enum class DateUnit {
+    Seconds,
+    EachItsOwn, ///< some in seconds, some in nanoseconds
+};
+
 /// Which column goes into which field of a record.
 template <typename Record>
 struct RecordField {
     QLatin1StringView column;
     std::variant<int Record::*, qint64 Record::*, QString Record::*, QByteArray Record::*,
-                 RepeatingText<Record>>
+                 RepeatingText<Record>, RecordDate<Record>>
         member;
 };
 
@@ -35,8 +48,8 @@ class RecordReader
 public:
     /// `model` is what a record holds before its columns are read.
     RecordReader(const Sqlite3Cursor &cursor, std::span<const RecordField<Record>> fields,
-                 const Record &model = {})
-        : blank(model)
+                 const Record &model = {}, DateUnit dateUnit = DateUnit::Seconds)
+        : blank(model), unit(dateUnit)
     {
         for (const RecordField<Record> &field : fields) {
             const int position = cursor.columnIndex(field.column);
@@ -50,6 +63,8 @@ public:
         auto record = std::make_unique<Record>(blank);
         for (const auto &[position, member] : ints)
             (*record).*member = cursor.getInt(position);
+        for (const auto &[position, member] : dates)
+            (*record).*member = wholeSeconds(cursor.getInt64(position));
         for (const auto &[position, member] : longs)
             (*record).*member = cursor.getInt64(position);
         for (const auto &[position, member] : texts) {
@@ -88,13 +103,23 @@ private:
             repeating.push_back({position, field.member});
     }
 
+    void place(int position, RecordDate<Record> field)
+    {
+        if (position >= 0 && unit == DateUnit::EachItsOwn)
+            dates.push_back({position, field.member});
+        else
+            place(position, field.member);
+    }
+
     std::vector<Column<int>> &columnsOf(int Record::*) { return ints; }
     std::vector<Column<qint64>> &columnsOf(qint64 Record::*) { return longs; }
     std::vector<Column<QString>> &columnsOf(QString Record::*) { return texts; }
     std::vector<Column<QByteArray>> &columnsOf(QByteArray Record::*) { return blobs; }
 
     Record blank;
+    DateUnit unit;
     std::vector<Column<int>> ints;
+    std::vector<Column<int>> dates;
     std::vector<Column<qint64>> longs;
     std::vector<Column<QString>> texts;
     std::vector<Column<QString>> repeating;

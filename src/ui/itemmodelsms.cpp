@@ -1,7 +1,6 @@
 #include "itemmodelsms.h"
 
 #include "messagestore.h"
-#include "messagetext.h"
 #include "programicon.h"
 #include "stylesheet.h"
 
@@ -31,13 +30,13 @@ QString contactOf(const _MsgMessage &message)
     return message.chat ? chatTitle(*message.chat, false) : QString();
 }
 
-QString textOf(const _MsgMessage &message, int column)
+QString textOf(const _MsgMessage &message, int column, EmojiStyle emoji)
 {
     switch (column) {
     case Date: return QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
     case Flag: return directionOf(message);
     case Contact: return contactOf(message);
-    default: return renderText(message);
+    default: return renderText(message, emoji);
     }
 }
 
@@ -89,7 +88,7 @@ QVariant ItemModelSms::data(const QModelIndex &index, int role) const
     const _MsgMessage &message = *list.at(index.row());
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole: return textOf(message, index.column());
+    case Qt::ToolTipRole: return textOf(message, index.column(), emoji);
     case Qt::DecorationRole: return index.column() == Date ? QVariant(iconOf(message)) : QVariant();
     case Qt::BackgroundRole: return backgroundOf(message);
     case Qt::SizeHintRole: return QSize(0, 23);
@@ -116,6 +115,13 @@ void ItemModelSms::setMessages(const QList<_MsgMessage *> &shown)
 void ItemModelSms::clear()
 {
     setMessages({});
+}
+
+void ItemModelSms::setEmojiStyle(EmojiStyle style)
+{
+    emoji = style;
+    if (!list.isEmpty())
+        Q_EMIT dataChanged(index(0, Content), index(int(list.size()) - 1, Content));
 }
 
 QModelIndex ItemModelSms::indexOfRow(int row) const

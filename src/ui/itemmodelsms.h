@@ -1,6 +1,7 @@
 #pragma once
 
 #include "messagerecords.h"
+#include "messagetext.h"
 
 #include <QAbstractItemModel>
 #include <QIcon>
@@ -24,6 +25,8 @@ public:
     /// Shows `shown` in the order given. The records are borrowed from the store of their source.
     void setMessages(const QList<_MsgMessage *> &shown);
     void clear();
+    /// How the texts show emoji from now on.
+    void setEmojiStyle(EmojiStyle style);
     const QList<_MsgMessage *> &messages() const { return list; }
 
     /// Column 0 of `row`; invalid when there is no such row.
@@ -35,5 +38,6 @@ private:
     const QIcon &iconOf(const _MsgMessage &message) const;
 
     QList<_MsgMessage *> list;
+    EmojiStyle emoji = EmojiStyle::Markers;
     const QIcon imessageSent, imessageReceived, smsSent, smsReceived;
 };

@@ -3,7 +3,6 @@
 #include "boxes.h"
 #include "itemmodelsms.h"
 #include "messagestore.h"
-#include "messagetext.h"
 #include "mytreeview.h"
 #include "searchrow.h"
 #include "smsbrowser.h"
@@ -120,6 +119,13 @@ void MessagePane::clearMessageViews()
     showMessages({}, nullptr, {});
 }
 
+void MessagePane::setEmojiStyle(EmojiStyle style)
+{
+    emoji = style;
+    smsModel->setEmojiStyle(style);
+    txtSMS->setEmojiStyle(style);
+}
+
 void MessagePane::showSorted(const QList<_MsgMessage *> &list)
 {
     QList<_MsgMessage *> sorted = sortMessages(list);
@@ -202,7 +208,7 @@ void MessagePane::searchMessages()
     if (list.isEmpty())
         return showInfo(QObject::tr("IDS_CAN_NOT_FOUND_AND_MESSAGES"));
     const std::optional<int> found = searchWrapping(int(list.size()), currentRow() + 1, [&](int row) {
-        return renderText(*list.at(row)).contains(words, Qt::CaseInsensitive);
+        return renderText(*list.at(row), emoji).contains(words, Qt::CaseInsensitive);
     });
     if (found)
         treeViewSMS->setCurrentIndex(smsModel->indexOfRow(*found));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "messagerecords.h"
+#include "messagetext.h"
 
 #include <QWidget>
 
@@ -24,6 +25,9 @@ public:
     /// is kept as long as they are on view.
     void showMessages(const QList<_MsgMessage *> &list, _MsgStorePtr owner, const QString &title);
     void clearMessageViews();
+    /// How list, conversation and search take emoji from now on.
+    void setEmojiStyle(EmojiStyle style);
+    EmojiStyle emojiStyle() const { return emoji; }
 
     /// All that is on view, in its order.
     const QList<_MsgMessage *> &messages() const;
@@ -62,4 +66,5 @@ private:
     QLabel *lbSMSCount;
     _MsgStorePtr shownStore;
     QString shownTitle;
+    EmojiStyle emoji = EmojiStyle::Markers;
 };

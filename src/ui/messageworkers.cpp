@@ -93,15 +93,17 @@ void MessageWorkers::exportMessages(const MessageChoice &choice)
                                                       exportFilters(), &filter);
     if (name.isEmpty())
         return;
-    const ExportPlan plan = exportPlan(name, filter);
+    ExportPlan plan = exportPlan(name, filter);
+    plan.ascending = messages->isAscending();
+    plan.emoji = messages->emojiStyle();
     ProgressForm form(QString(), window);
-    ExportSMSThread job(choice.messages, plan.path, plan.format, messages->isAscending(), &form, nullptr);
+    ExportSMSThread job(choice.messages, plan, &form, nullptr);
     runUnder(form, job);
 }
 
 void MessageWorkers::print(const MessageChoice &choice)
 {
-    SMSPrinter(window).print(choice.messages);
+    SMSPrinter(window).print(choice.messages, messages->emojiStyle());
 }
 
 void MessageWorkers::restoreToDevice(const MessageChoice &)

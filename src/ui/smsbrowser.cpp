@@ -43,6 +43,13 @@ void SmsBrowser::clearMessages()
     setMessages({});
 }
 
+void SmsBrowser::setEmojiStyle(EmojiStyle style)
+{
+    emoji = style;
+    if (page > 0)
+        render(page);
+}
+
 int SmsBrowser::pageCount() const
 {
     return pagesFor(messages.size());
@@ -93,7 +100,7 @@ void SmsBrowser::render(int number)
 {
     page = number;
     setUpdatesEnabled(false);
-    setHtml(smsPageHtml(messages, page));
+    setHtml(smsPageHtml(messages, page, emoji));
     setUpdatesEnabled(true);
 }
 

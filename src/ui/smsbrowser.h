@@ -1,6 +1,7 @@
 #pragma once
 
 #include "messagerecords.h"
+#include "messagetext.h"
 
 #include <QTextBrowser>
 
@@ -15,6 +16,8 @@ public:
     /// Shows the first page of `shown`. The records are borrowed from the store of their source.
     void setMessages(const QList<_MsgMessage *> &shown);
     void clearMessages();
+    /// How the texts show emoji from now on; the page stays.
+    void setEmojiStyle(EmojiStyle style);
     /// Scrolls to a message, on whatever page it is. Rows that don't exist are passed over.
     void showMessage(int row);
 
@@ -41,4 +44,5 @@ private:
 
     QList<_MsgMessage *> messages;
     int page = 0;
+    EmojiStyle emoji = EmojiStyle::Markers;
 };

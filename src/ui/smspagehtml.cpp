@@ -2,7 +2,6 @@
 
 #include "htmltext.h"
 #include "messagestore.h"
-#include "messagetext.h"
 
 #include <QLocale>
 #include <QRegularExpression>
@@ -36,19 +35,19 @@ QString titleCell(const _MsgMessage &message)
            cellText(senderLabel(message)) + u"</td>"_s;
 }
 
-QString contentCell(const _MsgMessage &message)
+QString contentCell(const _MsgMessage &message, EmojiStyle emoji)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message)) + u"</td>"_s;
+    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message, emoji)) + u"</td>"_s;
 }
 
-QString messageHtml(const _MsgMessage &message)
+QString messageHtml(const _MsgMessage &message, EmojiStyle emoji)
 {
     const bool isSent = message.is_from_me != 0;
     return u"<a name=\"sms_%1\"></a>"_s.arg(message.rowid) +
            u"<table class=\"%1\" width=\"100%\" cellpadding=\"0\" border=\"0\" cellspacing=\"0\">"_s.arg(
                isSent ? u"send"_s : u"rec"_s) +
-           tableRow(isSent, titleCell(message), u"st"_s) + tableRow(isSent, contentCell(message), u"sc"_s) +
-           u"</table>"_s;
+           tableRow(isSent, titleCell(message), u"st"_s) +
+           tableRow(isSent, contentCell(message, emoji), u"sc"_s) + u"</table>"_s;
 }
 
 } // namespace
@@ -58,13 +57,13 @@ int pagesFor(qsizetype messageCount)
     return int((messageCount + messagesPerPage - 1) / messagesPerPage);
 }
 
-QString smsPageHtml(const QList<_MsgMessage *> &messages, int page)
+QString smsPageHtml(const QList<_MsgMessage *> &messages, int page, EmojiStyle emoji)
 {
     QString html = u"<a name=\"start\"></a>"_s;
     if (page > 1)
         html += u"<p><a href=\"/pre_page\">&lt;&lt;Previous Page</a></p>"_s;
     for (const _MsgMessage *message : messages.mid((page - 1) * messagesPerPage, messagesPerPage))
-        html += messageHtml(*message);
+        html += messageHtml(*message, emoji);
     if (page < pagesFor(messages.size()))
         html += u"<p><a href=\"/next_page\">&gt;&gt;Next Page</a></p>"_s;
     return html + u"<a name=\"end\"></a>"_s;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "messagerecords.h"
+#include "messagetext.h"
 
 #include <QString>
 
@@ -12,4 +13,4 @@ int pagesFor(qsizetype messageCount);
 
 /// The HTML of page `page` (from 1) of `messages`: each message a table behind an anchor "sms_" and its
 /// rowid, with links to the pages before and after.
-QString smsPageHtml(const QList<_MsgMessage *> &messages, int page);
+QString smsPageHtml(const QList<_MsgMessage *> &messages, int page, EmojiStyle emoji = EmojiStyle::Markers);

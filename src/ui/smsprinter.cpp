@@ -30,9 +30,10 @@ SMSPrinter::SMSPrinter(QObject *parent) : QObject(parent)
 {
 }
 
-void SMSPrinter::print(const QList<_MsgMessage *> &printed)
+void SMSPrinter::print(const QList<_MsgMessage *> &printed, EmojiStyle emojiStyle)
 {
     messages = printed;
+    emoji = emojiStyle;
     QPrinter printer(QPrinter::ScreenResolution);
     setUpPaper(printer);
     QPrintPreviewDialog preview(&printer, qobject_cast<QWidget *>(parent()));
@@ -44,7 +45,7 @@ void SMSPrinter::print(const QList<_MsgMessage *> &printed)
 void SMSPrinter::onPaintRequested(QPrinter *printer)
 {
     QPainter painter;
-    SmsPageRenderer renderer(painter);
+    SmsPageRenderer renderer(painter, emoji);
     renderer.begin(printer);
     for (const _MsgMessage *message : std::as_const(messages))
         renderer.draw(*message);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messagetext.h"
+
 #include <QList>
 #include <QObject>
 
@@ -16,11 +18,12 @@ public:
 
     /// Runs the preview of `messages` in their order, and comes back when it is closed. The messages
     /// have to live until then.
-    void print(const QList<_MsgMessage *> &messages);
+    void print(const QList<_MsgMessage *> &messages, EmojiStyle emoji = EmojiStyle::Markers);
 
 private Q_SLOTS:
     void onPaintRequested(QPrinter *printer);
 
 private:
     QList<_MsgMessage *> messages;
+    EmojiStyle emoji = EmojiStyle::Markers;
 };

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void csvHasHeaderDateAndDirection();
     void textHasColumnsAndALineForEachMessage();
     void datesAreThoseOfQt();
+    void emojiStayWhereThePlanSaysSo();
     void aCancelledExportLeavesNothing();
 
 private:
@@ -106,6 +107,21 @@ void TestExport::datesAreThoseOfQt()
             QCOMPARE(dates.iso(near), time.toString(u"yyyy-MM-dd hh:mm:ss"_s));
             QCOMPARE(dates.systemShort(near), QLocale::system().toString(time, QLocale::ShortFormat));
         }
+    }
+}
+
+void TestExport::emojiStayWhereThePlanSaysSo()
+{
+    Conversation conversation({});
+    conversation.add(u"a😄"_s);
+    SilentProgress progress;
+    const QTemporaryDir folder;
+    for (const int format : {int(ExportText), int(ExportCsv), int(ExportHtml)}) {
+        const ExportPlan plan{
+            folder.filePath(QString::number(format)), format, true, {}, EmojiStyle::Characters};
+        exportMessages(conversation.all(), plan, progress);
+        const QString file = format == ExportHtml ? plan.path + u"/Unknown.html"_s : plan.path;
+        QVERIFY2(contentOf(file).contains("a😄"), qUtf8Printable(file));
     }
 }
 

@@ -46,6 +46,7 @@ class TestMessageStore : public QObject
 
 private Q_SLOTS:
     void conversationsComeNewestFirst();
+    void addressesOfOnePersonAreOneConversation();
     void aMessageInTwoChatsComesOnce();
     void comparesNearRowsByRow();
     void sortsAndKeepsEveryMessageOfACircle();
@@ -66,6 +67,40 @@ void TestMessageStore::conversationsComeNewestFirst()
     QCOMPARE(sessions.first().chats.last()->rowid, 23);
     for (int i = 1; i <= 21; ++i)
         QCOMPARE(sessions[i].chats.first()->rowid, i);
+}
+
+void TestMessageStore::addressesOfOnePersonAreOneConversation()
+{
+    const _MsgStorePtr store(new _MsgStore);
+    const auto talk = [&](const QStringList &cards, const QString &person, int style = 45) {
+        const int number = int(store->chats.size()) + 1;
+        _MsgChat *chat = addChat(*store, number, u"id %1"_s.arg(number), 100 - number);
+        chat->style = style;
+        for (const QString &card : cards) {
+            auto *handle = new _MsgHandle;
+            handle->_ct_name = u"the same name"_s;
+            handle->_contact = card;
+            handle->person_centric_id = person;
+            chat->handles.insert(card, handle);
+            store->handles.insert(store->handles.size(), handle);
+        }
+    };
+    talk({u"ana"_s}, {});
+    talk({{}}, {});                    // names prove nothing
+    talk({u"bo"_s}, u"p"_s);           // joined with the first by the one after the next
+    talk({u"ana"_s, u"bo"_s}, u"p"_s); // groups stay
+    talk({u"ana"_s}, u"p"_s);          //
+    talk({u"ana"_s}, u"p"_s, 43);      // a group that all others left
+    talk({{}}, {});
+    QStringList sessions;
+    for (const _MsgSession &session : groupChatSessions(store, SessionGrouping::ByPerson)) {
+        QStringList rows;
+        for (const _MsgChat *chat : session.chats)
+            rows.append(QString::number(chat->rowid));
+        sessions.append(rows.join(u'+'));
+    }
+    QCOMPARE(sessions, QStringList({u"1+3+5"_s, u"2"_s, u"4"_s, u"6"_s, u"7"_s}));
+    QCOMPARE(groupChatSessions(store).size(), 7);
 }
 
 void TestMessageStore::aMessageInTwoChatsComesOnce()

@@ -1,7 +1,9 @@
 #include "samplecipher.h"
 #include "samplembdb.h"
 #include "samplephone.h"
+#include "sampletypedstream.h"
 #include "smsdbbuilder.h"
+#include "smsdbwriter.h"
 
 #include <QDirIterator>
 #include <QTemporaryDir>
@@ -9,6 +11,8 @@
 
 #include <plist/plist.h>
 #include <sqlite3.h>
+
+#include <ranges>
 
 using namespace Qt::StringLiterals;
 
@@ -38,7 +42,8 @@ QString query(const QString &path, const QByteArray &sql)
     const auto answerZero = [](sqlite3_context *context, int, sqlite3_value **) {
         sqlite3_result_int(context, 0);
     };
-    for (const char *name : {"read", "delete_attachment_path", "before_delete_attachment_path"})
+    sqlite3_create_function(database, "read", -1, SQLITE_UTF8, nullptr, answerZero, nullptr, nullptr);
+    for (const char *name : sampleFunctions)
         sqlite3_create_function(database, name, -1, SQLITE_UTF8, nullptr, answerZero, nullptr, nullptr);
     QStringList rows;
     const auto addRow = [](void *list, int, char **values, char **) {
@@ -67,6 +72,9 @@ private slots:
     void wrapsKeysAsPublished();
     void writesEachFieldOfARecord();
     void derivesTheLongKey();
+    void archivesTextAsOlderPhonesDo();
+    void keepsWhatModernPhonesKeep_data();
+    void keepsWhatModernPhonesKeep();
     void listsFilesInManifestDb_data();
     void listsFilesInManifestDb();
 };
@@ -96,7 +104,7 @@ void TestSamplePhone::databasesAreSound_data()
 {
     QTest::addColumn<IosVersion>("version");
     QTest::addColumn<int>("messages");
-    for (const IosVersion version : {IosVersion::Ios5, IosVersion::Ios6, IosVersion::Ios7, IosVersion::Ios8})
+    for (const IosVersion version : sampleGenerations)
         for (const int messages : {0, 10, 1000})
             QTest::addRow("iOS %d, %d messages", int(version), messages) << version << messages;
 }
@@ -132,7 +140,7 @@ void TestSamplePhone::triggersRun_data()
         << QByteArray("DELETE FROM message WHERE ROWID=2; SELECT newest_message FROM msg_group;"
                       "SELECT count(*) FROM msg_pieces")
         << u"1\n0"_s;
-    for (const IosVersion version : {IosVersion::Ios6, IosVersion::Ios7, IosVersion::Ios8})
+    for (const IosVersion version : sampleGenerations | std::views::drop(1))
         QTest::addRow("iOS %d leaves no orphans", int(version)) << version << unlink << u"0"_s;
 }
 
@@ -179,6 +187,51 @@ void TestSamplePhone::derivesTheLongKey()
     const QByteArray zeros(20, '\0');
     QCOMPARE(sampleLongPasswordKey(u"0000"_s, zeros, 1000, zeros, 10).toHex(),
              "34c30bf1e8e59aab27299dc8c33f65be279eb23eaa7c79594b3138a076d64eb0"_ba);
+}
+
+// The bytes of typedStreamOf() are a phone's own but for the text.
+void TestSamplePhone::archivesTextAsOlderPhonesDo()
+{
+    for (const qsizetype length : {qsizetype(5), qsizetype(200), qsizetype(40000)}) {
+        const QString text(length, u'ñ');
+        const SampleRun run{length, {{"__kIMMessagePartAttributeName", 0}}};
+        QCOMPARE(sampleTypedStream(text, {run}), typedStreamOf(text));
+    }
+}
+
+void TestSamplePhone::keepsWhatModernPhonesKeep_data()
+{
+    QTest::addColumn<QByteArray>("sql");
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("nanoseconds") << "SELECT min(date) > 1e17 FROM message WHERE ROWID < 4"_ba << u"1"_s;
+    QTest::newRow("seconds") << "SELECT date FROM message WHERE ROWID=4"_ba << u"389102580"_s;
+    QTest::newRow("text in the body alone") << "SELECT count(*) FROM message WHERE text IS NULL"_ba << u"7"_s;
+    QTest::newRow("reaction") << "SELECT r.associated_message_type FROM message r JOIN message m ON "
+                                 "r.associated_message_guid='p:0/'||m.guid WHERE m.ROWID=1"_ba
+                              << u"2006"_s;
+    QTest::newRow("reply") << "SELECT r.ROWID FROM message r JOIN message m ON "
+                              "r.thread_originator_guid=m.guid"_ba
+                           << u"3"_s;
+    QTest::newRow("recently deleted") << "SELECT message_id FROM chat_recoverable_message_join"_ba << u"5"_s;
+    QTest::newRow("gap") << "SELECT group_concat(m.ROWID) FROM message m WHERE ROWID > 5"_ba << u"7,8"_s;
+    QTest::newRow("highest row number")
+        << "SELECT seq FROM sqlite_sequence WHERE name='message'"_ba << u"9"_s;
+    QTest::newRow("erased") << "SELECT count(*) FROM deleted_messages"_ba << u"2"_s;
+    QTest::newRow("written with a log, left without") << "PRAGMA journal_mode"_ba << u"wal"_s;
+}
+
+void TestSamplePhone::keepsWhatModernPhonesKeep()
+{
+    QFETCH(QByteArray, sql);
+    const QTemporaryDir folder;
+    SmsDbBuilder builder(folder.path(), IosVersion::Ios26);
+    builder.chat(u"+34612345678"_s, u"iMessage"_s).received(u"Hola"_s).reaction(2006, u"🚀"_s);
+    builder.reply(u"Sí"_s).sent(u"in seconds"_s).inSeconds().edited(u"Still in seconds"_s);
+    builder.received(u"gone soon"_s).recentlyDeleted().sent(u"gone"_s).erased();
+    builder.sent(u"no"_s).unsent().received(u"Fin"_s).received(u"gone too"_s).erased();
+    const QString path = builder.write();
+    QVERIFY(!QFile::exists(path + u"-wal"_s));
+    QTEST(query(path, sql), "answer");
 }
 
 void TestSamplePhone::listsFilesInManifestDb_data()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sampleextras.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -12,6 +14,7 @@ struct SampleHandle {
     QString id;                             ///< as the phone stores it, such as "+34612345678"
     QString country = QStringLiteral("es"); ///< null stands as NULL
     QString uncanonicalized_id = {};        ///< as it was typed; null stands as NULL
+    QString person_centric_id = {};         ///< what addresses of one person share; since iOS 12
 };
 
 /// One chat of a phone: a service and those who take part. Fields left null get what a phone writes.
@@ -27,6 +30,7 @@ struct SampleChat {
     QString last_addressed_handle = QStringLiteral("+34600000000");
     bool is_archived = false;
     QByteArray properties = {};
+    bool is_filtered = false; ///< among unknown senders; since iOS 11
 };
 
 /// A file that came or went with a message.
@@ -37,6 +41,12 @@ struct SampleAttachment {
     qint64 total_bytes = 0;
     QString guid = {};          ///< null: made from the message's guid
     QString transfer_name = {}; ///< null: last component of `filename`
+
+    // Since iOS 11.
+    int transfer_state = 5; ///< 5: complete
+    bool is_sticker = false;
+    bool hide_attachment = false; ///< people don't see it: what an app needs for its balloon
+    QString emoji_image_short_description = {};
 };
 
 /// One message, in the column names of iOS 6 and later. Dates are seconds since 2001; -1 asks for what
@@ -66,4 +76,5 @@ struct SampleMessage {
     QString handle = {};   ///< address of the sender or partner; null: handle_id 0
     QList<int> chats = {}; ///< as SmsDbWriter::addChat numbered them; empty: an orphan
     QList<SampleAttachment> attachments = {};
+    SampleExtras extras = {}; ///< since iOS 11
 };

@@ -153,3 +153,8 @@ void SampleSqlite::switchToLog()
     // The first frame draws the salt.
     execute("PRAGMA user_version=0");
 }
+
+void SampleSqlite::markAsLogged()
+{
+    execute("PRAGMA journal_mode=WAL");
+}

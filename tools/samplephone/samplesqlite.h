@@ -64,6 +64,10 @@ public:
     /// file when the database is closed. Call outside a transaction.
     void switchToLog();
 
+    /// The file says of itself that it has a write-ahead log, but none is left when it is closed. Call
+    /// outside a transaction.
+    void markAsLogged();
+
 private:
     struct Closer {
         void operator()(sqlite3 *database) const noexcept;

@@ -100,6 +100,7 @@ SampleMessage &SmsDbBuilder::add(const QString &text, const QString &handle)
     }
     nextDate += 60;
     messages.append(message);
+    talk = messages.size() - 1;
     return messages.last();
 }
 
@@ -230,17 +231,28 @@ QString SmsDbBuilder::writeTo(const QString &path) const
     const std::unique_ptr<SmsDbWriter> writer = SmsDbWriter::create(path, version);
     for (const SampleChat &chat : chats)
         writer->addChat(chat);
-    for (qsizetype place = 0; place < messages.size(); ++place) {
+    const QList<SampleMessage> told = completeMessages();
+    for (qsizetype place = 0; place < told.size(); ++place) {
         if (place == logStart)
             writer->startLog();
-        SampleMessage message = messages.at(place);
-        if (message.guid.isNull())
-            message.guid =
-                guidOf(message, message.chats.isEmpty() ? nullptr : &chats.at(message.chats.first()));
-        if (message.attributedBody.isNull() && message.service == "iMessage"_L1 && !message.text.isEmpty())
-            message.attributedBody = typedStreamOf(message.text);
-        writer->addMessage(message);
+        writer->addMessage(told.at(place));
     }
     writer->finish();
     return path;
+}
+
+/// The messages with their guids, with bodies where the older phones write them.
+QList<SampleMessage> SmsDbBuilder::completeMessages() const
+{
+    QList<SampleMessage> told = messages;
+    for (SampleMessage &message : told) {
+        if (message.guid.isNull())
+            message.guid =
+                guidOf(message, message.chats.isEmpty() ? nullptr : &chats.at(message.chats.first()));
+        if (!isModern(version) && message.attributedBody.isNull() && message.service == "iMessage"_L1 &&
+            !message.text.isEmpty())
+            message.attributedBody = typedStreamOf(message.text);
+    }
+    resolveLinks(told);
+    return told;
 }

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QDir>
 
+#include <map>
+
 /// Tells a phone's messages in the order in which they came and writes them as the phone would:
 /// SmsDbBuilder(dir).chat(u"+34612345678"_s).received(u"Hola"_s).sent(u"Sí"_s).write().
 /// The first message is of 2013-05-01 12:00 UTC, each further one a minute later. A call on "the
@@ -65,6 +67,42 @@ public:
         return *this;
     }
 
+    // What follows needs iOS 11 or later. It speaks of the ordinary message told last; reactions count as
+    // the message told last for at(), guid(), rowid(), with() and attachment() alone.
+
+    /// A row that people see under the message, by the partner or the first member of the group: 1000 a
+    /// sticker, 2000 to 2007 a tapback, 3000 to 3007 its removal, 4000 a vote; 2006 has an emoji.
+    SmsDbBuilder &reaction(int type, const QString &emoji = {});
+    SmsDbBuilder &reactionBy(const QString &address, int type, const QString &emoji = {});
+    SmsDbBuilder &ownReaction(int type, const QString &emoji = {});
+    SmsDbBuilder &sticker(const QString &filename);
+    /// What stands before the guid in the reaction told last: "p:0/" unless told, else "p:1/", "bp:", "".
+    SmsDbBuilder &aimedAt(const QString &prefix);
+    /// The partner answers the message; the answer is the message from then on.
+    SmsDbBuilder &reply(const QString &text);
+    SmsDbBuilder &ownReply(const QString &text);
+    /// The message says `text` now, a minute after what it said before.
+    SmsDbBuilder &edited(const QString &text);
+    SmsDbBuilder &editedWithoutHistory();
+    /// The whole message, or one part of it.
+    SmsDbBuilder &unsent();
+    SmsDbBuilder &unsentPart(int part);
+    /// Such as "com.apple.MobileSMS.expressivesend.impact".
+    SmsDbBuilder &effect(const QString &styleId);
+    SmsDbBuilder &balloon(const QString &bundleId, const QByteArray &payload = {});
+    /// Moved to "Recently Deleted" a day after its date; a part of it alone.
+    SmsDbBuilder &recentlyDeleted();
+    SmsDbBuilder &deletedPart(int part, const QString &text);
+    /// Deleted for good: its row number stays free, its guid is noted.
+    SmsDbBuilder &erased();
+    SmsDbBuilder &sendLater();
+    /// Its dates are seconds, not nanoseconds.
+    SmsDbBuilder &inSeconds();
+    SmsDbBuilder &textIn(SampleExtras::Text place);
+    /// The members of the chat have this person_centric_id.
+    SmsDbBuilder &samePerson(const QString &personId);
+    SmsDbBuilder &attachment(const SampleAttachment &attachment);
+
     /// The messages that follow stand only in the write-ahead log, which stays beside the file.
     SmsDbBuilder &restInLog();
 
@@ -76,7 +114,16 @@ public:
 
 private:
     SampleMessage &add(const QString &text, const QString &handle);
+    /// What a reaction or an answer belongs to, as a place in `messages`.
+    struct Link {
+        qsizetype target = 0;
+        QString prefix;
+    };
+
     SampleMessage &lastMessage();
+    SampleMessage &lastTalk();
+    QList<SampleMessage> completeMessages() const;
+    void resolveLinks(QList<SampleMessage> &told) const;
     SampleChat &lastChat();
     void addChat(const SampleChat &chat);
 
@@ -84,6 +131,8 @@ private:
     IosVersion version;
     QList<SampleChat> chats;
     QList<SampleMessage> messages;
+    std::map<qsizetype, Link> links;
+    qsizetype talk = -1;
     int currentChat = -1;
     qsizetype logStart = -1;
     qint64 nextDate;

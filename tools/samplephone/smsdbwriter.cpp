@@ -2,6 +2,7 @@
 
 #include "smsdbwriterios5.h"
 #include "smsdbwriterios6.h"
+#include "smsdbwritermodern.h"
 #include "smsschema.h"
 
 #include <QCryptographicHash>
@@ -26,14 +27,16 @@ std::unique_ptr<SmsDbWriter> SmsDbWriter::create(const QString &path, IosVersion
 {
     if (version == IosVersion::Ios5)
         return std::make_unique<SmsDbWriterIos5>(path);
+    if (isModern(version))
+        return std::make_unique<SmsDbWriterModern>(path, version);
     return std::make_unique<SmsDbWriterIos6>(path, version);
 }
 
 SmsDbWriter::SmsDbWriter(const QString &path, IosVersion generation) : version(generation), database(path)
 {
     database.addFunction("read", 1, SampleSqlite::Answer::IsRead);
-    database.addFunction("delete_attachment_path", 1, SampleSqlite::Answer::Zero);
-    database.addFunction("before_delete_attachment_path", 2, SampleSqlite::Answer::Zero);
+    for (const char *name : sampleFunctions)
+        database.addFunction(name, -1, SampleSqlite::Answer::Zero);
     database.execute(smsTables(version).constData());
     database.execute("BEGIN");
 }
@@ -50,6 +53,8 @@ void SmsDbWriter::finish()
 {
     completeSchema();
     database.execute("COMMIT");
+    if (isModern(version))
+        database.markAsLogged();
 }
 
 void SmsDbWriter::completeSchema()

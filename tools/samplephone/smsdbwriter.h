@@ -11,6 +11,17 @@
 /// Where a phone keeps its messages, below the root of a source.
 inline constexpr auto smsDbBelowRoot = "file-relay/var/mobile/Library/SMS/sms.db";
 
+/// SQL functions of phones that triggers since iOS 6 call and a plain SQLite lacks.
+inline constexpr const char *sampleFunctions[] = {
+    "delete_attachment_path",
+    "before_delete_attachment_path",
+    "after_delete_message_plugin",
+    "verify_chat",
+    "guid_for_chat",
+    "is_mic_enabled",
+    "delete_chat_background_before_deleting_chat",
+};
+
 /// Writes an sms.db of one generation, row by row, so that a million messages need no memory. Rows come
 /// first; indexes and triggers are made when all are in, and are in the file as on a phone.
 class SmsDbWriter

@@ -1,10 +1,12 @@
 #include "smsschema.h"
 
+#include "smsschemamodern.h"
+
 namespace
 {
 
 /// Columns that every generation from iOS 6 on has, and the ones that came later, in file order.
-QByteArray messageColumns(IosVersion version)
+QByteArray messageColumnsUpTo(IosVersion version)
 {
     QByteArray columns =
         "ROWID INTEGER PRIMARY KEY AUTOINCREMENT, guid TEXT UNIQUE NOT NULL, text TEXT, replace INTEGER "
@@ -33,7 +35,7 @@ QByteArray messageColumns(IosVersion version)
     return columns;
 }
 
-QByteArray chatColumns(IosVersion version)
+QByteArray chatColumnsUpTo(IosVersion version)
 {
     QByteArray columns =
         "ROWID INTEGER PRIMARY KEY AUTOINCREMENT, guid TEXT UNIQUE NOT NULL, style INTEGER, "
@@ -85,8 +87,11 @@ CREATE TRIGGER clean_orphaned_handles AFTER DELETE ON chat_handle_join BEGIN DEL
 CREATE TRIGGER clean_orphaned_handles2 AFTER DELETE ON message BEGIN DELETE FROM handle WHERE handle.ROWID = old.handle_id AND (SELECT 1 from chat_handle_join WHERE handle_id = old.handle_id LIMIT 1) IS NULL AND (SELECT 1 from message WHERE handle_id = old.handle_id LIMIT 1) IS NULL; END;
 )sql";
 
-const char *const cleaningTriggersIos7 = R"sql(
+const char *const cleanMessagesIos7 = R"sql(
 CREATE TRIGGER clean_orphaned_messages AFTER DELETE ON chat_message_join BEGIN DELETE FROM message WHERE message.ROWID = old.message_id AND (SELECT 1 from chat_message_join WHERE message_id = old.message_id LIMIT 1) IS NULL; END;
+)sql";
+
+const char *const cleanHandlesIos7 = R"sql(
 CREATE TRIGGER clean_orphaned_handles AFTER DELETE ON chat_handle_join BEGIN DELETE FROM handle WHERE handle.ROWID = old.handle_id AND (SELECT 1 from chat_handle_join WHERE handle_id = old.handle_id LIMIT 1) IS NULL AND (SELECT 1 from message WHERE handle_id = old.handle_id LIMIT 1) IS NULL AND (SELECT 1 from message WHERE other_handle = old.handle_id LIMIT 1) IS NULL; END;
 CREATE TRIGGER clean_orphaned_handles2 AFTER DELETE ON message BEGIN DELETE FROM handle WHERE handle.ROWID = old.handle_id AND (SELECT 1 from chat_handle_join WHERE handle_id = old.handle_id LIMIT 1) IS NULL AND (SELECT 1 from message WHERE handle_id = old.handle_id LIMIT 1) IS NULL AND (SELECT 1 from message WHERE other_handle = old.handle_id LIMIT 1) IS NULL; END;
 )sql";
@@ -101,9 +106,11 @@ QByteArray smsTables(IosVersion version)
 {
     if (version == IosVersion::Ios5)
         return ios5Tables();
+    if (isModern(version))
+        return modernTables(version);
     QByteArray sql = otherTables;
-    sql.append("CREATE TABLE message (").append(messageColumns(version)).append(");\n");
-    sql.append("CREATE TABLE chat (").append(chatColumns(version)).append(");\n");
+    sql.append("CREATE TABLE message (").append(messageColumnsUpTo(version)).append(");\n");
+    sql.append("CREATE TABLE chat (").append(chatColumnsUpTo(version)).append(");\n");
     if (version >= IosVersion::Ios8)
         sql += "CREATE TABLE deleted_messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT UNIQUE, guid TEXT NOT "
                "NULL);\n";
@@ -114,6 +121,8 @@ QByteArray smsIndexes(IosVersion version)
 {
     if (version == IosVersion::Ios5)
         return ios5Indexes();
+    if (isModern(version))
+        return modernIndexes(version);
     QByteArray sql = commonIndexes;
     if (version >= IosVersion::Ios7)
         sql +=
@@ -129,9 +138,44 @@ QByteArray smsTriggers(IosVersion version)
 {
     if (version == IosVersion::Ios5)
         return ios5Triggers();
+    if (isModern(version))
+        return modernTriggers(version);
     QByteArray sql = commonTriggers;
-    sql += version == IosVersion::Ios6 ? cleaningTriggersIos6 : cleaningTriggersIos7;
+    if (version == IosVersion::Ios6)
+        sql += cleaningTriggersIos6;
+    else
+        sql += QByteArray(cleanMessagesIos7) + cleanHandlesIos7;
     if (version >= IosVersion::Ios8)
         sql += deletionLogIos8;
     return sql;
+}
+
+QByteArray smsMessageColumns(IosVersion version)
+{
+    return messageColumnsUpTo(version);
+}
+
+QByteArray smsChatColumns(IosVersion version)
+{
+    return chatColumnsUpTo(version);
+}
+
+QByteArray smsWatchingTriggers()
+{
+    return commonTriggers;
+}
+
+QByteArray smsMessageCleaning()
+{
+    return cleanMessagesIos7;
+}
+
+QByteArray smsHandleCleaning()
+{
+    return cleanHandlesIos7;
+}
+
+QByteArray smsDeletionLog()
+{
+    return deletionLogIos8;
 }

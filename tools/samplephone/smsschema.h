@@ -8,9 +8,16 @@
 /// written fast: tables, then the rows, then what watches over the rows.
 QByteArray smsTables(IosVersion version);
 QByteArray smsIndexes(IosVersion version);
-/// The triggers call SQL functions: `read` on iOS 5, later `delete_attachment_path` and
-/// `before_delete_attachment_path`.
+/// The triggers call SQL functions: `read` on iOS 5, later those of sampleFunctions.
 QByteArray smsTriggers(IosVersion version);
+
+/// Parts of it that later generations share: columns of tables in file order, triggers.
+QByteArray smsMessageColumns(IosVersion version);
+QByteArray smsChatColumns(IosVersion version);
+QByteArray smsWatchingTriggers();
+QByteArray smsMessageCleaning();
+QByteArray smsHandleCleaning();
+QByteArray smsDeletionLog();
 
 QByteArray ios5Tables();
 QByteArray ios5Indexes();

@@ -1,0 +1,126 @@
+// What phones since iOS 10 keep beside the messages of chats: steps of reading of their own, which files
+// of older phones and Local Databases don't take. Such a phone is told by its columns.
+
+#include "ios6messagedb.h"
+
+#include "appledates.h"
+#include "messagerows.h"
+#include "typedstream.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qint64 lowestChat = -2047483647; // made-up chats from here down can't go onto a phone
+
+/// The chat for messages that stand in none. Of a rowid that is taken, the next free one below.
+_MsgChat &noConversation(_MsgStore &store)
+{
+    static const QString identifier = u"no-conversation"_s;
+    qint64 rowid = lowestChat;
+    for (; store.chats.contains(rowid); --rowid) {
+        if (store.chats.value(rowid)->chat_identifier == identifier)
+            return *store.chats.value(rowid);
+    }
+    auto *chat = new _MsgChat;
+    chat->rowid = rowid;
+    chat->guid = u"any;-;"_s + identifier;
+    chat->chat_identifier = identifier;
+    chat->service_name.clear();
+    chat->display_name = QObject::tr("IDS_NO_CONVERSATION");
+    store.chats.insert(rowid, chat);
+    return *chat;
+}
+
+void dropUnused(_MsgStore &store, _MsgChat &chat)
+{
+    if (chat.messages.isEmpty())
+        delete store.chats.take(chat.rowid);
+}
+
+} // namespace
+
+bool IOS6MessageDb::hasModernColumns()
+{
+    return tbInfo(u"message"_s).contains(u"associated_message_guid"_s);
+}
+
+// Dates of both units stand beside each other. Reactions are no messages of their own.
+const char *IOS6MessageDb::newestModernDates()
+{
+    static_assert(firstNanoseconds == 1'000'000'000'000);
+    return "select j.chat_id, max(case when m.date >= 1000000000000 then m.date / 1000000000 else m.date "
+           "end) "
+           "as last from chat_message_join as j inner join message as m on j.message_id = m.rowid where "
+           "coalesce(m.associated_message_type, 0) < 1000 group by j.chat_id";
+}
+
+// Whoever reacted or wrote without being in a chat.
+void IOS6MessageDb::readLooseHandles(_MsgStore &store)
+{
+    readHandles(store, "select h.* from handle as h where h.rowid not in (select handle_id from "
+                       "chat_handle_join where handle_id is not null)");
+}
+
+void IOS6MessageDb::readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId)
+{
+    readRecentlyDeleted(rows, chatId);
+    if (chatId == 0)
+        readOrphans(store, rows);
+    readDeletedParts(store);
+    rows.finish();
+    dropUnused(store, noConversation(store));
+}
+
+void IOS6MessageDb::readRecentlyDeleted(MessageRows &rows, qint64 chatId)
+{
+    if (!tables.contains(u"chat_recoverable_message_join"_s))
+        return;
+    QString sql = u"select j.chat_id, j.delete_date, m.* from chat_recoverable_message_join as j inner join "
+                  "message as m on j.message_id = m.rowid"_s;
+    if (chatId > 0)
+        sql += u" and j.chat_id=%1"_s.arg(chatId);
+    rows.read(queryThrow(Sqlite3Sql(sql)), MessageRows::Place::RecentlyDeleted);
+}
+
+void IOS6MessageDb::readOrphans(_MsgStore &store, MessageRows &rows)
+{
+    if (rowCount(u"message"_s) <= rows.count())
+        return; // all stand in a chat: spares a look at each
+    _MsgChat &chat = noConversation(store);
+    QString sql = u"select %1 as chat_id, m.* from message as m where m.rowid not in (select message_id from "
+                  "chat_message_join where message_id is not null)"_s.arg(chat.rowid);
+    if (tables.contains(u"chat_recoverable_message_join"_s))
+        sql += u" and m.rowid not in (select message_id from chat_recoverable_message_join where message_id "
+               "is not null)"_s;
+    rows.read(queryThrow(Sqlite3Sql(sql)));
+}
+
+void IOS6MessageDb::readDeletedParts(_MsgStore &store)
+{
+    if (!tables.contains(u"recoverable_message_part"_s))
+        return;
+    QHash<_MsgMessage *, QList<MessageEdit>> deleted;
+    Sqlite3Cursor cursor =
+        queryThrow(Sqlite3Sql("select * from recoverable_message_part order by part_index"));
+    const int messageId = cursor.columnIndex(u"message_id"_s);
+    const int index = cursor.columnIndex(u"part_index"_s);
+    const int deleteDate = cursor.columnIndex(u"delete_date"_s);
+    const int partText = cursor.columnIndex(u"part_text"_s);
+    while (cursor.moveNextThrow()) {
+        _MsgMessage *message = store.messages.value(cursor.getInt64(messageId));
+        if (!message || (message->extras && message->extras->delete_date != 0))
+            continue; // of one that went as a whole, all parts are there
+        const std::optional<TypedStreamText> text = textOfTypedStream(cursor.getUtf8(partText));
+        deleted[message].append(
+            {cursor.getInt(index), wholeSeconds(cursor.getInt64(deleteDate)), text ? text->text : QString()});
+    }
+    for (auto it = deleted.cbegin(); it != deleted.cend(); ++it) {
+        if (!it.key()->extras)
+            it.key()->extras = new MessageExtras;
+        it.key()->extras->deletedParts = it.value();
+    }
+}
