@@ -3,9 +3,12 @@
 #include "samplecipher.h"
 #include "samplecontent.h"
 #include "samplekeybag.h"
+#include "samplemanifestdb.h"
 #include "samplembdb.h"
 
 #include <mbedtls/aes.h>
+#include <nettle/pbkdf2.h>
+#include <sqlite3.h>
 
 #include <QCryptographicHash>
 #include <QTemporaryDir>
@@ -24,6 +27,7 @@ namespace
 
 constexpr int manifestRecords = 200'000;
 constexpr int keyBagRounds = 200'000;
+constexpr int longKeyBagRounds = 2'000'000; // a fifth of a phone's
 constexpr qint64 blockSize = 8192;
 
 void writeFile(const QString &path, const QByteArray &bytes)
@@ -110,6 +114,40 @@ QList<QByteArray> writeManifest(const QString &folder)
     }
     writeFile(folder + u"/Manifest.mbdb"_s, bytes);
     return names;
+}
+
+void benchManifestDb(const QString &folder)
+{
+    const QString path = folder + u"/Manifest.db"_s;
+    SampleManifestDb rows(path);
+    const SampleList list;
+    for (const SampleRecord &record : list.records)
+        rows.add(record);
+    rows.finish();
+    std::vector<std::unique_ptr<BackupManifest>> loaded;
+    const auto ours = [&] {
+        loaded.push_back(std::make_unique<BackupManifest>(folder));
+        loaded.back()->loadIndex();
+    };
+    const auto floor = [&] {
+        sqlite3 *db = nullptr;
+        sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+        sqlite3_stmt *all = nullptr;
+        sqlite3_prepare_v2(db, "select fileID, domain, relativePath, flags, file from Files", -1, &all,
+                           nullptr);
+        qsizetype sum = 0;
+        while (sqlite3_step(all) == SQLITE_ROW) {
+            for (const int text : {0, 1, 2})
+                sum += sqlite3_column_text(all, text)[0];
+            sum += sqlite3_column_int(all, 3) + *static_cast<const char *>(sqlite3_column_blob(all, 4));
+        }
+        sqlite3_finalize(all);
+        sqlite3_close(db);
+        if (sum == 0)
+            qFatal("nothing was read");
+    };
+    compareWithFloor("Manifest.db of 200,000 rows to a tree", 3.0, 5, ours, floor);
+    QFile::remove(path);
 }
 
 void benchManifest(const QString &folder)
@@ -206,6 +244,26 @@ void benchUnlocking(const QString &folder)
     compareWithFloor("unlocking a keybag of 200,000 rounds", 1.05, 5, ours, floor);
 }
 
+void benchLongUnlocking(const QString &folder)
+{
+    SampleRandom random(1);
+    BackupManifest manifest(folder);
+    manifest.backupKeyBag = SampleKeyBag(u"secret"_s, longKeyBagRounds, 10'000, random).blob();
+    const auto ours = [&] {
+        if (!manifest.unlockKeyBag(u"secret"_s))
+            qFatal("the keybag does not open");
+    };
+    const QByteArray salt(20, 's');
+    const auto *saltBytes = reinterpret_cast<const uint8_t *>(salt.constData());
+    const auto floor = [&] {
+        uint8_t first[32];
+        pbkdf2_hmac_sha256(6, reinterpret_cast<const uint8_t *>("secret"), longKeyBagRounds, 20, saltBytes,
+                           32, first);
+        samplePasswordKey(QString::fromLatin1(reinterpret_cast<const char *>(first), 32), salt, 10'000);
+    };
+    compareWithFloor("unlocking a keybag of 2,000,000 and 10,000 rounds", 1.05, 5, ours, floor);
+}
+
 } // namespace
 
 /// Usage: benchbackup [MiB to decrypt]
@@ -213,8 +271,10 @@ int main(int argc, char **argv)
 {
     const QTemporaryDir dir;
     const qint64 mebibytes = argc > 1 ? std::atoi(argv[1]) : 1024;
+    benchManifestDb(dir.path());
     benchManifest(dir.path());
     benchUnlocking(dir.path());
+    benchLongUnlocking(dir.path());
     benchDecryption(dir.path(), mebibytes << 20);
     return 0;
 }

@@ -16,9 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char *>(data), qsizetype(size));
     KeyBag keyBag = parseKeyBag(bytes);
-    QByteArray &rounds = keyBag.attributes[u"ITER"_s];
-    if (rounds.size() >= 4 && qFromBigEndian<quint32>(rounds.constData()) > mostRounds)
-        rounds = QByteArray(4, 0);
+    for (const QString &tag : {u"ITER"_s, u"DPIC"_s}) {
+        QByteArray &rounds = keyBag.attributes[tag];
+        if (rounds.size() >= 4 && qFromBigEndian<quint32>(rounds.constData()) > mostRounds)
+            rounds = QByteArray(4, 0);
+    }
     const bool isUnlocked = unlockClasses(keyBag, u"secret"_s);
     for (KeyBagItems &items : keyBag.classes) {
         if (!isUnlocked && items.contains(u"KEY"_s) && items.contains(u"WPKY"_s))

@@ -4,6 +4,14 @@
 <context>
     <name>QObject</name>
     <message>
+        <source>IDS_BACKUP_NOT_FINISHED_%1</source>
+        <translation>%1 (not finished)</translation>
+    </message>
+    <message>
+        <source>IDS_BACKUP_WAS_BROKEN_OFF</source>
+        <translation>The backup was broken off before it was finished; make it again.</translation>
+    </message>
+    <message>
         <source>IDS_CHECKING_PASSWORD</source>
         <translation>Checking the password...</translation>
     </message>

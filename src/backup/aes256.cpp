@@ -35,6 +35,11 @@ void wipe(QByteArray &secret)
     secret.clear();
 }
 
+void wipe(void *secret, size_t length)
+{
+    mbedtls_platform_zeroize(secret, length);
+}
+
 void Aes256::Closer::operator()(mbedtls_aes_context *closed) const noexcept
 {
     mbedtls_aes_free(closed); // wipes it too

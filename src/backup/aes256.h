@@ -11,6 +11,9 @@ struct mbedtls_aes_context;
 /// Overwrites the bytes of `secret`, which should be their only owner, and empties it.
 void wipe(QByteArray &secret);
 
+/// Overwrites `length` bytes.
+void wipe(void *secret, size_t length);
+
 /// AES-256 set up for decryption with one key; the key schedule is wiped when it goes.
 class Aes256
 {

@@ -11,6 +11,15 @@ QString defaultBackupRoot()
     return applicationDataParent() + u"/Apple Computer/MobileSync/Backup"_s;
 }
 
+QStringList defaultBackupRoots()
+{
+    QStringList roots{defaultBackupRoot()};
+#ifdef Q_OS_WIN
+    roots.append(QDir::homePath() + u"/Apple/MobileSync/Backup"_s); // of the "Apple Devices" program
+#endif
+    return roots;
+}
+
 bool isBackupFolder(const QDir &folder)
 {
     const bool hasList = folder.exists(u"Manifest.mbdb"_s) || folder.exists(u"Manifest.db"_s);
@@ -35,12 +44,13 @@ QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
     return backups;
 }
 
-BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password)
+BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password,
+                         JobProgress *progress)
 {
     manifest.loadInfo();
     if (manifest.isEncrypted && !password)
         return BackupOpening::NeedsPassword;
-    if (manifest.isEncrypted && !manifest.unlockKeyBag(*password))
+    if (manifest.isEncrypted && !manifest.unlockKeyBag(*password, progress))
         return BackupOpening::WrongPassword;
     manifest.loadIndex();
     return BackupOpening::Ready;

@@ -8,6 +8,9 @@
 
 /// Folder in which iTunes keeps its backups. It need not exist.
 QString defaultBackupRoot();
+/// All folders in which programs of the phone's maker keep backups, that one first. A phone can have some in
+/// each of them.
+QStringList defaultBackupRoots();
 
 /// Whether `folder` has "Manifest.plist" and a list of files, "Manifest.mbdb" or "Manifest.db".
 bool isBackupFolder(const QDir &folder);
@@ -20,5 +23,6 @@ enum class BackupOpening { Ready, NeedsPassword, WrongPassword };
 
 /// Takes a backup through `loadInfo`, `unlockKeyBag` and `loadIndex`. Without a password an encrypted
 /// backup stops at `NeedsPassword`; call again with one. Throws `std::runtime_error` that names the
-/// file.
-BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password);
+/// file, or the integer -1 when `progress`, if any, was cancelled.
+BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password,
+                         JobProgress *progress = nullptr);

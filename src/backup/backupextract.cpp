@@ -13,6 +13,7 @@ namespace
 
 constexpr int blockSize = 8192; // bytes
 constexpr qsizetype keyPrefixSize = 4;
+constexpr qint64 cipherBlock = 16; // bytes
 
 /// The cipher stream of one file.
 class FileCipher
@@ -72,29 +73,24 @@ private:
     PaddedCipher cipher;
 };
 
-[[noreturn]] void throwNoKey(const _MbdbRecord &record)
+QByteArray plainKey(const BackupManifest &manifest, const _MbdbRecord &record)
 {
-    const QString text =
-        u"%1: the key of the file doesn't open, the backup is damaged. Make the backup again."_s;
-    throw std::runtime_error(text.arg(record.path.text()).toStdString());
+    return fileKey(manifest.keyBagClasses, qint8(record.protectionClass),
+                   record.encryptionKey.bytes.mid(keyPrefixSize));
 }
 
-/// Null when the file is to be copied as it lies: the backup is plain, or the file has no key. In a newer
-/// backup a key that doesn't open is an error.
+/// Null when the file is to be copied as it lies: the backup is plain, or the file has no key.
 std::unique_ptr<FileCipher> cipherOf(const BackupManifest &manifest, const _MbdbRecord &record)
 {
     if (!manifest.isEncrypted)
         return nullptr;
-    QByteArray key = fileKey(manifest.keyBagClasses, qint8(record.protectionClass),
-                             record.encryptionKey.bytes.mid(keyPrefixSize));
+    QByteArray key = plainKey(manifest, record);
     const auto keyGoes = qScopeGuard([&] { wipe(key); });
     std::optional<Aes256> aes = Aes256::forDecryption(key);
     if (aes && manifest.isModern)
         return std::make_unique<PaddingCipher>(record, std::move(*aes));
     if (aes)
         return std::make_unique<LengthCipher>(record, std::move(*aes));
-    if (manifest.isModern && record.encryptionKey.isPresent())
-        throwNoKey(record);
     return nullptr;
 }
 
@@ -186,9 +182,26 @@ std::optional<QString> BackupManifest::sourceFile(const _MbdbRecord &record) con
     return std::nullopt;
 }
 
+QString BackupManifest::damageOf(const _MbdbRecord &record) const
+{
+    if (!isModern || !isEncrypted || !record.encryptionKey.isPresent())
+        return {};
+    QByteArray key = plainKey(*this, record);
+    const auto keyGoes = qScopeGuard([&] { wipe(key); });
+    if (key.isEmpty())
+        return u"the key of the file doesn't open, the backup is damaged"_s;
+    const std::optional<QString> source = sourceFile(record);
+    const bool isCut = source && QFileInfo(*source).size() % cipherBlock != 0;
+    return isCut ? u"the file is cut, the backup is damaged"_s : QString();
+}
+
 void BackupManifest::extractFile(const _ManifestNode *node, const QString &destination, void *userData,
                                  ProgressCallback callback) const
 {
+    if (const QString damage = damageOf(node->record); !damage.isEmpty()) {
+        const QString text = u"%1: %2. Make the backup again."_s;
+        throw std::runtime_error(text.arg(node->record.path.text(), damage).toStdString());
+    }
     const QString path = listedPlace(*this, node->record);
     if (QFileInfo::exists(path) && !sourceFile(node->record))
         throw std::runtime_error(u"%1 is no file of this backup"_s.arg(path).toStdString());

@@ -3,6 +3,7 @@
 #include "backupfiles.h"
 #include "boundedbytes.h"
 #include "filetools.h"
+#include "jobprogress.h"
 #include "keybag.h"
 #include "manifestdb.h"
 #include "manifesttree.h"
@@ -42,6 +43,20 @@ bool isSnapshotFinished(const QDir &folder)
     const PlistValue state =
         PlistValue::parse(readWholeFile(file, largestPlist), true).value(u"SnapshotState"_s);
     return !state.isString() || state.toString() == "finished"_L1;
+}
+
+/// Cancels, and tells of each whole percent.
+RoundsReport roundsReport(JobProgress *progress)
+{
+    if (!progress)
+        return {};
+    return [progress, shown = -1](quint32 done, quint32 total) mutable {
+        throwIfCancelled(*progress);
+        const int percent = percentOf(done, total);
+        if (percent != shown)
+            progress->updateProgress(QObject::tr("IDS_CHECKING_PASSWORD"), percent, {});
+        shown = percent;
+    };
 }
 
 bool isDatabase(const QString &path)
@@ -98,6 +113,8 @@ void BackupManifest::loadInfo()
     const QString folder = backupDir.dirName();
     displayName = folder.contains(uniqueDeviceId) ? QString(folder).replace(uniqueDeviceId, phone)
                                                   : phone + u'-' + folder;
+    if (!isFinished)
+        displayName = QObject::tr("IDS_BACKUP_NOT_FINISHED_%1").arg(displayName);
 }
 
 void BackupManifest::loadIndex()
@@ -123,6 +140,7 @@ void BackupManifest::loadManifestDb()
             decipherList(*this, path, plain);
         ManifestList list(ManifestList::OwnFolders::AllContainers);
         readManifestDb(isEnciphered ? plain : path, list, manifestTexts);
+        list.addMissingFolders();
         buildManifestTree(*this, list);
     } catch (const std::runtime_error &error) {
         const QString text = u"%1: the list of files can't be read: %2. Make the backup again."_s;
@@ -143,12 +161,17 @@ const _ManifestNode *BackupManifest::findFile(const QString &domain, const QStri
     return nodesByPath.value(domain + u'-' + relativePath);
 }
 
-bool BackupManifest::unlockKeyBag(const QString &password)
+bool BackupManifest::isSlowToUnlock() const
+{
+    return hasLongDerivation(parseKeyBag(backupKeyBag));
+}
+
+bool BackupManifest::unlockKeyBag(const QString &password, JobProgress *progress)
 {
     KeyBag keyBag = parseKeyBag(backupKeyBag);
     bool isUnlocked = false;
     try {
-        isUnlocked = unlockClasses(keyBag, password);
+        isUnlocked = unlockClasses(keyBag, password, roundsReport(progress));
     } catch (const std::exception &error) {
         const QString path = backupDir.absoluteFilePath(u"Manifest.plist"_s);
         throw std::runtime_error(path.toStdString() + ": " + error.what());

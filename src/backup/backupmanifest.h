@@ -11,6 +11,8 @@
 #include <mutex>
 #include <optional>
 
+class JobProgress;
+
 /// Told of each block that is copied: bytes of the source in all and so far, and what the caller
 /// handed in.
 using ProgressCallback = void (*)(qint64 total, qint64 done, void *userData);
@@ -37,8 +39,12 @@ public:
     /// tree is there. An encrypted "Manifest.db" wants `unlockKeyBag` first.
     void loadIndex();
     /// Opens the keybag. False means a wrong password. A keybag that asks for more rounds of key
-    /// derivation than a person could wait for throws.
-    [[nodiscard]] bool unlockKeyBag(const QString &password);
+    /// derivation than a person could wait for throws. `progress`, if any, hears of the longer derivation
+    /// of newer phones; when it is cancelled, the integer -1 is thrown and the keys are as before. Serves
+    /// on another thread too, while nobody else uses this object.
+    [[nodiscard]] bool unlockKeyBag(const QString &password, JobProgress *progress = nullptr);
+    /// Whether opening the keybag takes a newer phone's longer derivation: seconds.
+    bool isSlowToUnlock() const;
     /// Copies the file of `node` to `destination`, deciphered if its key is known, with the date it had
     /// on the phone. Throws, and leaves no half file, when anything can't be read or written.
     void extractFile(const _ManifestNode *node, const QString &destination, void *userData = nullptr,
@@ -50,6 +56,9 @@ public:
     /// Path of the file of `record` inside the folder, or nothing when there is none or a link leads
     /// out of the folder.
     std::optional<QString> sourceFile(const _MbdbRecord &record) const;
+    /// What keeps `extractFile` from giving the file of `record` in a modern encrypted backup, without
+    /// reading it; empty when nothing does.
+    QString damageOf(const _MbdbRecord &record) const;
     /// Name of the cache folder of this backup: the MD5 of its absolute path in hex.
     QString cacheFolderName() const;
 

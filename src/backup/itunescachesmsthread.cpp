@@ -46,10 +46,25 @@ void lockThrow(QLockFile &lock, const QDir &cacheDir)
     lock.setStaleLockTime(0);
     if (lock.tryLock())
         return;
+    // A program that was killed in the middle of locking left a file that looks alive. Only one that
+    // still runs holds the file itself, which then can't be removed.
+    if (lock.error() == QLockFile::LockFailedError && lock.removeStaleLockFile() && lock.tryLock())
+        return;
     const QString text = lock.error() == QLockFile::LockFailedError
                              ? u"%1: another program is loading this backup. Try again when it is done."_s
                              : u"%1: the folder can't be made or written to."_s;
     throw std::runtime_error(text.arg(cacheDir.absolutePath()).toStdString());
+}
+
+// The list of a modern backup that was broken off names files that never came.
+void checkDatabase(const BackupManifest &manifest)
+{
+    if (!manifest.isModern || (manifest.smsDatabase && manifest.sourceFile(manifest.smsDatabase->record)))
+        return;
+    QString text = QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP");
+    if (!manifest.isFinished)
+        text += u' ' + QObject::tr("IDS_BACKUP_WAS_BROKEN_OFF");
+    throw std::runtime_error(text.toStdString());
 }
 
 void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, const QDir &cacheDir,
@@ -89,6 +104,7 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     const MessageFolders folders = findFolders(manifest.rootNode);
     if (!folders.sms)
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
+    checkDatabase(manifest);
     QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
     QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
     lockThrow(lock, cacheDir);

@@ -23,6 +23,8 @@ const QString classTag = u"CLAS"_s;
 const QString wrappedKeyTag = u"WPKY"_s;
 const QString saltTag = u"SALT"_s;
 const QString roundsTag = u"ITER"_s;
+const QString longSaltTag = u"DPSL"_s;
+const QString longRoundsTag = u"DPIC"_s;
 const QString keyTag = u"KEY"_s;
 
 quint32 number(const QByteArray &value)
@@ -44,6 +46,29 @@ void storeClass(KeyBag &keyBag, const KeyBagItems &items)
 bool hasPasswordKey(const KeyBagItems &items)
 {
     return items.contains(wrappedKeyTag) && (number(items.value(wrapTag)) & wrappedWithPassword);
+}
+
+quint32 roundsIn(const KeyBagItems &attributes, const QString &tag)
+{
+    const quint32 rounds = number(attributes.value(tag));
+    if (rounds <= mostRounds)
+        return rounds;
+    const QString text = u"the keybag is damaged: it asks for %1 rounds of key derivation"_s;
+    throw std::runtime_error(text.arg(rounds).toStdString());
+}
+
+/// The key that unwraps the classes. Newer phones put a longer derivation before the older one.
+QByteArray passwordKey(const KeyBag &keyBag, QByteArrayView password, const RoundsReport &report)
+{
+    const KeyBagItems &items = keyBag.attributes;
+    const QByteArray salt = items.value(saltTag);
+    const quint32 rounds = roundsIn(items, roundsTag);
+    if (!hasLongDerivation(keyBag))
+        return deriveKey(password, salt, rounds);
+    QByteArray first =
+        deriveLongKey(password, items.value(longSaltTag), roundsIn(items, longRoundsTag), report);
+    const auto firstGoes = qScopeGuard([&] { wipe(first); });
+    return deriveKey(first, salt, rounds);
 }
 
 bool unwrapClasses(KeyBag &keyBag, const QByteArray &passwordKey)
@@ -86,16 +111,16 @@ KeyBag parseKeyBag(const QByteArray &bytes)
     return keyBag;
 }
 
-bool unlockClasses(KeyBag &keyBag, const QString &password)
+bool hasLongDerivation(const KeyBag &keyBag)
 {
-    const quint32 rounds = number(keyBag.attributes.value(roundsTag));
-    if (rounds > mostRounds) {
-        const QString text = u"the keybag is damaged: it asks for %1 rounds of key derivation"_s;
-        throw std::runtime_error(text.arg(rounds).toStdString());
-    }
+    return keyBag.attributes.contains(longSaltTag);
+}
+
+bool unlockClasses(KeyBag &keyBag, const QString &password, const RoundsReport &report)
+{
     QByteArray typed = password.toUtf8();
     const auto typedGoes = qScopeGuard([&] { wipe(typed); });
-    QByteArray key = deriveKey(typed, keyBag.attributes.value(saltTag), rounds);
+    QByteArray key = passwordKey(keyBag, typed, report);
     const auto keyGoes = qScopeGuard([&] { wipe(key); });
     const bool isUnlocked = unwrapClasses(keyBag, key);
     if (!isUnlocked)

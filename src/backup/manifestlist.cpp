@@ -1,5 +1,7 @@
 #include "manifestlist.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -112,6 +114,38 @@ void ManifestList::completePaths(ManifestDomain &domain)
         entry.path = madeTexts.emplace_back(entry.path.isEmpty() ? path.chopped(1) : path);
     }
     domain.sortsAsBytes &= isInOrder(domain.folder);
+}
+
+void ManifestList::addMissingFolders(ManifestDomain &domain)
+{
+    const size_t listed = domain.entries.size();
+    const size_t most = 2 * listed + 1000; // a list of endless paths must not fill the memory
+    QSet<QByteArrayView> known;
+    for (const ManifestEntry &entry : domain.entries)
+        known.insert(entry.path);
+    for (size_t i = 0; i < listed; ++i) {
+        const QByteArrayView path = domain.entries[i].path;
+        const _MbdbString domainName = domain.entries[i].node->record.domain;
+        for (qsizetype slash = path.lastIndexOf('/'); slash > 0; slash = path.lastIndexOf('/', slash - 1)) {
+            const QByteArrayView folder = path.first(slash);
+            if (known.contains(folder) || domain.entries.size() >= most)
+                break;
+            known.insert(folder);
+            auto node = std::make_unique<_ManifestNode>();
+            node->record.domain = domainName;
+            node->record.path = {quint16(slash), QByteArray::fromRawData(folder.data(), slash)};
+            node->name = QString::fromUtf8(lastComponent(folder));
+            domain.entries.push_back({folder, std::move(node)});
+        }
+    }
+}
+
+void ManifestList::addMissingFolders()
+{
+    for (auto &named : byText) {
+        if (!named.second.isApplication())
+            addMissingFolders(named.second);
+    }
 }
 
 // Phones list their files nearly in this order.

@@ -42,6 +42,9 @@ public:
 
     explicit ManifestList(OwnFolders which = OwnFolders::Applications) : ownFolders(which) {}
     void add(_MbdbRecord &&record);
+    /// Adds the folders above the files of the common tree that have no record of their own, so that their
+    /// files don't hang under the root.
+    void addMissingFolders();
     /// Puts the entries of each domain in the order of their paths, a folder before what it holds.
     void sort();
     /// In the order of their texts.
@@ -56,6 +59,7 @@ private:
     QStringView ownFolderName(QStringView domain) const;
     QByteArrayView pathOf(ManifestDomain &domain, const _MbdbString &string);
     void completePaths(ManifestDomain &domain);
+    static void addMissingFolders(ManifestDomain &domain);
 
     OwnFolders ownFolders;
     std::map<QString, ManifestDomain> byText;

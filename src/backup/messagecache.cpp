@@ -110,15 +110,25 @@ void MessageCache::copyFile(const _ManifestNode &node, const QString &name, cons
 {
     const QString hash = recordFileName(node.record);
     const int date = int(node.record.mtime);
-    if (cacheDb.lastDate(hash) == date || !manifest.sourceFile(node.record))
+    if (isCurrent(cacheDb.lastDate(hash), date, destination.filePath(name)) ||
+        !manifest.sourceFile(node.record))
         return;
     const std::optional<QString> target = placeIn(destination, name);
     if (!target)
         return;
     if (isReadDatabase(name))
         removeLeftOvers(node, *target);
+    else if (const QString damage = manifest.damageOf(node.record); !damage.isEmpty())
+        return qWarning("%ls is left out: %ls", qUtf16Printable(*target), qUtf16Printable(damage));
     replaceFile(node, *target);
     cacheDb.setLastDate(hash, date);
+}
+
+/// Of a modern backup a copy has to be there still, and a date that nobody knows is no reason to keep it.
+bool MessageCache::isCurrent(int lastDate, int date, const QString &copy) const
+{
+    const bool isKnown = !manifest.isModern || (date != 0 && QFileInfo(copy).isFile());
+    return isKnown && lastDate == date;
 }
 
 // Under its own name a file is whole or isn't there, also when the program is killed.

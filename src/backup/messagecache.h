@@ -28,6 +28,7 @@ private:
     void copyNode(const _ManifestNode &node, const QString &name, const QDir &destination, int depth);
     void copyChildren(const _ManifestNode &node, const QDir &folder, int depth);
     void copyFile(const _ManifestNode &node, const QString &name, const QDir &destination);
+    bool isCurrent(int lastDate, int date, const QString &copy) const;
     void replaceFile(const _ManifestNode &node, const QString &target);
     void removeLeftOvers(const _ManifestNode &database, const QString &target);
 

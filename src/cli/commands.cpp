@@ -41,9 +41,10 @@ CommandResult listBackupsCommand(const CommandLine &line)
 {
     if (!line.root.isEmpty() && !QFileInfo(line.root).isDir())
         throw std::runtime_error(u"%1: there is no such folder."_s.arg(line.root).toStdString());
-    const QString root = line.root.isEmpty() ? defaultBackupRoot() : line.root;
-    for (const QSharedPointer<BackupManifest> &backup : listBackups(root))
-        printJsonLine(backupJson(*backup));
+    for (const QString &root : line.root.isEmpty() ? defaultBackupRoots() : QStringList(line.root)) {
+        for (const QSharedPointer<BackupManifest> &backup : listBackups(root))
+            printJsonLine(backupJson(*backup));
+    }
     return {};
 }
 

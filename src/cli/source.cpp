@@ -48,11 +48,14 @@ QString readPassword(const QString &fileName)
 }
 
 /// Opens a backup, with the password if it wants one; says why when it stays locked.
-CommandResult openLocked(BackupManifest &manifest, const CommandLine &line)
+CommandResult openLocked(BackupManifest &manifest, const CommandLine &line, TerminalProgress &progress)
 {
     BackupOpening opening = openBackup(manifest, std::nullopt);
-    if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty())
-        opening = openBackup(manifest, readPassword(line.passwordFile));
+    if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty()) {
+        const QString password = readPassword(line.passwordFile);
+        const InterruptScope interruptible(progress);
+        opening = openBackup(manifest, password, &progress);
+    }
     switch (opening) {
     case BackupOpening::Ready: return {};
     case BackupOpening::WrongPassword:
@@ -87,7 +90,7 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
     const QDir dir(line.source);
     if (!line.source.isEmpty() && isMeantAsBackup(dir)) {
         BackupManifest manifest(dir.absolutePath());
-        refusal = openLocked(manifest, line);
+        refusal = openLocked(manifest, line, progress);
         if (refusal.status != ExitStatus::Done)
             return nullptr;
         return openMessageDb(cacheBackup(manifest, progress), line.country);

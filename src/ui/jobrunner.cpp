@@ -42,13 +42,19 @@ bool runUnder(ProgressForm &form, QThread &job)
     return succeeded;
 }
 
+bool runWork(ProgressForm &form, const std::function<void()> &work)
+{
+    WorkThread thread(work, &form);
+    const bool isDone = runUnder(form, thread);
+    if (isDone && thread.failure)
+        std::rethrow_exception(thread.failure);
+    return isDone;
+}
+
 void runBusy(const QString &title, QWidget *parent, const std::function<void()> &work)
 {
     ProgressForm form(title, parent);
     form.setCancelEnabled(false);
     form.setBusy();
-    WorkThread thread(work, &form);
-    runUnder(form, thread);
-    if (thread.failure)
-        std::rethrow_exception(thread.failure);
+    runWork(form, work);
 }

@@ -16,8 +16,10 @@ LoadItunesBackupDlg::LoadItunesBackupDlg(QWidget *parent)
     , model(new ItemModelLoadBk(this))
     , listBackups(new MyTreeView(this))
 {
-    for (const QSharedPointer<BackupManifest> &backup : ::listBackups(defaultBackupRoot()))
-        model->addBackup(backup);
+    for (const QString &root : defaultBackupRoots()) {
+        for (const QSharedPointer<BackupManifest> &backup : ::listBackups(root))
+            model->addBackup(backup);
+    }
     build();
     if (model->rowCount() > 0)
         listBackups->setCurrentIndex(model->index(0, 0));

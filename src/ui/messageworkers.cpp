@@ -40,10 +40,19 @@ bool unlock(BackupManifest *manifest, QWidget *window)
     return !manifest->isEncrypted || PasscodeDlg(manifest, window).exec() == QDialog::Accepted;
 }
 
+/// The list of a modern phone can be hundreds of megabytes to decipher and read.
+void loadIndex(BackupManifest *manifest, QWidget *window)
+{
+    if (manifest->isModern)
+        runBusy(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), window, [=] { manifest->loadIndex(); });
+    else
+        manifest->loadIndex();
+}
+
 /// The message files of a backup, taken out into its cache; null when the job didn't come through.
 std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *window)
 {
-    manifest->loadIndex();
+    loadIndex(manifest, window);
     ProgressForm form(QString(), window);
     ITunesCacheSMSThread job(manifest, &form);
     if (!runUnder(form, job))

@@ -2,6 +2,8 @@
 
 #include "backupmanifest.h"
 #include "boxes.h"
+#include "jobrunner.h"
+#include "progressform.h"
 
 #include <QGuiApplication>
 #include <QLabel>
@@ -45,16 +47,31 @@ void PasscodeDlg::confirm()
     if (password.isEmpty())
         return showWarning(QObject::tr("IDS_PWD_IS_NULL"));
     try {
-        if (unlock(password))
+        const std::optional<bool> isUnlocked = unlock(password);
+        if (isUnlocked == true)
             accept();
-        else
+        else if (isUnlocked == false)
             refuse();
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));
     }
 }
 
-bool PasscodeDlg::unlock(const QString &password)
+/// Nothing when the person didn't wait for the end.
+std::optional<bool> PasscodeDlg::unlock(const QString &password)
+{
+    return manifest->isSlowToUnlock() ? unlockSlowly(password) : unlockAtOnce(password);
+}
+
+std::optional<bool> PasscodeDlg::unlockSlowly(const QString &password)
+{
+    bool isUnlocked = false;
+    ProgressForm form(QObject::tr("IDS_CHECKING_PASSWORD"), this);
+    const bool isDone = runWork(form, [&] { isUnlocked = manifest->unlockKeyBag(password, &form); });
+    return isDone ? std::optional(isUnlocked) : std::nullopt;
+}
+
+bool PasscodeDlg::unlockAtOnce(const QString &password)
 {
     // The keybag's own key derivation takes a second or more and can't be interrupted: say so first.
     lbBusy->setText(QObject::tr("IDS_CHECKING_PASSWORD"));

@@ -2,6 +2,8 @@
 
 #include "framelessdialog.h"
 
+#include <optional>
+
 class BackupManifest;
 class QLabel;
 class QLineEdit;
@@ -19,7 +21,9 @@ public:
 private:
     void build();
     void confirm();
-    bool unlock(const QString &password);
+    std::optional<bool> unlock(const QString &password);
+    std::optional<bool> unlockSlowly(const QString &password);
+    bool unlockAtOnce(const QString &password);
     void refuse();
 
     BackupManifest *manifest;

@@ -47,6 +47,7 @@ private Q_SLOTS:
     void escapeIsNo();
     void databaseNamesAreNoPaths();
     void damagedKeybagThenWrongThenRightPassword();
+    void longDerivationsCanBeGivenUp();
     void listsEachBackupOnce();
 
 private:
@@ -103,6 +104,27 @@ void TestDialogs::damagedKeybagThenWrongThenRightPassword()
     press(dialog, u"btnOK"_s);
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!manifest.keyBagClasses.isEmpty());
+}
+
+void TestDialogs::longDerivationsCanBeGivenUp()
+{
+    BackupBuilder backup(QDir(dir.filePath(u"modern"_s)));
+    BackupManifest manifest(backup.password(u"pw"_s).iterations(3).manifestDb().write());
+    manifest.loadInfo();
+    const QByteArray keyBag = manifest.backupKeyBag;
+    manifest.backupKeyBag.replace(keyBag.indexOf("DPIC") + 8, 4,
+                                  QByteArray("\5\xf5\xe1\0", 4)); // half a minute
+    PasscodeDlg dialog(&manifest);
+    dialog.show();
+    QTest::keyClicks(dialog.findChild<QLineEdit *>(), u"pw"_s);
+    QTimer::singleShot(200, [] { press(*QApplication::activeModalWidget(), u"btnCancel"_s); });
+    QElapsedTimer timer;
+    timer.start();
+    press(dialog, u"btnOK"_s);
+    QVERIFY(timer.elapsed() < 2000 && dialog.isVisible());
+    manifest.backupKeyBag = keyBag;
+    press(dialog, u"btnOK"_s); // what was typed is still there
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
 }
 
 void TestDialogs::listsEachBackupOnce()

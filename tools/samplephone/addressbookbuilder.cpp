@@ -1,5 +1,6 @@
 #include "addressbookbuilder.h"
 
+#include "addressbookmodern.h"
 #include "addressbookschema.h"
 #include "samplesqlite.h"
 
@@ -65,7 +66,8 @@ private:
 
 } // namespace
 
-AddressBookBuilder::AddressBookBuilder(const QDir &sourceRoot) : root(sourceRoot)
+AddressBookBuilder::AddressBookBuilder(const QDir &sourceRoot, IosVersion generation)
+    : root(sourceRoot), version(generation)
 {
 }
 
@@ -85,6 +87,14 @@ AddressBookBuilder &AddressBookBuilder::phone(const QString &number)
 AddressBookBuilder &AddressBookBuilder::email(const QString &address)
 {
     lastPerson().emails.append(address);
+    return *this;
+}
+
+AddressBookBuilder &AddressBookBuilder::linkedCard()
+{
+    Person card{lastPerson().first, lastPerson().last, lastPerson().middle};
+    card.isLinked = true;
+    people.append(card);
     return *this;
 }
 
@@ -117,6 +127,18 @@ QString AddressBookBuilder::writeTo(const QDir &folder) const
     QString path = folder.filePath(u"AddressBook.sqlitedb"_s);
     SampleSqlite database(path);
     database.execute(addressBookSchema);
+    if (isModern(version))
+        database.execute(modernAddressBookSchema);
+    writePeople(database);
+    if (isModern(version))
+        writeModernFacts(database);
+    if (std::any_of(people.cbegin(), people.cend(), [](const Person &one) { return !one.photo.isEmpty(); }))
+        writeImages(folder.filePath(u"AddressBookImages.sqlitedb"_s));
+    return path;
+}
+
+void AddressBookBuilder::writePeople(SampleSqlite &database) const
+{
     PeopleWriter writer(database);
     database.execute("BEGIN");
     for (qsizetype place = 0; place < people.size(); ++place) {
@@ -133,9 +155,31 @@ QString AddressBookBuilder::writeTo(const QDir &folder) const
             writer.addEmail(rowid, number, person.emails.at(number));
     }
     database.execute("COMMIT");
-    if (std::any_of(people.cbegin(), people.cend(), [](const Person &one) { return !one.photo.isEmpty(); }))
-        writeImages(folder.filePath(u"AddressBookImages.sqlitedb"_s));
-    return path;
+}
+
+/// Guids, links between cards and the search table; the rows of `people` are numbered from 1.
+void AddressBookBuilder::writeModernFacts(SampleSqlite &database) const
+{
+    database.execute("UPDATE ABPerson SET guid=printf('%08X-0000-4000-8000-00000000AB01', ROWID);"
+                     "UPDATE ABMultiValue SET guid=printf('%08X-0000-4000-8000-00000000AB02', UID)");
+    {
+        SampleStatement addLink = database.prepare(
+            "INSERT INTO ABPersonLink(PreferredNamePersonID, PreferredImagePersonID) VALUES(?,?)");
+        SampleStatement setLink = database.prepare("UPDATE ABPerson SET PersonLink=? WHERE ROWID IN (?,?)");
+        SampleSearchTable search(database);
+        database.execute("BEGIN");
+        for (qsizetype place = 0; place < people.size(); ++place) {
+            const Person &person = people.at(place);
+            search.add(place + 1, person.first, person.last, person.phones, person.emails);
+            if (!person.isLinked)
+                continue;
+            addLink.run(qint64(place), qint64(place));
+            setLink.run(database.lastRowid(), qint64(place), qint64(place + 1));
+        }
+        database.execute("COMMIT");
+        search.finish();
+    }
+    database.markAsLogged();
 }
 
 void AddressBookBuilder::writeImages(const QString &path) const

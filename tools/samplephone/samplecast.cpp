@@ -136,9 +136,11 @@ void addCast(AddressBookBuilder &book, const QList<SamplePerson> &people)
         book.person(person.first, person.last, person.middle);
         if (!person.typed.isNull())
             book.phone(person.typed);
-        if (!person.email.isNull())
+        if (!person.email.isNull() && !person.hasLinkedCard)
             book.email(person.email);
         if (person.hasPhoto)
             book.photo(++picture % 2 ? sampleJpeg(8, picture) : samplePng(24, picture));
+        if (person.hasLinkedCard)
+            book.linkedCard().email(person.email);
     }
 }

@@ -14,6 +14,7 @@ struct SamplePerson {
     QString email = {};
     bool hasCard = true; ///< stands in the address book
     bool hasPhoto = false;
+    bool hasLinkedCard = false; ///< with the e-mail address, beside the other card
     bool hasSms = true;
     bool hasIMessage = true;
 };

@@ -2,6 +2,7 @@
 
 #include "samplecast.h"
 #include "samplefile.h"
+#include "sampleseason.h"
 #include "sampletouches.h"
 #include "smsdbwriter.h"
 
@@ -29,8 +30,15 @@ private:
 
     void addConversations(SmsDbWriter &writer);
     Conversation direct(SmsDbWriter &writer, int place) const;
+    Conversation secondAddress(SmsDbWriter &writer, int place) const;
+    QStringList servicesOf(const SamplePerson &person, int place) const;
     Conversation group(SmsDbWriter &writer, int place, const QString &service) const;
     SampleScene sceneOfEvents() const;
+    SampleMessage messageAt(int number, const SampleScene &scene);
+    void complete(SampleMessage &message);
+    void writeErased(SmsDbWriter &writer, const SampleMessage &next);
+    QString pictureName(int number) const;
+    void addFiles(const SampleAttachment &attachment, const SampleContent &content);
     SampleMessage ordinaryMessage(int number);
     qint64 dateOf(int number);
     QList<SampleAttachment> withFiles(QList<SampleAttachment> attachments);
@@ -41,6 +49,8 @@ private:
     SampleRandom random;
     QList<SamplePerson> cast;
     QList<Conversation> conversations;
+    QList<SampleTouch> touches;
+    SampleSeason seasoning;
     int current = 0;
     QList<SampleFile> files;
 };

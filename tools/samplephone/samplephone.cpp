@@ -94,7 +94,7 @@ SamplePhone::Databases SamplePhone::writeDatabases(const QDir &library) const
     databases.messages = library.filePath(u"SMS/sms.db"_s);
     databases.attachments = history.write(databases.messages, plan.hasLog ? SampleHistory::Log::Beside
                                                                           : SampleHistory::Log::None);
-    AddressBookBuilder book(library);
+    AddressBookBuilder book(library, plan.ios);
     addCast(book, history.people());
     databases.addressBook = book.writeTo(library.filePath(u"AddressBook"_s));
     databases.attachments += fillerFiles(plan.filler, plan.seed);

@@ -1,5 +1,7 @@
 #include "sampletouches.h"
 
+#include "sampletouchesmodern.h"
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -143,6 +145,8 @@ QList<SampleTouch> sampleTouches(IosVersion version)
     QList<SampleTouch> touches = textTouches() + attachmentTouches(version) + stateTouches();
     if (version >= IosVersion::Ios7)
         touches += eventTouches();
+    if (isModern(version))
+        touches += modernTouches(version);
     return touches;
 }
 

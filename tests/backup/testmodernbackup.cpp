@@ -1,0 +1,412 @@
+#include "backupbuilder.h"
+#include "backupdiscovery.h"
+#include "itunescachesmsthread.h"
+#include "jobprogress.h"
+#include "keybag.h"
+#include "mbfile.h"
+#include "samplembfile.h"
+#include "samplerandom.h"
+#include "sqlite3db.h"
+
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using Shelf = SampleManifestOptions::Shelf;
+
+const QString home = u"HomeDomain"_s;
+const QString media = u"MediaDomain"_s;
+const QString smsDb = u"Library/SMS/sms.db"_s;
+
+/// Nobody waits; cancels at the wanted report.
+struct Waiting : JobProgress {
+    void updateProgress(const QString &, int, const QString &) override { cancelled = ++reports == last; }
+    void errorOccurred(const QString &) override {}
+    void succeed(const QString &) override {}
+    void tipsWait(const QString &) override {}
+
+    int reports = 0;
+    int last = 0;
+};
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+void overwrite(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("the fixture can't be written");
+}
+
+/// Runs `sql` on a database. A log that comes of it stays.
+void change(const QString &file, const QString &sql)
+{
+    Sqlite3DB db;
+    db.openThrow(file, sqliteReadWrite);
+    QString error;
+    if (db.exec(sql, error) != 0)
+        qFatal("%ls", qUtf16Printable(error));
+    db.keepLogOnClose();
+}
+
+/// The names below `node`, those of a folder in parentheses behind it.
+QString outline(const _ManifestNode &node)
+{
+    QStringList shown;
+    for (const _ManifestNode *child : node.children) {
+        const QString below = outline(*child);
+        shown += below.isEmpty() ? child->name : child->name + u'(' + below + u')';
+    }
+    return shown.join(u' ');
+}
+
+/// `pages` pages of a database, its header and the end of its last page as wanted.
+QByteArray database(int pages, const QByteArray &end = {})
+{
+    QByteArray bytes(qsizetype(pages) * 512, '\0');
+    bytes.replace(0, 18, QByteArray("SQLite format 3\0\2\0", 18));
+    return bytes.replace(bytes.size() - end.size(), end.size(), end);
+}
+
+} // namespace
+
+/// Backups of iOS 10 and later.
+class TestModernBackup : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
+    void readsDescriptions();
+    void takesHostileDescriptions();
+    void fillsTheTreeOfTheOlderList();
+    void takesOddRows();
+    void refusesListsThatAreNone_data();
+    void refusesListsThatAreNone();
+    void readsWhatTheLogHolds();
+    void findsFilesInTheirPlaces_data();
+    void findsFilesInTheirPlaces();
+    void opensEncryptedOnes_data();
+    void opensEncryptedOnes();
+    void takesOffPaddingOnly_data();
+    void takesOffPaddingOnly();
+    void damagedFilesAreErrors();
+    void derivesAKnownKey();
+    void derivationsEndAtOnce();
+    void saysWhatIsMissing();
+
+private:
+    QString path(const QString &name) const { return dir->filePath(name); }
+    BackupBuilder builder(const SampleManifestOptions &options = {}) const
+    {
+        return BackupBuilder(QDir(path(u"backup"_s))).iterations(3).manifestDb(options);
+    }
+    void open(const BackupBuilder &backup, const QString &password = {})
+    {
+        manifest = std::make_unique<BackupManifest>(backup.write());
+        QCOMPARE(openBackup(*manifest, password), BackupOpening::Ready);
+    }
+    /// The plain content of sms.db, or what went wrong.
+    QByteArray extract(const QString &name = smsDb) const
+    {
+        try {
+            const _ManifestNode *node = manifest->findFile(home, name);
+            manifest->extractFile(node, path(u"target"_s));
+        } catch (const std::runtime_error &error) {
+            return error.what();
+        }
+        return contentOf(path(u"target"_s));
+    }
+    QByteArray indexError() const
+    {
+        try {
+            BackupManifest(path(u"backup"_s)).loadIndex();
+        } catch (const std::runtime_error &error) {
+            return error.what();
+        }
+        return {};
+    }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<BackupManifest> manifest;
+};
+
+void TestModernBackup::readsDescriptions()
+{
+    SampleRecord record{.domain = "D", .path = "p", .linkTarget = "../ä"};
+    record.encryptionKey = QByteArray(44, 'k');
+    record.dataHash = QByteArray(20, 'h');
+    record.mtime = 0xFFFFFFFF;
+    record.fileLength = 0x1122334455;
+    record.protectionClass = 4;
+    const QByteArray archive = sampleMbFile(record);
+    const MbFile file = readMbFile(archive).value();
+    QCOMPARE(file.target, record.linkTarget);
+    QCOMPARE(file.encryptionKey, record.encryptionKey);
+    QCOMPARE(file.digest, record.dataHash);
+    QCOMPARE(file.lastModified, record.mtime);
+    QCOMPARE(file.size, record.fileLength);
+    QCOMPARE(int(file.protectionClass), 4);
+    QCOMPARE(file.mode, record.mode);
+}
+
+// Each length and each byte changed; what comes out may be anything, but it comes.
+void TestModernBackup::takesHostileDescriptions()
+{
+    SampleRecord record{.domain = "D", .path = "p", .linkTarget = "x"};
+    record.encryptionKey = QByteArray(44, 'k');
+    const QByteArray archive = sampleMbFile(record);
+    for (qsizetype length = 0; length < archive.size(); ++length)
+        QVERIFY(!readMbFile(archive.first(length))); // the end tells where everything is
+    for (qsizetype place = 0; place < archive.size(); ++place) {
+        for (const int value : {0x00, 0x01, 0x7F, 0x80, 0x81, 0xD1, 0xFF}) {
+            QByteArray changed = archive;
+            changed[place] = char(value);
+            if (const std::optional<MbFile> file = readMbFile(changed))
+                QVERIFY(file->encryptionKey.size() + file->target.size() <= 2 * archive.size());
+        }
+    }
+}
+
+void TestModernBackup::fillsTheTreeOfTheOlderList()
+{
+    const auto filled = [](BackupBuilder backup) {
+        return backup.file(home, smsDb, "1")
+            .file(media, u"Library/SMS/Attachments/9e/14/G/IMG.HEIC"_s, "2")
+            .file(u"AppDomain-org.a"_s, u"Documents/ä"_s, "3")
+            .link(home, u"Library/link"_s, u"/x"_s);
+    };
+    open(filled(BackupBuilder(QDir(path(u"older"_s)))));
+    const QString older = outline(manifest->rootNode);
+    open(filled(builder()).file(u"AppDomainGroup-g"_s, smsDb, "an app's"));
+    QCOMPARE(outline(manifest->rootNode).replace(u" AppDomainGroup-g(Library(SMS(sms.db)))"_s, QString()),
+             older);
+    QCOMPARE(manifest->smsFilesByStem.keys(),
+             QStringList(u"/var/mobile/Library/SMS/Attachments/9e/14/G/IMG"_s));
+    QCOMPARE(extract(), "1"_ba);
+    QVERIFY(!manifest->findFile(home, u"Library/SMS/Attachments/9e/14/G/IMG.HEIC"_s));
+}
+
+void TestModernBackup::takesOddRows()
+{
+    const QString name = sampleHashedName("HomeDomain", "Library/SMS/sms.db");
+    BackupBuilder backup = builder();
+    backup.row({.fileID = u"nothing"_s, .flags = 16})
+        .row({.fileID = u"no path"_s, .domain = home})
+        .row({.fileID = u"../../outside"_s, .domain = home, .relativePath = u"outside"_s})
+        .row({.fileID = name, .domain = home, .relativePath = smsDb, .flags = 0, .file = "bplist00"})
+        .row({.fileID = u"long"_s, .domain = home, .relativePath = QString(70000, u'x')});
+    open(backup);
+    QCOMPARE(outline(manifest->rootNode), u"Library(SMS(sms.db)) outside"_s); // folders without a row too
+    QCOMPARE(manifest->sourceFile(manifest->smsDatabase->record), std::nullopt);
+    QVERIFY(QDir(path(u"backup"_s)).mkpath(name.first(2)));
+    overwrite(path(u"backup/"_s + name.first(2) + u'/' + name), "messages");
+    QCOMPARE(extract(), "messages"_ba);
+    Waiting progress;
+    const QDir cache(path(u"cache"_s));
+    for (int run = 0; run < 2; ++run) { // a date that nobody knows is no reason to keep a copy
+        cacheBackupMessages(*manifest, cache, progress);
+        QCOMPARE(contentOf(cache.filePath(u"file-relay/var/mobile/"_s + smsDb)),
+                 run == 0 ? "messages"_ba : "newer"_ba);
+        overwrite(path(u"backup/"_s + name.first(2) + u'/' + name), "newer");
+    }
+}
+
+void TestModernBackup::refusesListsThatAreNone_data()
+{
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<double>("kept"); // part of the file
+    QTest::newRow("cut in the header") << QString() << 0.01;
+    QTest::newRow("cut in the middle") << QString() << 0.5;
+    QTest::newRow("empty") << QString() << 0.0;
+    QTest::newRow("without the table") << u"DROP TABLE Files"_s << 1.0;
+    QTest::newRow("an endless view for the table")
+        << u"DROP TABLE Files; CREATE VIEW Files AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM "
+           u"n) "
+           "SELECT 'a' fileID, 'd' domain, 'p' relativePath, 1 flags, NULL file FROM n"_s
+        << 1.0;
+}
+
+void TestModernBackup::refusesListsThatAreNone()
+{
+    QFETCH(QString, sql);
+    QFETCH(double, kept);
+    BackupBuilder backup = builder();
+    for (int i = 0; i < 100; ++i)
+        backup.file(home, QString::number(i), "x");
+    const QString list = backup.write() + u"/Manifest.db"_s;
+    change(list, sql);
+    QVERIFY(QFile::resize(list, qint64(double(QFileInfo(list).size()) * kept)));
+    QVERIFY2(indexError().startsWith(list.toUtf8()), indexError().constData());
+    overwrite(list, "this is no database"_ba.repeated(100));
+    QVERIFY(indexError().startsWith(list.toUtf8()));
+}
+
+void TestModernBackup::readsWhatTheLogHolds()
+{
+    const QString list = builder().file(home, smsDb, "1").write() + u"/Manifest.db"_s;
+    change(list, u"PRAGMA journal_mode=WAL"_s);
+    const auto indexed = [&] {
+        BackupManifest backup(path(u"backup"_s));
+        backup.loadIndex();
+        return outline(backup.rootNode);
+    };
+    QVERIFY(!QFile::exists(list + u"-wal"_s));
+    QCOMPARE(indexed(), u"Library(SMS(sms.db))"_s);
+    QVERIFY(!QFile::exists(list + u"-wal"_s) && !QFile::exists(list + u"-shm"_s));
+    change(list, u"INSERT INTO Files VALUES('x','HomeDomain','late',1,NULL)"_s);
+    const QByteArray log = contentOf(list + u"-wal"_s);
+    QCOMPARE(indexed(), u"Library(SMS(sms.db)) late"_s);
+    QCOMPARE(contentOf(list + u"-wal"_s), log);
+}
+
+void TestModernBackup::findsFilesInTheirPlaces_data()
+{
+    QTest::addColumn<Shelf>("shelf");
+    QTest::newRow("two digits") << Shelf::TwoLetters;
+    QTest::newRow("flat") << Shelf::Flat;
+    QTest::newRow("snapshot, two digits") << Shelf::SnapshotTwoLetters;
+    QTest::newRow("snapshot, flat") << Shelf::SnapshotFlat;
+}
+
+void TestModernBackup::findsFilesInTheirPlaces()
+{
+    QFETCH(Shelf, shelf);
+    open(builder({.shelf = shelf}).file(home, smsDb, "messages"));
+    QCOMPARE(extract(), "messages"_ba);
+    const QString place = manifest->sourceFile(manifest->smsDatabase->record).value();
+    QVERIFY(QFile::rename(place, path(u"outside"_s)) && QFile::link(path(u"outside"_s), place));
+    QCOMPARE(manifest->sourceFile(manifest->smsDatabase->record), std::nullopt);
+    QVERIFY(extract().endsWith("is no file of this backup"));
+}
+
+void TestModernBackup::opensEncryptedOnes_data()
+{
+    QTest::addColumn<SampleManifestOptions>("options");
+    QTest::newRow("as phones make them") << SampleManifestOptions();
+    QTest::newRow("padded list") << SampleManifestOptions{.isPadded = true};
+    QTest::newRow("iOS 10.0: older key, plain list")
+        << SampleManifestOptions{.hasLongKey = false, .isEnciphered = false};
+}
+
+void TestModernBackup::opensEncryptedOnes()
+{
+    QFETCH(SampleManifestOptions, options);
+    const QByteArray content = SampleRandom(7).bytes(30000);
+    open(builder(options).password(u"pässword"_s).file(home, smsDb, content), u"pässword"_s);
+    QCOMPARE(extract(), content);
+    BackupManifest other(path(u"backup"_s));
+    QCOMPARE(openBackup(other, std::nullopt), BackupOpening::NeedsPassword);
+    QCOMPARE(openBackup(other, u"password"_s), BackupOpening::WrongPassword);
+    QCOMPARE(openBackup(other, u"pässword"_s), BackupOpening::Ready);
+    QCOMPARE(indexError().isEmpty(), !options.isEnciphered); // without the password
+    const QString list = path(u"backup/Manifest.db"_s);
+    QVERIFY(QFile::resize(list, QFileInfo(list).size() / 2));
+    BackupManifest cut(path(u"backup"_s));
+    QVERIFY_EXCEPTION_THROWN(openBackup(cut, u"pässword"_s), std::runtime_error);
+}
+
+void TestModernBackup::takesOffPaddingOnly_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<quint64>("listed");
+    QTest::addColumn<bool>("isPadded");
+    QTest::newRow("empty") << ""_ba << 0ULL << true;
+    QTest::newRow("the listed length is too short") << QByteArray(8191, 'x') << 100ULL << true;
+    QTest::newRow("the listed length is too long") << QByteArray(100, 'x') << 9000ULL << true;
+    QTest::newRow("the listed length is nothing") << QByteArray(100, 'x') << 0ULL << true;
+    QTest::newRow("a whole block of padding") << QByteArray(8192, 'x') << 8192ULL << true;
+    QTest::newRow("none at all") << QByteArray(8192, 'x') << 8192ULL << false;
+    QTest::newRow("whole pages without padding") << database(3) << 1536ULL << false;
+    QTest::newRow("a page that ends as if padded") << database(3, "\2\2") << 1534ULL << false;
+    QTest::newRow("whole pages and padding") << database(3, "\2\2") << 1536ULL << true;
+}
+
+void TestModernBackup::takesOffPaddingOnly()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(quint64, listed);
+    QFETCH(bool, isPadded);
+    BackupBuilder backup = builder().password(u"pw"_s).file(home, smsDb, content);
+    if (!isPadded)
+        backup.unpadded();
+    open(backup.with([=](SampleRecord &record) { record.fileLength = listed; }), u"pw"_s);
+    QCOMPARE(extract(), content);
+}
+
+// Of a picture that is only a line in the log: the messages are still worth reading.
+void TestModernBackup::damagedFilesAreErrors()
+{
+    const auto breakKey = [](SampleRecord &record) {
+        record.encryptionKey[20] = char(~record.encryptionKey[20]);
+    };
+    const QString picture = u"Library/SMS/picture"_s;
+    BackupBuilder backup = builder().password(u"pw"_s).file(home, smsDb, "messages").file(home, picture, "p");
+    open(BackupBuilder(backup).with(breakKey), u"pw"_s);
+    QVERIFY(extract(picture).startsWith(picture.toUtf8()));
+    QVERIFY(!QFile::exists(path(u"target"_s)));
+    Waiting progress;
+    const QDir cache(path(u"cache"_s));
+    cacheBackupMessages(*manifest, cache, progress);
+    QVERIFY(!cache.exists(u"file-relay/var/mobile/"_s + picture));
+    QVERIFY(QFile::resize(manifest->sourceFile(manifest->smsDatabase->record).value(), 15));
+    QVERIFY(extract().startsWith(smsDb.toUtf8()));
+    QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"other"_s)), progress),
+                             std::runtime_error);
+}
+
+// Of the page on which the format is described in public.
+void TestModernBackup::derivesAKnownKey()
+{
+    const QByteArray salt(20, '\0');
+    quint32 reported = 0;
+    const QByteArray first =
+        deriveLongKey("0000", salt, 10'000'000, [&](quint32 done, quint32) { reported = done; });
+    QCOMPARE(deriveKey(first, salt, 10'000).toHex(),
+             "ec8edc160b5745ccae000bfb4787630f322821191fba7eea38feab2c6307cd9b"_ba);
+    QCOMPARE(reported, 10'000'000U);
+}
+
+void TestModernBackup::derivationsEndAtOnce()
+{
+    BackupManifest backup(builder({.firstIterations = 5}).password(u"pw"_s).write());
+    backup.loadInfo();
+    QVERIFY(backup.isSlowToUnlock() && backup.unlockKeyBag(u"pw"_s));
+    const auto keys = backup.keyBagClasses;
+    const qsizetype rounds = backup.backupKeyBag.indexOf("DPIC") + 8;
+    backup.backupKeyBag.replace(rounds, 4, QByteArray::fromHex("05f5e100")); // as many as are taken
+    Waiting progress;
+    progress.last = 2;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY_EXCEPTION_THROWN((void)backup.unlockKeyBag(u"pw"_s, &progress), int);
+    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(backup.keyBagClasses, keys);
+    backup.backupKeyBag.replace(rounds, 4, QByteArray::fromHex("05f5e101"));
+    QVERIFY_EXCEPTION_THROWN((void)backup.unlockKeyBag(u"pw"_s), std::runtime_error);
+}
+
+void TestModernBackup::saysWhatIsMissing()
+{
+    builder().snapshotState(u"uploading"_s).missing(home, smsDb, 5).write();
+    const auto backups = listBackups(dir->path());
+    QCOMPARE(backups.size(), 1);
+    QVERIFY(backups.first()->displayName.contains(u"NOT_FINISHED"_s)); // a key, without the texts
+    backups.first()->loadIndex();
+    Waiting progress;
+    const QDir cache(path(u"cache"_s));
+    QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*backups.first(), cache, progress), std::runtime_error);
+    QVERIFY(!cache.exists());
+}
+
+QTEST_GUILESS_MAIN(TestModernBackup)
+#include "testmodernbackup.moc"
