@@ -232,8 +232,8 @@
         <translation>Looking for deleted SMS...</translation>
     </message>
     <message>
-        <source>IDS_SUC_RECOVER_%1_NEW_%2_SMS</source>
-        <translation>%1 deleted SMS found, %2 of them new. They stand among the conversations in red.</translation>
+        <source>IDS_SUC_RECOVER_%1_SMS</source>
+        <translation>%1 deleted SMS found. They are shown in red among the others.</translation>
     </message>
     <message>
         <source>IDS_NO_DELETED_SMS</source>

@@ -8,6 +8,7 @@
 #include "filetools.h"
 #include "messagedeletion.h"
 #include "messagepane.h"
+#include "messagerecovery.h"
 #include "messagestore.h"
 #include "product.h"
 #include "programicon.h"
@@ -281,6 +282,11 @@ void MainWindow::miImportToLocalDb()
     const _AbsDBItemNode *source = sources->currentSource();
     const QString name = source ? source->text : QString();
     runFlow([&] { workers->importBackup({}, name); });
+}
+
+void MainWindow::miRecover()
+{
+    runFlow([this] { recoverDeletedMessages(*sources, *messages, this); });
 }
 
 void MainWindow::miViewCache()

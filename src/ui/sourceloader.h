@@ -10,9 +10,12 @@ struct LocalDatabase;
 struct _AbsDBItemNode;
 struct _LocalDBItemNode;
 
+/// Whether deleted messages that were found in a source stand among its others.
+enum class Recovered { Shown, LeftOut };
+
 /// Chats and messages of `db` in a new store. A `file` too large to read within a blink is read on another
 /// thread, under a busy dialog over `parent`. Throws what the reader throws.
-_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent);
+_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, Recovered recovered);
 
 /// The message file of a source in the tree.
 QString messageFileOf(const _AbsDBItemNode &source);

@@ -213,7 +213,8 @@ void TestSqlite3File::scansWhatColumnsAllow()
     const auto carve = [&](const QList<_SqliteCol> &columns) {
         return file->carveRange(columns, 0, pageSize, pageSize + 100, pageSize + 106, {});
     };
-    QCOMPARE(carve(twoColumns(true)).value(0).values, QList<QVariant>({QVariant(), u"ab"_s})); // the last byte is lost
+    QCOMPARE(carve(twoColumns(true)).value(0).values,
+             QList<QVariant>({QVariant(), u"ab"_s})); // the last byte is lost
     QCOMPARE(carve({twoColumns(true).first(), {u"n"_s, u"BLOB"_s, true, false, false}}).size(), 1); // 'b'
     bytes[pageSize + 100] = '\0';
     QCOMPARE(openBytes(bytes)->carvePage(twoColumns(false), 0, 4, 0, {}).size(), pageSize / 5 + 1);
