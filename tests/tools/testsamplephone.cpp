@@ -181,7 +181,7 @@ void TestSamplePhone::writesEachFieldOfARecord()
              "fffffffe00000000000000000000000500000000840100016effff"_ba);
 }
 
-// The answer is that of Python's hashlib; so was 10,000,000 rounds' ec8edc16...cd9b.
+// The answer is that of Python's hashlib.
 void TestSamplePhone::derivesTheLongKey()
 {
     const QByteArray zeros(20, '\0');

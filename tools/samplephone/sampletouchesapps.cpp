@@ -16,11 +16,10 @@ struct File {
     bool isHidden = false;
 };
 
-SampleAttachment attachmentOf(const SampleMessage &message, const File &file, const QString &place = u"aa"_s)
+SampleAttachment attachmentOf(const SampleMessage &message, const File &file)
 {
     SampleAttachment attachment;
-    attachment.filename =
-        u"~/Library/SMS/Attachments/"_s % place % u"/10/"_s % message.guid % u"/"_s % file.name;
+    attachment.filename = u"~/Library/SMS/Attachments/aa/10/"_s % message.guid % u"/"_s % file.name;
     attachment.mime_type = file.mimeType;
     attachment.uti = file.uti;
     attachment.hide_attachment = file.isHidden;
