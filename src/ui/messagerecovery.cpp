@@ -3,6 +3,7 @@
 #include "boxes.h"
 #include "jobrunner.h"
 #include "messagepane.h"
+#include "messagestore.h"
 #include "progressform.h"
 #include "recoverdeletedthread.h"
 #include "sourcepane.h"
@@ -41,6 +42,7 @@ void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget 
     if (!sources.load(source))
         return;
     const _MsgStorePtr store = source->store;
-    sources.select(source);
+    sources.select(source); // which it was before, unless a conversation was
+    messages.showMessages(allMessages(store), store, source->text);
     sayRecovered(*store);
 }
