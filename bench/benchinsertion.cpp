@@ -159,12 +159,18 @@ private:
     std::vector<sqlite3_value *> values;
 };
 
-QByteArray schema()
+/// What makes the tables, indexes and triggers of a finished database.
+QByteArray schemaOf(sqlite3 *db)
 {
-    QFile file(u":/res/localmsgdb_ddl.sql"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("no schema");
-    return file.readAll();
+    sqlite3_stmt *statement = nullptr;
+    sqlite3_prepare_v2(db,
+                       "select sql from sqlite_master where sql is not null and name <> 'sqlite_sequence'",
+                       -1, &statement, nullptr);
+    QByteArray script;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        script += QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0))) + ";";
+    sqlite3_finalize(statement);
+    return script;
 }
 
 LocalDatabase database(const QTemporaryDir &dir, const QString &name)
@@ -185,8 +191,10 @@ void compareInsertion(const QTemporaryDir &dir)
     const LocalDatabase target = database(dir, u"target"_s);
     import(list, target);
     std::deque<TableRows> tables;
+    QByteArray schema;
     {
         const Db full = openBare(target.file());
+        schema = schemaOf(full.get());
         for (const char *table : {"chat", "handle", "chat_handle_join", "message", "chat_message_join"})
             tables.emplace_back(full.get(), table);
     }
@@ -195,7 +203,7 @@ void compareInsertion(const QTemporaryDir &dir)
         QFile::remove(path);
         const Db db = openBare(path);
         runBare(db.get(), "PRAGMA cache_size=-65536");
-        runBare(db.get(), schema());
+        runBare(db.get(), schema);
         runBare(db.get(), "begin");
         for (const TableRows &table : tables)
             table.insertInto(db.get());

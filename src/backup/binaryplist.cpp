@@ -22,37 +22,6 @@ enum Marker {
     DictionaryMarker = 0xD
 };
 
-/// A big-endian integer of `width` bytes; of one that is wider than 8, the last 8.
-std::optional<quint64> integer(QByteArrayView bytes, qsizetype width)
-{
-    if (width < 1 || width > 16 || bytes.size() < width)
-        return std::nullopt;
-    quint64 value = 0;
-    for (const char byte : bytes.first(width))
-        value = value << 8 | quint8(byte);
-    return value;
-}
-
-std::optional<quint64> takeInteger(ByteCursor &cursor, int low)
-{
-    if (low > 4)
-        return std::nullopt;
-    const qsizetype width = qsizetype(1) << low;
-    const std::optional<QByteArrayView> bytes = cursor.take(width);
-    return bytes ? integer(*bytes, width) : std::nullopt;
-}
-
-/// A count: in the marker itself, or in an integer object behind it.
-std::optional<quint64> takeCount(ByteCursor &cursor, int low)
-{
-    if (low != countFollows)
-        return quint64(low);
-    const std::optional<quint8> marker = cursor.takeBigEndian<quint8>();
-    if (!marker || *marker >> 4 != IntegerMarker)
-        return std::nullopt;
-    return takeInteger(cursor, *marker & 0xF);
-}
-
 BinaryPlist::Kind kindOf(int marker)
 {
     switch (marker) {
@@ -90,47 +59,65 @@ bool BinaryPlist::readTrailer()
     return hasWidths && offsetTable < size && objects <= (size - offsetTable) / quint64(offsetWidth);
 }
 
-BinaryPlist::Object BinaryPlist::object(quint64 number) const
+// There are a dozen objects in each of hundreds of thousands of lists, so that these read bytes in place.
+// Of a wide integer the last 8 bytes count. Its bytes have to be there.
+quint64 BinaryPlist::integerAt(QByteArrayView bytes, qsizetype place, qsizetype width)
 {
-    if (number >= objects)
-        return {};
-    const qsizetype place = qsizetype(offsetTable) + qsizetype(number) * offsetWidth;
-    const std::optional<quint64> offset = integer(all.sliced(place), offsetWidth);
-    if (!offset || *offset >= quint64(all.size()))
-        return {};
-    return objectAt(all.sliced(qsizetype(*offset)));
+    quint64 value = 0;
+    for (qsizetype i = 0; i < width; ++i)
+        value = value << 8 | quint8(bytes.at(place + i));
+    return value;
 }
 
-BinaryPlist::Object BinaryPlist::objectAt(QByteArrayView rest) const
+BinaryPlist::Object BinaryPlist::object(quint64 number) const
 {
-    ByteCursor cursor(rest);
-    const int marker = *cursor.takeBigEndian<quint8>();
+    if (number >= objects) // below that the table lies inside, see `readTrailer`
+        return {};
+    const quint64 place = integerAt(all, qsizetype(offsetTable + number * quint64(offsetWidth)), offsetWidth);
+    return place < quint64(all.size()) ? objectAt(qsizetype(place)) : Object{};
+}
+
+BinaryPlist::Object BinaryPlist::objectAt(qsizetype place) const
+{
+    const int marker = quint8(all.at(place));
     const int low = marker & 0xF;
-    if (marker >> 4 == IntegerMarker) {
-        const std::optional<quint64> value = takeInteger(cursor, low);
-        return value ? Object{Kind::Integer, *value, {}} : Object{};
-    }
-    if (marker >> 4 == UidMarker) {
-        const std::optional<QByteArrayView> bytes = cursor.take(low + 1);
-        const std::optional<quint64> value = bytes ? integer(*bytes, low + 1) : std::nullopt;
-        return value ? Object{Kind::Uid, *value, {}} : Object{};
+    const qsizetype left = all.size() - place - 1;
+    const bool isInteger = marker >> 4 == IntegerMarker && low <= 4;
+    if (isInteger || marker >> 4 == UidMarker) {
+        const qsizetype width = isInteger ? qsizetype(1) << low : low + 1;
+        const Kind kind = isInteger ? Kind::Integer : Kind::Uid;
+        return width <= left ? Object{kind, integerAt(all, place + 1, width), {}} : Object{};
     }
     const Kind kind = kindOf(marker >> 4);
-    const std::optional<quint64> count = takeCount(cursor, low);
-    if (kind == Kind::Other || !count || *count > quint64(all.size()))
+    if (kind == Kind::Other)
         return {};
+    return low == countFollows ? counted(kind, place + 1) : sized(kind, quint64(low), place + 1);
+}
+
+/// An object whose count stands in an integer object before its bytes.
+BinaryPlist::Object BinaryPlist::counted(Kind kind, qsizetype place) const
+{
+    if (place >= all.size() || quint8(all.at(place)) >> 4 != IntegerMarker)
+        return {};
+    const Object count = objectAt(place);
+    if (count.kind != Kind::Integer)
+        return {};
+    return sized(kind, count.number, place + 1 + (qsizetype(1) << (all.at(place) & 0xF)));
+}
+
+BinaryPlist::Object BinaryPlist::sized(Kind kind, quint64 count, qsizetype place) const
+{
     qsizetype width = kind == Kind::Utf16 ? 2 : 1;
     if (kind == Kind::Array || kind == Kind::Dictionary)
         width = referenceWidth * (kind == Kind::Dictionary ? 2 : 1);
-    const std::optional<QByteArrayView> bytes = cursor.take(qsizetype(*count) * width);
-    return bytes ? Object{kind, *count, *bytes} : Object{};
+    if (count > quint64((all.size() - place) / width))
+        return {};
+    return {kind, count, all.sliced(place, qsizetype(count) * width)};
 }
 
 BinaryPlist::Object BinaryPlist::referred(const Object &container, quint64 index) const
 {
-    const qsizetype place = qsizetype(index) * referenceWidth;
-    const std::optional<quint64> number = integer(container.bytes.sliced(place), referenceWidth);
-    return number ? object(*number) : Object{};
+    return object(integerAt(container.bytes, qsizetype(index) * referenceWidth, referenceWidth));
 }
 
 BinaryPlist::Object BinaryPlist::at(const Object &array, quint64 index) const

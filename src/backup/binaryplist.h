@@ -37,7 +37,10 @@ private:
     explicit BinaryPlist(QByteArrayView bytes) : all(bytes) {}
     bool readTrailer();
     Object object(quint64 number) const;
-    Object objectAt(QByteArrayView rest) const;
+    Object objectAt(qsizetype place) const;
+    Object counted(Kind kind, qsizetype place) const;
+    Object sized(Kind kind, quint64 count, qsizetype place) const;
+    static quint64 integerAt(QByteArrayView bytes, qsizetype place, qsizetype width);
     Object referred(const Object &container, quint64 index) const;
 
     QByteArrayView all;

@@ -1,6 +1,7 @@
 #include "exportmessagesdb.h"
 
 #include "filetools.h"
+#include "messagestore.h"
 #include "messagetext.h"
 
 #include <QDebug>
@@ -8,10 +9,14 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
 {
+
+using KnownBy = ExtrasKeeper::KnownBy;
 
 // Chats with rows below this were made up for messages whose address nobody knows.
 constexpr qint64 lowestKnownChat = -2047483646;
@@ -28,10 +33,24 @@ QString relativePath(const QString &filename)
     return path.remove(forbidden);
 }
 
+/// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
+/// handles, of which one takes part.
+bool isMemberByOtherService(const _MsgChat &chat, const _MsgHandle &handle)
+{
+    if (!chat.guid.startsWith("any;"_L1))
+        return false;
+    const auto isSame = [&](const _MsgHandle *member) { return member == &handle; };
+    const auto hasAddress = [&](const _MsgHandle *member) { return member->id == handle.id; };
+    return std::none_of(chat.handles.begin(), chat.handles.end(), isSame) &&
+           std::any_of(chat.handles.begin(), chat.handles.end(), hasAddress);
+}
+
 } // namespace
 
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
-    : db(rootFolder, path, QString(), true), root(rootFolder)
+    : db(rootFolder, path, QString(), true)
+    , extras(db, [this](const _MsgHandle &handle) { return handleRowid(handle); })
+    , root(rootFolder)
 {
 }
 
@@ -45,20 +64,25 @@ void ExportMessagesDb::begin()
 {
     forgetRun();
     db.beginTransaction();
+    extras.begin();
 }
 
 void ExportMessagesDb::append(const _MsgMessage &message)
 {
-    if (!canHold(message))
+    if (!canHold(message) || extras.takeReaction(message))
         return;
-    const qint64 chatId = chatRowid(*message.chat);
-    const qint64 handleId = message.handle ? memberRowid(chatId, *message.handle) : 0;
     const QString hash = logicHash(message);
-    qint64 messageId = db.messageRowidByHash(hash);
-    if (messageId == 0)
-        messageId = db.messageRowid(message.guid);
-    if (messageId == 0)
-        messageId = insertNew(message, chatId, handleId, hash);
+    const qint64 byHash = db.messageRowidByHash(hash);
+    const qint64 known = byHash != 0 ? byHash : db.messageRowid(message.guid);
+    if (known != 0)
+        extras.addToKept(known, message, hash, byHash != 0 ? KnownBy::Content : KnownBy::Guid);
+    if (known != 0 && isNoConversation(*message.chat))
+        return; // it may be in a conversation here, and stays there
+    const qint64 chatId = chatRowid(*message.chat);
+    const qint64 handleId = personRowid(*message.chat, chatId, message.handle);
+    const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
+    if (known != 0 && extras.hasComeBack(known, message, chatId))
+        raiseNewest(chatId, message);
     if (message.handle && message.chat->handles.size() > 1)
         lastAddressed.insert(chatId, message.handle->id);
     if (!message.attachments.isEmpty())
@@ -69,8 +93,12 @@ void ExportMessagesDb::finish()
 {
     for (auto it = newestDates.cbegin(); it != newestDates.cend(); ++it)
         db.raiseChatLast(it.key(), it.value());
+    // As on the phone, they date only a chat that has nothing else.
+    for (auto it = newestDeleted.cbegin(); it != newestDeleted.cend(); ++it)
+        db.setChatLastIfNone(it.key(), it.value());
     for (auto it = lastAddressed.cbegin(); it != lastAddressed.cend(); ++it)
         db.setLastAddressedHandle(it.key(), it.value());
+    extras.finish();
     db.endTransaction(true);
     db.close();
     forgetRun();
@@ -84,7 +112,7 @@ bool ExportMessagesDb::canHold(const _MsgMessage &message)
         qDebug("IOS6RestoreMessagesThread skip message with empty chat.");
         return false;
     }
-    if (message.chat->rowid < lowestKnownChat) {
+    if (message.chat->rowid < lowestKnownChat && !(isNoConversation(*message.chat) && db.keepsExtras())) {
         qDebug("IOS6RestoreMessagesThread skip message with unknown chat.");
         return false;
     }
@@ -101,13 +129,29 @@ qint64 ExportMessagesDb::chatRowid(const _MsgChat &chat)
     return rowid;
 }
 
-qint64 ExportMessagesDb::memberRowid(qint64 chatId, const _MsgHandle &handle)
+qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)
 {
     qint64 &rowid = handleIds[{handle.id, handle.service}];
     if (rowid == 0)
         rowid = db.handleRowid(handle);
     if (rowid == 0)
         rowid = db.insertHandle(handle);
+    return rowid;
+}
+
+/// 0 for nobody. The made-up chat of messages without a conversation has no members, and a member with two
+/// services stays one.
+qint64 ExportMessagesDb::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
+{
+    if (!handle)
+        return 0;
+    const bool isLoose = isNoConversation(chat) || isMemberByOtherService(chat, *handle);
+    return isLoose ? handleRowid(*handle) : memberRowid(chatId, *handle);
+}
+
+qint64 ExportMessagesDb::memberRowid(qint64 chatId, const _MsgHandle &handle)
+{
+    const qint64 rowid = handleRowid(handle);
     if (!members.contains({chatId, rowid})) {
         if (!db.chatHasHandle(chatId, rowid))
             db.joinChatHandle(chatId, rowid);
@@ -119,15 +163,23 @@ qint64 ExportMessagesDb::memberRowid(qint64 chatId, const _MsgHandle &handle)
 qint64 ExportMessagesDb::insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId,
                                    const QString &hash)
 {
-    const qint64 otherId = message.otherHandle ? memberRowid(chatId, *message.otherHandle) : 0;
+    const qint64 otherId = personRowid(*message.chat, chatId, message.otherHandle);
     const qint64 messageId = db.insertMessage(message, handleId, otherId, hash);
     db.joinChatMessage(chatId, messageId);
-    const auto newest = newestDates.find(chatId);
-    if (newest == newestDates.end())
-        newestDates.insert(chatId, message.date);
+    raiseNewest(chatId, message);
+    extras.addToNew(messageId, message);
+    return messageId;
+}
+
+void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
+{
+    const bool isDeleted = message.extras && message.extras->delete_date != 0;
+    QMap<qint64, int> &dates = isDeleted ? newestDeleted : newestDates;
+    const auto newest = dates.find(chatId);
+    if (newest == dates.end())
+        dates.insert(chatId, message.date);
     else
         *newest = std::max(*newest, message.date);
-    return messageId;
 }
 
 void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId)
@@ -164,5 +216,6 @@ void ExportMessagesDb::forgetRun()
     handleIds.clear();
     members.clear();
     newestDates.clear();
+    newestDeleted.clear();
     lastAddressed.clear();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "absformatexport.h"
+#include "extraskeeper.h"
 #include "ios6messagedb.h"
 #include "messagerecords.h"
 
@@ -38,13 +39,17 @@ public:
 private:
     bool canHold(const _MsgMessage &message);
     qint64 chatRowid(const _MsgChat &chat);
+    qint64 handleRowid(const _MsgHandle &handle);
     qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
+    qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
+    void raiseNewest(qint64 chatId, const _MsgMessage &message);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId);
     void copyFile(const _MsgAttachment &attachment) const;
     void forgetRun();
 
     IOS6MessageDb db;
+    ExtrasKeeper extras;
     QDir root;
 
     // What this run knows of the database. Nobody else can change these rows while the run lasts.
@@ -54,5 +59,6 @@ private:
 
     // Written once at the end instead of once a message.
     QMap<qint64, int> newestDates;       ///< by chat
+    QMap<qint64, int> newestDeleted;     ///< the same of messages in "Recently Deleted"
     QMap<qint64, QString> lastAddressed; ///< by chat
 };

@@ -85,6 +85,16 @@ private:
     const ExtrasField &field;
 };
 
+struct Binding {
+    Sqlite3Sql &sql;
+    const MessageExtras &extras;
+
+    void operator()(int MessageExtras::*member) const { sql.addIntParam(extras.*member); }
+    void operator()(bool MessageExtras::*member) const { sql.addIntParam(extras.*member ? 1 : 0); }
+    void operator()(QString MessageExtras::*member) const { sql.addTextParam(extras.*member); }
+    void operator()(QByteArray MessageExtras::*member) const { sql.addBlobParam(extras.*member); }
+};
+
 void derive(MessageExtras &extras)
 {
     if (!isReactionType(extras.associated_message_type)) {
@@ -108,6 +118,11 @@ void derive(MessageExtras &extras)
 std::span<const ExtrasField> extrasFields()
 {
     return fields;
+}
+
+void bindField(Sqlite3Sql &sql, const ExtrasField &field, const MessageExtras &extras)
+{
+    std::visit(Binding{sql, extras}, field.member);
 }
 
 ExtrasReader::ExtrasReader(const Sqlite3Cursor &cursor)

@@ -2,6 +2,7 @@
 
 #include "messageextras.h"
 #include "sqlite3cursor.h"
+#include "sqlite3sql.h"
 
 #include <QLatin1StringView>
 
@@ -27,6 +28,9 @@ struct ExtrasField {
 /// All of them, for whoever reads or writes such columns. Reactions, and parts in "Recently Deleted", are
 /// rows of tables; edits and unsent parts follow from `message_summary_info`.
 std::span<const ExtrasField> extrasFields();
+
+/// Binds the value of `field` to the next place of `sql`.
+void bindField(Sqlite3Sql &sql, const ExtrasField &field, const MessageExtras &extras);
 
 /// Reads the extras of the rows of one query. Which columns there are is looked up once, by both names.
 class ExtrasReader

@@ -50,7 +50,7 @@ Sqlite3Row chatRow(const _MsgChat &chat)
     row[u"state"_s] = chat.state;
     setUnlessEmpty(row, u"account_id"_s, chat.account_id);
     row[u"chat_identifier"_s] = notNull(chat.chat_identifier);
-    row[u"service_name"_s] = chat.service_name;
+    row[u"service_name"_s] = notNull(chat.service_name);
     setUnlessEmpty(row, u"room_name"_s, chat.room_name);
     row[u"account_login"_s] = notNull(chat.account_login);
     row[u"is_archived"_s] = chat.is_archived;
@@ -69,6 +69,12 @@ bool IOS6MessageDb::isLocalDatabase()
 {
     openDb();
     return insertion.hasLogicHash(); // also where the file is read as a phone's
+}
+
+bool IOS6MessageDb::keepsExtras()
+{
+    openDb();
+    return holdsExtras;
 }
 
 bool IOS6MessageDb::hasItemType()
@@ -145,7 +151,8 @@ qint64 IOS6MessageDb::insertMessage(const _MsgMessage &message, qint64 handleRow
 
 qint64 IOS6MessageDb::insertChat(const _MsgChat &chat)
 {
-    if (chat.service_name != "SMS"_L1 && chat.service_name != "iMessage"_L1)
+    // A phone would take a chat of another service for broken.
+    if (!isLocalDatabase() && chat.service_name != "SMS"_L1 && chat.service_name != "iMessage"_L1)
         throw std::runtime_error(
             u"IOS6MessageDb::insertChat, invalid chat, service_name:%1"_s.arg(chat.service_name)
                 .toStdString());
@@ -174,6 +181,10 @@ qint64 IOS6MessageDb::insertHandle(const _MsgHandle &handle)
         row[u"_ct_name"_s] = notNull(handle._ct_name);
     if (hasColumn(u"handle"_s, u"_photo BLOB"_s) && !handle._photo.isEmpty())
         row[u"_photo"_s] = handle._photo;
+    if (holdsExtras) {
+        setUnlessEmpty(row, u"_person_centric_id"_s, handle.person_centric_id);
+        setUnlessEmpty(row, u"_contact"_s, handle._contact);
+    }
     return insertRow(row, u"handle"_s, {});
 }
 
@@ -194,6 +205,11 @@ qint64 IOS6MessageDb::insertAttachment(const _MsgAttachment &attachment)
         setUnlessEmpty(row, u"transfer_name"_s, attachment.transfer_name);
     if (hasColumn(u"attachment"_s, u"total_bytes"_s))
         row[u"total_bytes"_s] = attachment.total_bytes;
+    if (holdsExtras) {
+        row[u"_is_sticker"_s] = attachment.is_sticker;
+        row[u"_hide_attachment"_s] = attachment.hide_attachment;
+        setUnlessEmpty(row, u"_emoji_image_short_description"_s, attachment.emoji_image_short_description);
+    }
     return insertRow(row, u"attachment"_s, {});
 }
 
@@ -232,6 +248,12 @@ void IOS6MessageDb::raiseChatLast(qint64 chatId, int date)
     if (hasColumn(u"chat"_s, u"_last INTEGER"_s))
         executeThrow(
             withRows(u"update chat set _last=? where rowid=? and _last < ?"_s, {date, chatId, date}));
+}
+
+void IOS6MessageDb::setChatLastIfNone(qint64 chatId, int date)
+{
+    if (hasColumn(u"chat"_s, u"_last INTEGER"_s))
+        executeThrow(withRows(u"update chat set _last=? where rowid=? and _last = 0"_s, {date, chatId}));
 }
 
 void IOS6MessageDb::deleteMessage(const _MsgMessage &message)

@@ -1,6 +1,7 @@
 #include "ios6messagedb.h"
 
 #include "appledates.h"
+#include "localextras.h"
 #include "localschema.h"
 #include "messagerows.h"
 #include "openmessagedb.h"
@@ -95,7 +96,13 @@ void IOS6MessageDb::openDb()
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
     insertion = MessageInsertion(tables.value(u"message"_s));
+    holdsExtras = hasOwnTables();
     isModern = hasModernColumns();
+}
+
+bool IOS6MessageDb::hasOwnTables() const
+{
+    return insertion.hasExtras() && tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s);
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
@@ -108,6 +115,8 @@ void IOS6MessageDb::chats(_MsgStorePtr &store)
     readHandles(*store, handlesOfChats);
     if (isModern)
         readLooseHandles(*store);
+    if (holdsExtras)
+        readHandles(*store, LocalExtras::looseHandles);
 }
 
 void IOS6MessageDb::readChats(_MsgStore &store)
@@ -158,6 +167,8 @@ void IOS6MessageDb::completeHandle(_MsgHandle &handle)
     if (handle.country.isEmpty())
         handle.country = parts.ownCountry();
     parts.nameHandle(handle);
+    if (isModern) // addresses of older phones were never looked up, and their names stay as they were
+        parts.nameHandleByMail(handle);
 }
 
 QString IOS6MessageDb::messageQuery(qint64 chatId) const
@@ -187,4 +198,6 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
         readModernMessages(*store, rows, chatId);
     else
         rows.finish();
+    if (holdsExtras)
+        LocalExtras(*this).read(*store);
 }

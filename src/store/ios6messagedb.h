@@ -34,6 +34,8 @@ public:
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     int dbVersion() override { return 6; }
     bool isLocalDatabase() override;
+    /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
+    bool keepsExtras();
 
     // The schema as the file tells it. Each call below opens the file first.
 
@@ -62,7 +64,8 @@ public:
     /// An empty `logicHash` is computed. The record's own rowid and handles play no part.
     qint64 insertMessage(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
                          const QString &logicHash);
-    /// Inserts and joins those who take part too. Throws when the service is neither SMS nor iMessage.
+    /// Inserts and joins those who take part too. Throws for a phone's file when the service is neither SMS
+    /// nor iMessage.
     qint64 insertChat(const _MsgChat &chat);
     qint64 insertHandle(const _MsgHandle &handle);
     qint64 insertAttachment(const _MsgAttachment &attachment);
@@ -76,6 +79,8 @@ public:
     void setLastAddressedHandle(qint64 chatId, const QString &id);
     /// Sets the date of the chat's newest message, seconds since 2001, unless it is later already.
     void raiseChatLast(qint64 chatId, int date);
+    /// The same for a chat that has no date yet.
+    void setChatLastIfNone(qint64 chatId, int date);
 
     /// Deletes a message, and each of its chats whose last one it was. The file's triggers take care of
     /// handles and attachments that nobody refers to any more; attachment files stay.
@@ -93,6 +98,7 @@ private:
 
     // What a phone since iOS 10 keeps in further places; see ios6modern.cpp.
 
+    bool hasOwnTables() const;
     bool hasModernColumns();
     static const char *newestModernDates();
     void readLooseHandles(_MsgStore &store);
@@ -102,7 +108,8 @@ private:
     void readDeletedParts(_MsgStore &store);
 
     bool upgrade;
-    bool isModern = false; ///< a phone's file since iOS 10
+    bool holdsExtras = false; ///< a Local Database that has the tables of our own
+    bool isModern = false;    ///< a phone's file since iOS 10
     MessageDbParts parts;
     QHash<QString, QString> tables;      ///< name to the text that created it
     MessageInsertion insertion;          ///< into the columns that `tables` tells

@@ -5,6 +5,7 @@
 
 #include "appledates.h"
 #include "messagerows.h"
+#include "messagestore.h"
 #include "typedstream.h"
 
 #include <algorithm>
@@ -19,16 +20,15 @@ constexpr qint64 lowestChat = -2047483647; // made-up chats from here down can't
 /// The chat for messages that stand in none. Of a rowid that is taken, the next free one below.
 _MsgChat &noConversation(_MsgStore &store)
 {
-    static const QString identifier = u"no-conversation"_s;
     qint64 rowid = lowestChat;
     for (; store.chats.contains(rowid); --rowid) {
-        if (store.chats.value(rowid)->chat_identifier == identifier)
+        if (isNoConversation(*store.chats.value(rowid)))
             return *store.chats.value(rowid);
     }
     auto *chat = new _MsgChat;
     chat->rowid = rowid;
-    chat->guid = u"any;-;"_s + identifier;
-    chat->chat_identifier = identifier;
+    chat->guid = u"any;-;"_s + noConversationIdentifier;
+    chat->chat_identifier = noConversationIdentifier;
     chat->service_name.clear();
     chat->display_name = QObject::tr("IDS_NO_CONVERSATION");
     store.chats.insert(rowid, chat);

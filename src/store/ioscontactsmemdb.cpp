@@ -23,6 +23,25 @@ const auto cacheSchema =
     "CREATE TABLE tel(  person_id INTEGER,  number TEXT,  UNIQUE(person_id, number));"
     "CREATE INDEX index_tel_number on tel(number);"_s;
 
+// "person" of a card is the same for all cards that are linked.
+const auto furtherSchema =
+    u"CREATE TABLE mail(  person_id INTEGER,  address TEXT,  UNIQUE(person_id, address));"
+    "CREATE INDEX index_mail_address on mail(address);"
+    "CREATE TABLE card(  person_id INTEGER PRIMARY KEY,  person TEXT,  guid TEXT);"_s;
+
+QString normalMail(const QString &address)
+{
+    return address.trimmed().toLower();
+}
+
+_ContactInfo contactAt(const Sqlite3Cursor &cursor)
+{
+    return {.first = cursor.getText(u"first"_s),
+            .middle = cursor.getText(u"middle"_s),
+            .last = cursor.getText(u"last"_s),
+            .photo = cursor.getBlob(u"photo"_s)};
+}
+
 /// Seconds since 1970; 0 when the file can't be read.
 qint64 modificationTime(const QString &path)
 {
@@ -95,7 +114,8 @@ bool IOSContactsMemDb::openCache(qint64 sourceTime)
     try {
         openThrow(cacheFile(), sqliteReadOnly);
         Sqlite3Cursor version = queryThrow(Sqlite3Sql("pragma user_version"));
-        if (version.moveNextThrow() && version.getInt(0) == countryCode.toInt())
+        if (version.moveNextThrow() && version.getInt(0) == countryCode.toInt() &&
+            !tbInfo(u"card"_s).isEmpty())
             return true;
     } catch (const std::exception &error) {
         qWarning("%s; the cache is made anew", error.what());
@@ -110,13 +130,15 @@ void IOSContactsMemDb::rebuildInMemory()
     openThrow(u":memory:"_s, sqliteReadWriteCreate);
     try {
         QString error;
-        if (exec(cacheSchema, error) != 0)
+        if (exec(cacheSchema + furtherSchema, error) != 0)
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
         executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(countryCode.toInt())));
         beginTran();
         PhoneFile book(bookFile(u"AddressBook.sqlitedb"_s));
         copyPeople(book.db);
         copyNumbers(book.db);
+        copyMails(book.db);
+        copyCards(book.db);
         copyPhotos();
         commitTran();
     } catch (...) {
@@ -150,6 +172,42 @@ void IOSContactsMemDb::copyNumbers(Sqlite3DB &book)
         replace.addInt64Param(number.getInt64(0));
         replace.addTextParam(normalizeAddress(country, number.getText(1)));
         executeThrow(replace);
+    }
+}
+
+void IOSContactsMemDb::copyMails(Sqlite3DB &book)
+{
+    // Property 4 is an e-mail address.
+    Sqlite3Cursor mail =
+        book.queryThrow(Sqlite3Sql("select record_id, value from ABMultiValue where property=4"));
+    while (mail.moveNextThrow()) {
+        Sqlite3Sql replace("replace into mail(person_id, address) values(?,?)");
+        replace.addInt64Param(mail.getInt64(0));
+        replace.addTextParam(normalMail(mail.getText(1)));
+        executeThrow(replace);
+    }
+}
+
+void IOSContactsMemDb::copyCards(Sqlite3DB &book)
+{
+    const QHash<QString, _SqliteCol> columns = book.tbInfo(u"ABPerson"_s);
+    const QString link = columns.contains(u"PersonLink"_s) ? u"PersonLink"_s : u"-1"_s;
+    const QString guid = columns.contains(u"guid"_s) ? u"guid"_s : u"''"_s;
+    Sqlite3Cursor card =
+        book.queryThrow(Sqlite3Sql(u"select rowid, %1, %2 from ABPerson order by rowid"_s.arg(link, guid)));
+    QHash<qint64, QString> linkedGuids;
+    while (card.moveNextThrow()) {
+        const qint64 linked = card.getInt64(1); // -1 for a card that stands alone
+        QString known = linked > 0 ? linkedGuids.value(linked) : QString();
+        if (known.isEmpty())
+            known = card.getText(2);
+        if (linked > 0)
+            linkedGuids.insert(linked, known);
+        Sqlite3Sql insert("insert into card(person_id, person, guid) values(?,?,?)");
+        insert.addInt64Param(card.getInt64(0));
+        insert.addTextParam(linked > 0 ? u"linked %1"_s.arg(linked) : u"alone %1"_s.arg(card.getInt64(0)));
+        insert.addTextParam(known);
+        executeThrow(insert);
     }
 }
 
@@ -203,8 +261,41 @@ _ContactInfo IOSContactsMemDb::contactFor(const QString &number)
     Sqlite3Cursor cursor = queryThrow(sql);
     if (!cursor.moveNextThrow())
         return {};
-    return {.first = cursor.getText(u"first"_s),
-            .middle = cursor.getText(u"middle"_s),
-            .last = cursor.getText(u"last"_s),
-            .photo = cursor.getBlob(u"photo"_s)};
+    return contactAt(cursor);
+}
+
+_ContactInfo IOSContactsMemDb::contactForMail(const QString &address)
+{
+    openDb();
+    if (!isOpen())
+        return {};
+    Sqlite3Sql sql(
+        "select p.*, c.person as owner from person as p inner join mail as m on p.rowid=m.person_id "
+        "and m.address=? inner join card as c on c.person_id=p.rowid order by p.rowid");
+    sql.addTextParam(normalMail(address));
+    Sqlite3Cursor cursor = queryThrow(sql);
+    if (!cursor.moveNextThrow())
+        return {};
+    const _ContactInfo contact = contactAt(cursor);
+    const QString owner = cursor.getText(u"owner"_s);
+    while (cursor.moveNextThrow()) {
+        if (cursor.getText(u"owner"_s) != owner)
+            return {};
+    }
+    return contact;
+}
+
+QString IOSContactsMemDb::cardOf(const QString &address)
+{
+    openDb();
+    if (!isOpen() || address.isEmpty())
+        return {};
+    Sqlite3Sql sql(
+        "select distinct person, guid from card where person_id in (select person_id from tel where "
+        "number=? union select person_id from mail where address=?)");
+    sql.addTextParam(address);
+    sql.addTextParam(normalMail(address));
+    Sqlite3Cursor cursor = queryThrow(sql);
+    const QString guid = cursor.moveNextThrow() ? cursor.getText(1) : QString();
+    return cursor.moveNextThrow() ? QString() : guid;
 }

@@ -17,9 +17,9 @@ struct _ContactInfo {
 /// First, middle and last name with one blank between them.
 QString contactName(const _ContactInfo &contact);
 
-/// Finds people by phone number. It keeps a cache, "ct-phone.db", of the phone's address book with the
-/// numbers in normal form, as old as the address book and made anew when that or the country changes; the
-/// cache can be deleted at any time.
+/// Finds people by phone number or e-mail address. It keeps a cache, "ct-phone.db", of the phone's address
+/// book with the numbers in normal form, as old as the address book and made anew when that or the country
+/// changes; the cache can be deleted at any time.
 class IOSContactsMemDb : public AbsDb
 {
 public:
@@ -35,6 +35,15 @@ public:
     /// there is no address book.
     _ContactInfo contactFor(const QString &number);
 
+    /// The person with this e-mail address, whatever its letter case. Empty too when it stands on the cards
+    /// of several people.
+    _ContactInfo contactForMail(const QString &address);
+
+    /// What tells the person with this number (in normal form) or e-mail address: the guid of their card, of
+    /// linked cards that of the first. Empty when it is nobody's or several people's, or when the address
+    /// book gives its cards no guid.
+    QString cardOf(const QString &address);
+
 private:
     QString cacheFile() const;
     /// A file of the phone's address book folder.
@@ -43,6 +52,8 @@ private:
     void rebuildInMemory();
     void copyPeople(Sqlite3DB &book);
     void copyNumbers(Sqlite3DB &book);
+    void copyMails(Sqlite3DB &book);
+    void copyCards(Sqlite3DB &book);
     void copyPhotos();
     bool saveCache(qint64 sourceTime);
 

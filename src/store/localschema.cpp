@@ -1,6 +1,7 @@
 #include "localschema.h"
 
-#include "sqlite3db.h"
+#include "ownschema.h"
+#include "writetransaction.h"
 
 #include <QDir>
 #include <QFile>
@@ -73,32 +74,6 @@ constexpr std::array neededTables = {"chat"_L1, "handle"_L1, "chat_handle_join"_
 // Pages that SQLite keeps in memory, in KiB when negative. Rows of one import land all over the indexes
 // of guid and hash; the cache bounds the memory whatever the file's size.
 constexpr auto cachePages = "PRAGMA cache_size=-65536"_L1;
-
-/// A transaction that takes the write lock at once, and is rolled back unless it is committed.
-class WriteTransaction
-{
-public:
-    explicit WriteTransaction(Sqlite3DB &database) : db(database)
-    {
-        db.executeThrow(Sqlite3Sql("BEGIN IMMEDIATE"));
-    }
-    ~WriteTransaction()
-    {
-        if (!committed)
-            db.rollbackTran();
-    }
-    Q_DISABLE_COPY_MOVE(WriteTransaction)
-
-    void commit()
-    {
-        db.commitTran();
-        committed = true;
-    }
-
-private:
-    Sqlite3DB &db;
-    bool committed = false;
-};
 
 QSet<QString> schemaNames(Sqlite3DB &db, const QString &type)
 {
@@ -200,6 +175,7 @@ void bringUpToDate(Sqlite3DB &db, const QString &path)
         createSchema(db, path);
     checkTablesThrow(schemaNames(db, u"table"_s), path);
     upgradeSchema(db);
+    addOwnSchemaThrow(db);
 }
 
 } // namespace

@@ -19,6 +19,20 @@ void MessageDbParts::nameHandle(_MsgHandle &handle)
         const _ContactInfo contact = contacts.contactFor(handle.id);
         handle._ct_name = contactName(contact);
         handle._photo = contact.photo;
+        handle._contact = contacts.cardOf(handle.id);
+    } catch (const std::exception &error) {
+        qWarning("%s::chats, IOSContactsMemDb error. %s", qUtf8Printable(readerName), error.what());
+    }
+}
+
+void MessageDbParts::nameHandleByMail(_MsgHandle &handle)
+{
+    if (!contacts.isOpen() || !handle._ct_name.isEmpty() || !handle.id.contains(u'@'))
+        return;
+    try {
+        const _ContactInfo contact = contacts.contactForMail(handle.id);
+        handle._ct_name = contactName(contact);
+        handle._photo = contact.photo;
     } catch (const std::exception &error) {
         qWarning("%s::chats, IOSContactsMemDb error. %s", qUtf8Printable(readerName), error.what());
     }

@@ -24,6 +24,8 @@ public:
     /// Name and photo of the contact whose number is the handle's `id`; empty for a stranger. Changes
     /// nothing without an address book, and when looking up fails, which is logged.
     void nameHandle(_MsgHandle &handle);
+    /// The same for a handle whose `id` is an e-mail address, where nobody has it for a number.
+    void nameHandleByMail(_MsgHandle &handle);
 
     /// `address` in normal form by the rules of `country`, the phone's own where that is unknown. Answers
     /// are kept: addresses of messages come again and again.

@@ -1,5 +1,7 @@
 #include "messageinsertion.h"
 
+#include "extrasfields.h"
+
 #include <QStringList>
 
 #include <array>
@@ -56,9 +58,10 @@ enum Filled : uint {
     FilledCountry = 4,
     FilledAttributedBody = 8,
     FilledOtherHandle = 16,
+    FilledExtras = 32,
 };
 
-uint filledColumns(const _MsgMessage &message, bool namesOther)
+uint filledColumns(const _MsgMessage &message, bool namesOther, bool hasExtras)
 {
     uint filled = 0;
     if (!message.service_center.isEmpty())
@@ -71,10 +74,12 @@ uint filledColumns(const _MsgMessage &message, bool namesOther)
         filled |= FilledAttributedBody;
     if (namesOther)
         filled |= FilledOtherHandle;
+    if (hasExtras)
+        filled |= FilledExtras;
     return filled;
 }
 
-constexpr int mostColumns = 64;
+constexpr int mostColumns = 96;
 
 /// Takes columns with their values; the names only where the text isn't known yet.
 class InsertBuilder
@@ -99,6 +104,12 @@ public:
     {
         name(column);
         sql.addBlobParam(value);
+    }
+    void own(const ExtrasField &field, const MessageExtras &extras)
+    {
+        if (needsNames)
+            names.append(u'_' + field.column);
+        bindField(sql, field, extras);
     }
     Sqlite3Sql finish()
     {
@@ -159,6 +170,7 @@ MessageInsertion::MessageInsertion(const QString &createText)
     : writesOtherHandle(createText.contains("other_handle"_L1))
     , writesGroupTitle(createText.contains("group_title"_L1))
     , writesLogicHash(createText.contains("logic_hash"_L1))
+    , writesExtras(createText.contains("_message_summary_info"_L1))
 {
     for (const FlagColumn &column : laterColumns) {
         if (createText.contains(column.name))
@@ -169,7 +181,8 @@ MessageInsertion::MessageInsertion(const QString &createText)
 Sqlite3Sql MessageInsertion::sql(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
                                  const QString &logicHash)
 {
-    const uint filled = filledColumns(message, writesOtherHandle && otherHandleRowid > 0);
+    const uint filled =
+        filledColumns(message, writesOtherHandle && otherHandleRowid > 0, writesExtras && message.extras);
     QString &text = texts[filled];
     InsertBuilder insert(text);
     addCommonColumns(insert, message, handleRowid);
@@ -182,6 +195,10 @@ Sqlite3Sql MessageInsertion::sql(const _MsgMessage &message, qint64 handleRowid,
     addFilledColumns(insert, message, filled);
     if (filled & FilledOtherHandle)
         insert.number("other_handle"_L1, otherHandleRowid);
+    if (filled & FilledExtras) {
+        for (const ExtrasField &field : extrasFields())
+            insert.own(field, *message.extras);
+    }
     Sqlite3Sql sql = insert.finish();
     text = sql.sql();
     return sql;

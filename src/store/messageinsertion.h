@@ -23,6 +23,8 @@ public:
     Sqlite3Sql sql(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
                    const QString &logicHash);
 
+    /// Whether the file keeps what newer phones tell, as our own do.
+    bool hasExtras() const { return writesExtras; }
     bool hasLogicHash() const { return writesLogicHash; }
 
 private:
@@ -35,5 +37,6 @@ private:
     bool writesOtherHandle = false;
     bool writesGroupTitle = false;
     bool writesLogicHash = false;
+    bool writesExtras = false;
     QHash<uint, QString> texts; ///< by the columns that only some messages fill
 };

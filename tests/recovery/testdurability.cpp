@@ -80,7 +80,9 @@ bool isSound()
 {
     const bool hasHash = schema().contains(u"logic_hash TEXT"_s); // comes with its index or not at all
     const QString report = keptRows(u"pragma integrity_check"_s).join(u'\n');
-    return (report.isEmpty() || report == "ok"_L1) &&
+    const bool hasOwn = schema().contains(u"_contact TEXT"_s); // all of our own or nothing
+    return hasOwn == schema().contains(u"CREATE TABLE _part_text"_s) &&
+           (report.isEmpty() || report == "ok"_L1) &&
            hasHash == schema().contains(u"message_idx_logic_hash"_s);
 }
 
@@ -142,7 +144,8 @@ const std::array jobs = {
             importFew();
             runOn(kept().file(), u"drop index message_idx_logic_hash; alter table message drop column "
                                  "logic_hash; alter table message drop column item_type; alter table "
-                                 "chat drop column group_id"_s);
+                                 "chat drop column group_id; drop table _part_text; alter table handle drop "
+                                 "column _contact; alter table message drop column _schedule_type"_s);
         },
         [] { openLocalDatabase(kept(), QString())->openDb(); }},
 };

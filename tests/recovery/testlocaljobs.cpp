@@ -156,9 +156,15 @@ void TestLocalJobs::messagesWithoutAKnownChatAreLeftOut()
     records.list()[2]->chat->rowid = -2047483646;
     append(records.list());
     QCOMPARE(rows(u"select text from message"_s), QStringList(u"lowest known"_s));
-    records.chat(u"4"_s, u"Pigeon"_s).received(u"ends the run"_s);
-    QVERIFY(failureOf([&] { append(records.list()); }).endsWith(u"invalid chat, service_name:Pigeon"_s));
-    QCOMPARE(countsOf(file), u"1|1|1|0|1|1|0"_s);
+    records.chat(u"4"_s, u"Pigeon"_s).received(u"of any service"_s).chat(u"5"_s, {}).received(u"of none"_s);
+    append(records.list());
+    QCOMPARE(countsOf(file), u"3|3|3|0|3|3|0"_s);
+    const QString phone = file + u"-phone"_s;
+    runOn(phone, u"create table chat(guid); create table message(guid)"_s);
+    const auto intoPhone = [&] {
+        IOS6MessageDb(QDir(sample.path), phone, {}, false).insertChat(*records.last().chat);
+    };
+    QVERIFY(failureOf(intoPhone).contains(u"invalid chat, service_name:"_s));
 }
 
 void TestLocalJobs::chatsKnowTheirLatestButNoNewMembers()

@@ -35,6 +35,11 @@ void TestLocalSchema::whatAFileLacksIsAdded_data()
     const QString dropIndex = u"drop index message_idx_logic_hash;"_s;
     QString all = dropIndex + u"alter table chat drop column group_id;"_s;
     QTest::newRow("only the index") << dropIndex;
+    QTest::newRow("some of our own") << dropIndex +
+                                            u"drop table _part_text; drop trigger _keep_reacting_handles;"
+                                            "alter table handle drop column _contact;"
+                                            "alter table message drop column _schedule_type;"
+                                            "alter table attachment drop column _is_sticker;"_s;
     QTest::newRow("group_id") << all;
     for (const char *column : {"is_audio_message", "is_played", "date_played", "item_type", "other_handle",
                                "group_title", "group_action_type", "share_status", "share_direction",
@@ -49,9 +54,12 @@ void TestLocalSchema::whatAFileLacksIsAdded_data()
 void TestLocalSchema::whatAFileLacksIsAdded()
 {
     QFETCH(QString, script);
-    const QString schema = u"select type, name from sqlite_master union all select name || type, dflt_value "
-                           "from pragma_table_info('chat') union all select name || type, dflt_value from "
-                           "pragma_table_info('message') order by 1, 2"_s;
+    const QString schema =
+        u"select type, name from sqlite_master union all select name || type, dflt_value "
+        "from pragma_table_info('chat') union all select name || type, dflt_value from "
+        "pragma_table_info('message') union all select name || type, dflt_value from "
+        "pragma_table_info('handle') "
+        "union all select name || type, dflt_value from pragma_table_info('attachment') order by 1, 2"_s;
     open();
     const QStringList complete = rowsOf(path, schema);
     runOn(path, script + u"insert into message(guid) values('old')"_s);

@@ -32,6 +32,7 @@ class TestContacts : public QObject
 private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void findsPeople();
+    void findsPeopleByMail();
     void cacheIsAsOldAsItsSource();
     void cacheIsMadeAnewWhenTheSourceChanges();
     void damagedCacheIsMadeAnew();
@@ -61,6 +62,43 @@ void TestContacts::findsPeople()
     QCOMPARE(contactName(contact(u"912345678"_s)), u"Anna Maria Berg"_s);
     QCOMPARE(contactName(contact(u"+491701234567"_s)), u"José"_s);
     QCOMPARE(contactName(contact(u""_s)), QString()); // as "#*" reads once normalized
+}
+
+void TestContacts::findsPeopleByMail()
+{
+    AddressBookBuilder book(dir->path());
+    book.person(u"Anna"_s).phone(u"612345678"_s).email(u"Anna@Example.org"_s).email(u"both@example.org"_s);
+    book.person(u"Bo"_s).phone(u"612345679"_s).email(u"both@example.org"_s);
+    book.person(u"Bo at work"_s)
+        .email(u"bo@example.org"_s)
+        .email(u"home@example.org"_s)
+        .person(u"Bo at home"_s);
+    const QString file = book.email(u"home@example.org"_s).write();
+    IOSContactsMemDb(QDir(dir->path()), u"214"_s).openDb();
+    {
+        Sqlite3DB db; // as a release leaves the cache that knew no addresses
+        db.openThrow(cache(), sqliteReadWrite);
+        QString error;
+        QCOMPARE(db.exec(u"drop table mail; drop table card"_s, error), 0);
+        db.close();
+        db.openThrow(file, sqliteReadWrite);
+        const QString cards =
+            u"alter table ABPerson add column guid; update ABPerson set guid='card' || rowid;"
+            "update ABPerson set PersonLink=7 where rowid > 1"_s;
+        QCOMPARE(db.exec(cards, error), 0);
+    }
+    IOSContactsMemDb contacts(QDir(dir->path()), u"214"_s);
+    const QList<std::tuple<QString, QString, QString>> expected = {
+        {u"anna@example.ORG"_s, u"Anna"_s, u"card1"_s},
+        {u"both@example.org"_s, {}, {}}, // two people's
+        {u"home@example.org"_s, u"Bo at work"_s, u"card2"_s},
+        {u"nobody@example.org"_s, {}, {}}};
+    for (const auto &[address, name, card] : expected) {
+        QCOMPARE(contactName(contacts.contactForMail(address)), name);
+        QCOMPARE(contacts.cardOf(address), card);
+    }
+    QCOMPARE(contacts.cardOf(u"+34612345679"_s), u"card2"_s);
+    QCOMPARE(contacts.contactFor(u"anna@example.org"_s).first, QString());
 }
 
 void TestContacts::cacheIsAsOldAsItsSource()

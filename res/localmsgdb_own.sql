@@ -1,0 +1,46 @@
+-- What a Local Database holds beside the shape that phones up to iOS 9 gave it. Its columns are added by
+-- the program. All of it begins with an underscore.
+
+-- Reactions stand under their message. Of one sender the newest counts, the older ones stay.
+CREATE TABLE IF NOT EXISTS _reaction (
+    ROWID INTEGER PRIMARY KEY AUTOINCREMENT,
+    message_id INTEGER NOT NULL REFERENCES message (ROWID) ON DELETE CASCADE,
+    guid TEXT NOT NULL,
+    associated_message_type INTEGER,
+    associated_message_emoji TEXT,
+    part INTEGER,
+    is_from_me INTEGER,
+    handle_id INTEGER,
+    date INTEGER,
+    service TEXT,
+    text TEXT,
+    UNIQUE (message_id, guid)
+);
+CREATE INDEX IF NOT EXISTS _reaction_idx_handle ON _reaction(handle_id);
+
+-- Texts of parts of a message: kind 1 went to "Recently Deleted" on that date, kind 2 was what the
+-- message said until it was edited, where the phone keeps no history that tells it.
+CREATE TABLE IF NOT EXISTS _part_text (
+    message_id INTEGER NOT NULL REFERENCES message (ROWID) ON DELETE CASCADE,
+    kind INTEGER NOT NULL,
+    part INTEGER NOT NULL,
+    date INTEGER NOT NULL,
+    text TEXT,
+    UNIQUE (message_id, kind, part, date)
+);
+
+CREATE INDEX IF NOT EXISTS _message_idx_delete_date ON message(_delete_date) WHERE _delete_date > 0;
+
+-- Who only reacts stands in no chat and sent no message.
+CREATE TRIGGER IF NOT EXISTS _keep_reacting_handles BEFORE DELETE ON handle
+    WHEN (SELECT 1 from _reaction WHERE handle_id = old.ROWID LIMIT 1) IS NOT NULL
+BEGIN
+    SELECT RAISE(IGNORE);
+END;
+
+CREATE TRIGGER IF NOT EXISTS _clean_reacting_handles AFTER DELETE ON _reaction
+BEGIN
+    DELETE FROM handle WHERE handle.ROWID = old.handle_id
+        AND (SELECT 1 from chat_handle_join WHERE handle_id = old.handle_id LIMIT 1) IS NULL
+        AND (SELECT 1 from message WHERE handle_id = old.handle_id LIMIT 1) IS NULL;
+END;

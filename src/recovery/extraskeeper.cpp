@@ -1,0 +1,146 @@
+#include "extraskeeper.h"
+
+#include "ios6messagedb.h"
+#include "messagestore.h"
+#include "messagesummary.h"
+#include "messagetext.h"
+#include "reactions.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+bool tells(const QList<MessageEdit> &edits, const MessageEdit &state)
+{
+    return std::any_of(edits.begin(), edits.end(), [&](const MessageEdit &edit) {
+        return edit.part == state.part && edit.date == state.date && edit.text == state.text;
+    });
+}
+
+bool tellsText(const QList<MessageEdit> &edits, const QString &text)
+{
+    return std::any_of(edits.begin(), edits.end(),
+                       [&](const MessageEdit &edit) { return edit.text == text; });
+}
+
+bool isInRecentlyDeleted(const _MsgMessage &message)
+{
+    return message.extras && message.extras->delete_date != 0;
+}
+
+} // namespace
+
+ExtrasKeeper::ExtrasKeeper(IOS6MessageDb &target, HandleRowid handles)
+    : db(target), rows(target), handleRowid(std::move(handles))
+{
+}
+
+void ExtrasKeeper::begin()
+{
+    isKeeping = db.keepsExtras();
+    deleted = isKeeping ? rows.recentlyDeleted() : QSet<qint64>();
+    lost = isKeeping ? rows.withoutConversation() : QSet<qint64>();
+}
+
+bool ExtrasKeeper::takeReaction(const _MsgMessage &message)
+{
+    if (!isKeeping || !message.extras || !isReactionType(message.extras->associated_message_type))
+        return false;
+    const ReactionRow row = reactionRowOf(message);
+    const qint64 target = db.messageRowid(row.guid);
+    if (target == 0)
+        return false;
+    if (!isRemovalType(row.reaction.associated_message_type))
+        addReaction(target, row.reaction);
+    return true;
+}
+
+void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
+{
+    if (isKeeping && message.extras)
+        addRows(messageId, message);
+}
+
+void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known)
+{
+    if (!isKeeping)
+        return;
+    if (message.extras)
+        addRows(messageId, message);
+    if (message.extras || known == KnownBy::Guid)
+        addChange(messageId, message, hash);
+}
+
+bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId)
+{
+    const bool isBack = !isInRecentlyDeleted(message) && deleted.remove(messageId);
+    if (isBack)
+        rows.takeBackDeletion(messageId);
+    const bool isFound = !isNoConversation(*message.chat) && lost.remove(messageId);
+    if (isFound)
+        rows.moveToChat(messageId, chatId);
+    return isBack || isFound;
+}
+
+void ExtrasKeeper::finish()
+{
+    if (isKeeping)
+        rows.dropEmptyNoConversation();
+}
+
+void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)
+{
+    for (const MessageReaction &reaction : std::as_const(message.extras->reactions))
+        addReaction(messageId, reaction);
+    for (const MessageEdit &part : std::as_const(message.extras->deletedParts))
+        rows.addPartText(messageId, LocalExtras::PartText::Deleted, part);
+    addStates(messageId, message);
+}
+
+void ExtrasKeeper::addReaction(qint64 messageId, const MessageReaction &reaction)
+{
+    rows.addReaction(messageId, reaction, reaction.handle ? handleRowid(*reaction.handle) : 0);
+    rows.removeReactionLine(reaction.guid);
+}
+
+// Of a message out of another Local Database: what its summary doesn't tell.
+void ExtrasKeeper::addStates(qint64 messageId, const _MsgMessage &message)
+{
+    const MessageExtras &extras = *message.extras;
+    if (extras.edits.isEmpty())
+        return;
+    const QList<MessageEdit> summary = messageSummaryOf(extras.message_summary_info).edits;
+    for (const MessageEdit &edit : extras.edits) {
+        if (edit.text != message.text && !tells(summary, edit))
+            rows.addPartText(messageId, LocalExtras::PartText::BeforeEdit, edit);
+    }
+}
+
+void ExtrasKeeper::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
+{
+    const MessageExtras none;
+    const MessageExtras &extras = message.extras ? *message.extras : none;
+    const KeptMessage kept = rows.kept(messageId);
+    const int changed = std::max(extras.date_edited, extras.date_retracted);
+    if (message.extras && (changed > kept.changed || !kept.hasExtras))
+        rows.updateExtras(messageId, extras);
+    if (plainText(message).isEmpty() || message.text == kept.text)
+        return;
+    // A message of an older phone stays as it came in first.
+    if (changed > kept.changed || (kept.text.isEmpty() && kept.hasExtras)) {
+        addStateBefore(messageId, {0, kept.date, kept.text}, extras.edits);
+        rows.updateText(messageId, message, hash);
+    } else if (changed < kept.changed) {
+        addStateBefore(messageId, {0, message.date, message.text},
+                       messageSummaryOf(kept.message_summary_info).edits);
+    }
+}
+
+void ExtrasKeeper::addStateBefore(qint64 messageId, const MessageEdit &state,
+                                  const QList<MessageEdit> &history)
+{
+    if (!state.text.isEmpty() && !tellsText(history, state.text))
+        rows.addPartText(messageId, LocalExtras::PartText::BeforeEdit, state);
+}

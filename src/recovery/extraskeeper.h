@@ -1,0 +1,59 @@
+#pragma once
+
+#include "localextras.h"
+#include "messagerecords.h"
+
+#include <QSet>
+#include <QString>
+
+#include <functional>
+
+class IOS6MessageDb;
+
+/// Keeps in a Local Database what newer phones tell of a message beside its own row. A message that is
+/// there already gets what came since; nothing that was kept is taken away. A target of another shape
+/// holds none of it: all calls then do nothing.
+///
+/// - A reaction is known by its guid. Which of several by one sender counts is told on reading.
+/// - A later edit brings its text, the text before it stays in the history. A message that was unsent
+///   since keeps its text, and says that it was unsent.
+/// - A message stands in "Recently Deleted", or without a conversation, as long as no source has it
+/// elsewhere.
+class ExtrasKeeper
+{
+public:
+    /// The row of a handle in the target, which is inserted if need be.
+    using HandleRowid = std::function<qint64(const _MsgHandle &)>;
+
+    ExtrasKeeper(IOS6MessageDb &target, HandleRowid handleRowid);
+
+    /// Call it when the run begins.
+    void begin();
+    /// Whether `message` is a reaction whose own message the source lacks, but not the target: it is put
+    /// there and is no message any more.
+    bool takeReaction(const _MsgMessage &message);
+    void addToNew(qint64 messageId, const _MsgMessage &message);
+    /// `hash` is the `logicHash` of `message`. `known` tells by what it is known to be the message of that
+    /// row.
+    enum class KnownBy { Content, Guid };
+    void addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known);
+    /// Whether the message has left "Recently Deleted" or the chat of those without a conversation: `chatId`,
+    /// the row of its chat, has it now.
+    bool hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId);
+    /// Call it when the run ends.
+    void finish();
+
+private:
+    void addRows(qint64 messageId, const _MsgMessage &message);
+    void addReaction(qint64 messageId, const MessageReaction &reaction);
+    void addStates(qint64 messageId, const _MsgMessage &message);
+    void addStateBefore(qint64 messageId, const MessageEdit &state, const QList<MessageEdit> &history);
+    void addChange(qint64 messageId, const _MsgMessage &message, const QString &hash);
+
+    IOS6MessageDb &db;
+    LocalExtras rows;
+    HandleRowid handleRowid;
+    bool isKeeping = false;
+    QSet<qint64> deleted; ///< in "Recently Deleted"
+    QSet<qint64> lost;    ///< without a conversation
+};

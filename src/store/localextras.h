@@ -1,0 +1,64 @@
+#pragma once
+
+#include "messagerecords.h"
+
+#include <QSet>
+#include <QString>
+
+#include <optional>
+
+class Sqlite3DB;
+
+/// What a Local Database says now about a message of which something new came in.
+struct KeptMessage {
+    QString text;
+    int date = 0;
+    bool hasExtras = false; ///< false too where it came in before there were any
+    int changed = 0;        ///< when it was last edited or unsent; 0 for never
+    QByteArray message_summary_info;
+};
+
+/// The rows in which a Local Database keeps what newer phones tell of a message beside its own row. All
+/// calls throw `std::runtime_error`.
+class LocalExtras
+{
+public:
+    enum class PartText { Deleted = 1, BeforeEdit = 2 };
+
+    explicit LocalExtras(Sqlite3DB &database) : db(database) {}
+
+    /// Selects the handles that stand in no chat: of reactions, of messages without a conversation, and of
+    /// partners who write in one chat by several services.
+    static const char *looseHandles;
+    /// Gives the messages of `store` their reactions and texts of parts.
+    void read(_MsgStore &store);
+
+    /// A reaction that is there already, by its guid, stays single.
+    void addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId);
+    /// Deletes the message as which a reaction came in when its own message was not there.
+    void removeReactionLine(const QString &guid);
+    void addPartText(qint64 messageId, PartText kind, const MessageEdit &text);
+
+    KeptMessage kept(qint64 messageId);
+    /// Writes all columns of extras but the date of deletion.
+    void updateExtras(qint64 messageId, const MessageExtras &extras);
+    void updateText(qint64 messageId, const _MsgMessage &message, const QString &logicHash);
+
+    /// Messages that stand in "Recently Deleted".
+    QSet<qint64> recentlyDeleted();
+    void takeBackDeletion(qint64 messageId);
+
+    /// Messages that stand in the made-up chat of those without a conversation.
+    QSet<qint64> withoutConversation();
+    /// Moves one of them to the chat that it belongs to.
+    void moveToChat(qint64 messageId, qint64 chatId);
+    /// Deletes that made-up chat when nothing stands in it.
+    void dropEmptyNoConversation();
+
+private:
+    void readReactions(_MsgStore &store);
+    void readPartTexts(_MsgStore &store);
+    QSet<qint64> rowids(const char *sql);
+
+    Sqlite3DB &db;
+};

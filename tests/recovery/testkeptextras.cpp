@@ -1,0 +1,278 @@
+// What newer phones tell of messages, in a Local Database and back.
+
+#include "backupsmsthread.h"
+#include "deletemessagesthread.h"
+#include "ios6messagedb.h"
+#include "localdbtools.h"
+#include "messagestore.h"
+#include "messagetext.h"
+#include "openmessagedb.h"
+#include "smsdbbuilder.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString ann = u"+34612345678"_s;
+const QString ben = u"+34612345679"_s;
+
+using Phone = std::function<SmsDbBuilder(const QDir &)>;
+
+_MsgStorePtr storeOf(AbsIOSMessageDb &db)
+{
+    _MsgStorePtr store(new _MsgStore);
+    db.messages(store, 0);
+    return store;
+}
+
+QString told(const QList<MessageEdit> &edits)
+{
+    QStringList texts;
+    for (const MessageEdit &edit : edits)
+        texts.append(u"%1@%2:%3"_s.arg(edit.part).arg(edit.date).arg(edit.text));
+    return texts.join(u',');
+}
+
+QString told(const QList<MessageReaction> &reactions)
+{
+    QStringList texts;
+    for (const MessageReaction &one : reactions)
+        texts.append(u"%1%2 on %3 by %4 at %5 %6 %7 %8"_s.arg(one.associated_message_type)
+                         .arg(one.associated_message_emoji, QString::number(one.part),
+                              one.handle ? one.handle->id : QString::number(one.is_from_me),
+                              QString::number(one.date), one.service, one.text, one.guid));
+    return texts.join(u',');
+}
+
+QString toldExtras(const MessageExtras &extras)
+{
+    QStringList numbers;
+    for (const int number :
+         {extras.associated_message_type, extras.date_edited, extras.date_retracted, extras.delete_date,
+          extras.schedule_type, int(extras.isTextUndecodable), int(extras.hasNewerEvent)})
+        numbers.append(QString::number(number));
+    for (const int part : extras.retractedParts)
+        numbers.append(u"unsent %1"_s.arg(part));
+    const QString blobs =
+        QString::fromLatin1(extras.payload_data.toHex() + extras.message_summary_info.toHex());
+    return QStringList{told(extras.reactions),
+                       told(extras.edits),
+                       told(extras.deletedParts),
+                       numbers.join(u' '),
+                       blobs,
+                       extras.thread_originator_guid,
+                       extras.thread_originator_part,
+                       extras.reply_to_guid,
+                       extras.originatorWords,
+                       extras.associated_message_guid,
+                       extras.associated_message_emoji,
+                       extras.balloon_bundle_id,
+                       extras.expressive_send_style_id}
+        .join(u'|');
+}
+
+/// All that is told of each message, sorted.
+QStringList told(const _MsgStorePtr &store)
+{
+    QStringList lines;
+    for (const _MsgMessage *message : allMessages(store))
+        lines.append(QStringList{message->guid, renderText(*message), message->text, message->service,
+                                 message->chat->chat_identifier, message->chat->service_name,
+                                 senderLabel(*message), QString::number(message->chat->_last),
+                                 message->handle ? message->handle->id : u"me"_s, logicHash(*message),
+                                 message->extras ? toldExtras(*message->extras) : u"plain"_s}
+                         .join(u'|'));
+    lines.sort();
+    return lines;
+}
+
+/// Every message with what people are told of it beyond its text, short.
+QStringList toldShort(const _MsgStorePtr &store)
+{
+    QStringList lines;
+    for (const _MsgMessage *message : allMessages(store)) {
+        QStringList words = {message->text};
+        const MessageExtras extras = message->extras ? *message->extras : MessageExtras();
+        for (const MessageReaction &reaction : extras.reactions)
+            words.append(QString::number(reaction.associated_message_type));
+        for (const MessageEdit &edit : extras.edits)
+            words.append(u"said "_s + edit.text);
+        if (!extras.retractedParts.isEmpty())
+            words.append(u"unsent"_s);
+        if (extras.delete_date != 0)
+            words.append(u"deleted"_s);
+        if (isNoConversation(*message->chat))
+            words.append(u"lost"_s);
+        lines.append(words.join(u' '));
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestKeptExtras : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void everythingReadsBackAlike();
+    void whatCameSinceIsAdded_data();
+    void whatCameSinceIsAdded();
+    void aMessageTakesItsReactionsAlong();
+
+private:
+    void import(const Phone &phone);
+    std::unique_ptr<AbsIOSMessageDb> kept() const
+    {
+        return std::make_unique<IOS6MessageDb>(QDir(dir->path()), file, QString(), true);
+    }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    QString file;
+};
+
+void TestKeptExtras::init()
+{
+    dir = std::make_unique<QTemporaryDir>();
+    file = dir->filePath(u"kept.db"_s);
+}
+
+void TestKeptExtras::import(const Phone &phone)
+{
+    const QTemporaryDir root;
+    phone(QDir(root.path())).write();
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(root.path()), u"214"_s);
+    RecordingProgress progress;
+    backupMessages(allMessages(storeOf(*db)), QDir(dir->path()), file, progress);
+}
+
+void TestKeptExtras::everythingReadsBackAlike()
+{
+    SmsDbBuilder phone(QDir(dir->path()), IosVersion::Ios26);
+    phone.chat(ann, u"RCS"_s).received(u"Hi 🎉"_s).reaction(2006, u"🚀"_s).ownReaction(2001).aimedAt(u"bp:"_s);
+    phone.reply(u"re"_s).effect(u"com.apple.MobileSMS.expressivesend.impact"_s).ownReply(u"re re"_s);
+    phone.sent(u"a"_s).edited(u"b"_s).edited(u"c"_s).sent(u"x"_s).unsent().sent(u"two"_s).unsentPart(1);
+    phone.sent(u"w"_s).editedWithoutHistory().received(u"z"_s).deletedPart(0, u"gone"_s).received(u"y"_s);
+    phone.recentlyDeleted().sent(u"later"_s).sendLater().received(u"old"_s).inSeconds();
+    phone.balloon(u"com.apple.messages.Polls"_s, "payload").received(u"lost target"_s);
+    phone.reaction(2000).aimedAt(u"p:0/nobody"_s);
+    phone.received(u"cut"_s).with([](SampleMessage &message) {
+        message.text = QString();
+        message.attributedBody = "\x04\x0bstreamtyped";
+    });
+    phone.group({ann, ben}, u"iMessage"_s).receivedFrom(ben, u"g"_s).reactionBy(ann, 4000);
+    phone.event(4, ben).event(3, ann).chat(ann, u"Telepathy"_s).received(u"t"_s).recentlyDeleted();
+    phone.noChat().receivedFrom(ben, u"orphan"_s).reactionBy(u"+34699999999"_s, 2003).write();
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(dir->path()), u"214"_s);
+    const _MsgStorePtr store = storeOf(*db);
+    RecordingProgress progress;
+    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    const _MsgStorePtr back = storeOf(*kept());
+    QCOMPARE(told(back), told(store));
+    QVERIFY(told(back).join(u'\n').contains(u"+34699999999"_s));
+
+    // Again, and then out of the Local Database into another.
+    const QString all = u"select * from message, _reaction, chat"_s;
+    const QStringList before = rowsOf(file, all);
+    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    QCOMPARE(rowsOf(file, all), before);
+    file += u"2"_s;
+    backupMessages(allMessages(back), QDir(dir->path()), file, progress);
+    QCOMPARE(told(storeOf(*kept())), told(store));
+}
+
+void TestKeptExtras::whatCameSinceIsAdded_data()
+{
+    QTest::addColumn<Phone>("earlier");
+    QTest::addColumn<Phone>("later");
+    QTest::addColumn<QStringList>("expected"); // whichever comes in first
+    using Change = std::function<void(SmsDbBuilder &)>;
+    const auto row = [](const char *name, const Change &before, const Change &after,
+                        const QStringList &expected) {
+        const auto phone = [](const Change &change) -> Phone {
+            return [change](const QDir &root) {
+                SmsDbBuilder builder(root, IosVersion::Ios18);
+                builder.chat(ann, u"iMessage"_s);
+                change(builder);
+                return builder;
+            };
+        };
+        QTest::newRow(name) << phone(before) << phone(after) << expected;
+    };
+    const auto hi = [](SmsDbBuilder &phone) { phone.received(u"hi"_s).guid(u"G"_s); };
+    row("a reaction", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2001); }, {u"hi 2001"_s});
+    row(
+        "another instead", [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2001).guid(u"R1"_s); },
+        [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2003).guid(u"R2"_s).at(389200000); },
+        {u"hi 2003"_s});
+    row(
+        "a reaction whose message was missing",
+        [](SmsDbBuilder &phone) {
+            phone.received(u"other"_s).received(u"hi"_s).guid(u"G"_s).reaction(2001).guid(u"R"_s).erased();
+        },
+        [&](SmsDbBuilder &phone) {
+            phone.received(u"other"_s), hi(phone), phone.reaction(2001).guid(u"R"_s);
+        },
+        {u"other"_s, u"hi 2001"_s});
+    row("an edit", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
+        {u"ho said hi said ho"_s});
+    row(
+        "a further edit", [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
+        [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s).edited(u"ha"_s); },
+        {u"ha said hi said ho said ha"_s});
+    row("that it was edited, the text before is nowhere else", hi,
+        [](SmsDbBuilder &phone) { phone.received(u"ho"_s).guid(u"G"_s).editedWithoutHistory(); },
+        {u"ho said hi said ho"_s});
+    row("that it was unsent, the text stays", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.unsent(); },
+        {u"hi unsent"_s});
+    row("it went to Recently Deleted and stays", hi,
+        [&](SmsDbBuilder &phone) { hi(phone), phone.recentlyDeleted(); }, {u"hi"_s});
+    row("it lost its conversation and stays in it", hi,
+        [&](SmsDbBuilder &phone) { phone.noChat(), hi(phone), phone.reactionBy(ann, 2001); }, {u"hi 2001"_s});
+}
+
+void TestKeptExtras::whatCameSinceIsAdded()
+{
+    QFETCH(Phone, earlier);
+    QFETCH(Phone, later);
+    QFETCH(QStringList, expected);
+    expected.sort();
+    for (const bool inOrder : {true, false}) {
+        init();
+        for (const Phone &phone : {inOrder ? earlier : later, inOrder ? later : earlier, later, earlier})
+            import(phone);
+        QStringList found = toldShort(storeOf(*kept()));
+        found.sort();
+        QCOMPARE(found, expected);
+    }
+}
+
+void TestKeptExtras::aMessageTakesItsReactionsAlong()
+{
+    import([](const QDir &root) {
+        SmsDbBuilder phone(root, IosVersion::Ios18);
+    phone.chat(ann)
+        .received(u"goes"_s)
+        .reactionBy(ben, 2000)
+        .reactionBy(u"+34600"_s, 2000)
+        .deletedPart(0, u"x"_s);
+    phone.received(u"stays"_s).reactionBy(ben, 2001);
+    return phone;
+});
+IOS6MessageDb db(QDir(dir->path()), file, QString(), true);
+RecordingProgress progress;
+deleteMessages(db, allMessages(storeOf(db)).first(1), progress);
+db.close();
+QCOMPARE(toldShort(storeOf(*kept())), QStringList(u"stays 2001"_s));
+QCOMPARE(rowsOf(file, u"select count(*) from _reaction union all select count(*) from _part_text union all "
+                      "select group_concat(id) from (select id from handle order by id)"_s),
+         QStringList({u"1"_s, u"0"_s, ann + u',' + ben}));
+}
+
+QTEST_GUILESS_MAIN(TestKeptExtras)
+#include "testkeptextras.moc"
