@@ -73,11 +73,12 @@ _MsgStorePtr load(const QDir &root)
 }
 
 // Freeing records is no part of reading them.
-void compareReading(const char *name, const QDir &root, const std::vector<const char *> &statements)
+void compareReading(const char *name, double limit, const QDir &root,
+                    const std::vector<const char *> &statements)
 {
     std::vector<_MsgStorePtr> kept;
     compareWithFloor(
-        name, 2.0, rounds, [&] { kept.push_back(load(root)); },
+        name, limit, rounds, [&] { kept.push_back(load(root)); },
         [&] { stepStatements(messageDbPath(root), statements); });
 }
 
@@ -122,6 +123,16 @@ const std::vector<const char *> statementsOfIos6 = {
     "select j.chat_id, h.* from chat_handle_join as j inner join handle as h on j.handle_id = h.rowid",
     "select j.chat_id, m.* from chat_message_join as j inner join message as m on j.message_id = m.rowid and "
     "m.item_type <> 4"};
+const std::vector<const char *> statementsOfIos26 = {
+    "select * from chat",
+    "select j.chat_id, max(case when m.date >= 1000000000000 then m.date / 1000000000 else m.date end) as "
+    "last "
+    "from chat_message_join as j inner join message as m on j.message_id = m.rowid where "
+    "coalesce(m.associated_message_type, 0) < 1000 group by j.chat_id",
+    "select j.chat_id, h.* from chat_handle_join as j inner join handle as h on j.handle_id = h.rowid",
+    "select j.chat_id, m.* from chat_message_join as j inner join message as m on j.message_id = m.rowid",
+    "select j.chat_id, j.delete_date, m.* from chat_recoverable_message_join as j inner join message as m on "
+    "j.message_id = m.rowid"};
 const std::vector<const char *> statementsOfIos5 = {
     "select g.*,m.date-978307200 as last_date from msg_group as g inner join message as m on "
     "g.newest_message=m.rowid",
@@ -145,8 +156,12 @@ int main(int argc, char *argv[])
     writePhone(ios5.path(), IosVersion::Ios5, count);
 
     measureMemory("memory of a store of messages, iOS 8", ios8.path());
-    compareReading("reading chats and messages, iOS 8", ios8.path(), statementsOfIos6);
-    compareReading("reading chats and messages, iOS 5", ios5.path(), statementsOfIos5);
+    compareReading("reading chats and messages, iOS 8", 2.0, ios8.path(), statementsOfIos6);
+    compareReading("reading chats and messages, iOS 5", 2.0, ios5.path(), statementsOfIos5);
+    const QTemporaryDir ios26;
+    writePhone(ios26.path(), IosVersion::Ios26, count);
+    measureMemory("memory of a store of messages, iOS 26", ios26.path());
+    compareReading("reading chats and messages, iOS 26", 1.5, ios26.path(), statementsOfIos26);
     const _MsgStorePtr store = load(ios8.path());
     measureSort(store);
     const QList<_MsgMessage *> all = allMessages(store);

@@ -255,5 +255,281 @@
         <source>IDS_YOU</source>
         <translation>You</translation>
     </message>
+    <message>
+        <source>IDS_SOMEBODY</source>
+        <translation>Somebody</translation>
+    </message>
+    <message>
+        <source>IDS_YOU_AS_OBJECT</source>
+        <translation>you</translation>
+    </message>
+    <message>
+        <source>IDS_THIS</source>
+        <translation>this</translation>
+    </message>
+    <message>
+        <source>IDS_PART_%1_OF_THIS</source>
+        <translation>part %1 of this</translation>
+    </message>
+    <message>
+        <source>IDS_MESSAGE_NOT_HERE</source>
+        <translation>a message that isn't here</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_STICKER_ON_%2</source>
+        <translation>%1 put a sticker on %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_LOVED_%2</source>
+        <translation>%1 loved %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_LIKED_%2</source>
+        <translation>%1 liked %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_DISLIKED_%2</source>
+        <translation>%1 disliked %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_LAUGHED_AT_%2</source>
+        <translation>%1 laughed at %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_EMPHASIZED_%2</source>
+        <translation>%1 emphasized %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_QUESTIONED_%2</source>
+        <translation>%1 questioned %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_TO_%2_WITH_%3</source>
+        <translation>%1 reacted to %2 with %3</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_TO_%2_WITH_STICKER</source>
+        <translation>%1 reacted to %2 with a sticker</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_VOTED_IN_%2</source>
+        <translation>%1 voted in %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_TOOK_BACK_TO_%2</source>
+        <translation>%1 took back a reaction to %2</translation>
+    </message>
+    <message>
+        <source>IDS_REACTION_%1_TO_%2_UNKNOWN_%3</source>
+        <translation>%1 reacted to %2 (kind %3)</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_SLAM</source>
+        <translation>Slam</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_LOUD</source>
+        <translation>Loud</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_GENTLE</source>
+        <translation>Gentle</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_INVISIBLE_INK</source>
+        <translation>Invisible Ink</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_ECHO</source>
+        <translation>Echo</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_SPOTLIGHT</source>
+        <translation>Spotlight</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_BALLOONS</source>
+        <translation>Balloons</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_CONFETTI</source>
+        <translation>Confetti</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_HEART</source>
+        <translation>Heart</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_LASERS</source>
+        <translation>Lasers</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_FIREWORKS</source>
+        <translation>Fireworks</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_SHOOTING_STAR</source>
+        <translation>Shooting Star</translation>
+    </message>
+    <message>
+        <source>IDS_EFFECT_SPARKLES</source>
+        <translation>Sparkles</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_LINK</source>
+        <translation>Link</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_HANDWRITING</source>
+        <translation>Handwritten message</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_DIGITAL_TOUCH</source>
+        <translation>Digital Touch message</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_PAYMENT</source>
+        <translation>Apple Cash</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_ACTIVITY</source>
+        <translation>Activity</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_PHOTOS</source>
+        <translation>Shared photos</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_CHECK_IN</source>
+        <translation>Check In</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_LOCATION</source>
+        <translation>Location</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_POLL</source>
+        <translation>Poll</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_BUSINESS</source>
+        <translation>Business message</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_DRAWING</source>
+        <translation>Drawing</translation>
+    </message>
+    <message>
+        <source>IDS_BALLOON_APP_%1</source>
+        <translation>Message from app %1</translation>
+    </message>
+    <message>
+        <source>IDS_BODY_UNREADABLE</source>
+        <translation>The text of this message can't be read.</translation>
+    </message>
+    <message>
+        <source>IDS_TEXT_UNREADABLE</source>
+        <translation>(can't be read)</translation>
+    </message>
+    <message>
+        <source>IDS_REPLY_TO_%1</source>
+        <translation>Reply to %1</translation>
+    </message>
+    <message>
+        <source>IDS_SENT_WITH_%1</source>
+        <translation>Sent with %1</translation>
+    </message>
+    <message>
+        <source>IDS_EDITED</source>
+        <translation>Edited</translation>
+    </message>
+    <message>
+        <source>IDS_EDITED_%1</source>
+        <translation>Edited, %1</translation>
+    </message>
+    <message>
+        <source>IDS_EDIT_BEFORE_%1_%2</source>
+        <translation>Before, %1: %2</translation>
+    </message>
+    <message>
+        <source>IDS_UNSENT_%1</source>
+        <translation>Unsent, %1</translation>
+    </message>
+    <message>
+        <source>IDS_PART_UNSENT_%1</source>
+        <translation>A part of this was unsent, %1</translation>
+    </message>
+    <message>
+        <source>IDS_PART_DELETED_%1_%2</source>
+        <translation>A part of this was recently deleted, %1: %2</translation>
+    </message>
+    <message>
+        <source>IDS_TO_BE_SENT_LATER</source>
+        <translation>To be sent later</translation>
+    </message>
+    <message>
+        <source>IDS_RECENTLY_DELETED_%1</source>
+        <translation>Recently deleted, %1</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_ADDED_%2</source>
+        <translation>%1 added %2 to the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_REMOVED_%2</source>
+        <translation>%1 removed %2 from the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_CHANGED_NUMBER</source>
+        <translation>%1 changed phone number.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_NAMED_%2</source>
+        <translation>%1 named the conversation "%2".</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_REMOVED_NAME</source>
+        <translation>%1 removed the name of the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_LEFT</source>
+        <translation>%1 left the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_CHANGED_PHOTO</source>
+        <translation>%1 changed the photo of the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_REMOVED_PHOTO</source>
+        <translation>%1 removed the photo of the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_CHANGED_BACKGROUND</source>
+        <translation>%1 changed the background of the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_REMOVED_BACKGROUND</source>
+        <translation>%1 removed the background of the conversation.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_STARTED_SHARING_WITH_%2</source>
+        <translation>%1 started sharing location with %2.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_STOPPED_SHARING_WITH_%2</source>
+        <translation>%1 stopped sharing location with %2.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_KEPT_AUDIO</source>
+        <translation>%1 kept an audio message.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_%1_CALL</source>
+        <translation>%1 started a FaceTime or SharePlay session.</translation>
+    </message>
+    <message>
+        <source>IDS_EVENT_UNKNOWN_%1_%2</source>
+        <translation>System Information (%1, %2).</translation>
+    </message>
 </context>
 </TS>

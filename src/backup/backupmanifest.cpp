@@ -38,7 +38,7 @@ PlistValue readPlist(const QString &path)
 bool isSnapshotFinished(const QDir &folder)
 {
     QFile file(folder.absoluteFilePath(u"Status.plist"_s));
-    if (!file.exists())
+    if (!QFileInfo(file).isFile())
         return true;
     const PlistValue state =
         PlistValue::parse(readWholeFile(file, largestPlist), true).value(u"SnapshotState"_s);

@@ -1,7 +1,9 @@
 #include "itunescachesmsthread.h"
 
 #include "backupmanifest.h"
+#include "cacheroom.h"
 #include "datalocations.h"
+#include "diskroom.h"
 #include "jobprogress.h"
 #include "messagecache.h"
 #include "openmessagedb.h"
@@ -105,6 +107,8 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     if (!folders.sms)
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
     checkDatabase(manifest);
+    // Before anything is touched: a person with a hundred gigabytes of videos is told at once.
+    checkRoomThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
     QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
     QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
     lockThrow(lock, cacheDir);

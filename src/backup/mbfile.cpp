@@ -2,6 +2,7 @@
 
 #include "binaryplist.h"
 
+#include <cstring>
 #include <limits>
 
 namespace
@@ -56,31 +57,38 @@ private:
     Object objects;
 };
 
+// With the length known, the compiler compares without a call.
+template <size_t size>
+bool isKey(QByteArrayView key, const char (&name)[size])
+{
+    return key.size() == size - 1 && std::memcmp(key.data(), name, size - 1) == 0;
+}
+
 void takeField(MbFile &file, const KeyedArchive &archive, QByteArrayView key, const Object &value)
 {
-    if (key == "Size")
+    if (isKey(key, "Size"))
         file.size = archive.number<quint64>(value);
-    else if (key == "Mode")
+    else if (isKey(key, "Mode"))
         file.mode = archive.number<quint16>(value);
-    else if (key == "InodeNumber")
+    else if (isKey(key, "InodeNumber"))
         file.inode = archive.number<quint64>(value);
-    else if (key == "UserID")
+    else if (isKey(key, "UserID"))
         file.userId = archive.number<quint32>(value);
-    else if (key == "GroupID")
+    else if (isKey(key, "GroupID"))
         file.groupId = archive.number<quint32>(value);
-    else if (key == "LastModified")
+    else if (isKey(key, "LastModified"))
         file.lastModified = archive.number<quint32>(value);
-    else if (key == "LastStatusChange")
+    else if (isKey(key, "LastStatusChange"))
         file.lastStatusChange = archive.number<quint32>(value);
-    else if (key == "Birth")
+    else if (isKey(key, "Birth"))
         file.birth = archive.number<quint32>(value);
-    else if (key == "ProtectionClass")
+    else if (isKey(key, "ProtectionClass"))
         file.protectionClass = archive.number<quint8>(value);
-    else if (key == "EncryptionKey")
+    else if (isKey(key, "EncryptionKey"))
         file.encryptionKey = archive.data(value);
-    else if (key == "Digest")
+    else if (isKey(key, "Digest"))
         file.digest = archive.data(value);
-    else if (key == "Target")
+    else if (isKey(key, "Target"))
         file.target = textOf(archive.resolved(value));
 }
 

@@ -1,6 +1,7 @@
 #include "messagecache.h"
 
 #include "backupmanifest.h"
+#include "diskroom.h"
 #include "filetools.h"
 #include "jobprogress.h"
 #include "readernames.h"
@@ -41,6 +42,17 @@ void makeFolder(const QString &path)
 std::filesystem::path nativePath(const QString &path)
 {
     return path.toStdU16String();
+}
+
+/// A video may take minutes.
+void reportBlock(qint64 total, qint64 done, void *userData)
+{
+    constexpr qint64 largeFile = 64 * 1024 * 1024; // bytes; so is the next
+    constexpr qint64 step = 4 * 1024 * 1024;
+    auto &progress = *static_cast<JobProgress *>(userData);
+    throwIfCancelled(progress);
+    if (total >= largeFile && done % step == 0)
+        progress.updateProgress({}, -1, u"%1 / %2"_s.arg(sizeText(done), sizeText(total)));
 }
 
 const _ManifestNode *sibling(const _ManifestNode &node, const QString &name)
@@ -134,7 +146,7 @@ bool MessageCache::isCurrent(int lastDate, int date, const QString &copy) const
 // Under its own name a file is whole or isn't there, also when the program is killed.
 void MessageCache::replaceFile(const _ManifestNode &node, const QString &target)
 {
-    manifest.extractFile(&node, half);
+    manifest.extractFile(&node, half, &progress, reportBlock);
     if (QFileInfo(target).isDir()) // an empty file in an earlier state of the backup
         QDir(target).removeRecursively();
     std::error_code error;

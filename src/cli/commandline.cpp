@@ -37,6 +37,9 @@ const QList<OptionSyntax> selectionOptions = {
 const QList<OptionSyntax> orderOptions = {
     {"newest-first", nullptr, "The newest message comes first."},
 };
+const QList<OptionSyntax> missingOptions = {
+    {"missing", nullptr, "Only those whose file isn't in the backup."},
+};
 const QList<OptionSyntax> textOptions = {
     {"emoji", nullptr, "Emoji stay as they are; without it \"[EMOJI]\" stands for each."},
 };
@@ -72,6 +75,9 @@ const QList<CommandSyntax> &commandTable()
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions},
         {"messages", "SOURCE", "The messages of a source.",
          sourceOptions + selectionOptions + orderOptions + textOptions},
+        {"attachments", "SOURCE",
+         "The attachments of a source, then how many there are and how many are missing.",
+         sourceOptions + selectionOptions + orderOptions + missingOptions},
         {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, gapsDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + selectionOptions + orderOptions + textOptions + exportOptions},
@@ -151,6 +157,7 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.newestFirst = isSet("newest-first");
     line.recovered = isSet("recovered");
     line.emoji = isSet("emoji") ? EmojiStyle::Characters : EmojiStyle::Markers;
+    line.missing = isSet("missing");
     return line;
 }
 

@@ -16,6 +16,7 @@ struct CommandLine {
     QStringList chats;    ///< `chat_identifier`s asked for; empty means all
     bool newestFirst = false;
     bool recovered = false; ///< with the deleted messages found earlier
+    bool missing = false;   ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;

@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "absmessagedb.h"
+#include "attachmentscommand.h"
 #include "backupdiscovery.h"
 #include "backupmanifest.h"
 #include "backupsmsthread.h"
@@ -82,12 +83,9 @@ CommandResult messagesCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
-    // A text message of iOS 5 has no identifier: the one in its record is made up anew on every load.
-    const bool smsHasGuid = source.db->dbVersion() != 5;
-    for (const ListedMessage &listed : listedMessages(source, line)) {
-        const bool hasGuid = smsHasGuid || listed.message->service != "SMS"_L1;
-        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasGuid, line.emoji));
-    }
+    for (const ListedMessage &listed : listedMessages(source, line))
+        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasOwnGuid(source, *listed.message),
+                                  line.emoji));
     return {};
 }
 
@@ -201,12 +199,16 @@ CommandResult recoverCommand(const CommandLine &line)
 CommandResult runCommand(const CommandLine &line)
 {
     using Command = CommandResult (*)(const CommandLine &);
-    static const QHash<QString, Command> commands = {
-        {u"backups"_s, listBackupsCommand}, {u"chats"_s, chatsCommand},
-        {u"messages"_s, messagesCommand},   {u"gaps"_s, gapsCommand},
-        {u"export"_s, exportCommand},       {u"databases"_s, listDatabasesCommand},
-        {u"recover"_s, recoverCommand},     {u"import"_s, importCommand},
-        {u"delete"_s, deleteCommand}};
+    static const QHash<QString, Command> commands = {{u"backups"_s, listBackupsCommand},
+                                                     {u"attachments"_s, attachmentsCommand},
+                                                     {u"chats"_s, chatsCommand},
+                                                     {u"messages"_s, messagesCommand},
+                                                     {u"gaps"_s, gapsCommand},
+                                                     {u"export"_s, exportCommand},
+                                                     {u"databases"_s, listDatabasesCommand},
+                                                     {u"recover"_s, recoverCommand},
+                                                     {u"import"_s, importCommand},
+                                                     {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);
     finishOutput();
     return result;

@@ -1,9 +1,11 @@
 #include "jsonlines.h"
 
+#include "attachmentlist.h"
 #include "backupmanifest.h"
 #include "messagegaps.h"
 #include "messagerecords.h"
 #include "messagestore.h"
+#include "messagewords.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -66,6 +68,47 @@ QJsonArray attachmentsJson(const _MsgMessage &message)
                                        {u"localFile"_s, attachment->localFile}});
     }
     return attachments;
+}
+
+QJsonArray reactionsJson(const MessageExtras &extras)
+{
+    QJsonArray reactions;
+    for (const MessageReaction &reaction : extras.reactions) {
+        reactions.append(QJsonObject{{u"type"_s, reactionKind(reaction.associated_message_type)},
+                                     {u"emoji"_s, reaction.associated_message_emoji},
+                                     {u"part"_s, reaction.part},
+                                     {u"sender"_s, whoReacted(reaction)},
+                                     {u"date"_s, messageDateJson(reaction.date)},
+                                     {u"is_from_me"_s, reaction.is_from_me != 0}});
+    }
+    return reactions;
+}
+
+QJsonArray editsJson(const MessageExtras &extras)
+{
+    QJsonArray edits;
+    for (const MessageEdit &edit : extras.edits)
+        edits.append(QJsonObject{
+            {u"part"_s, edit.part}, {u"date"_s, messageDateJson(edit.date)}, {u"text"_s, edit.text}});
+    return edits;
+}
+
+QJsonValue textOrNull(const QString &text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+/// What newer phones keep. Every message has the keys.
+void addExtras(QJsonObject &object, const _MsgMessage &message)
+{
+    static const MessageExtras none;
+    const MessageExtras &extras = message.extras ? *message.extras : none;
+    object.insert(u"reactions"_s, reactionsJson(extras));
+    object.insert(u"reply_to"_s, textOrNull(extras.thread_originator_guid));
+    object.insert(u"edits"_s, editsJson(extras));
+    object.insert(u"unsent"_s, hasUnsentParts(extras));
+    object.insert(u"effect"_s, textOrNull(effectName(extras.expressive_send_style_id)));
+    object.insert(u"deleted_at"_s, messageDateJson(extras.delete_date));
 }
 
 } // namespace
@@ -133,17 +176,36 @@ QJsonObject gapsTotalJson(const MessageGaps &gaps)
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
                         EmojiStyle emoji)
 {
-    return {{u"rowid"_s, message.rowid},
+    QJsonObject object{{u"rowid"_s, message.rowid},
+                       {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
+                       {u"chat_identifier"_s, message.chat ? QJsonValue(chatIdentifier) : QJsonValue()},
+                       {u"service"_s, message.service},
+                       {u"is_from_me"_s, message.is_from_me != 0},
+                       {u"date"_s, messageDateJson(message.date)},
+                       {u"sender"_s, senderLabel(message)},
+                       {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
+                       {u"text"_s, fullText(message, emoji)},
+                       {u"body"_s, message.text},
+                       {u"item_type"_s, message.item_type},
+                       {u"recovered"_s, message.isRecovered},
+                       {u"attachments"_s, attachmentsJson(message)}};
+    addExtras(object, message);
+    return object;
+}
+
+QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid)
+{
+    const bool isMissing = attachment.localFile.isEmpty();
+    return {{u"filename"_s, attachment.filename},
+            {u"transfer_name"_s, attachment.transfer_name},
+            {u"mime_type"_s, attachment.mime_type},
+            {u"total_bytes"_s, attachment.total_bytes},
+            {u"localFile"_s, isMissing ? QJsonValue() : QJsonValue(attachment.localFile)},
+            {u"missing"_s, isMissing},
+            {u"reason"_s, isMissing ? QJsonValue(missingReason(attachment)) : QJsonValue()},
+            {u"sticker"_s, attachment.is_sticker != 0},
+            {u"hidden"_s, attachment.hide_attachment != 0},
+            {u"chat_identifier"_s, message.chat ? QJsonValue(message.chat->chat_identifier) : QJsonValue()},
             {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
-            {u"chat_identifier"_s, message.chat ? QJsonValue(chatIdentifier) : QJsonValue()},
-            {u"service"_s, message.service},
-            {u"is_from_me"_s, message.is_from_me != 0},
-            {u"date"_s, messageDateJson(message.date)},
-            {u"sender"_s, senderLabel(message)},
-            {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
-            {u"text"_s, renderText(message, emoji)},
-            {u"body"_s, message.text},
-            {u"item_type"_s, message.item_type},
-            {u"recovered"_s, message.isRecovered},
-            {u"attachments"_s, attachmentsJson(message)}};
+            {u"date"_s, messageDateJson(message.date)}};
 }

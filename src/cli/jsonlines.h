@@ -7,6 +7,7 @@
 class BackupManifest;
 struct MessageGap;
 struct MessageGaps;
+struct _MsgAttachment;
 struct _MsgMessage;
 struct _MsgSession;
 
@@ -27,3 +28,6 @@ QJsonObject gapsTotalJson(const MessageGaps &gaps);
 /// null.
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
                         EmojiStyle emoji);
+
+/// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
+QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);

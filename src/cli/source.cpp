@@ -107,6 +107,11 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
 
 } // namespace
 
+bool hasOwnGuid(const Source &source, const _MsgMessage &message)
+{
+    return source.db->dbVersion() != 5 || message.service != "SMS"_L1;
+}
+
 Source openUnread(const CommandLine &line, TerminalProgress &progress)
 {
     Source source;
@@ -123,6 +128,7 @@ Source openSource(const CommandLine &line, TerminalProgress &progress)
     if (source.db) {
         source.store = _MsgStorePtr::create();
         source.db->messages(source.store, 0);
+        source.db->attachments(source.store);
         if (line.recovered)
             loadRecycled(*source.db, *source.store);
     }

@@ -46,7 +46,7 @@ void ExportMessagesCsv::write(const _MsgMessage &message)
     if (partner.isEmpty())
         partner = partnerFields(message.chat);
     target.text() << dates.iso(message.date) << (message.is_from_me != 0 ? ",1,"_L1 : ",0,"_L1) << partner
-                  << u',' << csvField(renderText(message, emoji)) << u'\n';
+                  << u',' << csvField(fullText(message, emoji)) << u'\n';
 }
 
 void ExportMessagesCsv::end()

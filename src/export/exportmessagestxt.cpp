@@ -53,7 +53,7 @@ void ExportMessagesTxt::begin()
 void ExportMessagesTxt::write(const _MsgMessage &message)
 {
     writeLine(target.text(), dates.systemShort(message.date), flagText(message), name(message),
-              onOneLine(renderText(message, emoji)));
+              onOneLine(fullText(message, emoji)));
 }
 
 void ExportMessagesTxt::end()

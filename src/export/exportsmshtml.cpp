@@ -31,7 +31,7 @@ void ExportSMSHtml::write(const _MsgMessage &message)
                   << (isSent ? "#008040"_L1 : "#0000FF"_L1) << ";font-size:16px;\"><div>"_L1
                   << htmlText(dates.systemShort(message.date)) << "</div><div>"_L1
                   << (isSent ? "To: "_L1 : "From: "_L1) << title
-                  << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(renderText(message, emoji))
+                  << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(fullText(message, emoji))
                   << "</div><br/><br/>\n"_L1;
 }
 

@@ -100,7 +100,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     const int width = right - left + 1;
     const WrappedText date(dates.systemShort(message.date), font, printer, width);
     const WrappedText title(titleLine(message), font, printer, width);
-    const WrappedText text(renderText(message, emoji), font, printer, width);
+    const WrappedText text(fullText(message, emoji), font, printer, width);
     const int height = date.height() + lineGap + title.height() + lineGap + text.height();
     ensureRoom(height);
     if (height > bottom - y + 1)

@@ -1,5 +1,7 @@
 #include "backupsmsthread.h"
 
+#include "attachmentpaths.h"
+#include "diskroom.h"
 #include "exportmessagesdb.h"
 #include "filetools.h"
 #include "jobprogress.h"
@@ -7,6 +9,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -67,6 +70,20 @@ private:
     bool kept = false;
 };
 
+/// Bytes of attachment files that aren't in the folder yet.
+qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
+{
+    qint64 bytes = 0;
+    for (const _MsgMessage *message : messages) {
+        for (const _MsgAttachment *attachment : message->attachments) {
+            const std::optional<QString> target = attachmentTarget(root, attachment->filename);
+            if (!attachment->localFile.isEmpty() && target && !QFile::exists(*target))
+                bytes += QFileInfo(attachment->localFile).size();
+        }
+    }
+    return bytes;
+}
+
 void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
     const QString status = QObject::tr("IDS_BACKING_UP_SMS");
@@ -88,6 +105,7 @@ qint64 backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, co
                       JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_BACKING_UP_SMS"), 0, {});
+    checkRoomThrow(root.absolutePath(), bytesToCopy(messages, root));
     NewDatabaseGuard guard(root, path);
     {
         ExportMessagesDb target(root, path);

@@ -1,13 +1,13 @@
 #include "exportmessagesdb.h"
 
-#include "filetools.h"
+#include "attachmentmatch.h"
+#include "attachmentpaths.h"
 #include "messagestore.h"
 #include "messagetext.h"
 
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -20,18 +20,6 @@ using KnownBy = ExtrasKeeper::KnownBy;
 
 // Chats with rows below this were made up for messages whose address nobody knows.
 constexpr qint64 lowestKnownChat = -2047483646;
-
-/// Where an attachment goes below the root: its path on the phone.
-QString relativePath(const QString &filename)
-{
-    static const QRegularExpression forbidden(u"[:*?\"<>|]"_s);
-    QString path = filename;
-    if (path.startsWith(u'/'))
-        path.remove(0, 1);
-    if (path.startsWith("~/"_L1))
-        path.replace(0, 2, "var/mobile/"_L1);
-    return path.remove(forbidden);
-}
 
 /// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
 /// handles, of which one takes part.
@@ -72,10 +60,9 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     if (!canHold(message) || extras.takeReaction(message))
         return;
     const QString hash = logicHash(message);
-    const qint64 byHash = db.messageRowidByHash(hash);
-    const qint64 known = byHash != 0 ? byHash : db.messageRowid(message.guid);
+    const auto [known, by] = keptRow(message, hash);
     if (known != 0)
-        extras.addToKept(known, message, hash, byHash != 0 ? KnownBy::Content : KnownBy::Guid);
+        extras.addToKept(known, message, hash, by);
     if (known != 0 && isNoConversation(*message.chat))
         return; // it may be in a conversation here, and stays there
     const qint64 chatId = chatRowid(*message.chat);
@@ -86,7 +73,17 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     if (message.handle && message.chat->handles.size() > 1)
         lastAddressed.insert(chatId, message.handle->id);
     if (!message.attachments.isEmpty())
-        appendAttachments(message, messageId);
+        appendAttachments(message, messageId, hash);
+}
+
+std::pair<qint64, ExtrasKeeper::KnownBy> ExportMessagesDb::keptRow(const _MsgMessage &message,
+                                                                   const QString &hash)
+{
+    if (const qint64 byHash = db.messageRowidByHash(hash); byHash != 0)
+        return {byHash, KnownBy::Content};
+    if (const qint64 byGuid = db.messageRowid(message.guid); byGuid != 0)
+        return {byGuid, KnownBy::Guid};
+    return {rowWithOtherAttachments(db, message), KnownBy::Content};
 }
 
 void ExportMessagesDb::finish()
@@ -182,7 +179,7 @@ void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
         *newest = std::max(*newest, message.date);
 }
 
-void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId)
+void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
 {
     for (const _MsgAttachment *attachment : sortedAttachments(message)) {
         if (QFileInfo(attachment->localFile).isFile())
@@ -192,11 +189,12 @@ void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 mess
             attachmentId = db.insertAttachment(*attachment);
         db.joinMessageAttachment(messageId, attachmentId);
     }
+    renewHash(db, messageId, message, hash);
 }
 
 void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
 {
-    const std::optional<QString> target = pathBelow(root, relativePath(attachment.filename));
+    const std::optional<QString> target = attachmentTarget(root, attachment.filename);
     if (!target) {
         qWarning("The attachment \"%s\" is not copied: its path leaves the Local Database.",
                  qUtf8Printable(attachment.filename));

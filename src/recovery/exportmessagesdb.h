@@ -43,8 +43,10 @@ private:
     qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
     qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    /// The row of a message that is there already, 0 for a new one, and by what it is known.
+    std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
-    void appendAttachments(const _MsgMessage &message, qint64 messageId);
+    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
     void forgetRun();
 

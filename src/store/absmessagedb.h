@@ -18,6 +18,11 @@ public:
     /// rowid of the one chat to read, 0 for all. Throws `std::runtime_error` with the file's name where
     /// it can't be read on; the store then holds what was read so far.
     virtual void messages(_MsgStorePtr &store, qint64 chatId) = 0;
+
+    /// The step after `messages`: fills `store` with the attachments of its messages and links them, with
+    /// `localFile` where the file is at hand. Those that are in the store already are not read again.
+    /// Throws as `messages` does.
+    virtual void attachments(_MsgStorePtr &store) = 0;
 };
 
 /// A message database of a phone's shape.

@@ -1,6 +1,7 @@
 #include "ios5messagedb.h"
 
 #include "chatlinks.h"
+#include "messageattachments.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "participants.h"
@@ -376,4 +377,10 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));
+}
+
+void IOS5MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readIos5Attachments(*this, root, *store);
 }

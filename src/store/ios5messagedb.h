@@ -28,6 +28,7 @@ public:
     void chats(_MsgStorePtr &store) override;
     /// A text message has no guid in such a file: each load makes a new one.
     void messages(_MsgStorePtr &store, qint64 chatId) override;
+    void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 5; }
 
 private:

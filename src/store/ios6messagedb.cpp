@@ -3,6 +3,7 @@
 #include "appledates.h"
 #include "localextras.h"
 #include "localschema.h"
+#include "messageattachments.h"
 #include "messagerows.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
@@ -177,7 +178,7 @@ QString IOS6MessageDb::messageQuery(qint64 chatId) const
                   "j.message_id = m.rowid"_s;
     // Sharing of locations, which people are told of since iOS 10.
     const QString &columns = tables[u"message"_s];
-    if (!isModern && columns.contains("item_type"_L1))
+    if (columns.contains("item_type"_L1))
         sql += columns.contains("_has_newer_event"_L1)
                    ? u" and (m.item_type <> 4 or m._has_newer_event <> 0)"_s
                    : u" and m.item_type <> 4"_s;
@@ -192,12 +193,19 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
-    MessageRows rows(*store, isModern ? MessageRows::Phone::Modern : MessageRows::Phone::Older);
-    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
-    if (isModern)
+    MessageRows rows(*store);
+    if (isModern) {
         readModernMessages(*store, rows, chatId);
-    else
-        rows.finish();
+        return;
+    }
+    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    rows.finish();
     if (holdsExtras)
         LocalExtras(*this).read(*store);
+}
+
+void IOS6MessageDb::attachments(_MsgStorePtr &store)
+{
+    openDb();
+    readAttachments(*this, root, *store);
 }

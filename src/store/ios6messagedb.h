@@ -3,6 +3,7 @@
 #include "absmessagedb.h"
 #include "messagedbparts.h"
 #include "messageinsertion.h"
+#include "messagerows.h"
 
 #include <QDir>
 #include <QHash>
@@ -10,8 +11,6 @@
 #include <QString>
 
 #include <memory>
-
-class MessageRows;
 
 /// The message database of iOS 6 and later, and the program's own Local Databases, which have the same
 /// shape with a few columns more. Reading leaves a phone's file as it lies; the row operations write
@@ -32,6 +31,7 @@ public:
     void openDb() override;
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
+    void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
@@ -103,8 +103,7 @@ private:
     static const char *newestModernDates();
     void readLooseHandles(_MsgStore &store);
     void readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId);
-    void readRecentlyDeleted(MessageRows &rows, qint64 chatId);
-    void readOrphans(_MsgStore &store, MessageRows &rows);
+    std::vector<MessageRows::Place> readPlaces(qint64 chatId);
     void readDeletedParts(_MsgStore &store);
 
     bool upgrade;

@@ -103,45 +103,103 @@ MessageExtras &ownExtras(_MsgMessage &message)
 
 } // namespace
 
-void MessageRows::read(Sqlite3Cursor cursor, Place place)
+/// Makes records of the rows of one query.
+class MessageRows::Reader
 {
-    const DateUnit unit = phone == Phone::Modern ? DateUnit::EachItsOwn : DateUnit::Seconds;
-    RecordReader<_MsgMessage> reader(cursor, messageFields, {}, unit);
-    const ExtrasReader extrasReader(cursor);
-    const int rowid = cursor.columnIndex(u"rowid"_s);
-    const int chatColumn = cursor.columnIndex(u"chat_id"_s);
-    const int typeColumn = phone == Phone::Modern ? cursor.columnIndex(u"associated_message_type"_s) : -1;
-    const auto readRecord = [&](qint64 key) {
-        std::unique_ptr<_MsgMessage> record = reader.read(cursor);
-        record->src_rowid = key;
-        record->extras = extrasReader.read(cursor);
+public:
+    Reader(const Sqlite3Cursor &query, DateUnit unit)
+        : cursor(query)
+        , records(query, messageFields, {}, unit)
+        , extras(query)
+        , rowid(query.columnIndex(u"rowid"_s))
+    {
+    }
+
+    qint64 key() const { return cursor.getInt64(rowid); }
+
+    std::unique_ptr<_MsgMessage> read()
+    {
+        std::unique_ptr<_MsgMessage> record = records.read(cursor);
+        record->src_rowid = record->rowid;
+        record->extras = extras.read(cursor);
         return record;
+    }
+
+private:
+    const Sqlite3Cursor &cursor;
+    RecordReader<_MsgMessage> records;
+    ExtrasReader extras;
+    int rowid;
+};
+
+QStringList MessageRows::columnsOf(const QSet<QString> &existing)
+{
+    QStringList columns;
+    const auto add = [&](const QString &column) {
+        if (existing.contains(column.toLower()))
+            columns.append(u'"' + column + u'"'); // some are words of SQL
     };
+    for (const MessageField &field : messageFields)
+        add(field.column);
+    for (const ExtrasField &field : extrasFields())
+        add(field.column);
+    return columns;
+}
+
+void MessageRows::read(Sqlite3Cursor cursor)
+{
+    Reader reader(cursor, DateUnit::Seconds);
+    const int chatColumn = cursor.columnIndex(u"chat_id"_s);
     while (cursor.moveNextThrow()) {
-        const qint64 key = cursor.getInt64(rowid);
-        _MsgChat *chat = store.chats.value(cursor.getInt64(chatColumn));
+        _MsgMessage *&message = store.messages[reader.key()];
+        if (!message) {
+            message = reader.read().release();
+            complete(*message);
+        }
+        link(store, *message);
+        enter(*message, store.chats.value(cursor.getInt64(chatColumn)));
+    }
+}
+
+void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &places, _MsgChat *elsewhere)
+{
+    Reader reader(cursor, DateUnit::EachItsOwn);
+    const int typeColumn = cursor.columnIndex(u"associated_message_type"_s);
+    auto place = places.begin();
+    while (cursor.moveNextThrow()) {
+        const qint64 key = reader.key();
+        while (place != places.end() && place->message < key)
+            ++place;
+        const auto first = place;
+        while (place != places.end() && place->message == key)
+            ++place;
+        const Place other{key, elsewhere ? elsewhere->rowid : 0};
+        const std::span<const Place> here =
+            first == place ? std::span(&other, elsewhere ? 1 : 0) : std::span(first, place);
+        if (here.empty())
+            continue;
         if (isReactionType(cursor.getInt(typeColumn)) && !store.messages.contains(key)) {
-            addReaction(readRecord(key), chat);
+            addReaction(reader.read(), here);
             continue;
         }
         _MsgMessage *&message = store.messages[key];
         if (!message) {
-            message = readRecord(key).release();
-            complete(*message, place);
+            message = reader.read().release();
+            complete(*message, here.front());
         }
         link(store, *message);
-        enter(*message, chat);
+        for (const Place &at : here)
+            enterPlaced(*message, store.chats.value(at.chat));
     }
 }
 
-void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, _MsgChat *chat)
+void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places)
 {
     link(store, *record);
     Reaction &reaction = reactions[record->rowid];
-    if (!reaction.record)
-        reaction.record = std::move(record);
-    if (chat)
-        reaction.chats.append(chat);
+    reaction.record = std::move(record);
+    for (const Place &place : places)
+        reaction.chats.append(store.chats.value(place.chat));
 }
 
 void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
@@ -150,25 +208,32 @@ void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
         return;
     message.chat = chat;
     links.add(*chat, message);
-    if (phone == Phone::Modern && chat->_last == 0) {
-        int &last = newest[chat];
-        last = std::max(last, message.date);
-    }
 }
 
-void MessageRows::complete(_MsgMessage &message, Place place)
+void MessageRows::enterPlaced(_MsgMessage &message, _MsgChat *chat)
+{
+    enter(message, chat);
+    if (chat && chat->_last == 0)
+        newest[chat] = std::max(newest.value(chat), message.date);
+}
+
+void MessageRows::complete(_MsgMessage &message)
 {
     if (message.extras && !message.extras->thread_originator_guid.isEmpty())
         replies.append(&message);
-    if (phone == Phone::Older)
-        return;
+}
+
+void MessageRows::complete(_MsgMessage &message, const Place &place)
+{
+    complete(message);
     if (message.text.isEmpty() && !message.attributedBody.isEmpty())
         decodeText(message);
     if (message.item_type != 0)
         ownExtras(message).hasNewerEvent = true;
     // Without a date of its own the message's date stands in: that it was deleted must not be lost.
-    if (place == Place::RecentlyDeleted && ownExtras(message).delete_date == 0)
-        message.extras->delete_date = std::max(message.date, 1);
+    if (place.isDeleted)
+        ownExtras(message).delete_date =
+            place.delete_date != 0 ? place.delete_date : std::max(message.date, 1);
 }
 
 void MessageRows::decodeText(_MsgMessage &message)
@@ -206,8 +271,9 @@ void MessageRows::settleReactions()
         _MsgMessage *message = reaction.record.release();
         store.messages.insert(message->rowid, message);
         for (_MsgChat *chat : std::as_const(reaction.chats)) {
-            enter(*message, chat);
-            chat->_last = std::max(chat->_last, message->date);
+            enterPlaced(*message, chat);
+            if (chat)
+                chat->_last = std::max(chat->_last, message->date);
         }
     }
     reactions.clear();

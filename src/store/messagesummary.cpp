@@ -5,7 +5,6 @@
 #include "typedstream.h"
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -14,14 +13,7 @@ namespace
 
 // A phone allows five edits of a message; whoever allows more is read up to here.
 constexpr unsigned mostEntries = 1000;
-constexpr int highestPart = 100000;
-
-std::optional<int> partNumber(const QString &key)
-{
-    bool isNumber = false;
-    const int part = key.toInt(&isNumber);
-    return isNumber && part >= 0 && part <= highestPart ? std::optional<int>(part) : std::nullopt;
-}
+constexpr int highestPart = 1000;
 
 MessageEdit editOf(const PlistValue &entry, int part)
 {
@@ -29,19 +21,16 @@ MessageEdit editOf(const PlistValue &entry, int part)
     return {part, wholeSeconds(entry.value(u"d"_s).toWholeNumber()), text ? text->text : QString()};
 }
 
+// The keys are the numbers of the parts. They are asked for one by one: libplist stops the program where it
+// is to list a key that is no sound text.
 QList<MessageEdit> editsOf(const PlistValue &history)
 {
-    QList<int> parts;
-    const QStringList keys = history.keys();
-    for (const QString &key : keys) {
-        if (const std::optional<int> part = partNumber(key); part && QString::number(*part) == key)
-            parts.append(*part);
-    }
-    std::sort(parts.begin(), parts.end());
     QList<MessageEdit> edits;
-    for (const int part : std::as_const(parts)) {
+    unsigned partsLeft = history.size() <= mostEntries ? history.size() : 0;
+    for (int part = 0; part <= highestPart && partsLeft > 0; ++part) {
         const PlistValue states = history.value(QString::number(part));
-        for (unsigned i = 0; i < states.size() && edits.size() < mostEntries; ++i) {
+        partsLeft -= states.isNull() ? 0 : 1;
+        for (unsigned i = 0; i < std::min(states.size(), mostEntries) && edits.size() < mostEntries; ++i) {
             if (states.at(i).isDictionary())
                 edits.append(editOf(states.at(i), part));
         }
@@ -72,12 +61,11 @@ MessageSummary messageSummaryOf(const QByteArray &list)
 
 bool mayTellOfChanges(QByteArrayView list)
 {
-    // Keys of two characters behind the mark of a text of that length.
-    static constexpr std::array<QByteArrayView, 3> keys = {"\x52"
-                                                           "ec",
-                                                           "\x52"
-                                                           "ep",
-                                                           "\x52"
-                                                           "rp"};
-    return std::any_of(keys.begin(), keys.end(), [&](QByteArrayView key) { return list.contains(key); });
+    constexpr char textOfTwo = 0x52; // stands before a key of two characters
+    for (qsizetype at = list.indexOf(textOfTwo); at >= 0; at = list.indexOf(textOfTwo, at + 1)) {
+        const QByteArrayView key = list.sliced(at + 1).first(std::min<qsizetype>(2, list.size() - at - 1));
+        if (key == "ec" || key == "ep" || key == "rp")
+            return true;
+    }
+    return false;
 }

@@ -1,6 +1,8 @@
 #include "messagetext.h"
 
+#include "eventwords.h"
 #include "messagestore.h"
+#include "messagewords.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -99,7 +101,8 @@ QString textWithMarkers(const _MsgMessage &message)
     if (!message.attachments.isEmpty()) {
         const QList<_MsgAttachment *> attachments = sortedAttachments(message);
         for (const _MsgAttachment *attachment : attachments)
-            text += attachmentMarker(attachment->mime_type);
+            if (attachment->hide_attachment == 0)
+                text += attachmentMarker(attachment->mime_type);
     }
     return text.trimmed();
 }
@@ -111,7 +114,7 @@ QString personInEvent(const _MsgHandle *handle)
 
 QString eventSentence(const _MsgMessage &message)
 {
-    const QString date = appleDateTime(message.date).toString(u"dd MMM yyyy h:m AP"_s);
+    const QString date = eventDate(message.date);
     const QString who = personInEvent(message.handle);
     switch (message.item_type) {
     case 1:
@@ -177,12 +180,26 @@ QString plainText(const _MsgMessage &message)
 
 QString displayText(const _MsgMessage &message)
 {
-    return message.item_type == 0 ? textWithMarkers(message) : eventSentence(message);
+    if (message.item_type == 0)
+        return textOrWords(message, textWithMarkers(message));
+    return message.extras && message.extras->hasNewerEvent ? newerEventSentence(message)
+                                                           : eventSentence(message);
 }
 
 QString renderText(const _MsgMessage &message, EmojiStyle emoji)
 {
     return withEmoji(displayText(message), emoji);
+}
+
+QString fullText(const _MsgMessage &message, EmojiStyle emoji)
+{
+    QString text = renderText(message, emoji);
+    const QStringList lines = wordsUnder(message);
+    for (const QString &line : lines) {
+        const QString words = u'[' + withEmoji(line, emoji) + u']';
+        text += text.isEmpty() ? words : u'\n' + words;
+    }
+    return text;
 }
 
 QString withEmoji(const QString &text, EmojiStyle emoji)

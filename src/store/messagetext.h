@@ -26,13 +26,17 @@ QString senderLabel(const _MsgMessage &message);
 /// `text` without the U+FFFC that stand for attachments.
 QString plainText(const _MsgMessage &message);
 
-/// The text with a marker for each attachment, or the sentence of an event with its local date.
+/// The text with a marker for each attachment, or the sentence of an event with its local date. Where a
+/// newer phone keeps no text, words stand in its place.
 QString displayText(const _MsgMessage &message);
 
 /// `displayText` with emoji as asked for: what views and exports show.
 QString renderText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers);
 /// `text` with emoji as asked for.
 QString withEmoji(const QString &text, EmojiStyle emoji);
+
+/// What exports show: `renderText`, then on a line of its own in square brackets each of `wordsUnder`.
+QString fullText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers);
 
 /// Returns what stands in the place of an emoji. `codePoint` is upper-case hexadecimal.
 using EmojiText = QString (*)(void *userData, const QString &codePoint);

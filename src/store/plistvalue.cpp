@@ -5,7 +5,6 @@
 #include <plist/plist.h>
 
 #include <cmath>
-#include <cstdlib>
 
 namespace
 {
@@ -13,11 +12,6 @@ namespace
 constexpr qint64 appleEpochMs = Q_INT64_C(978307200000); // 2001-01-01 00:00:00 UTC
 
 constexpr double largestReal = 9.2e18; // of which the whole part fits 64 bits
-
-template <auto closeFunction>
-struct Closer {
-    void operator()(auto *handle) const noexcept { closeFunction(handle); }
-};
 
 } // namespace
 
@@ -64,23 +58,6 @@ PlistValue PlistValue::at(unsigned index) const
     if (!isArray() || index >= size())
         return {};
     return child(plist_array_get_item(node.get(), index));
-}
-
-QStringList PlistValue::keys() const
-{
-    QStringList keys;
-    if (!isDictionary())
-        return keys;
-    plist_dict_iter rawIterator = nullptr;
-    plist_dict_new_iter(node.get(), &rawIterator);
-    const std::unique_ptr<void, Closer<std::free>> iterator(rawIterator);
-    for (unsigned i = 0; i < size(); ++i) {
-        char *rawKey = nullptr;
-        plist_dict_next_item(node.get(), iterator.get(), &rawKey, nullptr);
-        const std::unique_ptr<char, Closer<std::free>> key(rawKey);
-        keys.append(QString::fromUtf8(key.get()));
-    }
-    return keys;
 }
 
 unsigned PlistValue::size() const

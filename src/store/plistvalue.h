@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
-#include <QStringList>
 
 #include <memory>
 
@@ -28,8 +27,6 @@ public:
     PlistValue value(const QString &key) const;
     /// The entry of an array; without a node on anything else and past the end.
     PlistValue at(unsigned index) const;
-    /// The keys of a dictionary in the order of the list; empty for anything else.
-    QStringList keys() const;
     /// Number of entries of an array or a dictionary, 0 for anything else.
     unsigned size() const;
 

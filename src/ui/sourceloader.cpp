@@ -23,6 +23,7 @@ void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
 {
     db.chats(store);
     db.messages(store, 0);
+    db.attachments(store);
     if (auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db); phone && recovered == Recovered::Shown)
         loadRecycled(*phone, *store);
 }

@@ -1,5 +1,6 @@
 #include "boundedbytes.h"
 #include "datalocations.h"
+#include "diskroom.h"
 #include "errorreport.h"
 #include "filetools.h"
 #include "jobprogress.h"
@@ -37,6 +38,7 @@ class TestApp : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void aFullDiskIsToldBefore();
     void init();
     void redirectNamesAnExistingFolder();
     void namesOfFiles();
@@ -153,6 +155,14 @@ void TestApp::jobsEndOnce()
         });
         QCOMPARE(progress.ends, isCancelled ? QStringList() : QStringList{u"error ñ"_s});
     }
+}
+
+void TestApp::aFullDiskIsToldBefore()
+{
+    const QString folder = dir->filePath(u"not/there/yet"_s);
+    checkRoomThrow(folder, 1);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, checkRoomThrow(folder, std::numeric_limits<qint64>::max()));
+    QVERIFY(!QFile::exists(dir->filePath(u"not"_s)));
 }
 
 QTEST_GUILESS_MAIN(TestApp)

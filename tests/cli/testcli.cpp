@@ -80,6 +80,7 @@ private Q_SLOTS:
     void describesAMessage();
     void aMessageOfTwoChatsStandsInEach();
     void textMessagesOfIos5HaveNoGuid();
+    void listsAttachments();
     void opensEncryptedBackups_data();
     void opensEncryptedBackups();
     void exportsEveryFormat();
@@ -236,6 +237,28 @@ void TestCli::textMessagesOfIos5HaveNoGuid()
     for (const QJsonObject &message : result.objects())
         QCOMPARE(message.value("guid"_L1).isNull(), message.value("service"_L1) == "SMS"_L1);
     QCOMPARE(run(u"messages "_s + path(u"phone"_s)).out, result.out);
+}
+
+void TestCli::listsAttachments()
+{
+    const QString folder = u"Library/SMS/Attachments/"_s;
+    SmsDbBuilder phone(QDir(path(u"phone"_s)), IosVersion::Ios8);
+    phone.chat(u"+34611111111"_s).received(u"\uFFFC"_s);
+    phone.attachment(u"~/"_s + folder + u"a.jpg"_s).attachment(u"/var/mobile/"_s + folder + u"b.jpg"_s);
+    const QString backup = BackupBuilder(QDir(path(u"backup"_s)))
+                               .messages(phone.write())
+                               .file(u"MediaDomain"_s, folder + u"a.jpg"_s, "picture")
+                               .write();
+    for (const QString &source : {backup, u"Pictures"_s}) {
+        const QList<QJsonObject> lines = run(u"attachments "_s + source).objects();
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(contentOf(lines.at(0).value("localFile"_L1).toString()), "picture");
+        QVERIFY(lines.at(1).value("localFile"_L1).isNull());
+        QCOMPARE(lines.at(2).value("missing"_L1).toInt(), 1);
+        const Run missing = run(u"attachments --missing "_s + source);
+        QCOMPARE(missing.values(u"filename"_s).value(0), u"/var/mobile/"_s + folder + u"b.jpg"_s);
+        QCOMPARE(run(u"import %1 --into Pictures"_s.arg(backup)).status, 0);
+    }
 }
 
 void TestCli::opensEncryptedBackups_data()

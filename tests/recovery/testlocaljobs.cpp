@@ -31,6 +31,8 @@ private Q_SLOTS:
     void messagesWithoutAKnownChatAreLeftOut();
     void chatsKnowTheirLatestButNoNewMembers();
     void attachmentsStayInsideAndAsTheyWere();
+    void attachmentsReadOrNotMakeNoDoubles_data();
+    void attachmentsReadOrNotMakeNoDoubles();
     void aCancelledBackupLeavesNothing();
     void namesOfDatabases();
     void aDeletedDatabaseIsGoneAltogether();
@@ -201,6 +203,38 @@ void TestLocalJobs::attachmentsStayInsideAndAsTheyWere()
     QCOMPARE(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), before);
     QCOMPARE(countsOf(file), u"1|1|1|7|1|1|7"_s);
     QCOMPARE(bytesOf(root.filePath(u"var/mobile/Library/IMG1.JPG"_s)), QByteArray("JPEG"));
+}
+
+void TestLocalJobs::attachmentsReadOrNotMakeNoDoubles_data()
+{
+    QTest::addColumn<QList<int>>("runs"); // names of the pictures that are read; 0 reads none
+    QTest::addColumn<bool>("isSent");
+    QTest::addColumn<QString>("counts"); // messages, attachments
+    QTest::newRow("an older database learns of them") << QList{0, 1, 1, 0} << false << u"1|1"_s;
+    QTest::newRow("read at first, then not") << QList{1, 0, 0, 1} << true << u"1|1"_s;
+    QTest::newRow("two of one second, one known of before") << QList{0, 1, 2, 1, 0} << false << u"2|2"_s;
+}
+
+void TestLocalJobs::attachmentsReadOrNotMakeNoDoubles()
+{
+    QFETCH(QList<int>, runs);
+    QFETCH(bool, isSent);
+    QFETCH(QString, counts);
+    for (qsizetype run = 0; run < runs.size(); ++run) {
+        // Phones before iOS 6 give a text message another guid each time.
+        Records records(QString::number(run));
+        records.chat(u"+34611111111"_s).received(u"\uFFFC"_s);
+        records.last().is_from_me = isSent;
+        if (isSent)
+            records.last().handle = nullptr;
+        if (runs.at(run) != 0) {
+            records.attachment(u"~/Library/SMS/%1.jpg"_s.arg(runs.at(run)));
+            (*records.last().attachments.begin())->guid = u"file %1"_s.arg(runs.at(run));
+        }
+        append(records.list());
+    }
+    QCOMPARE(rows(u"select (select count(*) from message), (select count(*) from message_attachment_join)"_s),
+             QStringList{counts});
 }
 
 void TestLocalJobs::aCancelledBackupLeavesNothing()

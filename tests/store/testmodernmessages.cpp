@@ -88,6 +88,7 @@ private Q_SLOTS:
     void keepsAReactionWhoseMessageIsGone();
     void showsWhatWasDeletedAndWhatHasNoChat();
     void readsTwiceWithoutChange();
+    void readsOnWhereValuesAreOdd();
 
 private:
     /// A conversation with Ann, then one of all three.
@@ -217,6 +218,34 @@ void TestModernMessages::readsTwiceWithoutChange()
         QCOMPARE(store->chats.size(), 2);
         QCOMPARE(store->messages.value(1)->extras->reactions.size(), 1);
     }
+}
+
+void TestModernMessages::readsOnWhereValuesAreOdd()
+{
+    ModernPhone(phone().chat(ann).sent(u"a"_s).received(u"b"_s).received({}).received(u"d"_s))
+        .set(1, u"associated_message_type"_s, QByteArray("\xFF\x00x", 3))
+        .set(1, u"message_summary_info"_s,
+             QByteArray("bplist00\x52"
+                        "ec"))
+        .set(1, u"thread_originator_guid"_s, 17)
+        .set(2, u"associated_message_type"_s, u"2000"_s)
+        .set(2, u"associated_message_guid"_s, u"p:99999999999/"_s)
+        .set(3, u"attributedBody"_s, u"no stream"_s)
+        .set(4, u"date"_s, std::numeric_limits<qint64>::max())
+        .run(u"create trigger odd after delete on message begin select no_such_function(1); end;"
+             "insert into chat_recoverable_message_join values('x', null, 'y', null), (99, 3, null, null),"
+             "(null, 77, 1, 1);"
+             "insert into chat_message_join values(99, 4);"
+             "pragma writable_schema=on;"
+             "insert into sqlite_master values('table', 'odd', 'odd', 0, 'CREATE VIRTUAL TABLE odd USING "
+             "fts4(x, tokenize=ab_cf_tokenizer)');"_s);
+    const _MsgStorePtr store = read();
+    QCOMPARE(store->messages.size(), 4);
+    QCOMPARE(store->messages.value(1)->extras->thread_originator_guid, u"17"_s);
+    QCOMPARE(store->messages.value(2)->extras->associated_message_type, 2000);
+    QVERIFY(store->messages.value(3)->extras->isTextUndecodable);
+    QCOMPARE(store->messages.value(4)->date, 0);
+    QVERIFY(store->chats.value(1)->messages.contains(u"4"_s));
 }
 
 QTEST_GUILESS_MAIN(TestModernMessages)

@@ -1,0 +1,41 @@
+#include "attachmentscommand.h"
+
+#include "absmessagedb.h"
+#include "attachmentlist.h"
+#include "commandline.h"
+#include "jsonlines.h"
+#include "messageselection.h"
+#include "source.h"
+#include "terminalprogress.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QJsonObject totalsJson(const AttachmentTotals &totals)
+{
+    return {{u"attachments"_s, totals.count},
+            {u"bytes"_s, totals.bytes},
+            {u"bytes_on_disk"_s, totals.bytesOnDisk},
+            {u"missing"_s, totals.missing},
+            {u"missing_bytes"_s, totals.missingBytes}};
+}
+
+} // namespace
+
+CommandResult attachmentsCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    const Source source = openSource(line, progress);
+    if (!source.db)
+        return source.refusal;
+    const QList<ListedAttachment> list = listAttachments(chosenMessages(source, line));
+    for (const ListedAttachment &listed : list) {
+        if (!line.missing || listed.attachment->localFile.isEmpty())
+            printJsonLine(
+                attachmentJson(*listed.attachment, *listed.message, hasOwnGuid(source, *listed.message)));
+    }
+    printJsonLine(totalsJson(totalsOf(list)));
+    return {};
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+
+#include <optional>
+
+// A phone names the file of an attachment by its path: "~/Library/SMS/..." or "/var/mobile/Library/SMS/...".
+
+/// Where a Local Database with this root folder keeps the attachment that the phone calls `filename`.
+/// Nothing when the path would leave the folder.
+std::optional<QString> attachmentTarget(const QDir &root, const QString &filename);
+
+/// Path of that attachment's file below the root folder of any source: the phone's own tree below
+/// "file-relay", or what a Local Database keeps. Empty when there is no such file.
+QString attachmentFile(const QDir &root, const QString &filename);

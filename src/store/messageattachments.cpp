@@ -1,0 +1,172 @@
+#include "messageattachments.h"
+
+#include "attachmentpaths.h"
+#include "messagestore.h"
+#include "messagetext.h"
+#include "recordreader.h"
+#include "sqlite3db.h"
+#include "untoucheddb.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using AttachmentField = RecordField<_MsgAttachment>;
+
+constexpr RepeatingText<_MsgAttachment> repeating(QString _MsgAttachment::*member)
+{
+    return {member};
+}
+
+// A Local Database has the last three under names of its own.
+constexpr std::array attachmentFields = {
+    AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
+    AttachmentField{"guid"_L1, &_MsgAttachment::guid},
+    AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
+    AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
+    AttachmentField{"filename"_L1, &_MsgAttachment::filename},
+    AttachmentField{"uti"_L1, repeating(&_MsgAttachment::uti)},
+    AttachmentField{"mime_type"_L1, repeating(&_MsgAttachment::mime_type)},
+    AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
+    AttachmentField{"is_outgoing"_L1, &_MsgAttachment::is_outgoing},
+    AttachmentField{"user_info"_L1, &_MsgAttachment::user_info},
+    AttachmentField{"transfer_name"_L1, &_MsgAttachment::transfer_name},
+    AttachmentField{"total_bytes"_L1, &_MsgAttachment::total_bytes},
+    AttachmentField{"is_sticker"_L1, &_MsgAttachment::is_sticker},
+    AttachmentField{"hide_attachment"_L1, &_MsgAttachment::hide_attachment},
+    AttachmentField{"emoji_image_short_description"_L1, &_MsgAttachment::emoji_image_short_description},
+    AttachmentField{"_is_sticker"_L1, &_MsgAttachment::is_sticker},
+    AttachmentField{"_hide_attachment"_L1, &_MsgAttachment::hide_attachment},
+    AttachmentField{"_emoji_image_short_description"_L1, &_MsgAttachment::emoji_image_short_description},
+};
+
+constexpr std::array madridFields = {
+    AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
+    AttachmentField{"attachment_guid"_L1, &_MsgAttachment::guid},
+    AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
+    AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
+    AttachmentField{"filename"_L1, &_MsgAttachment::filename},
+    AttachmentField{"uti_type"_L1, repeating(&_MsgAttachment::uti)},
+    AttachmentField{"mime_type"_L1, repeating(&_MsgAttachment::mime_type)},
+    AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
+};
+
+/// Each has to be known by a guid of its own, in a Local Database too.
+void giveGuid(_MsgAttachment &attachment, const _MsgMessage &message)
+{
+    if (attachment.guid.isEmpty())
+        attachment.guid =
+            messageGuidFromData(u"%1 %2"_s.arg(message.guid, QString::number(attachment.rowid)).toUtf8());
+}
+
+void link(_MsgMessage &message, _MsgAttachment &attachment)
+{
+    QString key = attachment.guid;
+    const _MsgAttachment *known = message.attachments.value(key);
+    if (known && known != &attachment) // two rows of one guid
+        key += QString::number(attachment.rowid);
+    message.attachments.insert(key, &attachment);
+}
+
+/// The rows of `cursor`, each beside the rowid of a message in the column "message_id".
+template <size_t size>
+void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fields, const QDir &root,
+              _MsgStore &store)
+{
+    RecordReader<_MsgAttachment> reader(cursor, fields);
+    const int rowid = cursor.columnIndex(u"rowid"_s);
+    const int messageId = cursor.columnIndex(u"message_id"_s);
+    const int incoming = cursor.columnIndex(u"is_incoming"_s); // before iOS 6
+    while (cursor.moveNextThrow()) {
+        _MsgMessage *message = store.messages.value(cursor.getInt64(messageId));
+        if (!message)
+            continue;
+        _MsgAttachment *&attachment = store.attachments[cursor.getInt64(rowid)];
+        if (!attachment) {
+            attachment = reader.read(cursor).release();
+            attachment->localFile = attachmentFile(root, attachment->filename);
+            if (incoming >= 0)
+                attachment->is_outgoing = cursor.getInt(incoming) == 0;
+            giveGuid(*attachment, *message);
+        }
+        link(*message, *attachment);
+    }
+}
+
+// Below the message folder, in two folders that differ by phone: "<rowid of the message>-<number>.jpg".
+QHash<QString, QString> partFiles(const QDir &root)
+{
+    const QDir phone(root.absoluteFilePath(u"file-relay/var/mobile"_s));
+    QHash<QString, QString> files;
+    QDirIterator it(phone.filePath(u"Library/SMS/Parts"_s), QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!it.fileName().contains("-preview"_L1))
+            files.insert(it.fileInfo().completeBaseName(), phone.relativeFilePath(path));
+    }
+    return files;
+}
+
+std::unique_ptr<_MsgAttachment> partOf(const _MsgMessage &message, const Sqlite3Cursor &piece)
+{
+    auto part = std::make_unique<_MsgAttachment>();
+    part->rowid = ~piece.getInt64(0); // clear of the rows of "madrid_attachment"
+    part->mime_type = piece.getText(3);
+    part->transfer_name = QFileInfo(piece.getText(4)).fileName();
+    part->is_outgoing = message.is_from_me;
+    part->created_date = part->start_date = message.date;
+    return part;
+}
+
+void readPieces(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+{
+    Sqlite3Cursor cursor =
+        db.queryThrow(Sqlite3Sql("select rowid, message_id, part_id, content_type, content_loc from "
+                                 "msg_pieces where content_type not in ('text/plain','application/smil')"));
+    std::optional<QHash<QString, QString>> files;
+    while (cursor.moveNextThrow()) {
+        _MsgMessage *message = store.messages.value(cursor.getInt64(1));
+        if (!message || store.attachments.contains(~cursor.getInt64(0)))
+            continue;
+        if (!files)
+            files = partFiles(root);
+        _MsgAttachment *part = partOf(*message, cursor).release();
+        store.attachments.insert(part->rowid, part);
+        const QString number = QString::number(cursor.getInt(2));
+        const auto file = files->constFind(u"%1-%2"_s.arg(cursor.getInt64(1)).arg(number));
+        part->filename = file == files->cend() ? part->transfer_name : u"~/"_s + *file;
+        part->localFile = attachmentFile(root, part->filename);
+        _MsgMessage bare = *message;
+        bare.attachments.clear();
+        part->guid = messageGuidFromData(QString(logicHash(bare) + u'-' + number).toUtf8());
+        link(*message, *part);
+    }
+}
+
+} // namespace
+
+void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+{
+    const QHash<QString, QString> tables = tableTexts(db);
+    if (tables.contains(u"attachment"_s) && tables.contains(u"message_attachment_join"_s))
+        readRows(db.queryThrow(
+                     Sqlite3Sql("select j.message_id, a.rowid as rowid, a.* from message_attachment_join "
+                                "as j inner join attachment as a on j.attachment_id = a.rowid")),
+                 attachmentFields, root, store);
+}
+
+void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+{
+    const QHash<QString, QString> tables = tableTexts(db);
+    if (tables.contains(u"madrid_attachment"_s))
+        readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridFields, root,
+                 store);
+    if (tables.contains(u"msg_pieces"_s))
+        readPieces(db, root, store);
+}
