@@ -180,6 +180,26 @@
         <translation>Find no contact with keyword %1.</translation>
     </message>
     <message>
+        <source>IDS_AND_%1_MORE</source>
+        <translation>(and %1 more)</translation>
+    </message>
+    <message>
+        <source>IDS_GAPS_NONE</source>
+        <translation>No messages are missing here, as far as row numbers tell.</translation>
+    </message>
+    <message>
+        <source>IDS_GAPS_NOT_IN_LOCALDB</source>
+        <translation>What is missing can only be told of the phone itself: a Local Database has row numbers of its own.</translation>
+    </message>
+    <message>
+        <source>IDS_SHOW_HISTORY</source>
+        <translation>What it said before</translation>
+    </message>
+    <message>
+        <source>IDS_HIDE_HISTORY</source>
+        <translation>Hide what it said before</translation>
+    </message>
+    <message>
         <source>IDS_LOADING_MESSAGES</source>
         <translation>Loading SMS...</translation>
     </message>

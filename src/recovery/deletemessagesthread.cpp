@@ -36,7 +36,7 @@ struct ChatMember {
     bool isShown;
 };
 
-Sqlite3Sql withRows(const char *sql, std::initializer_list<qint64> rowids)
+Sqlite3Sql withRows(const QString &sql, std::initializer_list<qint64> rowids)
 {
     Sqlite3Sql statement(sql);
     for (const qint64 rowid : rowids)
@@ -70,12 +70,10 @@ QList<qint64> chatRowidsThrow(IOS6MessageDb &db, const QStringList &chatIdentifi
 
 QList<ChatMember> membersOf(IOS6MessageDb &db, const QList<qint64> &chats)
 {
-    // Shared locations are kept but not shown.
-    const bool hidesLocations = db.hasItemType();
-    const char *sql = hidesLocations
-                          ? "select j.message_id, m.item_type <> 4 from chat_message_join as j inner join "
-                            "message as m on j.message_id = m.rowid and j.chat_id=?"
-                          : "select message_id, 1 from chat_message_join where chat_id=?";
+    // Some are kept but not shown.
+    const QString shown = db.shownCondition();
+    const QString sql = u"select j.message_id, %1 from chat_message_join as j inner join message as m on "
+                        "j.message_id = m.rowid and j.chat_id=?"_s.arg(shown.isEmpty() ? u"1"_s : shown);
     QList<ChatMember> members;
     for (const qint64 chat : chats) {
         Sqlite3Cursor cursor = db.queryThrow(withRows(sql, {chat}));
@@ -88,9 +86,9 @@ QList<ChatMember> membersOf(IOS6MessageDb &db, const QList<qint64> &chats)
 /// Takes a message out of a chat. Returns whether it stood in no other and is gone.
 bool removeMember(IOS6MessageDb &db, const ChatMember &member)
 {
-    db.executeThrow(withRows("delete from chat_message_join where chat_id=? and message_id=?",
+    db.executeThrow(withRows(u"delete from chat_message_join where chat_id=? and message_id=?"_s,
                              {member.chat, member.message}));
-    if (db.queryThrow(withRows("select 1 from chat_message_join where message_id=?", {member.message}))
+    if (db.queryThrow(withRows(u"select 1 from chat_message_join where message_id=?"_s, {member.message}))
             .moveNextThrow())
         return false;
     _MsgMessage message;
@@ -142,8 +140,8 @@ qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers
         const QList<qint64> chats = chatRowidsThrow(db, chatIdentifiers);
         const qint64 removed = removeMembers(db, membersOf(db, chats), progress);
         for (const qint64 chat : chats) {
-            db.executeThrow(withRows("delete from chat_handle_join where chat_id=?", {chat}));
-            db.executeThrow(withRows("delete from chat where rowid=?", {chat}));
+            db.executeThrow(withRows(u"delete from chat_handle_join where chat_id=?"_s, {chat}));
+            db.executeThrow(withRows(u"delete from chat where rowid=?"_s, {chat}));
         }
         return removed;
     });

@@ -129,9 +129,12 @@ qint64 ExportMessagesDb::chatRowid(const _MsgChat &chat)
 qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)
 {
     qint64 &rowid = handleIds[{handle.id, handle.service}];
-    if (rowid == 0)
-        rowid = db.handleRowid(handle);
-    if (rowid == 0)
+    if (rowid != 0)
+        return rowid;
+    rowid = db.handleRowid(handle);
+    if (rowid != 0)
+        db.tellPerson(rowid, handle); // it may have come in before that was known
+    else
         rowid = db.insertHandle(handle);
     return rowid;
 }

@@ -14,7 +14,8 @@
 #include <utility>
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its content
-/// or its guid, gets no second row; chat, handles and attachments around it end up present and joined.
+/// or its guid, gets no second row; chat, handles and attachments around it end up present and joined, and
+/// what newer phones tell of it is brought up to date (`ExtrasKeeper`).
 ///
 /// A run is `begin`, `append` for each message, `finish`: one transaction. A run that ends without
 /// `finish` leaves the database as it was, but for attachment files that were copied already.

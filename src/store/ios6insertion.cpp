@@ -82,6 +82,14 @@ bool IOS6MessageDb::hasItemType()
     return hasColumn(u"message"_s, u"item_type"_s);
 }
 
+// Sharing of locations is hidden, but people are told of it since iOS 10.
+QString IOS6MessageDb::shownCondition()
+{
+    if (!hasItemType() || isModern)
+        return {};
+    return holdsExtras ? u"(m.item_type <> 4 or m._has_newer_event <> 0)"_s : u"m.item_type <> 4"_s;
+}
+
 qint64 IOS6MessageDb::firstRowid(const Sqlite3Sql &sql)
 {
     openDb();
@@ -135,8 +143,8 @@ qint64 IOS6MessageDb::countMessages()
 {
     Sqlite3Sql sql(
         "select count(*) from chat_message_join as j inner join message as m on j.message_id = m.rowid");
-    if (hasItemType())
-        sql.appendSql(u" and m.item_type <> 4"_s); // sharing of locations
+    if (const QString shown = shownCondition(); !shown.isEmpty())
+        sql.appendSql(u" and "_s + shown);
     return firstRowid(sql);
 }
 
@@ -186,6 +194,18 @@ qint64 IOS6MessageDb::insertHandle(const _MsgHandle &handle)
         setUnlessEmpty(row, u"_contact"_s, handle._contact);
     }
     return insertRow(row, u"handle"_s, {});
+}
+
+void IOS6MessageDb::tellPerson(qint64 handleRowid, const _MsgHandle &handle)
+{
+    if (!keepsExtras() || (handle.person_centric_id.isEmpty() && handle._contact.isEmpty()))
+        return;
+    Sqlite3Sql sql("update handle set _person_centric_id = coalesce(nullif(?,''), _person_centric_id), "
+                   "_contact = coalesce(nullif(?,''), _contact) where rowid=?");
+    sql.addTextParam(handle.person_centric_id);
+    sql.addTextParam(handle._contact);
+    sql.addInt64Param(handleRowid);
+    executeThrow(sql);
 }
 
 qint64 IOS6MessageDb::insertAttachment(const _MsgAttachment &attachment)

@@ -172,16 +172,12 @@ void IOS6MessageDb::completeHandle(_MsgHandle &handle)
         parts.nameHandleByMail(handle);
 }
 
-QString IOS6MessageDb::messageQuery(qint64 chatId) const
+QString IOS6MessageDb::messageQuery(qint64 chatId)
 {
     QString sql = u"select j.chat_id, m.* from chat_message_join as j inner join message as m on "
                   "j.message_id = m.rowid"_s;
-    // Sharing of locations, which people are told of since iOS 10.
-    const QString &columns = tables[u"message"_s];
-    if (columns.contains("item_type"_L1))
-        sql += columns.contains("_has_newer_event"_L1)
-                   ? u" and (m.item_type <> 4 or m._has_newer_event <> 0)"_s
-                   : u" and m.item_type <> 4"_s;
+    if (const QString shown = shownCondition(); !shown.isEmpty())
+        sql += u" and "_s + shown;
     if (chatId > 0)
         sql += u" and j.chat_id=%1"_s.arg(chatId);
     return sql;

@@ -44,6 +44,8 @@ public:
     bool hasColumn(const QString &table, const QString &columnText);
     /// Whether the file can hold events of a conversation.
     bool hasItemType();
+    /// What says in SQL that people see the row `m` of "message"; empty where they see all.
+    QString shownCondition();
 
     // Rows by what tells them apart; 0 when there is none.
 
@@ -69,6 +71,8 @@ public:
     qint64 insertChat(const _MsgChat &chat);
     qint64 insertHandle(const _MsgHandle &handle);
     qint64 insertAttachment(const _MsgAttachment &attachment);
+    /// Tells of a handle that is there whose it is, as far as `handle` knows and the file can hold it.
+    void tellPerson(qint64 handleRowid, const _MsgHandle &handle);
 
     // Joins; one that is there already stays single.
 
@@ -90,7 +94,7 @@ private:
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store, const char *sql);
     void readHandles(_MsgStore &store, const char *sql);
-    QString messageQuery(qint64 chatId) const;
+    QString messageQuery(qint64 chatId);
     void completeHandle(_MsgHandle &handle);
     qint64 firstRowid(const Sqlite3Sql &sql);
     QSet<qint64> chatsOf(qint64 messageId);

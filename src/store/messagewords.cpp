@@ -127,18 +127,27 @@ void addReply(QStringList &lines, const MessageExtras &extras)
         lines.append(QObject::tr("IDS_REPLY_TO_%1").arg(QObject::tr("IDS_MESSAGE_NOT_HERE")));
 }
 
-void addEdits(QStringList &lines, const MessageExtras &extras)
+/// What the message said before it was edited.
+QStringList earlierTexts(const MessageExtras &extras)
+{
+    QStringList lines;
+    for (qsizetype i = 0; i + 1 < extras.edits.size(); ++i) {
+        const MessageEdit &edit = extras.edits.at(i);
+        if (extras.edits.at(i + 1).part == edit.part) // the last of a part is what it says now
+            lines.append(QObject::tr("IDS_EDIT_BEFORE_%1_%2").arg(eventDate(edit.date), quoted(edit.text)));
+    }
+    return lines;
+}
+
+void addEdits(QStringList &lines, const MessageExtras &extras, History history)
 {
     const bool isOnlyUnsent = extras.edits.isEmpty() && hasUnsentParts(extras);
     if (extras.edits.isEmpty() && (extras.date_edited == 0 || isOnlyUnsent))
         return;
     lines.append(extras.date_edited == 0 ? QObject::tr("IDS_EDITED")
                                          : QObject::tr("IDS_EDITED_%1").arg(eventDate(extras.date_edited)));
-    for (qsizetype i = 0; i + 1 < extras.edits.size(); ++i) {
-        const MessageEdit &edit = extras.edits.at(i);
-        if (extras.edits.at(i + 1).part == edit.part) // the last of a part is what it says now
-            lines.append(QObject::tr("IDS_EDIT_BEFORE_%1_%2").arg(eventDate(edit.date), quoted(edit.text)));
-    }
+    if (history == History::Told)
+        lines.append(earlierTexts(extras));
 }
 
 void addLostParts(QStringList &lines, const _MsgMessage &message)
@@ -215,7 +224,17 @@ QString textOrWords(const _MsgMessage &message, const QString &text)
     return extras.balloon_bundle_id.isEmpty() ? QString() : balloonName(extras.balloon_bundle_id);
 }
 
-QStringList wordsUnder(const _MsgMessage &message)
+bool isRecentlyDeleted(const _MsgMessage &message)
+{
+    return message.extras && message.extras->delete_date != 0;
+}
+
+bool hasHistory(const _MsgMessage &message)
+{
+    return message.extras && !earlierTexts(*message.extras).isEmpty();
+}
+
+QStringList wordsUnder(const _MsgMessage &message, History history)
 {
     QStringList lines;
     if (!message.extras)
@@ -228,11 +247,11 @@ QStringList wordsUnder(const _MsgMessage &message)
     if (!extras.balloon_bundle_id.isEmpty() && !plainText(message).trimmed().isEmpty() &&
         appOf(extras.balloon_bundle_id) != linkBalloon)
         lines.append(balloonName(extras.balloon_bundle_id));
-    addEdits(lines, extras);
+    addEdits(lines, extras, history);
     addLostParts(lines, message);
     if (extras.schedule_type == 2)
         lines.append(QObject::tr("IDS_TO_BE_SENT_LATER"));
-    if (extras.delete_date != 0)
+    if (isRecentlyDeleted(message))
         lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date)));
     for (const MessageReaction &reaction : extras.reactions)
         lines.append(reactionWords(reaction));

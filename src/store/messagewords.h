@@ -33,6 +33,15 @@ bool isUnsent(const _MsgMessage &message);
 /// can't be read or is a reaction to a message that isn't there.
 QString textOrWords(const _MsgMessage &message, const QString &text);
 
+/// Whether it lies in "Recently Deleted".
+bool isRecentlyDeleted(const _MsgMessage &message);
+
+/// Whether something is known of what an edited message said before.
+bool hasHistory(const _MsgMessage &message);
+
+/// Whether an edited message comes with what it said before.
+enum class History { Told, LeftOut };
+
 /// The lines under the message: what it answers, effect, app, edits with what it said before, unsent and
 /// deleted parts, that it is still to be sent or recently deleted, then the reactions.
-QStringList wordsUnder(const _MsgMessage &message);
+QStringList wordsUnder(const _MsgMessage &message, History history = History::Told);

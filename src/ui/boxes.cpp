@@ -41,7 +41,9 @@ void showIcon(QMessageBox &box, int icon)
 /// A box without a parent would be free to open behind the window that it speaks of.
 void keepAboveActiveWindow(QMessageBox &box)
 {
-    const QWidget *active = QApplication::activeWindow();
+    const QWidget *active = QApplication::activeModalWidget();
+    if (!active)
+        active = QApplication::activeWindow();
     if (!active)
         return;
     box.winId(); // makes the window handle

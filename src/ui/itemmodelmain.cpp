@@ -2,6 +2,7 @@
 
 #include "messagestore.h"
 #include "programicon.h"
+#include "samepersons.h"
 
 #include <QColor>
 #include <QImage>
@@ -86,11 +87,21 @@ _LocalDBItemNode *ItemModelMain::addLocalDb(const QSharedPointer<AbsMessageDb> &
     return node;
 }
 
+void ItemModelMain::setJoinsPersons(bool joins)
+{
+    joinsPersons = joins;
+    for (const QList<_ItemNode *> &nodes : {rootDevice->children, rootLocalDb->children})
+        for (_ItemNode *node : nodes)
+            if (!node->children.isEmpty())
+                loadSessions(static_cast<_AbsDBItemNode *>(node));
+}
+
 void ItemModelMain::loadSessions(_AbsDBItemNode *node)
 {
     removeChildren(node);
     QList<_ItemNode *> sessions;
-    for (const _MsgSession &session : groupChatSessions(node->store))
+    const QList<_MsgSession> all = groupChatSessions(node->store);
+    for (const _MsgSession &session : joinsPersons ? joinSamePersons(all) : all)
         sessions.append(new _ChatSessionItemNode(session));
     appendNodes(node, sessions);
 }

@@ -21,6 +21,8 @@ public:
     _IOSDeviceItemNode *addDevice(const QSharedPointer<AbsMessageDb> &db, const IOSDevice &device);
     /// Adds a Local Database. The node belongs to the model.
     _LocalDBItemNode *addLocalDb(const QSharedPointer<AbsMessageDb> &db, const QString &name);
+    /// Whether the conversations with one person are one. Those of sources read already are made anew.
+    void setJoinsPersons(bool joins);
     /// Makes the conversations below `node` anew from its store, newest first.
     void loadSessions(_AbsDBItemNode *node);
 
@@ -32,6 +34,7 @@ private:
     QVariant iconOf(const _ItemNode *node) const;
     QIcon sessionIcon(const _ChatSessionItemNode *node) const;
 
+    bool joinsPersons = false;
     const QIcon devicesIcon, iphoneIcon, databasesIcon, databaseIcon, androidIcon, contactIcon, groupIcon;
     /// Pictures of contacts that were on view lately; null where the bytes are no picture.
     mutable QCache<const _ItemNode *, QIcon> photos;

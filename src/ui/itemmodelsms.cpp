@@ -1,6 +1,7 @@
 #include "itemmodelsms.h"
 
 #include "messagestore.h"
+#include "messagewords.h"
 #include "programicon.h"
 #include "stylesheet.h"
 
@@ -47,6 +48,13 @@ QVariant backgroundOf(const _MsgMessage &message)
     return QBrush(message.is_from_me ? QColor(245, 255, 226) : QColor(Qt::white));
 }
 
+QVariant foregroundOf(const _MsgMessage &message)
+{
+    if (message.isRecovered)
+        return QColor(Qt::red);
+    return isRecentlyDeleted(message) ? QVariant(QColor(Qt::gray)) : QVariant();
+}
+
 } // namespace
 
 ItemModelSms::ItemModelSms(QObject *parent)
@@ -87,12 +95,15 @@ QVariant ItemModelSms::data(const QModelIndex &index, int role) const
         return {};
     const _MsgMessage &message = *list.at(index.row());
     switch (role) {
-    case Qt::DisplayRole:
-    case Qt::ToolTipRole: return textOf(message, index.column(), emoji);
+    case Qt::ToolTipRole:
+        if (index.column() == Content)
+            return fullText(message, emoji);
+        [[fallthrough]];
+    case Qt::DisplayRole: return textOf(message, index.column(), emoji);
     case Qt::DecorationRole: return index.column() == Date ? QVariant(iconOf(message)) : QVariant();
     case Qt::BackgroundRole: return backgroundOf(message);
     case Qt::SizeHintRole: return QSize(0, 23);
-    case Qt::ForegroundRole: return message.isRecovered ? QVariant(QColor(Qt::red)) : QVariant();
+    case Qt::ForegroundRole: return foregroundOf(message);
     default: return {};
     }
 }

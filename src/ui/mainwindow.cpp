@@ -15,6 +15,7 @@
 #include "sourceloader.h"
 #include "sourcepane.h"
 #include "stylesheet.h"
+#include "viewswitches.h"
 
 #include <QCloseEvent>
 #include <QDesktopServices>
@@ -52,12 +53,15 @@ MainWindow::MainWindow(QWidget *parent)
     , messages(new MessagePane(this))
     , workers(new MessageWorkers(sources, messages, this))
     , menus(new WindowMenus(this))
+    , views(new ViewSwitches(menus->viewMenu(), sources, messages))
     , advLabel(new QLabel(this))
 {
     build();
     connect(sources, &SourcePane::selectionChanged, this, &MainWindow::onMainTreeSelected);
     connect(sources, &SourcePane::contextMenuWanted, this, &MainWindow::onMainTreeContextMenu);
     connect(messages, &MessagePane::contextMenuWanted, this, &MainWindow::onSMSContextMenu);
+    // Queued: reading what is shown may open a dialog, for which the menu has to be closed.
+    connect(views, &ViewSwitches::contentChanged, this, &MainWindow::showSelected, Qt::QueuedConnection);
     fillStatusBar();
     runFlow([this] { fillSourceTree(sources->model()); });
 }
@@ -168,6 +172,7 @@ void MainWindow::showSelected()
             showSource(source);
         else
             messages->clearMessageViews();
+        views->tellMissing();
     });
 }
 

@@ -9,6 +9,7 @@
 
 class QItemSelection;
 class QLabel;
+class ViewSwitches;
 struct _ChatSessionItemNode;
 struct _AbsDBItemNode;
 
@@ -108,6 +109,7 @@ private:
     MessagePane *messages;
     MessageWorkers *workers;
     WindowMenus *menus;
+    ViewSwitches *views;
     QLabel *advLabel;
     int flowsRunning = 0;
     bool closeWanted = false;

@@ -70,9 +70,11 @@ void deleteEmptyConversation(SourcePane &sources, _AbsDBItemNode *source, _ChatS
 {
     if (node->session.chats.isEmpty())
         return;
+    QStringList identifiers;
+    for (const _MsgChat *chat : std::as_const(node->session.chats))
+        identifiers.append(chat->chat_identifier);
     ProgressForm unseen(QString(), window);
-    deleteConversations(dynamic_cast<IOS6MessageDb &>(*source->db),
-                        {node->session.chats.first()->chat_identifier}, unseen);
+    deleteConversations(dynamic_cast<IOS6MessageDb &>(*source->db), identifiers, unseen);
     removeConversations(sources.model(), {node}, *source->store);
 }
 

@@ -3,6 +3,7 @@
 #include "boxes.h"
 #include "itemmodelsms.h"
 #include "messagestore.h"
+#include "messagewords.h"
 #include "mytreeview.h"
 #include "searchrow.h"
 #include "smsbrowser.h"
@@ -23,6 +24,8 @@ namespace
 {
 
 constexpr int longestTitle = 200; // characters; no window shows more
+constexpr qsizetype noticeLines = 3;
+constexpr qsizetype noticeToolTipLines = 40;
 
 QVBoxLayout *columnIn(QSplitter *splitter)
 {
@@ -50,6 +53,7 @@ MessagePane::MessagePane(QWidget *parent)
     , treeViewSMS(new MyTreeView(this))
     , txtSMSKeyword(new QLineEdit(this))
     , lbChatName(yieldingLabel(u"lbChatName"_s, u"Conversations"_s, this))
+    , lbNotice(yieldingLabel(u"lbNotice"_s, {}, this))
     , txtSMS(new SmsBrowser(this))
     , lbSMSCount(yieldingLabel(u"lbSMSCount"_s, QObject::tr("Messages: 0"), this))
 {
@@ -89,8 +93,11 @@ void MessagePane::buildConversation(QSplitter *splitter)
     txtSMS->setAccessibleName(u"Conversation"_s);
     lbChatName->setProperty("heading", true);
     lbSMSCount->setProperty("quiet", true);
+    lbNotice->setProperty("quiet", true);
+    lbNotice->hide();
     QVBoxLayout *column = columnIn(splitter);
     column->addWidget(lbChatName);
+    column->addWidget(lbNotice);
     column->addWidget(txtSMS);
     column->addWidget(lbSMSCount);
 }
@@ -111,7 +118,10 @@ void MessagePane::showMessages(const QList<_MsgMessage *> &list, _MsgStorePtr ow
 {
     shownStore.swap(owner); // what was on view is let go of when nothing of it is shown any more
     setTitle(title);
-    showSorted(list);
+    QList<_MsgMessage *> wanted = list;
+    if (!showsDeleted)
+        wanted.removeIf([](const _MsgMessage *message) { return isRecentlyDeleted(*message); });
+    showSorted(wanted);
 }
 
 void MessagePane::clearMessageViews()
@@ -143,6 +153,16 @@ void MessagePane::setTitle(const QString &title)
     shownTitle = title;
     const QString shown = title.size() > longestTitle ? title.left(longestTitle) + u'…' : title;
     lbChatName->setText(title.isEmpty() ? u"Conversations"_s : shown);
+}
+
+void MessagePane::setNotice(const QStringList &lines)
+{
+    QStringList shown = lines.first(std::min(lines.size(), noticeLines));
+    if (lines.size() > shown.size())
+        shown.last() += u' ' + QObject::tr("IDS_AND_%1_MORE").arg(lines.size() - shown.size());
+    lbNotice->setText(shown.join(u'\n'));
+    lbNotice->setToolTip(lines.first(std::min(lines.size(), noticeToolTipLines)).join(u'\n'));
+    lbNotice->setVisible(!lines.isEmpty());
 }
 
 const QList<_MsgMessage *> &MessagePane::messages() const

@@ -28,6 +28,10 @@ public:
     /// How list, conversation and search take emoji from now on.
     void setEmojiStyle(EmojiStyle style);
     EmojiStyle emojiStyle() const { return emoji; }
+    /// Whether what lies in "Recently Deleted" is shown too, from the next `showMessages` on.
+    void setShowsDeleted(bool shows) { showsDeleted = shows; }
+    /// Lines above the conversation, the first few in sight; none hides them.
+    void setNotice(const QStringList &lines);
 
     /// All that is on view, in its order.
     const QList<_MsgMessage *> &messages() const;
@@ -62,9 +66,11 @@ private:
     MyTreeView *treeViewSMS;
     QLineEdit *txtSMSKeyword;
     QLabel *lbChatName;
+    QLabel *lbNotice;
     SmsBrowser *txtSMS;
     QLabel *lbSMSCount;
     _MsgStorePtr shownStore;
     QString shownTitle;
     EmojiStyle emoji = EmojiStyle::Markers;
+    bool showsDeleted = false;
 };

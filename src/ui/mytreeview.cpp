@@ -14,7 +14,9 @@ MyTreeView::MyTreeView(QWidget *parent) : QTreeView(parent)
 void MyTreeView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTreeView::selectionChanged(selected, deselected);
-    Q_EMIT onSelectionChanged(selected, deselected);
+    // Rows that go above the selected one make Qt tell of a change that is none.
+    if (!selected.isEmpty() || !deselected.isEmpty())
+        Q_EMIT onSelectionChanged(selected, deselected);
 }
 
 void MyTreeView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end)

@@ -39,7 +39,7 @@ ProgressForm::ProgressForm(const QString &title, QWidget *parent)
     showTimer.setInterval(showInterval);
     connect(&showTimer, &QTimer::timeout, this, &ProgressForm::showReport);
     connect(btnCancel, &QPushButton::pressed, this, &ProgressForm::cancel);
-    connect(this, &QDialog::finished, this, [this](int result) { cancelled = result == Rejected; });
+    connect(this, &QDialog::finished, this, &ProgressForm::onFinish);
 }
 
 void ProgressForm::build()
@@ -154,6 +154,11 @@ void ProgressForm::cancel()
         return;
     Q_EMIT userCacel();
     done(Rejected);
+}
+
+void ProgressForm::onFinish(int result)
+{
+    cancelled = result == Rejected;
 }
 
 void ProgressForm::reject()

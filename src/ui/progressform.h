@@ -34,6 +34,7 @@ public:
     std::atomic_bool tipsWaiting = false;
 
 public Q_SLOTS:
+    void onFinish(int result);
     void cancel();
     /// Cancels where that is enabled and does nothing where it isn't.
     void reject() override;

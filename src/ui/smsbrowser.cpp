@@ -5,6 +5,7 @@
 #include "stylesheet.h"
 
 #include <QEvent>
+#include <QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +15,11 @@ namespace
 constexpr char16_t lightColours[] = u".t{font-size:13px;padding:5px 10px} "
                                     ".c,.sc{font-size:14px;padding:5px 10px;background-color:#EEEEEE;}"
                                     ".send{/*background-color:#CEE0EC;*/} .send .t{color:#008040;}"
-                                    ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}";
+                                    ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}"
+                                    ".w{font-size:12px;color:#5A5A5A;}";
 // Comes behind the light ones: their colours can't be read on a dark ground.
-constexpr char16_t darkColours[] =
-    u".c,.sc{background-color:#3A3A3A;} .send .t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
+constexpr char16_t darkColours[] = u".c,.sc{background-color:#3A3A3A;} .w,.w a{color:#B0B0B0;} .send "
+                                   u".t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
 
 } // namespace
 
@@ -31,6 +33,7 @@ SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent)
 void SmsBrowser::setMessages(const QList<_MsgMessage *> &shown)
 {
     messages = shown;
+    openHistories.clear();
     page = 0;
     if (messages.isEmpty())
         clear();
@@ -100,7 +103,7 @@ void SmsBrowser::render(int number)
 {
     page = number;
     setUpdatesEnabled(false);
-    setHtml(smsPageHtml(messages, page, emoji));
+    setHtml(smsPageHtml(messages, page, emoji, openHistories));
     setUpdatesEnabled(true);
 }
 
@@ -110,8 +113,19 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
         previousPage();
     else if (url.path() == "/next_page"_L1)
         nextPage();
+    else if (url.path() == "/history"_L1)
+        toggleHistory(url.query().toLongLong());
     else if (url.isLocalFile())
         openWithShell(url.toLocalFile());
+}
+
+void SmsBrowser::toggleHistory(qint64 rowid)
+{
+    if (!openHistories.remove(rowid))
+        openHistories.insert(rowid);
+    const int place = verticalScrollBar()->value();
+    render(page);
+    verticalScrollBar()->setValue(place);
 }
 
 void SmsBrowser::changeEvent(QEvent *event)

@@ -31,7 +31,7 @@ public:
     int pageCount() const;
 
 public Q_SLOTS:
-    /// Turns the page or opens a local file.
+    /// Turns the page, shows or hides a message's history, or opens a local file.
     void onAnchorClicked(const QUrl &url);
 
 protected:
@@ -40,9 +40,11 @@ protected:
 private:
     void goToPage(int number, QTextCursor::MoveOperation cursorTo);
     void render(int number);
+    void toggleHistory(qint64 rowid);
     void applyColours();
 
     QList<_MsgMessage *> messages;
     int page = 0;
+    QSet<qint64> openHistories; ///< rowids of messages that show what they said before
     EmojiStyle emoji = EmojiStyle::Markers;
 };

@@ -2,6 +2,7 @@
 
 #include "htmltext.h"
 #include "messagestore.h"
+#include "messagewords.h"
 
 #include <QLocale>
 #include <QRegularExpression>
@@ -35,19 +36,35 @@ QString titleCell(const _MsgMessage &message)
            cellText(senderLabel(message)) + u"</td>"_s;
 }
 
-QString contentCell(const _MsgMessage &message, EmojiStyle emoji)
+/// What stands under the text: reply, effect, edits, reactions and the like.
+QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message, emoji)) + u"</td>"_s;
+    QString html;
+    for (const QString &line : wordsUnder(message, isHistoryOpen ? History::Told : History::LeftOut))
+        html += u"<div class=\"w\">"_s + cellText(withEmoji(line, emoji)) + u"</div>"_s;
+    if (hasHistory(message)) {
+        const QString link =
+            isHistoryOpen ? QObject::tr("IDS_HIDE_HISTORY") : QObject::tr("IDS_SHOW_HISTORY");
+        html += u"<div class=\"w\"><a href=\"/history?%1\">%2</a></div>"_s.arg(QString::number(message.rowid),
+                                                                               htmlText(link));
+    }
+    return html;
 }
 
-QString messageHtml(const _MsgMessage &message, EmojiStyle emoji)
+QString contentCell(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
+{
+    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message, emoji)) +
+           wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
+}
+
+QString messageHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
     const bool isSent = message.is_from_me != 0;
     return u"<a name=\"sms_%1\"></a>"_s.arg(message.rowid) +
            u"<table class=\"%1\" width=\"100%\" cellpadding=\"0\" border=\"0\" cellspacing=\"0\">"_s.arg(
                isSent ? u"send"_s : u"rec"_s) +
            tableRow(isSent, titleCell(message), u"st"_s) +
-           tableRow(isSent, contentCell(message, emoji), u"sc"_s) + u"</table>"_s;
+           tableRow(isSent, contentCell(message, emoji, isHistoryOpen), u"sc"_s) + u"</table>"_s;
 }
 
 } // namespace
@@ -57,13 +74,14 @@ int pagesFor(qsizetype messageCount)
     return int((messageCount + messagesPerPage - 1) / messagesPerPage);
 }
 
-QString smsPageHtml(const QList<_MsgMessage *> &messages, int page, EmojiStyle emoji)
+QString smsPageHtml(const QList<_MsgMessage *> &messages, int page, EmojiStyle emoji,
+                    const QSet<qint64> &openHistories)
 {
     QString html = u"<a name=\"start\"></a>"_s;
     if (page > 1)
         html += u"<p><a href=\"/pre_page\">&lt;&lt;Previous Page</a></p>"_s;
     for (const _MsgMessage *message : messages.mid((page - 1) * messagesPerPage, messagesPerPage))
-        html += messageHtml(*message, emoji);
+        html += messageHtml(*message, emoji, openHistories.contains(message->rowid));
     if (page < pagesFor(messages.size()))
         html += u"<p><a href=\"/next_page\">&gt;&gt;Next Page</a></p>"_s;
     return html + u"<a name=\"end\"></a>"_s;

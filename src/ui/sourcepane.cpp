@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -29,10 +30,12 @@ bool isConversation(const Node *node)
     return node && node->type == ChatSessionNode;
 }
 
-QString identifierOf(const Node *node)
+bool hasChat(const Node *node, const QString &chatIdentifier)
 {
     const QList<_MsgChat *> &chats = static_cast<const _ChatSessionItemNode *>(node)->session.chats;
-    return chats.isEmpty() ? QString() : chats.first()->chat_identifier;
+    return std::any_of(chats.begin(), chats.end(), [&](const _MsgChat *chat) {
+        return chat->chat_identifier.compare(chatIdentifier, Qt::CaseInsensitive) == 0;
+    });
 }
 
 } // namespace
@@ -144,10 +147,20 @@ void SourcePane::select(const Node *node)
     treeViewDS->setCurrentIndex(index);
 }
 
+void SourcePane::setJoinsPersons(bool joins)
+{
+    const _AbsDBItemNode *source = currentSource();
+    const _ChatSessionItemNode *current = currentConversation();
+    const QList<_MsgChat *> chats = current ? current->session.chats : QList<_MsgChat *>();
+    mainModel->setJoinsPersons(joins);
+    if (!chats.isEmpty())
+        selectConversation(source, chats.first()->chat_identifier);
+}
+
 void SourcePane::selectConversation(const _AbsDBItemNode *source, const QString &chatIdentifier)
 {
     for (const Node *node : source->children)
-        if (identifierOf(node).compare(chatIdentifier, Qt::CaseInsensitive) == 0)
+        if (hasChat(node, chatIdentifier))
             return select(node);
 }
 

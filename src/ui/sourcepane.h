@@ -38,6 +38,8 @@ public:
     /// Throws away what was read of a source; its conversations go.
     void unload(_AbsDBItemNode *source);
     void select(const AbsTreeItemModel::_ItemNode *node);
+    /// Whether the conversations with one person are one. The one selected stays so.
+    void setJoinsPersons(bool joins);
     /// Selects the conversation with this identifier below `source`, if it is there.
     void selectConversation(const _AbsDBItemNode *source, const QString &chatIdentifier);
 

@@ -121,6 +121,7 @@ WindowMenus::WindowMenus(MainWindow *mainWindow) : QObject(mainWindow), window(m
 {
     window->menuBar()->setObjectName(u"menuBar"_s);
     buildFileMenu();
+    view = window->menuBar()->addMenu(u"&View"_s);
     buildToolsMenu();
     buildHelpMenu();
     addFind();

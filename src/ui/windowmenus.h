@@ -30,6 +30,8 @@ public:
     void fillTreeMenu(QMenu &menu, const SourceState &state) const;
     /// The entries for messages selected in the list; none without a source.
     void fillListMenu(QMenu &menu, const SourceState &state) const;
+    /// Empty at first; what can be switched fills it.
+    QMenu *viewMenu() const { return view; }
 
 private:
     QAction *addTo(QMenu *menu, const MenuEntry &entry) const;
@@ -41,6 +43,7 @@ private:
     void addFind();
 
     MainWindow *window;
+    QMenu *view = nullptr;
     QAction *actBackup = nullptr;
     QAction *actDb2I = nullptr;
     QAction *actExport = nullptr;

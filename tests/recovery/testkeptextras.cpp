@@ -2,6 +2,7 @@
 
 #include "backupsmsthread.h"
 #include "deletemessagesthread.h"
+#include "extrasfields.h"
 #include "ios6messagedb.h"
 #include "localdbtools.h"
 #include "messagestore.h"
@@ -20,7 +21,12 @@ namespace
 const QString ann = u"+34612345678"_s;
 const QString ben = u"+34612345679"_s;
 
-using Phone = std::function<SmsDbBuilder(const QDir &)>;
+using Talk = std::function<void(SmsDbBuilder &)>;
+
+void hi(SmsDbBuilder &phone)
+{
+    phone.received(u"hi"_s).guid(u"G"_s);
+}
 
 _MsgStorePtr storeOf(AbsIOSMessageDb &db)
 {
@@ -37,42 +43,21 @@ QString told(const QList<MessageEdit> &edits)
     return texts.join(u',');
 }
 
-QString told(const QList<MessageReaction> &reactions)
+QString told(const MessageExtras &extras)
 {
-    QStringList texts;
-    for (const MessageReaction &one : reactions)
+    QStringList texts = {told(extras.edits), told(extras.deletedParts), extras.originatorWords,
+                         QString::number(extras.retractedParts.size())};
+    for (const MessageReaction &one : extras.reactions)
         texts.append(u"%1%2 on %3 by %4 at %5 %6 %7 %8"_s.arg(one.associated_message_type)
                          .arg(one.associated_message_emoji, QString::number(one.part),
                               one.handle ? one.handle->id : QString::number(one.is_from_me),
                               QString::number(one.date), one.service, one.text, one.guid));
-    return texts.join(u',');
-}
-
-QString toldExtras(const MessageExtras &extras)
-{
-    QStringList numbers;
-    for (const int number :
-         {extras.associated_message_type, extras.date_edited, extras.date_retracted, extras.delete_date,
-          extras.schedule_type, int(extras.isTextUndecodable), int(extras.hasNewerEvent)})
-        numbers.append(QString::number(number));
-    for (const int part : extras.retractedParts)
-        numbers.append(u"unsent %1"_s.arg(part));
-    const QString blobs =
-        QString::fromLatin1(extras.payload_data.toHex() + extras.message_summary_info.toHex());
-    return QStringList{told(extras.reactions),
-                       told(extras.edits),
-                       told(extras.deletedParts),
-                       numbers.join(u' '),
-                       blobs,
-                       extras.thread_originator_guid,
-                       extras.thread_originator_part,
-                       extras.reply_to_guid,
-                       extras.originatorWords,
-                       extras.associated_message_guid,
-                       extras.associated_message_emoji,
-                       extras.balloon_bundle_id,
-                       extras.expressive_send_style_id}
-        .join(u'|');
+    Sqlite3Sql columns("");
+    for (const ExtrasField &field : extrasFields())
+        bindField(columns, field, extras);
+    for (const QVariant &value : columns.params())
+        texts.append(QString::fromLatin1(value.toByteArray().toHex()));
+    return texts.join(u'|');
 }
 
 /// All that is told of each message, sorted.
@@ -80,11 +65,12 @@ QStringList told(const _MsgStorePtr &store)
 {
     QStringList lines;
     for (const _MsgMessage *message : allMessages(store))
-        lines.append(QStringList{message->guid, renderText(*message), message->text, message->service,
-                                 message->chat->chat_identifier, message->chat->service_name,
-                                 senderLabel(*message), QString::number(message->chat->_last),
-                                 message->handle ? message->handle->id : u"me"_s, logicHash(*message),
-                                 message->extras ? toldExtras(*message->extras) : u"plain"_s}
+        lines.append(QStringList{
+            message->guid, renderText(*message), message->text, message->service,
+            message->chat->chat_identifier, message->chat->service_name, senderLabel(*message),
+            QString::number(message->chat->_last),
+            message->handle ? QString(message->handle->id + message->handle->person_centric_id) : u"me"_s,
+            logicHash(*message), message->extras ? told(*message->extras) : u"plain"_s}
                          .join(u'|'));
     lines.sort();
     return lines;
@@ -126,7 +112,7 @@ private Q_SLOTS:
     void aMessageTakesItsReactionsAlong();
 
 private:
-    void import(const Phone &phone);
+    void import(const Talk &talk);
     std::unique_ptr<AbsIOSMessageDb> kept() const
     {
         return std::make_unique<IOS6MessageDb>(QDir(dir->path()), file, QString(), true);
@@ -142,10 +128,12 @@ void TestKeptExtras::init()
     file = dir->filePath(u"kept.db"_s);
 }
 
-void TestKeptExtras::import(const Phone &phone)
+void TestKeptExtras::import(const Talk &talk)
 {
     const QTemporaryDir root;
-    phone(QDir(root.path())).write();
+    SmsDbBuilder phone(root.path(), IosVersion::Ios18);
+    talk(phone.chat(ann, u"iMessage"_s));
+    phone.write();
     const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(root.path()), u"214"_s);
     RecordingProgress progress;
     backupMessages(allMessages(storeOf(*db)), QDir(dir->path()), file, progress);
@@ -155,7 +143,10 @@ void TestKeptExtras::everythingReadsBackAlike()
 {
     SmsDbBuilder phone(QDir(dir->path()), IosVersion::Ios26);
     phone.chat(ann, u"RCS"_s).received(u"Hi 🎉"_s).reaction(2006, u"🚀"_s).ownReaction(2001).aimedAt(u"bp:"_s);
-    phone.reply(u"re"_s).effect(u"com.apple.MobileSMS.expressivesend.impact"_s).ownReply(u"re re"_s);
+    phone.samePerson(u"P"_s)
+        .reply(u"re"_s)
+        .effect(u"com.apple.MobileSMS.expressivesend.impact"_s)
+        .ownReply(u"re re"_s);
     phone.sent(u"a"_s).edited(u"b"_s).edited(u"c"_s).sent(u"x"_s).unsent().sent(u"two"_s).unsentPart(1);
     phone.sent(u"w"_s).editedWithoutHistory().received(u"z"_s).deletedPart(0, u"gone"_s).received(u"y"_s);
     phone.recentlyDeleted().sent(u"later"_s).sendLater().received(u"old"_s).inSeconds();
@@ -188,64 +179,49 @@ void TestKeptExtras::everythingReadsBackAlike()
 
 void TestKeptExtras::whatCameSinceIsAdded_data()
 {
-    QTest::addColumn<Phone>("earlier");
-    QTest::addColumn<Phone>("later");
+    QTest::addColumn<Talk>("earlier");
+    QTest::addColumn<Talk>("later");
     QTest::addColumn<QStringList>("expected"); // whichever comes in first
-    using Change = std::function<void(SmsDbBuilder &)>;
-    const auto row = [](const char *name, const Change &before, const Change &after,
-                        const QStringList &expected) {
-        const auto phone = [](const Change &change) -> Phone {
-            return [change](const QDir &root) {
-                SmsDbBuilder builder(root, IosVersion::Ios18);
-                builder.chat(ann, u"iMessage"_s);
-                change(builder);
-                return builder;
-            };
-        };
-        QTest::newRow(name) << phone(before) << phone(after) << expected;
-    };
-    const auto hi = [](SmsDbBuilder &phone) { phone.received(u"hi"_s).guid(u"G"_s); };
-    row("a reaction", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2001); }, {u"hi 2001"_s});
+    const auto row = [](const char *name, const Talk &earlier, const Talk &later,
+                        const QStringList &expected) { QTest::newRow(name) << earlier << later << expected; };
     row(
-        "another instead", [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2001).guid(u"R1"_s); },
-        [&](SmsDbBuilder &phone) { hi(phone), phone.reaction(2003).guid(u"R2"_s).at(389200000); },
+        "another reaction", [](SmsDbBuilder &phone) { hi(phone), phone.reaction(2001).guid(u"R1"_s); },
+        [](SmsDbBuilder &phone) { hi(phone), phone.reaction(2003).guid(u"R2"_s).at(389200000); },
         {u"hi 2003"_s});
     row(
         "a reaction whose message was missing",
         [](SmsDbBuilder &phone) {
             phone.received(u"other"_s).received(u"hi"_s).guid(u"G"_s).reaction(2001).guid(u"R"_s).erased();
         },
-        [&](SmsDbBuilder &phone) {
-            phone.received(u"other"_s), hi(phone), phone.reaction(2001).guid(u"R"_s);
-        },
+        [](SmsDbBuilder &phone) { phone.received(u"other"_s), hi(phone), phone.reaction(2001).guid(u"R"_s); },
         {u"other"_s, u"hi 2001"_s});
-    row("an edit", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
+    row("an edit", hi, [](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
         {u"ho said hi said ho"_s});
     row(
-        "a further edit", [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
-        [&](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s).edited(u"ha"_s); },
+        "a further edit", [](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
+        [](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s).edited(u"ha"_s); },
         {u"ha said hi said ho said ha"_s});
     row("that it was edited, the text before is nowhere else", hi,
         [](SmsDbBuilder &phone) { phone.received(u"ho"_s).guid(u"G"_s).editedWithoutHistory(); },
         {u"ho said hi said ho"_s});
-    row("that it was unsent, the text stays", hi, [&](SmsDbBuilder &phone) { hi(phone), phone.unsent(); },
+    row("that it was unsent, the text stays", hi, [](SmsDbBuilder &phone) { hi(phone), phone.unsent(); },
         {u"hi unsent"_s});
     row("it went to Recently Deleted and stays", hi,
-        [&](SmsDbBuilder &phone) { hi(phone), phone.recentlyDeleted(); }, {u"hi"_s});
+        [](SmsDbBuilder &phone) { hi(phone), phone.recentlyDeleted(); }, {u"hi"_s});
     row("it lost its conversation and stays in it", hi,
-        [&](SmsDbBuilder &phone) { phone.noChat(), hi(phone), phone.reactionBy(ann, 2001); }, {u"hi 2001"_s});
+        [](SmsDbBuilder &phone) { phone.noChat(), hi(phone), phone.reactionBy(ann, 2001); }, {u"hi 2001"_s});
 }
 
 void TestKeptExtras::whatCameSinceIsAdded()
 {
-    QFETCH(Phone, earlier);
-    QFETCH(Phone, later);
+    QFETCH(Talk, earlier);
+    QFETCH(Talk, later);
     QFETCH(QStringList, expected);
     expected.sort();
     for (const bool inOrder : {true, false}) {
         init();
-        for (const Phone &phone : {inOrder ? earlier : later, inOrder ? later : earlier, later, earlier})
-            import(phone);
+        for (const Talk &talk : {inOrder ? earlier : later, inOrder ? later : earlier, later, earlier})
+            import(talk);
         QStringList found = toldShort(storeOf(*kept()));
         found.sort();
         QCOMPARE(found, expected);
@@ -254,15 +230,9 @@ void TestKeptExtras::whatCameSinceIsAdded()
 
 void TestKeptExtras::aMessageTakesItsReactionsAlong()
 {
-    import([](const QDir &root) {
-        SmsDbBuilder phone(root, IosVersion::Ios18);
-    phone.chat(ann)
-        .received(u"goes"_s)
-        .reactionBy(ben, 2000)
-        .reactionBy(u"+34600"_s, 2000)
-        .deletedPart(0, u"x"_s);
+    import([](SmsDbBuilder &phone) {
+        phone.received(u"goes"_s).reactionBy(ben, 2000).reactionBy(u"+34600"_s, 2000).deletedPart(0, u"x"_s);
     phone.received(u"stays"_s).reactionBy(ben, 2001);
-    return phone;
 });
 IOS6MessageDb db(QDir(dir->path()), file, QString(), true);
 RecordingProgress progress;

@@ -12,17 +12,26 @@
 #include "mytreeview.h"
 #include "openmessagedb.h"
 #include "passcodedlg.h"
+#include "progressform.h"
+#include "smsbrowser.h"
 #include "smsdbbuilder.h"
 #include "sourcenodes.h"
+#include "sourcepane.h"
 #include "texts.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDropEvent>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
+#include <QPrinter>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -94,6 +103,59 @@ DialogPlayer::Step nameDatabase(const QString &name)
     });
 }
 
+DialogPlayer::Step nameFile(const QString &path, const QString &filter)
+{
+    return [=](QWidget *widget) {
+        auto *dialog = qobject_cast<QFileDialog *>(widget);
+        if (!dialog)
+            return false;
+        if (!filter.isEmpty())
+            dialog->selectNameFilter(filter);
+        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+        QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        return true;
+    };
+}
+
+/// Closes the window and cancels the job as soon as a job's dialog shows.
+class CancellingPerson : public QObject
+{
+public:
+    explicit CancellingPerson(QWidget *closedWindow) : window(closedWindow)
+    {
+        qApp->installEventFilter(this);
+    }
+    bool stayedOpen = false;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (auto *form = qobject_cast<ProgressForm *>(watched); form && event->type() == QEvent::Show)
+            QTimer::singleShot(0, form, [this, form] {
+                window->close();
+                stayedOpen = window->isVisible();
+                QTest::mousePress(form->findChild<QPushButton *>(), Qt::LeftButton);
+            });
+        return false;
+    }
+
+private:
+    QWidget *window;
+};
+
+bool dropOn(QWidget &window, const QString &folder)
+{
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(folder)});
+    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    enter.ignore();
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    if (enter.isAccepted())
+        QApplication::sendEvent(&window, &drop);
+    return enter.isAccepted();
+}
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -101,7 +163,7 @@ class TestMainWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { installTexts(translator); }
+    void initTestCase();
     void init();
     void importsWithPasswordWrongThenRight();
     void importsTwiceWithoutDoubles();
@@ -110,11 +172,16 @@ private Q_SLOTS:
     void headerThatIsNotDateTurnsToNewestFirst();
     void deletesSelectionThenConversationThenDatabase();
     void actionsFollowTheNode();
-    void exportsWithTheTypedSuffix();
-    void closingWaitsForTheDialog();
+    void exportsEachFormatWhateverLeaves_data();
+    void exportsEachFormatWhateverLeaves();
+    void printsOnTheChosenPaper();
+    void cancelledJobsLeaveAllAsItWas();
+    void manyAndLongConversationsStayQuick();
+    void switchesShowWhatIsHiddenAndAreRemembered();
 
 private:
-    void makeDatabase(const QString &name);
+    void makeDatabase(const QString &name) { fill(localDatabasesDir().filePath(name)); }
+    void fill(const QString &folder);
     void select(const QString &title);
     template <typename Part>
     Part *part(const QString &name) const
@@ -131,6 +198,13 @@ private:
     std::unique_ptr<MainWindow> window;
 };
 
+void TestMainWindow::initTestCase()
+{
+    installTexts(translator);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setFont(QFont(u"DejaVu Sans"_s)); // what fits on a page hangs on the font
+}
+
 void TestMainWindow::init()
 {
     window.reset();
@@ -139,11 +213,10 @@ void TestMainWindow::init()
     QVERIFY(QDir(defaultBackupRoot()).removeRecursively());
 }
 
-/// A Local Database: two messages with one person, one with another.
-void TestMainWindow::makeDatabase(const QString &name)
+/// A source: two messages with one person, one with another.
+void TestMainWindow::fill(const QString &folder)
 {
-    const QDir root(localDatabasesDir().filePath(name));
-    SmsDbBuilder(root)
+    SmsDbBuilder(QDir(folder))
         .chat(u"+34612345678"_s)
         .received(u"Hola"_s)
         .sent(u"Adios"_s)
@@ -193,14 +266,16 @@ void TestMainWindow::importsWithPasswordWrongThenRight()
 void TestMainWindow::importsTwiceWithoutDoubles()
 {
     const QString sms = SmsDbBuilder(dir->path()).chat(u"+34612345678"_s).received(u"Hola"_s).write();
-    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s)).messages(sms).write();
+    const QString elsewhere = BackupBuilder(QDir(dir->filePath(u"phone"_s))).messages(sms).write();
     open();
     const BoxReader boxes;
-    for (int run = 0; run < 2; ++run) {
-        const DialogPlayer player({loadFirst(), nameDatabase(run ? u"mine"_s : u"Mine"_s)});
-        window->miImportItunes();
+    QVERIFY(!dropOn(*window, dir->path())); // is no backup
+    for (const QString &name : {u"Mine"_s, u"mine"_s}) {
+        const DialogPlayer player({loadFirst(), nameDatabase(name)});
+        QVERIFY(dropOn(*window, elsewhere));
+        QTRY_COMPARE(boxes.texts.size(), name == "Mine"_L1 ? 1 : 2);
+        QTRY_COMPARE(rows(), 1);
         QVERIFY(player.isDone());
-        QCOMPARE(rows(), 1);
     }
     QCOMPARE(localDatabases().size(), 1);
 }
@@ -334,39 +409,159 @@ void TestMainWindow::actionsFollowTheNode()
     QVERIFY(!isOn(u"actDb2I"_s));
 }
 
-void TestMainWindow::exportsWithTheTypedSuffix()
+void TestMainWindow::exportsEachFormatWhateverLeaves_data()
 {
-    makeDatabase(u"Mine"_s);
+    QTest::addColumn<QString>("filter");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("made");
+    QTest::newRow("a typed suffix stays") << u"Text Files(*.txt)"_s << u"out.log"_s << u"out.log"_s;
+    QTest::newRow("doc") << u"Doc Files(*.doc)"_s << u"out"_s << u"out.doc"_s;
+    QTest::newRow("csv") << u"CSV Files(*.csv)"_s << u"out"_s << u"out.csv"_s;
+    QTest::newRow("pdf") << u"PDF Files(*.pdf)"_s << u"out.pdf"_s << u"out-pdf/+34612345678.pdf"_s;
+    QTest::newRow("html") << u"HTML Files(*.html)"_s << u"out.html"_s << u"out-html/+34612345678.html"_s;
+}
+
+void TestMainWindow::exportsEachFormatWhateverLeaves()
+{
+    QFETCH(QString, filter);
+    QFETCH(QString, typed);
+    QFETCH(QString, made);
+    fill(dataRoot().filePath(u"virtual_ios/Phone"_s));
     open();
-    select(u"Mine"_s);
-    const QString path = dir->filePath(u"out.log"_s);
+    select(u"Phone"_s);
     const BoxReader boxes;
-    const DialogPlayer player({[path](QWidget *widget) {
-        auto *dialog = qobject_cast<QFileDialog *>(widget);
-        if (!dialog)
-            return false;
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-        return true;
+    const DialogPlayer::Step name = nameFile(dir->filePath(typed), filter);
+    const DialogPlayer player({[&](QWidget *dialog) {
+        window->iosDeviceDisconnected(nullptr); // the phone leaves while the dialog is open
+        return name(dialog);
     }});
     window->miExport();
     QCOMPARE(boxes.texts, QStringList({u"Successfully exported 3 SMS."_s}));
-    QVERIFY(QFileInfo(path).size() > 0);
+    QVERIFY2(QFileInfo(dir->filePath(made)).size() > 0, qPrintable(made));
+    QCOMPARE(rows(), 0);
 }
 
-void TestMainWindow::closingWaitsForTheDialog()
+void TestMainWindow::printsOnTheChosenPaper()
 {
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    builder.chat(u"+34612345678"_s);
+    for (int i = 0; i < 12; ++i)
+        builder.sent(u"one\ntwo\nthree\nfour\nfive"_s);
+    builder.write();
+    open();
+    select(u"Mine"_s);
+    QList<int> pages;
+    const DialogPlayer player({[&](QWidget *widget) {
+        auto *preview = qobject_cast<QPrintPreviewDialog *>(widget);
+        auto *seen = preview->findChild<QPrintPreviewWidget *>();
+        for (const QPageSize::PageSizeId paper : {QPageSize::A4, QPageSize::A6}) {
+            preview->printer()->setPageSize(QPageSize(paper));
+            seen->updatePreview();
+            pages.append(seen->pageCount());
+        }
+        preview->reject();
+        return true;
+    }});
+    window->miPrint();
+    // A message is 143 units tall and followed by a gap of 30: five stand on A4, two on A6.
+    QCOMPARE(pages, QList<int>({3, 6}));
+}
+
+void TestMainWindow::cancelledJobsLeaveAllAsItWas()
+{
+    constexpr int count = 20'000;
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    builder.chat(u"+34612345678"_s);
+    for (int i = 0; i < count; ++i)
+        builder.sent(u"text %1"_s.arg(i));
+    builder.write();
+    open();
+    const BoxReader yes(QMessageBox::Yes);
+    for (void (MainWindow::*job)() :
+         {&MainWindow::miExportAll, &MainWindow::miBackupAll, &MainWindow::miDelChat}) {
+        window->show();
+        select(u"Mine"_s);
+        QTRY_COMPARE(rows(), count);
+        select(u"+34612345678"_s);
+        const BoxReader boxes;
+        const DialogPlayer::Step file = nameFile(dir->filePath(u"out.txt"_s), {});
+        const DialogPlayer::Step database = nameDatabase(u"New"_s);
+        const DialogPlayer player({[&](QWidget *dialog) { return file(dialog) || database(dialog); }});
+        const CancellingPerson person(window.get());
+        (window.get()->*job)();
+        QVERIFY(person.stayedOpen);
+        QTRY_VERIFY(!window->isVisible());
+        QCOMPARE(boxes.texts, QStringList());
+    }
+    QVERIFY(QDir(dir->path()).isEmpty() && !findLocalDatabase(u"New"_s));
+    QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), count);
+    QCOMPARE(rows(), count);
+}
+
+void TestMainWindow::manyAndLongConversationsStayQuick()
+{
+    SmsDbBuilder builder(QDir(localDatabasesDir().filePath(u"Mine"_s)));
+    QStringList people;
+    for (int i = 0; i < 10'000; ++i) {
+        people.append(u"+34"_s + QString::number(600'000'000 + i));
+        builder.chat(people.last()).received(u"Hola"_s);
+    }
+    builder.group(people.mid(0, 400)).sent(u"Hola a todos"_s).write();
     open();
     window->show();
-    const DialogPlayer player({[this](QWidget *widget) {
-        window->close();
-        const bool stayed = window->isVisible();
-        QMetaObject::invokeMethod(widget, "close", Qt::QueuedConnection);
-        return stayed;
-    }});
-    window->miAbout();
-    QVERIFY(player.isDone());
-    QTRY_VERIFY(!window->isVisible());
+    QElapsedTimer timer;
+    timer.start();
+    select(u"Mine"_s);
+    QTRY_COMPARE(rows(), 10'001);
+    window->grab();
+    const BoxReader boxes;
+    part<QLineEdit>(u"txtHandleKeyword"_s)->setText(people.at(399));
+    QTest::keyClick(part<QLineEdit>(u"txtHandleKeyword"_s), Qt::Key_Return);
+    QCOMPARE(contents(), QStringList{u"Hola a todos"_s}); // the newest, with 5,000 characters of title
+    QVERIFY(window->width() < 3'000);
+    QVERIFY(timer.elapsed() < 20'000);
+}
+
+void TestMainWindow::switchesShowWhatIsHiddenAndAreRemembered()
+{
+    SmsDbBuilder builder(QDir(dir->path()), IosVersion::Ios18);
+    builder.chat(u"+34611111111"_s).samePerson(u"ann"_s).received(u"Hola 😀"_s).ownReaction(2000);
+    builder.sent(u"<i>first"_s).edited(u"second"_s);
+    builder.chat(u"ann@example.org"_s).samePerson(u"ann"_s).received(u"Otra"_s).rowid(20);
+    builder.received(u"Borrado"_s).recentlyDeleted().write();
+    open();
+    auto *tree = part<MyTreeView>(u"treeViewDS"_s);
+    const auto conversations = [&] {
+        return tree->model()->rowCount(tree->model()->index(0, 0, tree->model()->index(0, 0)));
+    };
+    const auto addPhone = [&] {
+        IOSDevice phone;
+        phone.deviceName = u"Phone"_s;
+        phone.uniqueDeviceID = dir->path();
+        QSharedPointer<AbsMessageDb> db(openMessageDb(QDir(dir->path()), {}).release());
+        window->findChild<SourcePane *>()->model().addDevice(db, phone);
+        select(u"Phone"_s);
+    };
+    addPhone();
+    QCOMPARE(contents(), QStringList({u"Hola [EMOJI]"_s, u"second"_s, u"Otra"_s}));
+    QCOMPARE(conversations(), 2);
+    for (const QString &name : {u"showEmoji"_s, u"showRecentlyDeleted"_s, u"onePerson"_s, u"showMissing"_s})
+        part<QAction>(name)->trigger();
+    QTRY_COMPARE(contents(), QStringList({u"Hola 😀"_s, u"second"_s, u"Otra"_s, u"Borrado"_s}));
+    QTRY_VERIFY2(part<QLabel>(u"lbNotice"_s)->text().contains(u"missing between"_s),
+                 qPrintable(part<QLabel>(u"lbNotice"_s)->text()));
+    QCOMPARE(conversations(), 1);
+    auto *page = part<SmsBrowser>(u"txtSMS"_s);
+    QVERIFY2(page->toPlainText().contains(u"You loved this"_s), qPrintable(page->toPlainText()));
+    QVERIFY(!page->toPlainText().contains(u"<i>first"_s));
+    const QString link = QRegularExpression(u"/history\\?\\d+"_s).match(page->toHtml()).captured();
+    page->onAnchorClicked(QUrl(link));
+    QVERIFY2(page->toPlainText().contains(u"<i>first"_s), qPrintable(page->toPlainText()));
+    open();
+    tree = part<MyTreeView>(u"treeViewDS"_s);
+    addPhone();
+    QCOMPARE(conversations(), 1);
+    QVERIFY(isOn(u"showEmoji"_s) && part<QAction>(u"showEmoji"_s)->isChecked());
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -23,6 +23,7 @@ void TestSmsBrowser::pagesShowEachMessageOnce_data()
     QTest::addColumn<int>("messages");
     QTest::addColumn<int>("pages");
     QTest::newRow("none leaves nothing of the ones before") << 0 << 0;
+    QTest::newRow("49 leave one page short") << 49 << 1;
     QTest::newRow("50 fill one page") << 50 << 1;
     QTest::newRow("51 need two") << 51 << 2;
     QTest::newRow("101 need three") << 101 << 3;
