@@ -224,6 +224,22 @@
         <translation>Successfully cleared cache files.</translation>
     </message>
     <message>
+        <source>IDS_MISSING_ATTACHMENTS</source>
+        <translation>Missing Attachments</translation>
+    </message>
+    <message>
+        <source>IDS_MISSING_ATTACHMENTS_%1_%2_%3</source>
+        <translation>%1 of %2 attachments are not in the backup (%3).</translation>
+    </message>
+    <message>
+        <source>IDS_NO_ATTACHMENTS</source>
+        <translation>There are no attachments. Select a phone, a Local Database or a conversation of one first.</translation>
+    </message>
+    <message>
+        <source>IDS_WHY_ATTACHMENTS_ARE_MISSING</source>
+        <translation>A phone that keeps its messages or photos in iCloud leaves their files out of a backup. Open the conversation on the phone, wait until the pictures have come, and make another backup.</translation>
+    </message>
+    <message>
         <source>IDS_SEL_EXPORT_MESSAGES_PATH</source>
         <translation>Please select Save Path for SMS.</translation>
     </message>

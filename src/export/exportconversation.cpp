@@ -83,21 +83,6 @@ QString cutToBytes(const QString &name, int maxBytes)
     return name;
 }
 
-/// `title` as the name of a file, before its suffix.
-QString legalFileName(const QString &title)
-{
-    // Names that mean devices on Windows, whatever follows their first dot.
-    static const QRegularExpression device(u"^(CON|PRN|AUX|NUL|(COM|LPT)[0-9¹²³])\\s*(\\.|$)"_s,
-                                           QRegularExpression::CaseInsensitiveOption);
-    // A leading dot would hide the file.
-    static const QRegularExpression leadingDots(u"^[.\\s]+"_s);
-    QString name = safeFileName(withoutUnprintable(title)).remove(leadingDots);
-    name = cutToBytes(name, maxNameBytes);
-    if (name.contains(device))
-        name.prepend(u'_');
-    return name.isEmpty() ? u"Unknown"_s : name;
-}
-
 } // namespace
 
 QList<ExportConversation> exportConversations(const QList<_MsgMessage *> &messages, bool ascending)
@@ -118,4 +103,18 @@ QString conversationFileName(const _MsgChat *chat)
         return u"unknown-chat"_s;
     const bool byIdentifier = isGroup(*chat) && !chat->chat_identifier.isEmpty();
     return legalFileName(byIdentifier ? chat->chat_identifier : chatTitle(*chat, true));
+}
+
+QString legalFileName(const QString &title)
+{
+    // Names that mean devices on Windows, whatever follows their first dot.
+    static const QRegularExpression device(u"^(CON|PRN|AUX|NUL|(COM|LPT)[0-9¹²³])\\s*(\\.|$)"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    // A leading dot would hide the file.
+    static const QRegularExpression leadingDots(u"^[.\\s]+"_s);
+    QString name = safeFileName(withoutUnprintable(title)).remove(leadingDots);
+    name = cutToBytes(name, maxNameBytes);
+    if (name.contains(device))
+        name.prepend(u'_');
+    return name.isEmpty() ? u"Unknown"_s : name;
 }

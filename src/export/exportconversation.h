@@ -21,3 +21,7 @@ QList<ExportConversation> exportConversations(const QList<_MsgMessage *> &messag
 /// the name and address of the partner. It is legal on every system, and short enough to take a number
 /// and a suffix.
 QString conversationFileName(const _MsgChat *chat);
+
+/// `title` as the name of a file, before its suffix: legal on every system, not hidden, never empty, and
+/// short enough to take a number and a suffix.
+QString legalFileName(const QString &title);

@@ -20,6 +20,8 @@ public:
     /// A path that isn't taken: `name` and `suffix`, where needed with a number between them. Write the
     /// file before you ask for the next one.
     QString newFile(const QString &name, const QString &suffix);
+    /// Makes a folder in it, if it is missing; `name` may hold several, parted by "/".
+    void addFolder(const QString &name) { makeFolder(folder.filePath(name)); }
     /// Makes the folder "files" and copies into it "bubble" and "emoji" from beside the program, as far
     /// as they are there.
     void addStyleFiles();

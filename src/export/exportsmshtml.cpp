@@ -1,12 +1,14 @@
 #include "exportsmshtml.h"
 
+#include "exportedattachments.h"
 #include "htmltext.h"
 #include "messagerecords.h"
 #include "product.h"
 
 using namespace Qt::StringLiterals;
 
-ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emojiStyle) : target(path), emoji(emojiStyle)
+ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emojiStyle, ExportedAttachments *exported)
+    : target(path), emoji(emojiStyle), attachments(exported)
 {
 }
 
@@ -32,7 +34,7 @@ void ExportSMSHtml::write(const _MsgMessage &message)
                   << htmlText(dates.systemShort(message.date)) << "</div><div>"_L1
                   << (isSent ? "To: "_L1 : "From: "_L1) << title
                   << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(fullText(message, emoji))
-                  << "</div><br/><br/>\n"_L1;
+                  << (attachments ? attachments->html(message) : QString()) << "</div><br/><br/>\n"_L1;
 }
 
 void ExportSMSHtml::end()

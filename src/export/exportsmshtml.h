@@ -7,6 +7,7 @@
 
 #include <QHash>
 
+class ExportedAttachments;
 struct _MsgChat;
 struct _MsgMessage;
 
@@ -15,7 +16,9 @@ struct _MsgMessage;
 class ExportSMSHtml final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportSMSHtml(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
+    /// `attachments` keeps the files beside the page; without it the page names them in its texts only.
+    explicit ExportSMSHtml(const QString &path, EmojiStyle emoji = EmojiStyle::Markers,
+                           ExportedAttachments *attachments = nullptr);
 
     void begin() override;
     void write(const _MsgMessage &message) override;
@@ -24,6 +27,7 @@ public:
 private:
     ExportTarget target;
     EmojiStyle emoji;
+    ExportedAttachments *attachments;
     LocalDateText dates;
     QHash<const _MsgChat *, QString> titles; ///< as HTML
 };

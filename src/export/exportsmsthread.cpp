@@ -1,6 +1,8 @@
 #include "exportsmsthread.h"
 
+#include "diskroom.h"
 #include "exportconversation.h"
+#include "exportedattachments.h"
 #include "exportfolder.h"
 #include "exportmessagescsv.h"
 #include "exportmessagestxt.h"
@@ -18,13 +20,13 @@ namespace
 
 using MessageWriter = std::unique_ptr<AbsFormatExport<_MsgMessage>>;
 
-MessageWriter makeWriter(const ExportPlan &plan, const QString &path)
+MessageWriter makeWriter(const ExportPlan &plan, const QString &path, ExportedAttachments *attachments)
 {
     switch (plan.format) {
     case ExportText: return std::make_unique<ExportMessagesTxt>(path, plan.emoji);
     case ExportCsv: return std::make_unique<ExportMessagesCsv>(path, plan.emoji);
     case ExportPdf: return std::make_unique<ExportSMSPdf>(path, plan.emoji);
-    case ExportHtml: return std::make_unique<ExportSMSHtml>(path, plan.emoji);
+    case ExportHtml: return std::make_unique<ExportSMSHtml>(path, plan.emoji, attachments);
     default: throw std::runtime_error("not support export format.");
     }
 }
@@ -56,9 +58,9 @@ private:
 };
 
 void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, const QString &path,
-               MessageCount &count)
+               MessageCount &count, ExportedAttachments *attachments = nullptr)
 {
-    const MessageWriter writer = makeWriter(plan, path);
+    const MessageWriter writer = makeWriter(plan, path, attachments);
     writer->begin();
     for (const _MsgMessage *message : messages) {
         count.throwIfStopped();
@@ -70,13 +72,16 @@ void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, con
 
 void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, MessageCount &count)
 {
+    if (plan.format == ExportHtml)
+        checkRoomThrow(plan.path, attachmentFileBytes(messages));
     ExportFolder folder(plan.path, plan.afterFailure);
+    ExportedAttachments attachments(folder);
     if (plan.format == ExportHtml && !messages.isEmpty())
         folder.addStyleFiles();
     const QString suffix = plan.format == ExportHtml ? u".html"_s : u".pdf"_s;
     for (const ExportConversation &conversation : exportConversations(messages, plan.ascending)) {
         const QString path = folder.newFile(conversation.fileName, suffix);
-        writeFile(conversation.messages, plan, path, count);
+        writeFile(conversation.messages, plan, path, count, &attachments);
         // A painter that can't write its file keeps silent.
         if (!QFile::exists(path))
             throw std::runtime_error(

@@ -1,5 +1,6 @@
 #include "smspagerenderer.h"
 
+#include "attachmentlist.h"
 #include "messagerecords.h"
 
 #include <QGuiApplication>
@@ -20,6 +21,15 @@ constexpr int lineGap = 5;       // below date and title of a message; pixels, a
 constexpr int messageGap = 30;   // below a message
 constexpr int pageNumberGap = 2; // between the box and the page number
 constexpr int pageNumberHeight = 18;
+
+/// The text, and a line for each attachment.
+QString wordsOf(const _MsgMessage &message, EmojiStyle emoji)
+{
+    QString words = fullText(message, emoji);
+    for (const _MsgAttachment *attachment : shownAttachments(message))
+        words += u'\n' + attachmentLine(*attachment);
+    return words;
+}
 
 /// A text broken into lines of a width. Words break only where they are longer than a line.
 class WrappedText
@@ -100,7 +110,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     const int width = right - left + 1;
     const WrappedText date(dates.systemShort(message.date), font, printer, width);
     const WrappedText title(titleLine(message), font, printer, width);
-    const WrappedText text(fullText(message, emoji), font, printer, width);
+    const WrappedText text(wordsOf(message, emoji), font, printer, width);
     const int height = date.height() + lineGap + title.height() + lineGap + text.height();
     ensureRoom(height);
     if (height > bottom - y + 1)

@@ -16,19 +16,17 @@ QString pathOnPhone(const QString &filename)
     return path.startsWith("~/"_L1) ? u"var/mobile/"_s + path.sliced(2) : path;
 }
 
-/// Files are taken out of a backup under names that every system takes; folders keep theirs.
 QString pathInRelay(const QString &filename)
 {
-    QString path = pathOnPhone(filename);
-    if (path.startsWith("private/var/"_L1)) // what "/var" is a link to
-        path.remove(0, 8);
-    const qsizetype name = path.lastIndexOf(u'/') + 1;
-    return path.first(name) + safeFileName(path.sliced(name));
+    const QString path = pathOnPhone(filename);
+    return path.startsWith("private/var/"_L1) ? path.sliced(8) : path; // what "/var" is a link to
 }
 
-bool isFile(const std::optional<QString> &path)
+/// Files are taken out of a backup under names that every system takes; folders keep theirs.
+QString withSafeName(const QString &path)
 {
-    return path && QFileInfo(*path).isFile();
+    const qsizetype name = path.lastIndexOf(u'/') + 1;
+    return path.first(name) + safeFileName(path.sliced(name));
 }
 
 } // namespace
@@ -43,9 +41,12 @@ QString attachmentFile(const QDir &root, const QString &filename)
 {
     if (filename.isEmpty())
         return {};
-    const auto onPhone = pathBelow(QDir(root.absoluteFilePath(u"file-relay"_s)), pathInRelay(filename));
-    if (isFile(onPhone))
-        return *onPhone;
-    const auto kept = attachmentTarget(root, filename);
-    return isFile(kept) ? *kept : QString();
+    const QDir relay(root.absoluteFilePath(u"file-relay"_s));
+    const QString path = pathInRelay(filename);
+    for (const auto &place :
+         {pathBelow(relay, path), pathBelow(relay, withSafeName(path)), attachmentTarget(root, filename)}) {
+        if (place && QFileInfo(*place).isFile())
+            return *place;
+    }
+    return {};
 }

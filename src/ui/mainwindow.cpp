@@ -10,6 +10,7 @@
 #include "messagepane.h"
 #include "messagerecovery.h"
 #include "messagestore.h"
+#include "missingattachmentsdlg.h"
 #include "product.h"
 #include "programicon.h"
 #include "sourceloader.h"
@@ -352,6 +353,14 @@ void MainWindow::miUnmoutDevice()
     if (source && source->type == IosDeviceNode)
         sources->model().removeNode(source);
     menus->follow(state());
+}
+
+void MainWindow::miMissingAttachments()
+{
+    runFlow([this] {
+        const MessageChoice choice = chooseSource();
+        MissingAttachmentsDlg(listAttachments(choice.messages), this).exec();
+    });
 }
 
 void MainWindow::findMessages()

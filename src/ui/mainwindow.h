@@ -75,6 +75,8 @@ public Q_SLOTS:
     void miHome();
     void miClearCache();
     void miUnmoutDevice();
+    /// Which attachments of the source aren't there.
+    void miMissingAttachments();
     /// Goes to the field that searches messages.
     void findMessages();
 

@@ -1,6 +1,7 @@
 #include "smsbrowser.h"
 
 #include "fileopener.h"
+#include "pagepictures.h"
 #include "smspagehtml.h"
 #include "stylesheet.h"
 
@@ -23,7 +24,7 @@ constexpr char16_t darkColours[] = u".c,.sc{background-color:#3A3A3A;} .w,.w a{c
 
 } // namespace
 
-SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent)
+SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent), pictures(new PagePictures(this))
 {
     applyColours();
     setOpenLinks(false);
@@ -102,7 +103,9 @@ void SmsBrowser::goToPage(int number, QTextCursor::MoveOperation cursorTo)
 void SmsBrowser::render(int number)
 {
     page = number;
+    pictures->turnTo(messages.mid((page - 1) * messagesPerPage, messagesPerPage));
     setUpdatesEnabled(false);
+    document()->clear(); // the pictures of the page before
     setHtml(smsPageHtml(messages, page, emoji, openHistories));
     setUpdatesEnabled(true);
 }
@@ -117,6 +120,11 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
         toggleHistory(url.query().toLongLong());
     else if (url.isLocalFile())
         openWithShell(url.toLocalFile());
+}
+
+QVariant SmsBrowser::loadResource(int type, const QUrl &name)
+{
+    return type == QTextDocument::ImageResource ? QVariant(pictures->image(name)) : QVariant();
 }
 
 void SmsBrowser::toggleHistory(qint64 rowid)
@@ -143,5 +151,5 @@ void SmsBrowser::applyColours()
     QString colours = QString::fromUtf16(lightColours);
     if (isDarkPalette())
         colours += QString::fromUtf16(darkColours);
-    document()->setDefaultStyleSheet(colours);
+    document()->setDefaultStyleSheet(colours + u" .a{font-size:12px;}"_s);
 }

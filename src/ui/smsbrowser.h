@@ -5,6 +5,8 @@
 
 #include <QTextBrowser>
 
+class PagePictures;
+
 /// A conversation in pages of 50 messages. Its cost doesn't grow with the conversation.
 class SmsBrowser : public QTextBrowser
 {
@@ -34,6 +36,9 @@ public Q_SLOTS:
     /// Turns the page, shows or hides a message's history, or opens a local file.
     void onAnchorClicked(const QUrl &url);
 
+    /// Pictures of the page; nothing else is loaded, from nowhere.
+    QVariant loadResource(int type, const QUrl &name) override;
+
 protected:
     void changeEvent(QEvent *event) override;
 
@@ -44,6 +49,7 @@ private:
     void applyColours();
 
     QList<_MsgMessage *> messages;
+    PagePictures *pictures;
     int page = 0;
     QSet<qint64> openHistories; ///< rowids of messages that show what they said before
     EmojiStyle emoji = EmojiStyle::Markers;

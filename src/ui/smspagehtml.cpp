@@ -1,5 +1,6 @@
 #include "smspagehtml.h"
 
+#include "attachmenthtml.h"
 #include "htmltext.h"
 #include "messagestore.h"
 #include "messagewords.h"
@@ -36,6 +37,16 @@ QString titleCell(const _MsgMessage &message)
            cellText(senderLabel(message)) + u"</td>"_s;
 }
 
+/// The text without the markers of attachments, which are shown themselves.
+QString bareText(const _MsgMessage &message, EmojiStyle emoji)
+{
+    if (message.attachments.isEmpty())
+        return renderText(message, emoji);
+    _MsgMessage bare = message;
+    bare.attachments.clear();
+    return renderText(bare, emoji);
+}
+
 /// What stands under the text: reply, effect, edits, reactions and the like.
 QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
@@ -53,8 +64,8 @@ QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOp
 
 QString contentCell(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + cellText(renderText(message, emoji)) +
-           wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
+    return u"<td width=\"50%\" class=\"c\">"_s + cellText(bareText(message, emoji)) +
+           attachmentsHtml(message) + wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
 }
 
 QString messageHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)

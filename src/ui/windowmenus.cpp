@@ -192,6 +192,7 @@ void WindowMenus::buildToolsMenu()
     actRecover = addTo(menu, {u"&Recover Deleted SMS"_s, {}, &MainWindow::miRecover});
     actRecover->setObjectName(u"actRecover"_s);
     addTo(menu, {u"Check for &Update"_s, {}, &MainWindow::miCheckUpdate});
+    addTo(menu, {u"&Missing Attachments"_s, {}, &MainWindow::miMissingAttachments});
     addTo(menu, {u"&Clear Cache files"_s, {}, &MainWindow::miClearCache});
 }
 

@@ -29,6 +29,7 @@ private Q_SLOTS:
     void equalNamesStayApart();
     void aFullDiskLeavesNoTornFile();
     void htmlIsEscapedAndValid();
+    void attachmentsStandBesideThePage();
     void pdfTextIsFound();
     void pdfMessagesMoveWholeToTheNextPage();
 
@@ -177,6 +178,40 @@ void TestPages::htmlIsEscapedAndValid()
     QVERIFY(html.contains("<a name=\"sms1001\"></a><div style=\"color:#008040;font-size:16px;\"><div>"));
     QVERIFY(html.contains("</div><div>To: ]]&gt;&lt;script&gt;%1 (+34611)</div></div><div "
                           "style=\"font-size:14px;\">a&lt;b<br/>c &amp; d %2 [EMOJI]</div>"));
+}
+
+void TestPages::attachmentsStandBesideThePage()
+{
+    const QString picture = dir->filePath(u"original"_s);
+    QVERIFY(QImage(2, 2, QImage::Format_RGB32).save(picture, "PNG"));
+    const auto attached = [](const QString &name, const QString &file, qint64 bytes) {
+        _MsgAttachment attachment;
+        attachment.transfer_name = name;
+        attachment.localFile = file;
+        attachment.total_bytes = bytes;
+        return attachment;
+    };
+    _MsgAttachment seen = attached(u"../a & b.png"_s, picture, 0);
+    _MsgAttachment other = attached(u"A & B.png"_s, dir->filePath(u"other"_s), 0);
+    QVERIFY(QFile::copy(picture, other.localFile));
+    _MsgAttachment gone = attached(u"gone.mov"_s, {}, 2'000'000);
+    _MsgAttachment hidden = attached(u"hidden"_s, picture, 0);
+    hidden.hide_attachment = 1;
+    Conversation conversation({person(u"+34611"_s)});
+    for (int copy = 0; copy < 2; ++copy)
+        conversation.add(u"x"_s).attachments = {
+            {u"1"_s, &seen}, {u"2"_s, &other}, {u"3"_s, &gone}, {u"4"_s, &hidden}};
+    exportMessages(conversation.all(), {folder, ExportHtml}, progress);
+
+    const QDir copies(folder + u"/files/attachments"_s);
+    QCOMPARE(copies.entryList(QDir::Files), QStringList({u"A & B.png"_s, u"a & b.png"_s}));
+    QCOMPARE(contentOf(copies.filePath(u"a & b.png"_s)), contentOf(picture));
+    const QByteArray html = contentOf(folder + u'/' + files().value(0));
+    QCOMPARE(html.count("<img src=\"files/attachments/a%20%26%20b.png\""), 2);
+    QVERIFY(html.contains("gone.mov, 2.0 MB, not in the backup"));
+    folder += u"-pdf"_s;
+    const QString pdf = pdfPages(conversation).join(QString());
+    QVERIFY2(pdf.contains(u"a & b.png"_s) && pdf.contains(u"gone.mov, 2.0 MB"_s), qPrintable(pdf));
 }
 
 void TestPages::pdfTextIsFound()

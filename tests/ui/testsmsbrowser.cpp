@@ -2,6 +2,7 @@
 #include "smsbrowser.h"
 
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -15,6 +16,7 @@ private Q_SLOTS:
     void pagesShowEachMessageOnce();
     void rowsAreFoundOnTheirPage();
     void wordsAreNoMarkupAndStandOnTheirSide();
+    void picturesComeInTheirPlace();
     void longOnesStayQuick();
 };
 
@@ -85,6 +87,49 @@ void TestSmsBrowser::wordsAreNoMarkupAndStandOnTheirSide()
     QVERIFY2(shown.contains(u"From: <b>x</b> (+34600001)"_s), qPrintable(shown));
     QVERIFY(browser.cursorRect(browser.document()->find(u"<img"_s)).x() < 300);
     QVERIFY(browser.cursorRect(browser.document()->find(u"text 1"_s)).x() > 290);
+}
+
+void TestSmsBrowser::picturesComeInTheirPlace()
+{
+    const QTemporaryDir dir;
+    const QString file = dir.filePath(u"a%20 #1@2x.txt"_s); // names tell nothing
+    QImage red(300, 300, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    QVERIFY(red.save(file, "PNG"));
+    _MsgAttachment picture;
+    picture.rowid = 7;
+    picture.localFile = file;
+    _MsgAttachment hidden = picture;
+    hidden.rowid = 9;
+    hidden.transfer_name = u"hidden"_s;
+    hidden.hide_attachment = 1;
+    _MsgAttachment gone;
+    gone.transfer_name = u"<i>gone"_s;
+    gone.total_bytes = 1000;
+    MessageFixture fixture;
+    fixture.message(u"\uFFFCwords"_s)->attachments = {{u"7"_s, &picture}, {u"8"_s, &gone}, {u"9"_s, &hidden}};
+    SmsBrowser browser;
+    browser.setMessages(fixture.messages(60));
+    browser.show();
+    const auto shown = [&](const char *address) {
+        return browser.document()
+            ->resource(QTextDocument::ImageResource, QUrl(QLatin1String(address)))
+            .value<QImage>();
+    };
+    const int height = shown("thumbnail:7").height();
+    QTRY_COMPARE(shown("thumbnail:7").pixelColor(50, 50), QColor(Qt::red));
+    QCOMPARE(shown("thumbnail:7").height(), height); // nothing below it moves
+    const QString text = browser.toPlainText();
+    QVERIFY2(text.contains(u"words"_s) && text.contains(u"<i>gone, 1.0 kB, not in the backup"_s),
+             qPrintable(text));
+    QVERIFY(!text.contains(u"hidden"_s) && !text.contains(u"[IMAGE]"_s));
+    QVERIFY(browser.toHtml().contains(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)));
+    for (const char *other : {"thumbnail:x", "thumbnail:99", "file:///etc/passwd", "http://localhost/a.png"})
+        QVERIFY(browser.loadResource(QTextDocument::ImageResource, QUrl(QLatin1String(other)))
+                    .value<QImage>()
+                    .isNull());
+    browser.nextPage();
+    QVERIFY(shown("thumbnail:7").isNull()); // the page's pictures went with it
 }
 
 void TestSmsBrowser::longOnesStayQuick()

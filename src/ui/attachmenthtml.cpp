@@ -1,0 +1,57 @@
+#include "attachmenthtml.h"
+
+#include "attachmentlist.h"
+#include "htmltext.h"
+#include "messagerecords.h"
+#include "pictureformat.h"
+#include "picturereader.h"
+
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+// A message that claims thousands would keep the page from being laid out.
+constexpr qsizetype mostShown = 40;
+
+QString linked(const _MsgAttachment &attachment, const QString &html)
+{
+    if (attachment.localFile.isEmpty())
+        return html;
+    const QString address = QUrl::fromLocalFile(attachment.localFile).toString(QUrl::FullyEncoded);
+    return u"<a href=\"%1\">"_s.arg(address.toHtmlEscaped()) + html + u"</a>"_s;
+}
+
+QString pictureHtml(const _MsgAttachment &attachment)
+{
+    if (attachment.localFile.isEmpty() || !canReadPictures(pictureFormat(attachment.localFile)))
+        return {};
+    return linked(attachment, u"<img src=\"thumbnail:%1\"/>"_s.arg(attachment.rowid)) + u"<br/>"_s;
+}
+
+QString lineHtml(const _MsgAttachment &attachment)
+{
+    const QString name = attachmentName(attachment);
+    const QString behind = attachmentLine(attachment).sliced(name.size());
+    return linked(attachment, htmlText(name)) + htmlText(behind);
+}
+
+} // namespace
+
+QSize pictureFrame(const _MsgAttachment &attachment)
+{
+    return attachment.is_sticker != 0 ? QSize(96, 96) : QSize(240, 160);
+}
+
+QString attachmentsHtml(const _MsgMessage &message)
+{
+    const QList<_MsgAttachment *> shown = shownAttachments(message);
+    QString html;
+    for (const _MsgAttachment *attachment : shown.first(std::min(shown.size(), mostShown)))
+        html += u"<div class=\"a\">"_s + pictureHtml(*attachment) + lineHtml(*attachment) + u"</div>"_s;
+    if (shown.size() > mostShown)
+        html += u"<div class=\"a\">and %1 more</div>"_s.arg(shown.size() - mostShown);
+    return html;
+}
