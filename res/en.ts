@@ -248,8 +248,28 @@
         <translation>This version can't transfer SMS to an iPhone yet. Nothing was changed.</translation>
     </message>
     <message>
-        <source>IDS_EXPORT_ITUNES_NOT_AVAILABLE</source>
-        <translation>This version can't export SMS to an iTunes backup yet. Nothing was changed.</translation>
+        <source>IDS_MERGING_IOS6_MESSAGES</source>
+        <translation>Saving SMS to iPhone...</translation>
+    </message>
+    <message>
+        <source>IDS_NO_VALID_MESSAGE_RESTORE_TO_IOS_%1_UNKNOWN_CHAT_MSG</source>
+        <translation>No message for recovering. Only found %1 messages with unknown contact info. Please right click the messages to set contact info first and try again</translation>
+    </message>
+    <message>
+        <source>IDS_CANT_EXPORT_ITUNES_BACKUP_IS_ENCRYPT</source>
+        <translation>Failed to export SMS to iTunes backup because your current iTunes backup is encrypted.</translation>
+    </message>
+    <message>
+        <source>IDS_CANT_EXPORT_ITUNES_BACKUP_IS_TOO_NEW</source>
+        <translation>Failed to export SMS to iTunes backup because it is the backup of an iPhone with iOS 10 or later. SMS can be exported to backups of iOS 6 to 9.</translation>
+    </message>
+    <message>
+        <source>IDS_SUC_RESTORE_%1_MESSAGES_TO_IOS</source>
+        <translation>Successfully recovered %1 SMS to iPhone.</translation>
+    </message>
+    <message>
+        <source>IDS_LEFT_OUT_%1_UNKNOWN_CHAT_MSG</source>
+        <translation>%1 SMS were left out: their contact is unknown, or the phone doesn't know their service.</translation>
     </message>
     <message>
         <source>IDS_NO_UPDATE_CHECK_%1_%2</source>

@@ -1,6 +1,7 @@
 #include "backupfiles.h"
 
 #include <QFileInfo>
+#include <QLockFile>
 
 using namespace Qt::StringLiterals;
 
@@ -33,4 +34,13 @@ QByteArray readWholeFile(QFile &file, qint64 mostBytes)
     if (file.error() != QFileDevice::NoError)
         throwFileError(file);
     return content;
+}
+
+bool takeLock(QLockFile &lock)
+{
+    // A half-written lock names no process and only its age tells that nobody holds it. One that is held
+    // can't be taken away, however old it is.
+    constexpr int oldLock = 1000; // milliseconds
+    lock.setStaleLockTime(oldLock);
+    return lock.tryLock(3 * oldLock);
 }

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QFile>
 
+class QLockFile;
+
 /// Throws `std::runtime_error` with the name of `file`, what went wrong with it by its own account, and
 /// `advice`, if any.
 [[noreturn]] void throwFileError(const QFile &file, const QString &advice = {});
@@ -13,3 +15,7 @@ void openForReading(QFile &file);
 
 /// All of a file that is at most `mostBytes` long. Throws naming the file. `file` stays open.
 QByteArray readWholeFile(QFile &file, qint64 mostBytes);
+
+/// Takes `lock`, also from a program that was killed while it held it or was just writing it. False when
+/// another program holds it or the file can't be made.
+[[nodiscard]] bool takeLock(QLockFile &lock);

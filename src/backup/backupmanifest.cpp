@@ -1,6 +1,7 @@
 #include "backupmanifest.h"
 
 #include "backupfiles.h"
+#include "backuprewrite.h"
 #include "boundedbytes.h"
 #include "filetools.h"
 #include "jobprogress.h"
@@ -124,7 +125,7 @@ void BackupManifest::loadIndex()
     isModern = hasManifestDb(backupDir.path());
     if (isModern)
         return loadManifestDb();
-    const QString path = backupDir.absoluteFilePath(u"Manifest.mbdb"_s);
+    const QString path = standingManifest(backupDir);
     manifestBytes = readMbdbBytes(path);
     buildManifestTree(*this, manifestBytes, path);
 }

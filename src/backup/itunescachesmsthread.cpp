@@ -1,5 +1,6 @@
 #include "itunescachesmsthread.h"
 
+#include "backupfiles.h"
 #include "backupmanifest.h"
 #include "cacheroom.h"
 #include "datalocations.h"
@@ -45,8 +46,7 @@ MessageFolders findFolders(const _ManifestNode &root)
 /// Two programs in one cache folder would take each other's files away.
 void lockThrow(QLockFile &lock, const QDir &cacheDir)
 {
-    lock.setStaleLockTime(0);
-    if (lock.tryLock())
+    if (takeLock(lock))
         return;
     // A program that was killed in the middle of locking left a file that looks alive. Only one that
     // still runs holds the file itself, which then can't be removed.

@@ -46,6 +46,9 @@ const QList<OptionSyntax> textOptions = {
 const QList<OptionSyntax> importOptions = {
     {"into", "NAME", "The Local Database to write to; it is made if it isn't there.", true},
 };
+const QList<OptionSyntax> mergeOptions = {
+    {"into-backup", "DIR", "The unencrypted backup folder to write to.", true},
+};
 const QList<OptionSyntax> exportOptions = {
     {"format", "txt|csv|html|pdf", "What to write.", true},
     {"out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.", true},
@@ -86,6 +89,8 @@ const QList<CommandSyntax> &commandTable()
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
          sourceOptions},
         {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", selectionOptions},
+        {"merge", "SOURCE", "Writes a source's messages into an unencrypted backup folder.",
+         sourceOptions + mergeOptions},
     };
     return table;
 }
@@ -152,6 +157,7 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.format = value("format");
     line.out = value("out");
     line.into = value("into");
+    line.intoBackup = value("into-backup");
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
     line.newestFirst = isSet("newest-first");

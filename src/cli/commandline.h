@@ -20,7 +20,8 @@ struct CommandLine {
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;
-    QString into; ///< name of the Local Database to write to
+    QString into;       ///< name of the Local Database to write to
+    QString intoBackup; ///< backup folder to write to
 };
 
 /// What came of parsing: a command line, a help text to print, or what is wrong.

@@ -4,6 +4,7 @@
 #include "attachmentscommand.h"
 #include "backupdiscovery.h"
 #include "backupmanifest.h"
+#include "backupmerge.h"
 #include "backupsmsthread.h"
 #include "commandline.h"
 #include "deletemessagesthread.h"
@@ -149,6 +150,23 @@ CommandResult importCommand(const CommandLine &line)
     return {};
 }
 
+CommandResult mergeCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    BackupManifest target(QDir(line.intoBackup).absolutePath());
+    openForMessages(target);
+    const Source source = openSource(line, progress);
+    if (!source.db)
+        return source.refusal;
+    const InterruptScope interruptible(progress);
+    const MergeCounts counts = mergeIntoBackup(chosenMessages(source, line), target, progress);
+    progress.clear();
+    printJsonLine({{u"messages"_s, counts.written},
+                   {u"path"_s, target.backupDir.absolutePath()},
+                   {u"unknown"_s, counts.unknownCount}});
+    return {};
+}
+
 /// A database that is too damaged to be counted can be deleted all the same.
 QJsonValue messagesToGo(const LocalDatabase &database)
 {
@@ -208,6 +226,7 @@ CommandResult runCommand(const CommandLine &line)
                                                      {u"databases"_s, listDatabasesCommand},
                                                      {u"recover"_s, recoverCommand},
                                                      {u"import"_s, importCommand},
+                                                     {u"merge"_s, mergeCommand},
                                                      {u"delete"_s, deleteCommand}};
     const CommandResult result = commands.value(line.command)(line);
     finishOutput();

@@ -18,26 +18,12 @@ namespace
 
 using KnownBy = ExtrasKeeper::KnownBy;
 
-// Chats with rows below this were made up for messages whose address nobody knows.
-constexpr qint64 lowestKnownChat = -2047483646;
-
-/// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
-/// handles, of which one takes part.
-bool isMemberByOtherService(const _MsgChat &chat, const _MsgHandle &handle)
-{
-    if (!chat.guid.startsWith("any;"_L1))
-        return false;
-    const auto isSame = [&](const _MsgHandle *member) { return member == &handle; };
-    const auto hasAddress = [&](const _MsgHandle *member) { return member->id == handle.id; };
-    return std::none_of(chat.handles.begin(), chat.handles.end(), isSame) &&
-           std::any_of(chat.handles.begin(), chat.handles.end(), hasAddress);
-}
-
 } // namespace
 
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
-    , extras(db, [this](const _MsgHandle &handle) { return handleRowid(handle); })
+    , placing(db)
+    , extras(db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); })
     , root(rootFolder)
 {
 }
@@ -65,13 +51,12 @@ void ExportMessagesDb::append(const _MsgMessage &message)
         extras.addToKept(known, message, hash, by);
     if (known != 0 && isNoConversation(*message.chat))
         return; // it may be in a conversation here, and stays there
-    const qint64 chatId = chatRowid(*message.chat);
-    const qint64 handleId = personRowid(*message.chat, chatId, message.handle);
+    const qint64 chatId = placing.chatRowid(*message.chat);
+    const qint64 handleId = placing.personRowid(*message.chat, chatId, message.handle);
     const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
     if (known != 0 && extras.hasComeBack(known, message, chatId))
         raiseNewest(chatId, message);
-    if (message.handle && message.chat->handles.size() > 1)
-        lastAddressed.insert(chatId, message.handle->id);
+    placing.noteAddressed(message, chatId);
     if (!message.attachments.isEmpty())
         appendAttachments(message, messageId, hash);
 }
@@ -93,8 +78,7 @@ void ExportMessagesDb::finish()
     // As on the phone, they date only a chat that has nothing else.
     for (auto it = newestDeleted.cbegin(); it != newestDeleted.cend(); ++it)
         db.setChatLastIfNone(it.key(), it.value());
-    for (auto it = lastAddressed.cbegin(); it != lastAddressed.cend(); ++it)
-        db.setLastAddressedHandle(it.key(), it.value());
+    placing.finish();
     extras.finish();
     db.endTransaction(true);
     db.close();
@@ -105,67 +89,14 @@ bool ExportMessagesDb::canHold(const _MsgMessage &message)
 {
     if (message.item_type != 0 && !db.hasItemType())
         return false;
-    if (!message.chat) {
-        qDebug("IOS6RestoreMessagesThread skip message with empty chat.");
-        return false;
-    }
-    if (message.chat->rowid < lowestKnownChat && !(isNoConversation(*message.chat) && db.keepsExtras())) {
-        qDebug("IOS6RestoreMessagesThread skip message with unknown chat.");
-        return false;
-    }
-    return true;
-}
-
-qint64 ExportMessagesDb::chatRowid(const _MsgChat &chat)
-{
-    qint64 &rowid = chatIds[chat.guid];
-    if (rowid == 0)
-        rowid = db.chatRowid(chat.guid);
-    if (rowid == 0)
-        rowid = db.insertChat(chat);
-    return rowid;
-}
-
-qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)
-{
-    qint64 &rowid = handleIds[{handle.id, handle.service}];
-    if (rowid != 0)
-        return rowid;
-    rowid = db.handleRowid(handle);
-    if (rowid != 0)
-        db.tellPerson(rowid, handle); // it may have come in before that was known
-    else
-        rowid = db.insertHandle(handle);
-    return rowid;
-}
-
-/// 0 for nobody. The made-up chat of messages without a conversation has no members, and a member with two
-/// services stays one.
-qint64 ExportMessagesDb::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
-{
-    if (!handle)
-        return 0;
-    const bool isLoose = isNoConversation(chat) || isMemberByOtherService(chat, *handle);
-    return isLoose ? handleRowid(*handle) : memberRowid(chatId, *handle);
-}
-
-qint64 ExportMessagesDb::memberRowid(qint64 chatId, const _MsgHandle &handle)
-{
-    const qint64 rowid = handleRowid(handle);
-    if (!members.contains({chatId, rowid})) {
-        if (!db.chatHasHandle(chatId, rowid))
-            db.joinChatHandle(chatId, rowid);
-        members.insert({chatId, rowid});
-    }
-    return rowid;
+    const bool isKept = message.chat && isNoConversation(*message.chat) && db.keepsExtras();
+    return isKept || MessagePlacing::hasKnownChat(message);
 }
 
 qint64 ExportMessagesDb::insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId,
                                    const QString &hash)
 {
-    const qint64 otherId = personRowid(*message.chat, chatId, message.otherHandle);
-    const qint64 messageId = db.insertMessage(message, handleId, otherId, hash);
-    db.joinChatMessage(chatId, messageId);
+    const qint64 messageId = placing.insert(message, chatId, handleId, hash);
     raiseNewest(chatId, message);
     extras.addToNew(messageId, message);
     return messageId;
@@ -187,10 +118,7 @@ void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 mess
     for (const _MsgAttachment *attachment : sortedAttachments(message)) {
         if (QFileInfo(attachment->localFile).isFile())
             copyFile(*attachment);
-        qint64 attachmentId = db.attachmentRowid(attachment->guid);
-        if (attachmentId == 0)
-            attachmentId = db.insertAttachment(*attachment);
-        db.joinMessageAttachment(messageId, attachmentId);
+        placing.joinAttachment(*attachment, messageId);
     }
     renewHash(db, messageId, message, hash);
 }
@@ -213,10 +141,7 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
 
 void ExportMessagesDb::forgetRun()
 {
-    chatIds.clear();
-    handleIds.clear();
-    members.clear();
+    placing.forget();
     newestDates.clear();
     newestDeleted.clear();
-    lastAddressed.clear();
 }

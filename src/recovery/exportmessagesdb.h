@@ -3,15 +3,12 @@
 #include "absformatexport.h"
 #include "extraskeeper.h"
 #include "ios6messagedb.h"
+#include "messageplacing.h"
 #include "messagerecords.h"
 
 #include <QDir>
-#include <QHash>
 #include <QMap>
-#include <QSet>
 #include <QString>
-
-#include <utility>
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its content
 /// or its guid, gets no second row; chat, handles and attachments around it end up present and joined, and
@@ -39,10 +36,6 @@ public:
 
 private:
     bool canHold(const _MsgMessage &message);
-    qint64 chatRowid(const _MsgChat &chat);
-    qint64 handleRowid(const _MsgHandle &handle);
-    qint64 memberRowid(qint64 chatId, const _MsgHandle &handle);
-    qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
     /// The row of a message that is there already, 0 for a new one, and by what it is known.
     std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
@@ -52,16 +45,11 @@ private:
     void forgetRun();
 
     IOS6MessageDb db;
+    MessagePlacing placing; ///< into `db`
     ExtrasKeeper extras;
     QDir root;
 
-    // What this run knows of the database. Nobody else can change these rows while the run lasts.
-    QHash<QString, qint64> chatIds;                       ///< by guid
-    QHash<std::pair<QString, QString>, qint64> handleIds; ///< by address and service
-    QSet<std::pair<qint64, qint64>> members;              ///< chat and handle that are joined
-
     // Written once at the end instead of once a message.
-    QMap<qint64, int> newestDates;       ///< by chat
-    QMap<qint64, int> newestDeleted;     ///< the same of messages in "Recently Deleted"
-    QMap<qint64, QString> lastAddressed; ///< by chat
+    QMap<qint64, int> newestDates;   ///< by chat
+    QMap<qint64, int> newestDeleted; ///< the same of messages in "Recently Deleted"
 };

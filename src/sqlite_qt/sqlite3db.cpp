@@ -155,6 +155,12 @@ void Sqlite3DB::keepLogOnClose()
         sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
+void Sqlite3DB::setTriggersEnabled(bool enabled)
+{
+    if (connection)
+        sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_ENABLE_TRIGGER, int(enabled), nullptr);
+}
+
 void Sqlite3DB::createFunctionThrow(const char *name, int arguments, int (*result)(int))
 {
     const int created = sqlite3_create_function_v2(connection.get(), name, arguments, SQLITE_ANY,

@@ -65,6 +65,10 @@ public:
     /// it does nothing: the empty one that SQLite makes then goes again when the connection closes.
     void keepLogOnClose();
 
+    /// Whether changes set off the triggers of the file. Without them a phone's database can be written
+    /// whose triggers call functions that only the phone has.
+    void setTriggersEnabled(bool enabled);
+
 protected:
     /// Gives SQL a function that answers with `result` of its first argument as an integer (0 where it
     /// has none). Throws when SQLite refuses.

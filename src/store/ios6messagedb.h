@@ -29,6 +29,7 @@ public:
     /// Throws `std::runtime_error` when the file is damaged, no message database, or missing and not to be
     /// made. The connection is then closed.
     void openDb() override;
+    const QString &databasePath() const { return path; }
     void chats(_MsgStorePtr &store) override;
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;

@@ -1,5 +1,6 @@
 #include "messageworkers.h"
 
+#include "backupexport.h"
 #include "backupsmsthread.h"
 #include "boxes.h"
 #include "exportchoice.h"
@@ -128,9 +129,9 @@ void MessageWorkers::restoreToDevice(const MessageChoice &)
     showInfo(QObject::tr("IDS_TRANSFER_NOT_AVAILABLE"));
 }
 
-void MessageWorkers::exportToBackup(const MessageChoice &)
+void MessageWorkers::exportToBackup(const MessageChoice &choice)
 {
-    showInfo(QObject::tr("IDS_EXPORT_ITUNES_NOT_AVAILABLE"));
+    exportToItunesBackup(choice.messages, window);
 }
 
 void MessageWorkers::importBackup(const QString &folder, const QString &name)

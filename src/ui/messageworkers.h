@@ -34,7 +34,7 @@ public:
     void print(const MessageChoice &choice);
     /// To a phone. Not there yet: says so.
     void restoreToDevice(const MessageChoice &choice);
-    /// Into an iTunes backup. Not there yet: says so.
+    /// Into an unencrypted iTunes backup that the person picks.
     void exportToBackup(const MessageChoice &choice);
 
     /// Takes a backup through its password and its cache into a Local Database. A `folder` that isn't empty

@@ -1,5 +1,6 @@
 #include "backupmanifest.h"
 #include "manifesttree.h"
+#include "manifestwriter.h"
 #include "mbdbreader.h"
 #include "samplembdb.h"
 
@@ -23,6 +24,12 @@ QByteArray bytesOf(const QList<SampleRecord> &records)
     for (const SampleRecord &record : records)
         bytes += sampleRecordBytes(record);
     return bytes;
+}
+
+QByteArray readWhole(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// The names and lengths below `node`, those of a folder in parentheses behind it.
@@ -80,9 +87,17 @@ void TestManifest::keepsEveryFieldOfARecord()
     sample.dataHash = "";
     sample.encryptionKey = QByteArray(44, 'k');
     sample.mtime = 0xFFFFFFFF;
+    sample.atime = 0x01020304;
+    sample.inode = 0x0102030405060708;
     sample.protectionClass = 0x84;
     sample.properties = {{"name", "value"}, {"", "x"}};
-    const QHash<QString, _MbdbRecord> records = readMbdbFile(write(bytesOf({sample})));
+    const QString path = write(bytesOf({sample, entry("HomeDomain", QByteArray(0xFFFE, 'x'))}));
+    QHash<QString, _MbdbRecord> records = readMbdbFile(path);
+    const QString copy = dir.filePath(u"copy"_s);
+    writeMbdbFile(records, copy); // sorted by path
+    QCOMPARE(readWhole(copy), readWhole(path));
+    QVERIFY_EXCEPTION_THROWN(writeMbdbFile(records, u"/dev/full"_s), std::runtime_error);
+    records.removeIf([](const auto &named) { return named.value().path.length == 0xFFFE; });
     QCOMPARE(records.keys(), QStringList(u"3d0d7e5fb2ce288813306e4d4636395e047a3d28"_s));
     const _MbdbRecord record = records.begin().value();
     QVERIFY(!record.linkTarget.isPresent() && !record.dataHash.isPresent());

@@ -1,4 +1,5 @@
 #include "backupbuilder.h"
+#include "samplephone.h"
 #include "smsdbbuilder.h"
 #include "sqlite3db.h"
 
@@ -89,6 +90,7 @@ private Q_SLOTS:
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
+    void mergesIntoABackup();
 
 private:
     QString writeMessages();
@@ -389,6 +391,34 @@ void TestCli::anInterruptLeavesNothingHalfMade()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(!QFile::exists(path(u"out.csv"_s)));
+}
+
+void TestCli::mergesIntoABackup()
+{
+    for (const IosVersion version : {IosVersion::Ios6, IosVersion::Ios7, IosVersion::Ios8}) {
+        const QDir folder(path(u"phone%1"_s.arg(int(version))));
+        const QString phone =
+            SamplePhone({.ios = version, .messages = 300, .seed = 5, .hasLog = true}).writeBackup(folder);
+        const QString source =
+            SamplePhone({.ios = IosVersion::Ios6, .messages = 100, .seed = 9}).writeBackup(folder);
+        const auto listed = [](const QString &from) {
+            QStringList messages;
+            for (const QJsonObject &message : run(u"messages "_s + from).objects()) {
+                messages.append(QString());
+                for (const QString &key :
+                     {u"guid"_s, u"chat_identifier"_s, u"service"_s, u"date"_s, u"handle"_s, u"body"_s})
+                    messages.last() += message.value(key).toString() + u'|';
+            }
+            messages.sort();
+            return messages;
+        };
+        QStringList expected = listed(phone) + listed(source);
+        expected.sort();
+        const Run merged = run(u"merge %1 --into-backup %2"_s.arg(source, phone));
+        const QJsonObject told{{u"path"_s, phone}, {u"messages"_s, listed(source).size()}, {u"unknown"_s, 0}};
+        QCOMPARE(merged.objects(), QList<QJsonObject>{told});
+        QCOMPARE(listed(phone), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCli)

@@ -2,6 +2,7 @@
 // locked: what it held before, or all of the new. Linux only: kills processes and mounts disks.
 
 #include "backupsmsthread.h"
+#include "childprocess.h"
 #include "datalocations.h"
 #include "deletemessagesthread.h"
 #include "ios6messagedb.h"
@@ -13,15 +14,11 @@
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QStorageInfo>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <future>
 #include <sched.h>
-#include <signal.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -35,23 +32,6 @@ const QString name = u"Kept"_s;
 thread_local RecordingProgress silent;
 
 const auto kept = [] { return localDatabaseToFill(name); };
-
-/// What `work` returns in a child process; "signal 9" when that is killed after `microseconds`, -1 for never.
-QString resultOfChild(const std::function<QString()> &work, qint64 microseconds = -1)
-{
-    const QTemporaryDir dir;
-    const QString result = dir.filePath(u"result"_s);
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(writeFile(result, work().toUtf8()) ? 0 : 1); // not the destructors of a copy of the test
-    if (child > 0 && microseconds >= 0) {
-        usleep(useconds_t(microseconds));
-        kill(child, SIGKILL);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? u"signal %1"_s.arg(WTERMSIG(status)) : QString::fromUtf8(bytesOf(result));
-}
 
 /// Rows of a query; none where the database has no tables yet.
 QStringList keptRows(const QString &sql)

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "manifestwriter.h"
+#include "messagerecords.h"
+
+#include <QDir>
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+class BackupRewrite;
+class JobProgress;
+
+/// Name of the message database in a backup folder.
+QString messageDatabaseName();
+/// Names there of the database and of what SQLite keeps beside it.
+QStringList messageDatabaseNames();
+
+/// Prepares the files that the backup gets.
+class BackupFilling
+{
+public:
+    /// Reads the manifest. Throws `std::runtime_error`, as all below does.
+    BackupFilling(const QDir &backupDir, BackupRewrite &backupRewrite);
+
+    /// Throws unless the database at `source` is the one that the backup holds.
+    void checkIsCopy(const QString &source) const;
+    void stageDatabase(const QString &path);
+    void stageAttachments(const QList<const _MsgMessage *> &messages, const JobProgress &progress);
+    void stageManifest();
+
+private:
+    void addAttachment(const _MsgAttachment &attachment);
+    void stageFile(const QString &from, const QString &name);
+    bool isListed(const QString &name) const;
+    void emptyCompanions();
+    void updateRecord(const QString &name);
+
+    QDir backup;
+    BackupRewrite &rewrite;
+    QString manifestPath;
+    QHash<QString, _MbdbRecord> records;
+    QList<AddedFile> added;
+    QSet<QString> addedPaths;
+};

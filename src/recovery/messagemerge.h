@@ -1,0 +1,81 @@
+#pragma once
+
+#include "ios6messagedb.h"
+#include "mergeorder.h"
+#include "messageplacing.h"
+
+#include <QList>
+#include <QString>
+
+#include <vector>
+
+class JobProgress;
+
+/// What became of the messages that were chosen for a phone.
+struct MergeCounts {
+    qint64 written = 0;   ///< rows that the phone gets
+    int validCount = 0;   ///< messages taken, with those that the phone has already
+    int unknownCount = 0; ///< messages refused for their chat
+};
+
+/// Builds a phone's message database anew: all that it held, and chosen messages in their place in time. A
+/// phone shows messages by the number of their row, so all of them get new numbers.
+///
+/// Rows of the phone go from file to file inside SQLite and are not looked at: columns that nobody here
+/// knows survive, and so do all other tables. The phone's triggers stay, but are not set off: they would
+/// take note of deletions that are none, and call functions that only the phone has.
+///
+/// A chosen message that the phone has, by its guid, gets no second row; the phone's stays, and the
+/// attachments that it lacks are joined. Of what newer phones keep beside a message, an old one holds
+/// nothing: reactions, replies and effects stay behind, an edited message goes with its last text, one from
+/// "Recently Deleted" as any other, for somebody chose it. A reaction whose message is missing is its own
+/// words, as old phones were sent them. Left out are messages that are still to be sent, and those of a
+/// service that is neither SMS nor iMessage.
+class MessageMerge
+{
+public:
+    /// `phonePath` is the phone's database without a log beside it, and isn't changed. `mergedPath` is a
+    /// copy of it, which becomes the result.
+    MessageMerge(const QString &phonePath, const QString &mergedPath, JobProgress &progress);
+
+    /// Throws `std::runtime_error`, and the integer -1 when cancelled; the file at `mergedPath` is then of
+    /// no use.
+    MergeCounts run(const QList<_MsgMessage *> &messages);
+
+    /// The messages taken.
+    const QList<const _MsgMessage *> &taken() const { return valid; }
+
+private:
+    struct Run {
+        qint64 first; ///< of the phone's rows, numbered without a gap
+        qint64 last;
+    };
+
+    struct Place {
+        qint64 chat;
+        qint64 handle; ///< 0 for nobody
+    };
+
+    void open();
+    void choose(const QList<_MsgMessage *> &messages);
+    bool isRefused(const _MsgMessage &message);
+    std::vector<MergeItem> phoneRows();
+    void clear();
+    void write(const std::vector<MergeItem> &items);
+    void copyRun(const Run &run);
+    Place place(const _MsgMessage &message);
+    void insertChosen(const _MsgMessage &message);
+    void completeKnown();
+    void joinAttachments(const _MsgMessage &message, qint64 messageId);
+
+    QString phonePath;
+    JobProgress &progress;
+    IOS6MessageDb db;
+    MessagePlacing placing;
+    MergeCounts counts;
+    QList<const _MsgMessage *> valid;
+    QList<const _MsgMessage *> known; ///< of `valid`: those whose row is there
+    std::vector<MergeItem> fresh;     ///< the others
+    QStringList copies;               ///< statements that copy rows, see `copyRun`
+    qint64 lastRow = 0;               ///< the number given last
+};
