@@ -6,6 +6,7 @@
 
 /// Gathers which message stands in which chat, and enters them chat by chat at the end: filling a
 /// million entries of many tables in the order of a file would leave the processor waiting for memory.
+/// Chats whose newest date isn't known get that of their messages on request.
 class ChatLinks
 {
 public:
@@ -16,7 +17,12 @@ public:
     ~ChatLinks() { enterAll(); }
 
     void enterAll();
-    void add(_MsgChat &chat, _MsgMessage &message) { links[&chat].push_back({message.rowid, &message}); }
+    void add(_MsgChat &chat, _MsgMessage &message)
+    {
+        links[&chat].messages.push_back({message.rowid, &message});
+    }
+    /// The same, and the date counts. Of deleted messages it does so only where all are.
+    void addDated(_MsgChat &chat, _MsgMessage &message, bool isDeleted);
 
 private:
     struct Link {
@@ -24,5 +30,11 @@ private:
         _MsgMessage *message;
     };
 
-    QHash<_MsgChat *, std::vector<Link>> links;
+    struct Links {
+        std::vector<Link> messages;
+        int newest = 0; // date
+        int newestDeleted = 0;
+    };
+
+    QHash<_MsgChat *, Links> links;
 };

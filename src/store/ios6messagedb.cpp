@@ -109,15 +109,20 @@ bool IOS6MessageDb::hasOwnTables() const
 void IOS6MessageDb::chats(_MsgStorePtr &store)
 {
     openDb();
-    parts.openContacts();
-    readChats(*store);
+    readChatsAndHandles(*store);
     if (!tables.value(u"chat"_s).contains("_last INTEGER"_L1, Qt::CaseInsensitive))
         deriveNewestDates(*store, isModern ? newestModernDates() : newestDates);
-    readHandles(*store, handlesOfChats);
+}
+
+void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
+{
+    parts.openContacts();
+    readChats(store);
+    readHandles(store, handlesOfChats);
     if (isModern)
-        readLooseHandles(*store);
+        readLooseHandles(store);
     if (holdsExtras)
-        readHandles(*store, LocalExtras::looseHandles);
+        readHandles(store, LocalExtras::looseHandles);
 }
 
 void IOS6MessageDb::readChats(_MsgStore &store)
@@ -186,7 +191,10 @@ QString IOS6MessageDb::messageQuery(qint64 chatId)
 void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
-    chats(store);
+    if (isModern && chatId == 0)
+        readChatsAndHandles(*store); // the pass over all messages tells the newest dates
+    else
+        chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
     MessageRows rows(*store);

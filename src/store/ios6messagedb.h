@@ -92,6 +92,7 @@ public:
     void deleteMessage(const _MsgMessage &message);
 
 private:
+    void readChatsAndHandles(_MsgStore &store);
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store, const char *sql);
     void readHandles(_MsgStore &store, const char *sql);

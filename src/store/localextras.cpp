@@ -93,7 +93,8 @@ void LocalExtras::readReactions(_MsgStore &store)
                       .service = cursor.getText(9),
                       .text = cursor.getText(10)}});
     }
-    applyReactions(store, rows);
+    if (!rows.isEmpty())
+        applyReactions(GuidIndex(store), rows);
 }
 
 void LocalExtras::readPartTexts(_MsgStore &store)

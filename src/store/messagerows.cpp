@@ -186,17 +186,18 @@ void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &pla
         if (!message) {
             message = reader.read().release();
             complete(*message, here.front());
+            index.add(*message);
         }
         link(store, *message);
         for (const Place &at : here)
-            enterPlaced(*message, store.chats.value(at.chat));
+            enterPlaced(*message, store.chats.value(at.chat), at.isDeleted);
     }
 }
 
 void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places)
 {
     link(store, *record);
-    Reaction &reaction = reactions[record->rowid];
+    Reaction &reaction = reactions.try_emplace(reactions.end(), record->rowid)->second;
     reaction.record = std::move(record);
     for (const Place &place : places)
         reaction.chats.append(store.chats.value(place.chat));
@@ -210,11 +211,12 @@ void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
     links.add(*chat, message);
 }
 
-void MessageRows::enterPlaced(_MsgMessage &message, _MsgChat *chat)
+void MessageRows::enterPlaced(_MsgMessage &message, _MsgChat *chat, bool isDeleted)
 {
-    enter(message, chat);
-    if (chat && chat->_last == 0)
-        newest[chat] = std::max(newest.value(chat), message.date);
+    if (!chat)
+        return;
+    message.chat = chat;
+    links.addDated(*chat, message, isDeleted);
 }
 
 void MessageRows::complete(_MsgMessage &message)
@@ -253,26 +255,37 @@ void MessageRows::decodeText(_MsgMessage &message)
 void MessageRows::finish()
 {
     settleReactions();
-    nameOriginators(store, replies);
-    for (auto it = newest.cbegin(); it != newest.cend(); ++it)
-        it.key()->_last = std::max(it.key()->_last, it.value());
+    if (!replies.isEmpty())
+        nameOriginators(completeIndex(), replies);
     links.enterAll();
     logFaults();
 }
 
+/// The index with what the store had before, or got of files whose reading keeps none.
+const GuidIndex &MessageRows::completeIndex()
+{
+    if (index.size() != store.messages.size())
+        index = GuidIndex(store);
+    return index;
+}
+
 void MessageRows::settleReactions()
 {
+    if (reactions.empty())
+        return;
     QList<ReactionRow> rows;
+    rows.reserve(qsizetype(reactions.size()));
     for (const auto &[rowid, reaction] : reactions)
         rows.append(reactionRowOf(*reaction.record));
-    const QList<ReactionRow> homeless = applyReactions(store, rows);
+    const QList<ReactionRow> homeless = applyReactions(completeIndex(), rows);
     for (const ReactionRow &row : homeless) {
         Reaction &reaction = reactions.at(row.reaction.rowid);
         _MsgMessage *message = reaction.record.release();
         store.messages.insert(message->rowid, message);
+        index.add(*message);
         for (_MsgChat *chat : std::as_const(reaction.chats)) {
-            enterPlaced(*message, chat);
-            if (chat)
+            enterPlaced(*message, chat, false);
+            if (chat && chat->_last != 0)
                 chat->_last = std::max(chat->_last, message->date);
         }
     }

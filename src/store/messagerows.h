@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chatlinks.h"
+#include "guidindex.h"
 #include "messagerecords.h"
 #include "sqlite3cursor.h"
 
@@ -55,14 +56,15 @@ private:
     void complete(_MsgMessage &message, const Place &place);
     void decodeText(_MsgMessage &message);
     void enter(_MsgMessage &message, _MsgChat *chat);
-    void enterPlaced(_MsgMessage &message, _MsgChat *chat);
+    void enterPlaced(_MsgMessage &message, _MsgChat *chat, bool isDeleted);
+    const GuidIndex &completeIndex();
     void settleReactions();
     void logFaults() const;
 
     _MsgStore &store;
     std::map<qint64, Reaction> reactions; // by rowid
     QList<_MsgMessage *> replies;
-    QHash<_MsgChat *, int> newest; // dates in chats whose own is not known
+    GuidIndex index; // of messages that this made
     ChatLinks links;
     qsizetype undecodable = 0;
     qsizetype cut = 0;

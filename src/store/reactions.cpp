@@ -22,12 +22,15 @@ ReactionKind kindOf(int type)
     }
 }
 
+enum class SenderKind { Owner, Known, Unknown };
+
 // Who has one address in two services is one sender, whatever the rows of `handle`.
-QString senderOf(const MessageReaction &reaction)
+std::pair<SenderKind, QString> senderOf(const MessageReaction &reaction)
 {
     if (reaction.is_from_me != 0)
-        return u"me"_s;
-    return reaction.handle ? u"of "_s + reaction.handle->id : u"unknown"_s;
+        return {SenderKind::Owner, {}};
+    return reaction.handle ? std::pair(SenderKind::Known, reaction.handle->id)
+                           : std::pair(SenderKind::Unknown, QString());
 }
 
 bool isBefore(const MessageReaction &a, const MessageReaction &b)
@@ -50,37 +53,25 @@ public:
     }
 
     /// Removals that won come too.
-    QList<MessageReaction> result() const
+    QList<MessageReaction> takeResult()
     {
         QList<MessageReaction> reactions;
-        for (const auto &winner : winners)
-            reactions.append(winner.second);
+        for (auto &winner : winners)
+            reactions.append(std::move(winner.second));
+        winners.clear();
         std::sort(reactions.begin(), reactions.end(), isBefore);
         return reactions;
     }
 
 private:
-    std::map<std::tuple<ReactionKind, int, QString, qint64>, MessageReaction> winners;
+    std::map<std::tuple<ReactionKind, int, std::pair<SenderKind, QString>, qint64>, MessageReaction> winners;
 };
 
-QHash<QString, _MsgMessage *> messagesOf(const _MsgStore &store, const QHash<QString, Contest> &wanted)
-{
-    QHash<QString, _MsgMessage *> found;
-    for (_MsgMessage *message : store.messages) {
-        if (!wanted.contains(message->guid))
-            continue;
-        _MsgMessage *&target = found[message->guid];
-        if (!target || message->rowid < target->rowid)
-            target = message;
-    }
-    return found;
-}
-
-void setReactions(_MsgMessage &message, const QList<MessageReaction> &reactions)
+void setReactions(_MsgMessage &message, QList<MessageReaction> reactions)
 {
     if (!message.extras)
         message.extras = new MessageExtras;
-    message.extras->reactions = reactions;
+    message.extras->reactions = std::move(reactions);
     message.extras->reactions.removeIf(
         [](const MessageReaction &reaction) { return isRemovalType(reaction.associated_message_type); });
 }
@@ -117,25 +108,29 @@ ReactionRow reactionRowOf(const _MsgMessage &message)
              .text = message.text}};
 }
 
-QList<ReactionRow> applyReactions(const _MsgStore &store, const QList<ReactionRow> &rows)
+QList<ReactionRow> applyReactions(const GuidIndex &index, const QList<ReactionRow> &rows)
 {
     if (rows.isEmpty())
         return {};
     QHash<QString, Contest> contests;
+    contests.reserve(rows.size());
     for (const ReactionRow &row : rows)
         contests[row.guid].enter(row.reaction);
-    const QHash<QString, _MsgMessage *> messages = messagesOf(store, contests);
+    const QList<_MsgMessage *> messages = index.find(contests.keys());
+    auto target = messages.begin();
     QList<ReactionRow> homeless;
     for (auto it = contests.begin(); it != contests.end(); ++it) {
-        _MsgMessage *message = messages.value(it.key());
+        _MsgMessage *message = *target++;
         if (message && message->extras) {
             for (const MessageReaction &reaction : std::as_const(message->extras->reactions))
                 it->enter(reaction);
         }
-        const QList<MessageReaction> reactions = it->result();
-        if (message)
-            setReactions(*message, reactions);
-        for (const MessageReaction &reaction : message ? QList<MessageReaction>() : reactions)
+        QList<MessageReaction> reactions = it->takeResult();
+        if (message) {
+            setReactions(*message, std::move(reactions));
+            continue;
+        }
+        for (const MessageReaction &reaction : std::as_const(reactions))
             homeless.append({it.key(), reaction});
     }
     std::sort(homeless.begin(), homeless.end(),

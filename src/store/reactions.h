@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "guidindex.h"
 
 // Reactions are rows of `message` on a phone. People see them under the message that they name.
 
@@ -36,6 +36,6 @@ ReactionRow reactionRowOf(const _MsgMessage &message);
 
 /// Puts reactions under their messages. Of each sender the newest tapback and the newest vote on a part
 /// count, together with what stands there already; a removal takes the tapback away; stickers all stay.
-/// Hands back, by rowid, those that count but whose message `store` doesn't have. Telling rows twice
+/// Hands back, by rowid, those that count but whose message `index` doesn't have. Telling rows twice
 /// changes nothing.
-QList<ReactionRow> applyReactions(const _MsgStore &store, const QList<ReactionRow> &rows);
+QList<ReactionRow> applyReactions(const GuidIndex &index, const QList<ReactionRow> &rows);

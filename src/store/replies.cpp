@@ -29,20 +29,15 @@ QString writerOf(const _MsgMessage &message)
 
 } // namespace
 
-void nameOriginators(const _MsgStore &store, const QList<_MsgMessage *> &replies)
+void nameOriginators(const GuidIndex &index, const QList<_MsgMessage *> &replies)
 {
-    if (replies.isEmpty())
-        return;
-    QHash<QString, const _MsgMessage *> originators;
+    QStringList guids;
     for (const _MsgMessage *reply : replies)
-        originators.insert(reply->extras->thread_originator_guid, nullptr);
-    for (const _MsgMessage *message : store.messages) {
-        const auto wanted = originators.find(message->guid);
-        if (wanted != originators.end() && (!*wanted || message->rowid < (*wanted)->rowid))
-            *wanted = message;
-    }
-    for (_MsgMessage *reply : replies) {
-        if (const _MsgMessage *message = originators.value(reply->extras->thread_originator_guid))
-            reply->extras->originatorWords = u"%1: %2"_s.arg(writerOf(*message), firstWords(*message));
+        guids.append(reply->extras->thread_originator_guid);
+    const QList<_MsgMessage *> originators = index.find(guids);
+    for (qsizetype i = 0; i < replies.size(); ++i) {
+        if (const _MsgMessage *message = originators.at(i))
+            replies.at(i)->extras->originatorWords =
+                u"%1: %2"_s.arg(writerOf(*message), firstWords(*message));
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "guidindex.h"
 
-/// Gives each of `replies` the `originatorWords` of the message in `store` that it answers: who wrote it,
+/// Gives each of `replies` the `originatorWords` of the message in `index` that it answers: who wrote it,
 /// and how it begins.
-void nameOriginators(const _MsgStore &store, const QList<_MsgMessage *> &replies);
+void nameOriginators(const GuidIndex &index, const QList<_MsgMessage *> &replies);

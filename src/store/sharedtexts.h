@@ -5,7 +5,9 @@
 #include <QHash>
 #include <QString>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 /// Hands out one shared string for all equal texts: of a million services, accounts and countries there
 /// are a handful of each.
@@ -49,9 +51,12 @@ private:
 
     static size_t glance(QByteArrayView utf8)
     {
-        return size_t(utf8.size()) * 7 + size_t(uchar(utf8.front())) * 3 + uchar(utf8.back());
+        quint64 end = 0; // where identifiers that begin alike differ
+        const size_t known = std::min(sizeof end, size_t(utf8.size()));
+        std::memcpy(&end, utf8.data() + utf8.size() - known, known);
+        return size_t((end ^ quint64(utf8.size())) * 0x9E3779B97F4A7C15 >> 56);
     }
 
-    std::array<Entry, 64> recent; // found by a glance at the text; a hash costs more than the rest
+    std::array<Entry, 256> recent; // found by a glance at the text; a hash costs more than the rest
     QHash<QByteArray, QString> known;
 };
