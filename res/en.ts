@@ -244,8 +244,31 @@
         <translation>Please select Save Path for SMS.</translation>
     </message>
     <message>
-        <source>IDS_TRANSFER_NOT_AVAILABLE</source>
-        <translation>This version can't transfer SMS to an iPhone yet. Nothing was changed.</translation>
+        <source>IDS_LOADING_IOS_DATABASES</source>
+        <translation>Loading SMS from iPhone...</translation>
+    </message>
+    <message>
+        <source>IDS_ANDROID_%1_CANT_READ_MMC_NUMBER</source>
+        <translation>Failed to load country code from your phone. Please click &quot;OK&quot; button to select a country code manually.</translation>
+    </message>
+    <message>
+        <source>IDS_SEL_ONE_IOS_DEVICE</source>
+        <translation>Please select an iPhone:</translation>
+    </message>
+    <message>
+        <source>IDS_RESTORE_IOS_TIPS_FIND_MY_IPHONE_MUST_OFF</source>
+        <translation>Notes:&lt;br/&gt;
+1) If your iPhone is protected with a passcode, please enter your passcode on iPhone first.&lt;br/&gt;
+2) Please make sure you&apos;ve turned off &quot;iCloud Backup&quot; on your iPhone.&lt;br/&gt;
+3) &quot;&lt;a href=&quot;%1&quot;&gt;Find My iPhone&lt;/a&gt;&quot; must be disabled before restoring.</translation>
+    </message>
+    <message>
+        <source>IDS_TRANSFER_NOT_TO_FOLDER</source>
+        <translation>This iPhone is a folder on this computer. SMS can be transferred to a connected iPhone only.</translation>
+    </message>
+    <message>
+        <source>IDS_TRANSFER_PHONE_IS_TOO_NEW</source>
+        <translation>Failed to transfer SMS because this iPhone has iOS 10 or later. SMS can be transferred to iPhones with iOS 6 to 9.</translation>
     </message>
     <message>
         <source>IDS_MERGING_IOS6_MESSAGES</source>

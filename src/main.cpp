@@ -22,7 +22,7 @@ constexpr int logFilesKept = 10;
 
 void warnWithoutDeviceLibraries()
 {
-    if (!mobiledevice_is_loaded())
+    if (!mobiledevice_can_reach_phones())
         showWarning(QObject::tr("IDS_NONE_INSTALL_ITUNES").arg(websiteAddress().toHtmlEscaped()));
 }
 

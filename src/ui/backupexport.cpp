@@ -60,12 +60,20 @@ void exportToItunesBackup(const QList<_MsgMessage *> &messages, QWidget *window)
     BackupManifest *manifest = dialog.selected().data();
     if (manifest->isEncrypted)
         return showWarning(QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_ENCRYPT"));
-    openForMessages(*manifest);
-    if (!fillCache(manifest, window))
-        return;
-    const std::unique_ptr<IOS6MessageDb> phone = cachedPhone(*manifest);
+    if (const std::optional<QString> done = writeIntoBackup(messages, *manifest, window))
+        showInfo(*done);
+}
+
+std::optional<QString> writeIntoBackup(const QList<_MsgMessage *> &messages, BackupManifest &manifest,
+                                       QWidget *window)
+{
+    openForMessages(manifest);
+    if (!fillCache(&manifest, window))
+        return std::nullopt;
+    const std::unique_ptr<IOS6MessageDb> phone = cachedPhone(manifest);
     ProgressForm form(QString(), window);
-    IOS6RestoreMessagesThread job(&messages, phone.get(), manifest->backupDir, &form, nullptr);
-    if (runUnder(form, job))
-        showInfo(doneText(job));
+    IOS6RestoreMessagesThread job(&messages, phone.get(), manifest.backupDir, &form, nullptr);
+    if (!runUnder(form, job))
+        return std::nullopt;
+    return doneText(job);
 }

@@ -108,7 +108,9 @@ bool ask(const QString &text)
 
 QString plainInBox(const QString &text)
 {
-    static const QRegularExpression noBreak(u"<(?! *br */?>)"_s, QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression noBreak(u"<(?! *br */?>|/a>|a href=\"%1[^<>\"]*\">)"_s.arg(
+                                                QRegularExpression::escape(websiteAddress().toHtmlEscaped())),
+                                            QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression lineEnd(u"\\r?\\n"_s);
     return QString(text).replace(noBreak, u"&lt;"_s).replace(lineEnd, u"<br/>"_s);
 }

@@ -22,5 +22,6 @@ bool askYesNo(const QString &text);
 /// The same under its short name.
 bool ask(const QString &text);
 
-/// `text` as it stands, but for `<br/>` and line ends, which break the line, and entities.
+/// `text` as it stands, but for `<br/>` and line ends, which break the line, entities, and links to pages of
+/// the product's web site.
 QString plainInBox(const QString &text);

@@ -2,8 +2,11 @@
 
 #include "aboutusform.h"
 #include "backupdiscovery.h"
+#include "backuptempdir.h"
 #include "boxes.h"
 #include "datalocations.h"
+#include "devicearrival.h"
+#include "devicewatch.h"
 #include "fileopener.h"
 #include "filetools.h"
 #include "messagedeletion.h"
@@ -11,6 +14,7 @@
 #include "messagerecovery.h"
 #include "messagestore.h"
 #include "missingattachmentsdlg.h"
+#include "mobiledevice.h"
 #include "product.h"
 #include "programicon.h"
 #include "sourceloader.h"
@@ -65,6 +69,21 @@ MainWindow::MainWindow(QWidget *parent)
     connect(views, &ViewSwitches::contentChanged, this, &MainWindow::showSelected, Qt::QueuedConnection);
     fillStatusBar();
     runFlow([this] { fillSourceTree(sources->model()); });
+    runFlow([this] { watchPhones(); });
+}
+
+MainWindow::~MainWindow()
+{
+    if (phoneWatch)
+        mobiledevice_forget(phoneWatch);
+}
+
+void MainWindow::watchPhones()
+{
+    if (!mobiledevice_is_loaded())
+        return;
+    phoneWatch = new DeviceWatchTarget{this, "iosDeviceConnected", "iosDeviceDisconnected"}; // stays
+    mobiledevice_subscribe(phoneWatch);
 }
 
 void MainWindow::build()
@@ -129,6 +148,27 @@ void MainWindow::dropEvent(QDropEvent *event)
     event->acceptProposedAction();
     // The program that the folder comes from waits until the drop is over.
     QTimer::singleShot(0, this, [this, folder] { runFlow([&] { workers->importBackup(folder, {}); }); });
+}
+
+void MainWindow::iosDeviceConnected(void *p)
+{
+    runFlow([&] {
+        if (const std::optional<ReadPhone> phone = readPhone(p, this))
+            showPhone(*phone);
+    });
+    menus->follow(state());
+}
+
+void MainWindow::showPhone(const ReadPhone &phone)
+{
+    _IOSDeviceItemNode *node = sources->model().addDevice(phone.db, phone.device);
+    try {
+        if (sources->load(node))
+            sources->select(node);
+    } catch (...) {
+        iosDeviceDisconnected(phone.device.device); // the node itself may be gone by now
+        throw;
+    }
 }
 
 void MainWindow::iosDeviceDisconnected(void *p)
@@ -299,7 +339,9 @@ void MainWindow::miViewCache()
 {
     const _AbsDBItemNode *source = sources->currentSource();
     if (source && source->type == IosDeviceNode)
-        openInExplorer(static_cast<const _IOSDeviceItemNode *>(source)->device.uniqueDeviceID);
+        runFlow([&] {
+            openInExplorer(rootOf(static_cast<const _IOSDeviceItemNode *>(source)->device).absolutePath());
+        });
 }
 
 void MainWindow::miOpenDbFolder()
@@ -343,6 +385,7 @@ void MainWindow::miClearCache()
     runFlow([] {
         removeTree(dataRoot().filePath(u"ios_cache"_s));
         removeTree(dataRoot().filePath(u"itunes_cache"_s));
+        clearIosBackupTemp();
         showInfo(QObject::tr("IDS_SUC_CLEAR_CACHE"));
     });
 }

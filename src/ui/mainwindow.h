@@ -8,6 +8,8 @@
 #include <functional>
 
 class QItemSelection;
+struct DeviceWatchTarget;
+struct ReadPhone;
 class QLabel;
 class ViewSwitches;
 struct _ChatSessionItemNode;
@@ -23,8 +25,11 @@ class MainWindow : public QMainWindow
 
 public:
     explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
 
 public Q_SLOTS:
+    // Told by the watch on phones, with the phone's handle.
+    void iosDeviceConnected(void *p);
     void iosDeviceDisconnected(void *p);
     void onMainTreeSelected(const QItemSelection &selections, const QItemSelection &);
     void onMainTreeContextMenu();
@@ -90,6 +95,8 @@ private:
     using Worker = void (MessageWorkers::*)(const MessageChoice &);
 
     void build();
+    void watchPhones();
+    void showPhone(const ReadPhone &phone);
     void fillStatusBar();
     SourceState state() const;
     void showSelected();
@@ -113,6 +120,7 @@ private:
     WindowMenus *menus;
     ViewSwitches *views;
     QLabel *advLabel;
+    DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
     int flowsRunning = 0;
     bool closeWanted = false;
 };

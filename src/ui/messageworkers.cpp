@@ -3,6 +3,7 @@
 #include "backupexport.h"
 #include "backupsmsthread.h"
 #include "boxes.h"
+#include "devicetransfer.h"
 #include "exportchoice.h"
 #include "exportsmsthread.h"
 #include "itunescachesmsthread.h"
@@ -124,9 +125,9 @@ void MessageWorkers::print(const MessageChoice &choice)
     SMSPrinter(window).print(choice.messages, messages->emojiStyle());
 }
 
-void MessageWorkers::restoreToDevice(const MessageChoice &)
+void MessageWorkers::restoreToDevice(const MessageChoice &choice)
 {
-    showInfo(QObject::tr("IDS_TRANSFER_NOT_AVAILABLE"));
+    transferToPhone(choice.messages, *sources, window);
 }
 
 void MessageWorkers::exportToBackup(const MessageChoice &choice)

@@ -32,7 +32,7 @@ public:
     void exportMessages(const MessageChoice &choice);
     /// Onto paper, by way of a preview.
     void print(const MessageChoice &choice);
-    /// To a phone. Not there yet: says so.
+    /// To a connected phone that the person picks.
     void restoreToDevice(const MessageChoice &choice);
     /// Into an unencrypted iTunes backup that the person picks.
     void exportToBackup(const MessageChoice &choice);

@@ -60,11 +60,16 @@ _MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, 
     return store;
 }
 
+QDir rootOf(const IOSDevice &phone)
+{
+    return phone.device ? phone.cacheDir() : QDir(phone.uniqueDeviceID);
+}
+
 QString messageFileOf(const _AbsDBItemNode &source)
 {
     if (source.type == LocalDbNode)
         return messageDbPath(QDir(localDatabasesDir().filePath(source.text)));
-    return messageDbPath(QDir(static_cast<const _IOSDeviceItemNode &>(source).device.uniqueDeviceID));
+    return messageDbPath(rootOf(static_cast<const _IOSDeviceItemNode &>(source).device));
 }
 
 bool isLargeSource(const _AbsDBItemNode &source)

@@ -1,0 +1,114 @@
+// Bytes off a made phone, through the libraries that stand in for the maker's, beside a bare copy from
+// socket to socket in the same pieces. What the made phone itself costs counts as ours.
+
+#include "afcconnection.h"
+#include "benchtable.h"
+#include "filerelay.h"
+#include "iosdevice.h"
+#include "jobprogress.h"
+#include "phonestand.h"
+#include "servicesocket.h"
+
+#include <QCoreApplication>
+
+#include <sys/socket.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qint64 allBytes = 200 * 1024 * 1024;
+constexpr qint64 pieceSize = 512 * 1024;
+
+class Silence final : public JobProgress
+{
+public:
+    void updateProgress(const QString &, int, const QString &) override {}
+    void errorOccurred(const QString &) override {}
+    void succeed(const QString &) override {}
+    void tipsWait(const QString &) override {}
+};
+
+/// A thread sends all in pieces of `size`, this one receives them into `sink`. `OnDemand` waits for a word
+/// before each piece, as Apple File Conduit is made.
+enum class Sending { Unasked, OnDemand };
+template <typename Sink>
+void copyOverSocket(qint64 size, Sending sending, Sink sink)
+{
+    int pair[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0)
+        throw std::runtime_error("no socket pair");
+    const ServiceSocket near(pair[1]);
+    const ServiceSocket far(pair[0]);
+    std::thread sender([&] {
+        const QByteArray piece(size, 'x');
+        char word = 0;
+        for (qint64 sent = 0; sent < allBytes; sent += size) {
+            if (sending == Sending::OnDemand)
+                ::recv(far.descriptor(), &word, 1, 0);
+            ::send(far.descriptor(), piece.constData(), size_t(piece.size()), 0);
+        }
+    });
+    QByteArray buffer(size, '\0');
+    for (qint64 total = 0; total < allBytes; total += size) {
+        if (sending == Sending::OnDemand)
+            ::send(near.descriptor(), "m", 1, 0);
+        ::recv(near.descriptor(), buffer.data(), size_t(buffer.size()), MSG_WAITALL);
+        sink(buffer.constData(), buffer.size());
+    }
+    sender.join();
+}
+
+void benchFileConduit(void *handle)
+{
+    AfcConnection afc(handle);
+    afc.connect({});
+    compareWithFloor(
+        "AFC: 200 MB off the phone", 2.0, 3,
+        [&] {
+            AfcFile file = afc.openRead(u"/big"_s);
+            QByteArray buffer(pieceSize, '\0');
+            qint64 total = 0;
+            while (const qint64 count = file.read(buffer.data(), buffer.size()))
+                total += count;
+            file.close();
+            if (total != allBytes)
+                throw std::runtime_error("the file didn't come whole");
+        },
+        [] { copyOverSocket(64 * 1024, Sending::OnDemand, [](const char *, qint64) {}); });
+}
+
+void benchFileRelay(void *handle, const QDir &folder)
+{
+    const IOSDevice phone = readDevice(handle);
+    Silence silence;
+    compareWithFloor(
+        "file relay: 200 MB to the disk", 2.0, 3, [&] { loadFileRelay(phone, silence); },
+        [&] {
+            QFile file(folder.filePath(u"copy"_s));
+            if (!file.open(QIODevice::WriteOnly))
+                throw std::runtime_error("no copy");
+            copyOverSocket(pieceSize, Sending::Unasked,
+                           [&](const char *bytes, qint64 count) { file.write(bytes, count); });
+        });
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QTemporaryDir folder;
+    qputenv("XDG_DATA_HOME", folder.path().toUtf8());
+    QFile big(folder.filePath(u"big"_s));
+    if (!big.open(QIODevice::WriteOnly) || !big.resize(allBytes))
+        return 1;
+    PhoneStand stand;
+    FakePhone &phone = stand.newPhone();
+    phone.media.setPath(folder.path());
+    phone.relayBytes = allBytes;
+    void *const handle = stand.plugIn(phone);
+    benchFileConduit(handle);
+    benchFileRelay(handle, QDir(folder.path()));
+}

@@ -1,0 +1,27 @@
+#include "backupoptions.h"
+
+#include "devicesession.h"
+#include "iosdevice.h"
+
+using namespace Qt::StringLiterals;
+
+std::optional<BackupRefusal> backupRefusal(const IOSDevice &phone, bool checkCloudBackup,
+                                           bool checkEncryption)
+{
+    const QList<CFType> values =
+        mobiledevice_copy_values(phone.device, {QString()}, u"com.apple.mobile.backup"_s);
+    if (values.isEmpty())
+        return std::nullopt;
+    const CFType &settings = values.first();
+    if (checkCloudBackup && settings.dictionaryValue(u"CloudBackupEnabled"_s).toBool(false))
+        return BackupRefusal{u"Failed to transfer data to device. Please turn off iCloud backup on your "
+                             "iPhone to try again."_s,
+                             u":res/close_icloudbk.jpg"_s};
+    if (checkEncryption && settings.dictionaryValue(u"WillEncrypt"_s).toBool(false))
+        return BackupRefusal{
+            u"Failed to transfer data to device. Your iTunes backup is encrypted. Please run "
+            "iTunes on computer and then uncheck \"Encrypt iPhone backup\" option to try "
+            "again."_s,
+            u":res/close_itunesbkenc.jpg"_s};
+    return std::nullopt;
+}

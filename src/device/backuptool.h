@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QDir>
+#include <QObject>
+#include <QStringList>
+
+#include <atomic>
+
+/// What a run of the tool does.
+struct backup2tool_op {
+    int op = 0; ///< 0 backs the phone up, 1 restores it
+};
+
+/// Drives the command-line tool that brings a whole backup off a phone or puts one back. How far it is, is
+/// a guess from the time that has passed; whether it failed, its output tells: the word "error" in it.
+class backup2tool : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `target` is the phone's identifier, and the name of its backup's folder below `root`.
+    backup2tool(void *device, const QString &target, const QDir &root, QObject *parent = nullptr);
+
+    /// Blocks until the tool has ended or `cancel` was called, which ends it and is no failure: what it wrote
+    /// stays. Throws `std::runtime_error` with all that the tool printed when it failed.
+    void run(const backup2tool_op &op);
+
+    QString status1() const { return firstStatus; }
+    QString status2() const { return secondStatus; }
+    double progress() const { return percent; } ///< 0 to 99
+
+public Q_SLOTS:
+    /// Any thread, also before `run`. Takes effect within a fifth of a second.
+    void cancel() { cancelled = true; }
+
+Q_SIGNALS:
+    /// Five times a second at most, on the thread of `run`.
+    void update(double progress, const QString &status1, const QString &status2);
+
+private:
+    qint64 estimatedSeconds() const;
+    void tick(qint64 startMs, qint64 estimate);
+
+    void *device;
+    QString target;
+    QDir root;
+    QString firstStatus;
+    QString secondStatus;
+    double percent = 0;
+    std::atomic_bool cancelled = false;
+};
+
+/// The tool of this system and its arguments, which differ from one system to the next.
+struct BackupToolCommand {
+    QString program;
+    QStringList arguments;
+};
+
+/// Throws `std::runtime_error` when `op` is neither of the two.
+BackupToolCommand backupToolCommand(int op, const QString &target, const QDir &root);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cftypes.h"
+#include "mobiledevice.h"
+
+inline constexpr CFTypeRef anyAllocator = nullptr;
+
+/// Calls a function of the "CoreFoundation" library.
+template <typename Signature, typename... Arguments>
+auto cf(const char *name, Arguments... arguments)
+{
+    return callResolved<Signature>(corefoundation_resolve, name, arguments...);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+/// What the phone library tells its subscriber about a phone that came or went, in its own layout.
+struct DeviceNotificationInfo {
+    void *device; ///< opaque; the same phone comes with the same handle
+    std::uint32_t message;
+    void *subscription;
+};
+
+inline constexpr std::uint32_t deviceArrived = 1;
+inline constexpr std::uint32_t deviceRemoved = 2;
+
+/// Runs on a thread of the library. `context` is what the subscriber handed in.
+using DeviceNotificationCallback = void (*)(DeviceNotificationInfo *info, void *context);

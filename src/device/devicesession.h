@@ -1,0 +1,23 @@
+#pragma once
+
+#include "cftype.h"
+
+#include <QList>
+#include <QStringList>
+
+// Operations on the phone behind an opaque handle. Each opens a session, does its work and closes it. All
+// block; one thread at a time uses a phone. They throw `std::runtime_error` with a text for people when the
+// session doesn't open.
+
+/// Starts a service on the phone. Returns its socket in `socket`, which stays good after the session and is
+/// the caller's to close (`mobiledevice_close_socket`). Throws `std::runtime_error` when the phone refuses.
+void mobiledevice_start_service(void *device, const char *serviceName, int *socket);
+
+/// The values of `keys`, a null one where the phone has none. An empty domain is that of the phone itself;
+/// an empty key is the whole domain as one dictionary.
+QList<CFType> mobiledevice_copy_values(void *device, const QStringList &keys, const QString &domain);
+
+/// The code of the phone's answer, 0 for success.
+int mobiledevice_set_value(void *device, const QString &domain, const QString &key, const CFType &value);
+
+QString mobiledevice_copy_identifier(void *device);

@@ -1,0 +1,48 @@
+#include "devicewatch.h"
+
+#include "devicenotification.h"
+#include "mobiledevice.h"
+
+#include <QObject>
+
+#include <mutex>
+
+namespace
+{
+
+std::mutex receivers; // over the receivers of all targets
+
+/// On a thread of the library: hands over and does nothing else.
+void deviceChanged(DeviceNotificationInfo *info, void *context)
+{
+    const auto *target = static_cast<const DeviceWatchTarget *>(context);
+    const std::lock_guard lock(receivers);
+    if (!target->receiver)
+        return;
+    if (info->message == deviceArrived)
+        QMetaObject::invokeMethod(target->receiver, target->connectedSlot, Qt::QueuedConnection,
+                                  Q_ARG(void *, info->device));
+    else if (info->message == deviceRemoved)
+        QMetaObject::invokeMethod(target->receiver, target->disconnectedSlot, Qt::QueuedConnection,
+                                  Q_ARG(void *, info->device));
+}
+
+} // namespace
+
+void mobiledevice_subscribe(DeviceWatchTarget *target)
+{
+    QString errorText;
+    if (!mobiledevice_is_loaded() && !mobiledevice_load_frameworks(errorText))
+        throw std::runtime_error(errorText.toStdString());
+    static void *subscription = nullptr;
+    const DeviceNotificationCallback callback = deviceChanged;
+    void *const context = target;
+    callResolved<int(DeviceNotificationCallback, unsigned, unsigned, void *, void **)>(
+        mobiledevice_resolve, "AMDeviceNotificationSubscribe", callback, 0U, 0U, context, &subscription);
+}
+
+void mobiledevice_forget(DeviceWatchTarget *target)
+{
+    const std::lock_guard lock(receivers);
+    target->receiver = nullptr;
+}

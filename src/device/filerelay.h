@@ -1,0 +1,41 @@
+#pragma once
+
+#include "iosdevice.h"
+
+#include <QStringList>
+#include <QThread>
+
+class JobProgress;
+
+// Older phones send their databases in one go, over the service "com.apple.mobile.file_relay".
+
+/// Throws `std::runtime_error`. The socket is the caller's to close.
+void mobiledevice_file_relay_start(void *device, int *socket);
+
+/// Asks for the files of these sources; a compressed archive then comes on `socket` until the phone closes
+/// it. Throws `std::runtime_error` when the phone refuses.
+void mobiledevice_file_relay_request(int socket, const QStringList &sources);
+
+/// Brings the databases of `device` into "file-relay" below its cache folder. Throws `std::runtime_error`,
+/// or the integer -1 when cancelled; what came so far then stays, and the next run writes over it.
+void loadFileRelay(const IOSDevice &device, JobProgress &progress);
+
+/// Takes a "cpio" or other archive apart below `folder`. An entry whose name would lead out of it is passed
+/// over and logged. The archive may end early. Throws as above.
+void extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress);
+
+/// The job around `loadFileRelay`. Borrows both.
+class IOSLoadFileRelayThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    IOSLoadFileRelayThread(IOSDevice *device, JobProgress *progress, QObject *parent = nullptr);
+
+protected:
+    void run() override;
+
+private:
+    IOSDevice *device;
+    JobProgress *progress;
+};

@@ -1,0 +1,51 @@
+#include "devicejobs.h"
+
+#include "backupoptions.h"
+#include "boxes.h"
+#include "devicebackupjobs.h"
+#include "jobrunner.h"
+#include "progressform.h"
+
+#include <QMessageBox>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+bool runTool(ProgressForm &form, BackupToolThread &job)
+{
+    QObject::connect(&form, &ProgressForm::userCacel, &job, &BackupToolThread::cancel);
+    return runUnder(form, job);
+}
+
+} // namespace
+
+bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption)
+{
+    const std::optional<BackupRefusal> refusal = backupRefusal(phone, checkCloudBackup, checkEncryption);
+    if (!refusal)
+        return true;
+    const QString picture = u"qrc:/"_s + refusal->picture.mid(1);
+    showMessage(QMessageBox::Critical, u"%1<br/><br/><img src=\"%2\"/>"_s.arg(refusal->text, picture),
+                QMessageBox::Ok);
+    return false;
+}
+
+std::optional<QDir> backUpPhone(IOSDevice phone, QWidget *window)
+{
+    ProgressForm form(QString(), window);
+    IOSMobileBackupThread job(&phone, &form);
+    if (!runTool(form, job))
+        return std::nullopt;
+    return QDir(job.backupRoot().absoluteFilePath(phone.uniqueDeviceID));
+}
+
+bool restorePhone(IOSDevice phone, const QDir &folder, QWidget *window)
+{
+    ProgressForm form(QString(), window);
+    QDir root = folder;
+    root.cdUp();
+    IOSMobileRestoreThread job(&phone, root, &form);
+    return runTool(form, job);
+}

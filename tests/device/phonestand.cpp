@@ -1,0 +1,39 @@
+#include "phonestand.h"
+
+#include "devicewatch.h"
+#include "mobiledevice.h"
+
+#include <QTest>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+PhoneStand::PhoneStand() : server(folder.filePath(u"socket"_s))
+{
+    qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
+    static DeviceWatchTarget target;
+    target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
+    mobiledevice_subscribe(&target);
+}
+
+FakePhone &PhoneStand::newPhone()
+{
+    std::signal(SIGPIPE, SIG_IGN); // as the program does; QTest has set a handler of its own since
+    FakePhone &phone = phones.emplace_back(u"%1"_s.arg(phones.size() + 1, 40, 16, QChar(u'0')));
+    phone.isPairedAlready = true;
+    return phone;
+}
+
+void *PhoneStand::plugIn(FakePhone &phone)
+{
+    const qsizetype before = present.size();
+    server.plugIn(phone);
+    return QTest::qWaitFor([&] { return present.size() > before; }) ? present.last() : nullptr;
+}
+
+bool PhoneStand::pullOut(FakePhone &phone, void *handle)
+{
+    server.pullOut(phone);
+    return QTest::qWaitFor([&] { return !present.contains(handle); });
+}

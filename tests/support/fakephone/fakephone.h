@@ -1,0 +1,79 @@
+#pragma once
+
+#include "stream.h"
+
+#include <QDir>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <atomic>
+#include <mutex>
+
+/// How a service treats whoever asks it.
+enum class Manners {
+    Good,
+    ShortFrame,      ///< two bytes of a length, then the end
+    HugeLength,      ///< promises four gigabytes and sends nothing more
+    Silence,         ///< takes the connection and never says a word
+    ClosesInMessage, ///< half a message, then the end
+    WrongType,       ///< answers with a number where a message belongs
+};
+
+/// What the owner of the phone says when a computer asks to be trusted.
+enum class Trust { Given, Refused, NotAnswered, PasscodeWanted };
+
+/// A made phone: what it tells about itself, its files, and how it behaves. Set it up before it is plugged
+/// in; afterwards only the members with a lock or an atomic may be touched.
+struct FakePhone {
+    explicit FakePhone(const QString &udid);
+
+    QString udid;
+    QVariantMap values;                 ///< of the lockdown domain without a name
+    QMap<QString, QVariantMap> domains; ///< the named ones
+    std::atomic<Trust> trust = Trust::Given;
+    bool isPairedAlready = false; ///< knows this computer as any other phone does that was paired with it
+    bool servicesAreEnciphered = false;
+    QStringList missingServices;
+    QMap<QString, Manners> manners; ///< by name of service
+
+    QDir media;                     ///< what AFC shows
+    QMap<QString, QDir> containers; ///< by bundle identifier
+    QByteArray relayArchive;        ///< what file relay sends
+    qint64 relayBytes = 0;          ///< with no archive: that many bytes of nothing
+    QDir backup;                    ///< the folder that a backup of this phone is
+    QDir restored;                  ///< where a restore arrives
+    QList<QVariantMap> syncRecords;
+    QStringList relayedNotifications; ///< those that happen as soon as somebody waits for them
+
+    /// Names that programs asked to be told of, and those that they posted.
+    QStringList observed() const;
+    QStringList posted() const;
+    void noteObserved(const QString &name);
+    void notePosted(const QString &name);
+
+private:
+    mutable std::mutex mutex;
+    QStringList observedNames;
+    QStringList postedNames;
+};
+
+/// A value of the phone for a domain and a key; an empty key is the whole domain. Invalid when there is none.
+QVariant phoneValue(const FakePhone &phone, const QString &domain, const QString &key);
+
+/// Speaks the lockdown protocol until the other side goes. `startService` names the port of a service.
+void serveLockdown(FakePhone &phone, Stream &stream);
+
+/// The port of a service, 0 for an unknown one, and the other way round.
+quint16 servicePort(const QString &name);
+QString serviceOfPort(quint16 port);
+
+/// Speaks the protocol of a service.
+void serveService(FakePhone &phone, const QString &name, Stream &stream);
+
+// The services of their own.
+void serveAfc(const QDir &root, Stream &stream);
+void serveHouseArrest(FakePhone &phone, Stream &stream);
+void serveNotificationProxy(FakePhone &phone, Stream &stream);
+void serveFileRelay(FakePhone &phone, Stream &stream);
+void serveBackup(FakePhone &phone, Stream &stream);
+void serveSync(FakePhone &phone, Stream &stream);
