@@ -303,6 +303,26 @@
         <translation>Failed to load (Apple Mobile Device) framework. Plese click &lt;a href=&quot;%1&quot;&gt;HERE&lt;/a&gt; for help.</translation>
     </message>
     <message>
+        <source>IDS_RECOVERING_CONTACTS</source>
+        <translation>Looking for deleted contacts...</translation>
+    </message>
+    <message>
+        <source>IDS_RECOVERING_SMS</source>
+        <translation>Looking for deleted SMS...</translation>
+    </message>
+    <message>
+        <source>IDS_SUC_RECOVER_%1_SMS</source>
+        <translation>%1 deleted SMS found. They are shown in red among the others.</translation>
+    </message>
+    <message>
+        <source>IDS_NO_DELETED_SMS</source>
+        <translation>No deleted SMS was found.</translation>
+    </message>
+    <message>
+        <source>IDS_ALSO_LOOK_FOR_DELETED_SMS</source>
+        <translation>Look for &amp;deleted SMS too</translation>
+    </message>
+    <message>
         <source>Marrowlight Message Vault</source>
         <translation>Marrowlight Message Vault</translation>
     </message>

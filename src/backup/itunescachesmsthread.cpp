@@ -7,6 +7,7 @@
 #include "diskroom.h"
 #include "jobprogress.h"
 #include "messagecache.h"
+#include "openmessagedb.h"
 
 #include <QLockFile>
 #include <QObject>
@@ -78,6 +79,20 @@ void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, 
     cache.commit();
 }
 
+/// Hidden files go too. Deleted messages that were found in the backup stay: they are no copy.
+void removeCache(const QDir &cacheDir)
+{
+    const QString kept = QFileInfo(recycleDbPath(cacheDir)).fileName();
+    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QFileInfo &entry : cacheDir.entryInfoList(everything)) {
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.absoluteFilePath()).removeRecursively();
+        else if (!entry.fileName().startsWith(kept)) // nor the journal that it may need
+            QFile::remove(entry.absoluteFilePath());
+    }
+    QDir().rmdir(cacheDir.absolutePath());
+}
+
 } // namespace
 
 QDir backupCacheDir(const BackupManifest &manifest)
@@ -100,8 +115,7 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     try {
         copyFolders(manifest, folders, cacheDir, progress);
     } catch (...) {
-        // No half-made cache stays; hidden files go too.
-        QDir(cacheDir).removeRecursively();
+        removeCache(cacheDir); // no half-made one stays
         throw;
     }
 }

@@ -12,7 +12,8 @@ QDir backupCacheDir(const BackupManifest &manifest);
 /// Copies the message and address book folders of an indexed backup into
 /// "file-relay/var/mobile/Library" below `cacheDir`, deciphered, and skips what is there already. Names
 /// that would leave the folder are passed over and logged. Throws `std::runtime_error`, or the integer
-/// -1 when cancelled; `cacheDir` is then gone, unless the backup had no messages in the first place.
+/// -1 when cancelled; `cacheDir` is then gone, unless the backup had no messages in the first place. A
+/// recycle database in it stays.
 void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress);
 
 /// The job around `cacheBackupMessages`. `manifest` and `progress` are borrowed and outlive it.

@@ -29,6 +29,7 @@ struct CommandSyntax {
 const QList<OptionSyntax> sourceOptions = {
     {"password-file", "FILE", "First line of FILE is the backup's password; - reads it from standard input."},
     {"country", "MCC", "The phone's mobile country code, such as 214."},
+    {"recovered", nullptr, "With the deleted messages that the command recover found."},
 };
 const QList<OptionSyntax> selectionOptions = {
     {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once."},
@@ -85,6 +86,8 @@ const QList<CommandSyntax> &commandTable()
          sourceOptions + selectionOptions + orderOptions + textOptions + exportOptions},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + selectionOptions + importOptions},
+        {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
+         sourceOptions},
         {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", selectionOptions},
         {"merge", "SOURCE", "Writes a source's messages into an unencrypted backup folder.",
          sourceOptions + mergeOptions},
@@ -158,6 +161,7 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     if (!value("chat").isNull())
         line.chats = parser.values(u"chat"_s);
     line.newestFirst = isSet("newest-first");
+    line.recovered = isSet("recovered");
     line.emoji = isSet("emoji") ? EmojiStyle::Characters : EmojiStyle::Markers;
     line.missing = isSet("missing");
     return line;

@@ -15,7 +15,8 @@ struct CommandLine {
     QString country;      ///< mobile country code; empty means none is known
     QStringList chats;    ///< `chat_identifier`s asked for; empty means all
     bool newestFirst = false;
-    bool missing = false; ///< only attachments without a file
+    bool recovered = false; ///< with the deleted messages found earlier
+    bool missing = false;   ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;

@@ -16,6 +16,8 @@
 #include "messagegaps.h"
 #include "messageselection.h"
 #include "messagestore.h"
+#include "openmessagedb.h"
+#include "recoverdeletedthread.h"
 #include "source.h"
 #include "terminalprogress.h"
 
@@ -197,6 +199,19 @@ CommandResult deleteCommand(const CommandLine &line)
     return {};
 }
 
+CommandResult recoverCommand(const CommandLine &line)
+{
+    TerminalProgress progress(line.quiet);
+    const Source source = openUnread(line, progress);
+    if (!source.db)
+        return source.refusal;
+    const InterruptScope interruptible(progress);
+    const int found = recoverDeleted(*source.db, progress);
+    progress.clear();
+    printJsonLine({{u"messages"_s, found}, {u"path"_s, recycleDbPath(source.db->rootFolder())}});
+    return {};
+}
+
 } // namespace
 
 CommandResult runCommand(const CommandLine &line)
@@ -209,6 +224,7 @@ CommandResult runCommand(const CommandLine &line)
                                                      {u"gaps"_s, gapsCommand},
                                                      {u"export"_s, exportCommand},
                                                      {u"databases"_s, listDatabasesCommand},
+                                                     {u"recover"_s, recoverCommand},
                                                      {u"import"_s, importCommand},
                                                      {u"merge"_s, mergeCommand},
                                                      {u"delete"_s, deleteCommand}};

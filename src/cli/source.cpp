@@ -4,6 +4,7 @@
 #include "backupdiscovery.h"
 #include "commandline.h"
 #include "countrylibdb.h"
+#include "deletedmessages.h"
 #include "interrupt.h"
 #include "ios6messagedb.h"
 #include "itunescachesmsthread.h"
@@ -111,18 +112,25 @@ bool hasOwnGuid(const Source &source, const _MsgMessage &message)
     return source.db->dbVersion() != 5 || message.service != "SMS"_L1;
 }
 
-Source openSource(const CommandLine &line, TerminalProgress &progress)
+Source openUnread(const CommandLine &line, TerminalProgress &progress)
 {
     Source source;
-    if (!line.country.isEmpty() && !isKnownCountry(line.country)) {
+    if (!line.country.isEmpty() && !isKnownCountry(line.country))
         source.refusal = {ExitStatus::Usage, u"Unknown mobile country code \"%1\"."_s.arg(line.country)};
-        return source;
-    }
-    source.db = openNamed(line, progress, source.refusal);
+    else
+        source.db = openNamed(line, progress, source.refusal);
+    return source;
+}
+
+Source openSource(const CommandLine &line, TerminalProgress &progress)
+{
+    Source source = openUnread(line, progress);
     if (source.db) {
         source.store = _MsgStorePtr::create();
         source.db->messages(source.store, 0);
         source.db->attachments(source.store);
+        if (line.recovered)
+            loadRecycled(*source.db, *source.store);
     }
     return source;
 }

@@ -20,6 +20,10 @@ struct Source {
 /// up anew on every load.
 bool hasOwnGuid(const Source &source, const _MsgMessage &message);
 
+/// Opens what the command line names without reading its records: `store` stays null. Otherwise as
+/// `openSource`.
+Source openUnread(const CommandLine &line, TerminalProgress &progress);
+
 /// Opens what the command line names: a backup folder, which is unlocked and brought into the cache, a
 /// folder that holds the phone's own tree, or a Local Database. Throws `std::runtime_error` when none of
 /// them is there or it can't be read.

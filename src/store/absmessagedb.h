@@ -3,6 +3,9 @@
 #include "absdb.h"
 #include "messagerecords.h"
 
+#include <QDir>
+#include <QString>
+
 /// A source of messages, whatever its file looks like.
 class AbsMessageDb : public AbsDb
 {
@@ -32,7 +35,19 @@ public:
     /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
     virtual bool isLocalDatabase() { return false; }
 
+    /// The folder that holds "file-relay".
+    const QDir &rootFolder() const { return root; }
+    const QString &databasePath() const { return path; }
+    /// The phone's mobile country code; empty when unknown.
+    const QString &countryCode() const { return mcc; }
+
 protected:
+    AbsIOSMessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode);
+
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);
+
+    QDir root;
+    QString path; ///< of the database
+    QString mcc;
 };

@@ -240,7 +240,8 @@ private:
 };
 
 IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
-    : root(rootFolder), path(messageDbPath(rootFolder)), parts(rootFolder, countryCode, u"IOS5MessageDb"_s)
+    : AbsIOSMessageDb(rootFolder, messageDbPath(rootFolder), countryCode)
+    , parts(rootFolder, countryCode, u"IOS5MessageDb"_s)
 {
 }
 

@@ -43,8 +43,6 @@ private:
 
     class MessageLoad;
 
-    QDir root;
-    QString path; ///< of the database
     MessageDbParts parts;
     QHash<QString, QString> tables;      ///< name to the text that created it
     std::unique_ptr<QTemporaryDir> copy; ///< of a file that can't be read in its place

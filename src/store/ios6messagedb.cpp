@@ -73,8 +73,7 @@ IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &countryCode,
 
 IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
                              bool upgradeFile)
-    : root(rootFolder)
-    , path(databasePath)
+    : AbsIOSMessageDb(rootFolder, databasePath, countryCode)
     , upgrade(upgradeFile)
     , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {

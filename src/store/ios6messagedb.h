@@ -112,8 +112,6 @@ private:
     std::vector<MessageRows::Place> readPlaces(qint64 chatId);
     void readDeletedParts(_MsgStore &store);
 
-    QDir root;
-    QString path; ///< of the database
     bool upgrade;
     bool holdsExtras = false; ///< a Local Database that has the tables of our own
     bool isModern = false;    ///< a phone's file since iOS 10

@@ -13,6 +13,11 @@ QString messageDbPath(const QDir &root)
     return root.absoluteFilePath(u"file-relay/var/mobile/Library/SMS/sms.db"_s);
 }
 
+QString recycleDbPath(const QDir &root)
+{
+    return root.absoluteFilePath(u"recycle.db"_s);
+}
+
 std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc)
 {
     switch (sniffMessageDbVersion(messageDbPath(root))) {

@@ -4,6 +4,7 @@
 #include "boxes.h"
 #include "mytreeview.h"
 
+#include <QCheckBox>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -15,6 +16,7 @@ LoadItunesBackupDlg::LoadItunesBackupDlg(QWidget *parent)
     : FramelessDialog(QObject::tr("IDS_SELECT_AN_ITUNES_BACKUP_TO_LOAD"), parent)
     , model(new ItemModelLoadBk(this))
     , listBackups(new MyTreeView(this))
+    , lookForDeleted(new QCheckBox(QObject::tr("IDS_ALSO_LOOK_FOR_DELETED_SMS"), this))
 {
     for (const QString &root : defaultBackupRoots()) {
         for (const QSharedPointer<BackupManifest> &backup : ::listBackups(root))
@@ -34,6 +36,8 @@ void LoadItunesBackupDlg::build()
     layout->addWidget(title);
     layout->addWidget(listBackups, 1);
     layout->addWidget(addOtherLabel());
+    lookForDeleted->setObjectName(u"ckDeleted"_s);
+    layout->addWidget(lookForDeleted);
     layout->addLayout(
         buttonRow({u"btnLoad"_s, u"&Load"_s, [this] { btnLoadClicked(); }}, {u"btnCancel"_s, u"&Cancel"_s}));
     findChild<QWidget *>(u"btnLoad"_s)->setStyleSheet(u"margin-right:15px;"_s);
@@ -63,6 +67,11 @@ void LoadItunesBackupDlg::setUpList()
     listBackups->header()->resizeSection(0, 200);
     listBackups->header()->resizeSection(1, 170);
     connect(listBackups, &QTreeView::doubleClicked, this, &LoadItunesBackupDlg::btnLoadClicked);
+}
+
+bool LoadItunesBackupDlg::looksForDeleted() const
+{
+    return lookForDeleted->isChecked();
 }
 
 void LoadItunesBackupDlg::btnLoadClicked()

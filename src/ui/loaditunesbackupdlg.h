@@ -4,6 +4,7 @@
 #include "itemmodelloadbk.h"
 
 class MyTreeView;
+class QCheckBox;
 
 /// Lets a person pick a backup: one in the default place, or any other folder. `exec()` is 1 with a backup
 /// chosen. No password is asked for here, and no list of files is read.
@@ -16,6 +17,9 @@ public:
 
     /// The backup chosen; null until the dialog was accepted.
     QSharedPointer<BackupManifest> selected() const { return chosen; }
+
+    /// Whether deleted messages are wanted too.
+    bool looksForDeleted() const;
 
     /// Lists the backup in `folder` and makes it the current one. A folder that is none, or is listed
     /// already, is told in a box.
@@ -34,5 +38,6 @@ private:
 
     ItemModelLoadBk *model;
     MyTreeView *listBackups;
+    QCheckBox *lookForDeleted;
     QSharedPointer<BackupManifest> chosen;
 };

@@ -11,6 +11,7 @@
 #include "filetools.h"
 #include "messagedeletion.h"
 #include "messagepane.h"
+#include "messagerecovery.h"
 #include "messagestore.h"
 #include "missingattachmentsdlg.h"
 #include "mobiledevice.h"
@@ -327,6 +328,11 @@ void MainWindow::miImportToLocalDb()
     const _AbsDBItemNode *source = sources->currentSource();
     const QString name = source ? source->text : QString();
     runFlow([&] { workers->importBackup({}, name); });
+}
+
+void MainWindow::miRecover()
+{
+    runFlow([this] { recoverDeletedMessages(*sources, *messages, this); });
 }
 
 void MainWindow::miViewCache()

@@ -69,6 +69,8 @@ public Q_SLOTS:
 
     void miImportItunes();
     void miImportToLocalDb();
+    /// Looks for deleted messages in the phone on view.
+    void miRecover();
     void miViewCache();
     void miOpenDbFolder();
     void miCheckUpdate();

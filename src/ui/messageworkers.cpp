@@ -12,6 +12,7 @@
 #include "localdatabases.h"
 #include "localdbselform.h"
 #include "messagepane.h"
+#include "messagerecovery.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "passcodedlg.h"
@@ -28,12 +29,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QSharedPointer<BackupManifest> pickBackup(const QString &folder, QWidget *window)
+struct PickedBackup {
+    QSharedPointer<BackupManifest> manifest; ///< null when the person gave up
+    Recovered recovered = Recovered::LeftOut;
+};
+
+PickedBackup pickBackup(const QString &folder, QWidget *window)
 {
     LoadItunesBackupDlg dialog(window);
     if (!folder.isEmpty())
         dialog.selectFolder(folder);
-    return dialog.exec() == QDialog::Accepted ? dialog.selected() : nullptr;
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    return {dialog.selected(), dialog.looksForDeleted() ? Recovered::Shown : Recovered::LeftOut};
 }
 
 /// False when the person gave up.
@@ -129,13 +137,16 @@ void MessageWorkers::exportToBackup(const MessageChoice &choice)
 
 void MessageWorkers::importBackup(const QString &folder, const QString &name)
 {
-    const QSharedPointer<BackupManifest> manifest = pickBackup(folder, window);
+    const auto [manifest, recovered] = pickBackup(folder, window);
     if (!manifest || !unlock(manifest.data(), window))
         return;
     const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest.data(), window);
-    if (!db)
+    if (!db || (recovered == Recovered::Shown && !lookForDeleted(*db, window)))
         return;
-    const _MsgStorePtr store = readSource(*db, messageDbPath(backupCacheDir(*manifest)), window);
+    const QString file = messageDbPath(backupCacheDir(*manifest));
+    const _MsgStorePtr store = readSource(*db, file, window, recovered);
+    if (recovered == Recovered::Shown)
+        sayRecovered(*store);
     const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;
     backupToLocalDb(proposal, {allMessages(store), store, manifest->deviceName});
 }

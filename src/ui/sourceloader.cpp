@@ -2,6 +2,7 @@
 
 #include "boxes.h"
 #include "datalocations.h"
+#include "deletedmessages.h"
 #include "ios6messagedb.h"
 #include "itemmodelmain.h"
 #include "jobrunner.h"
@@ -18,11 +19,13 @@ namespace
 // Below this a source is there before a dialog could be.
 constexpr qint64 largeFile = 4 * 1024 * 1024; // bytes
 
-void readAll(AbsMessageDb &db, _MsgStorePtr &store)
+void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
 {
     db.chats(store);
     db.messages(store, 0);
     db.attachments(store);
+    if (auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db); phone && recovered == Recovered::Shown)
+        loadRecycled(*phone, *store);
 }
 
 /// A folder that acts as a phone which is always there.
@@ -47,13 +50,13 @@ void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
 
 } // namespace
 
-_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent)
+_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, Recovered recovered)
 {
     _MsgStorePtr store = _MsgStorePtr::create();
     if (QFileInfo(file).size() < largeFile)
-        readAll(db, store);
+        readAll(db, store, recovered);
     else
-        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store); });
+        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store, recovered); });
     return store;
 }
 

@@ -123,7 +123,8 @@ bool SourcePane::load(_AbsDBItemNode *source)
         return true;
     const QPersistentModelIndex place(mainModel->indexOf(source));
     const QSharedPointer<AbsMessageDb> db = source->db;
-    const _MsgStorePtr store = readSource(*db, messageFileOf(*source), window());
+    const Recovered recovered = source->type == IosDeviceNode ? Recovered::Shown : Recovered::LeftOut;
+    const _MsgStorePtr store = readSource(*db, messageFileOf(*source), window(), recovered);
     if (!place.isValid())
         return false;
     // The conversations of before point into their store until they are gone.

@@ -37,6 +37,7 @@ Entries deviceEntries()
     return {{u"Backup SMS to Local Database"_s, u"backup"_s, &MainWindow::miBackupAll},
             {u"Export SMS to File"_s, u"export"_s, &MainWindow::miExportAll},
             {u"Print SMS"_s, u"print"_s, &MainWindow::miPrintAll},
+            {u"Recover Deleted SMS"_s, {}, &MainWindow::miRecover},
             {u"View Cache Files"_s, {}, &MainWindow::miViewCache},
             {u"Disconnect Device"_s, u"unmount"_s, &MainWindow::miUnmoutDevice}};
 }
@@ -188,6 +189,8 @@ void WindowMenus::buildToolBar(QAction *import)
 void WindowMenus::buildToolsMenu()
 {
     QMenu *menu = window->menuBar()->addMenu(u"&Tools"_s);
+    actRecover = addTo(menu, {u"&Recover Deleted SMS"_s, {}, &MainWindow::miRecover});
+    actRecover->setObjectName(u"actRecover"_s);
     addTo(menu, {u"Check for &Update"_s, {}, &MainWindow::miCheckUpdate});
     addTo(menu, {u"&Missing Attachments"_s, {}, &MainWindow::miMissingAttachments});
     addTo(menu, {u"&Clear Cache files"_s, {}, &MainWindow::miClearCache});
@@ -218,6 +221,7 @@ void WindowMenus::follow(const SourceState &state)
     actExport->setEnabled(isDatabase || isDevice);
     actPrint->setEnabled(isDatabase || isDevice);
     actDel->setEnabled(isDatabase);
+    actRecover->setEnabled(isDevice);
 }
 
 void WindowMenus::fillTreeMenu(QMenu &menu, const SourceState &state) const

@@ -24,7 +24,7 @@ public:
     /// Adds menus and toolbar to `window`.
     explicit WindowMenus(MainWindow *window);
 
-    /// Sets the five actions that depend on the selection.
+    /// Sets the actions that depend on the selection.
     void follow(const SourceState &state);
     /// The entries for the node selected in the tree; none for "Devices".
     void fillTreeMenu(QMenu &menu, const SourceState &state) const;
@@ -49,4 +49,5 @@ private:
     QAction *actExport = nullptr;
     QAction *actPrint = nullptr;
     QAction *actDel = nullptr;
+    QAction *actRecover = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "backupbuilder.h"
 #include "samplephone.h"
 #include "smsdbbuilder.h"
+#include "sqlite3db.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -85,6 +86,7 @@ private Q_SLOTS:
     void opensEncryptedBackups();
     void exportsEveryFormat();
     void keepsAndDeletesMessagesOfALocalDatabase();
+    void recoversDeletedMessages();
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
     void anInterruptLeavesNothingHalfMade();
@@ -318,6 +320,34 @@ void TestCli::keepsAndDeletesMessagesOfALocalDatabase()
     QCOMPARE(run(u"messages Kept"_s).values(u"body"_s), QStringList{u"Hi"_s});
     QCOMPARE(run(u"delete kept"_s).values(u"messages"_s), QStringList{u"1"_s});
     QCOMPARE(run(u"databases"_s).out, QByteArray());
+}
+
+void TestCli::recoversDeletedMessages()
+{
+    SmsDbBuilder phone(QDir(path(u"phone"_s)));
+    phone.chat(u"ann@example.org"_s, u"iMessage"_s).received(u"Hi"_s).received(u"lost"_s).received(u"Bye"_s);
+    Sqlite3DB db;
+    db.openThrow(phone.write(), sqliteReadWrite);
+    QString error;
+    QCOMPARE(db.exec(u"PRAGMA secure_delete=OFF; drop trigger clean_orphaned_handles2; delete from message "
+                     "where text='lost'"_s,
+                     error),
+             0);
+    db.close();
+    const QString source = path(u"phone"_s);
+    const Run first = run(u"recover "_s + source);
+    QCOMPARE(first.values(u"messages"_s), {u"1"_s});
+    QCOMPARE(first.values(u"path"_s), {source + u"/recycle.db"_s});
+    QCOMPARE(run(u"recover "_s + source).values(u"messages"_s), {u"0"_s});
+
+    QCOMPARE(run(u"messages "_s + source).values(u"body"_s), QStringList({u"Hi"_s, u"Bye"_s}));
+    const Run all = run(u"messages --recovered --chat ann@example.org "_s + source);
+    QCOMPARE(all.values(u"body"_s), QStringList({u"Hi"_s, u"lost"_s, u"Bye"_s}));
+    QCOMPARE(all.values(u"recovered"_s), QStringList({u"false"_s, u"true"_s, u"false"_s}));
+    QCOMPARE(run(u"import --recovered --into Kept "_s + source).values(u"messages"_s), {u"3"_s});
+    QCOMPARE(run(u"messages Kept"_s).values(u"body"_s), all.values(u"body"_s));
+    const Run local = run(u"recover Kept"_s);
+    QVERIFY(local.status == 1 && local.err.contains("Local Database"));
 }
 
 void TestCli::aDamagedDatabaseIsListedAsOneAndCanGo()

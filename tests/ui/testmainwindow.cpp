@@ -19,6 +19,7 @@
 #include "sourcepane.h"
 #include "texts.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDropEvent>
 #include <QElapsedTimer>
@@ -166,6 +167,7 @@ private Q_SLOTS:
     void init();
     void importsWithPasswordWrongThenRight();
     void importsTwiceWithoutDoubles();
+    void showsDeletedMessagesInRed();
     void searchWraps();
     void headerThatIsNotDateTurnsToNewestFirst();
     void deletesSelectionThenConversationThenDatabase();
@@ -276,6 +278,53 @@ void TestMainWindow::importsTwiceWithoutDoubles()
         QVERIFY(player.isDone());
     }
     QCOMPARE(localDatabases().size(), 1);
+}
+
+void TestMainWindow::showsDeletedMessagesInRed()
+{
+    QTemporaryDir source;
+    const auto write = [&](const QString &root) {
+        Sqlite3DB db;
+        db.openThrow(SmsDbBuilder(QDir(root))
+                         .chat(u"ann@example.org"_s, u"iMessage"_s)
+                         .received(u"Hi"_s)
+                         .received(u"lost"_s)
+                         .received(u"Bye"_s)
+                         .write(),
+                     sqliteReadWrite);
+        QString error;
+        QCOMPARE(db.exec(u"PRAGMA secure_delete=OFF; drop trigger clean_orphaned_handles2; delete from "
+                         "message where text='lost'"_s,
+                         error),
+                 0);
+    };
+    write(dataRoot().filePath(u"virtual_ios/Phone"_s));
+    write(source.path());
+    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s))
+        .messages(messageDbPath(QDir(source.path())))
+        .write();
+    const QStringList all{u"Hi"_s, u"lost"_s, u"Bye"_s};
+    const QString said = u"1 deleted SMS found. They are shown in red among the others."_s;
+    open();
+    const BoxReader boxes;
+    select(u"Phone"_s);
+    QVERIFY(isOn(u"actRecover"_s));
+    window->miRecover();
+    QCOMPARE(boxes.texts, QStringList(said));
+    QCOMPARE(contents(), all);
+    const QAbstractItemModel *model = part<MyTreeView>(u"treeViewSMS"_s)->model();
+    QCOMPARE(model->index(1, 3).data(Qt::ForegroundRole).value<QColor>(), QColor(Qt::red));
+
+    const DialogPlayer player({answer<LoadItunesBackupDlg>(u"btnLoad"_s,
+                                                           [](LoadItunesBackupDlg *dialog) {
+                                                               dialog->findChild<QCheckBox *>()->click();
+                                                               return true;
+                                                           }),
+                               nameDatabase(u"Mine"_s)});
+    window->miImportItunes();
+    QVERIFY(player.isDone() && boxes.texts.contains(said));
+    QCOMPARE(contents(), all);
+    QVERIFY(!isOn(u"actRecover"_s));
 }
 
 void TestMainWindow::searchWraps()

@@ -50,9 +50,8 @@ SmsDbWriterIos5::SmsDbWriterIos5(const QString &path)
     : SmsDbWriter(path, IosVersion::Ios5)
     , insertSms(database.prepare(
           "INSERT INTO message(ROWID, address, date, text, flags, replace, svc_center, group_id, "
-          "association_id, height, UIFlags, version, subject, country, read, madrid_version, madrid_type, "
-          "madrid_error, is_madrid, madrid_date_read, madrid_date_delivered) "
-          "VALUES(?,?,?,?,?,0,?,?,?,0,4,0,?,?,?,0,0,0,0,0,0)"))
+          "association_id, height, UIFlags, version, subject, country, read, is_madrid) "
+          "VALUES(?,?,?,?,?,0,?,?,?,0,4,0,?,?,?,0)"))
     , insertMadrid(database.prepare(
           "INSERT INTO message(ROWID, date, text, flags, replace, group_id, association_id, height, UIFlags, "
           "version, subject, country, read, madrid_attributedBody, madrid_handle, madrid_version, "

@@ -1,0 +1,150 @@
+#include "deletedmessages.h"
+
+#include "countrylibdb.h"
+#include "deletedrowsearch.h"
+#include "ios5messagedb.h"
+#include "ios6messagedb.h"
+#include "messagerecycledb.h"
+#include "messagestore.h"
+#include "openmessagedb.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+bool isKnown(MessageRecycleDb &recycle, const _RecycleMessage &recycled)
+{
+    return recycle.findMessage(recycled.message) != 0 || recycle.findWordless(recycled) != 0;
+}
+
+/// Ties deleted messages of iOS 6 and later to chats, and keeps them.
+class Ios6Keeper
+{
+public:
+    Ios6Keeper(IOS6MessageDb &source, MessageRecycleDb &target, const QList<_MsgChat *> &chats)
+        : db(source), recycle(target), hasMessages(!source.tbInfo(u"message"_s).isEmpty())
+    {
+        QList<const _MsgChat *> sorted(chats.begin(), chats.end());
+        std::sort(sorted.begin(), sorted.end(),
+                  [](const _MsgChat *a, const _MsgChat *b) { return a->rowid < b->rowid; });
+        for (const _MsgChat *chat : std::as_const(sorted))
+            addHandlesOf(*chat);
+    }
+
+    /// Of a page that was given up. A copy of a message that is there still is kept too, for the day on
+    /// which it goes, but it is no find.
+    int keepFreed(const Sqlite3RawRow &row)
+    {
+        std::optional<_RecycleMessage> recycled = messageOf(row);
+        if (!recycled || isKnown(recycle, *recycled))
+            return 0;
+        recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
+        return isLive(*recycled) ? 0 : 1;
+    }
+
+    int keepCarved(const Sqlite3RawRow &row)
+    {
+        const std::optional<_RecycleMessage> recycled = messageOf(row);
+        if (!recycled || isKnown(recycle, *recycled) || isLive(*recycled))
+            return 0;
+        const bool isTied = chatsByHandle.contains(recycled->message.handle_id);
+        recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle,
+                              isTied ? 0 : row.rowid);
+        return 1;
+    }
+
+private:
+    // A chat with one partner comes before groups; else the first chat stays.
+    void addHandlesOf(const _MsgChat &chat)
+    {
+        for (const _MsgHandle *handle : chat.handles) {
+            if (!isGroup(chat) || !chatsByHandle.contains(handle->rowid))
+                chatsByHandle.insert(handle->rowid, {&chat, handle});
+        }
+    }
+
+    std::optional<_RecycleMessage> messageOf(const Sqlite3RawRow &row)
+    {
+        std::optional<_RecycleMessage> recycled = rowToIos6Message(row);
+        if (!recycled || recycled->message.item_type != 0)
+            return std::nullopt;
+        const auto tie = chatsByHandle.constFind(recycled->message.handle_id);
+        if (tie != chatsByHandle.cend()) {
+            // In a group, of all who take part, the one who wrote it.
+            recycled->chat_identifier = tie->first->chat_identifier;
+            recycled->handle = tie->second->id;
+        } else {
+            recycled->handle = recycle.handleBySourceRowid(recycled->message.handle_id).id;
+            recycled->chat_identifier = recycled->handle;
+        }
+        return recycled;
+    }
+
+    bool isLive(const _RecycleMessage &recycled)
+    {
+        return hasMessages && db.messageRowid(recycled.message.guid) != 0;
+    }
+
+    IOS6MessageDb &db;
+    MessageRecycleDb &recycle;
+    bool hasMessages;
+    QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
+};
+
+} // namespace
+
+int recoverHandles(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
+{
+    const auto keep = [&](const Sqlite3RawRow &row) {
+        const std::optional<_MsgHandle> handle = rowToHandle(row);
+        if (!handle || recycle.findHandle(*handle) != 0)
+            return 0;
+        recycle.insertHandle(*handle, row.rowid);
+        return 1;
+    };
+    DeletedRowSearch search(db, recycle, progress);
+    return search.run({u"handle"_s, handleColumns(), isPlausibleHandleRow, keep, keep});
+}
+
+int recoverMessages(IOS6MessageDb &db, MessageRecycleDb &recycle, const QList<_MsgChat *> &chats,
+                    JobProgress *progress)
+{
+    db.openDb();
+    Ios6Keeper keeper(db, recycle, chats);
+    DeletedRowSearch search(db, recycle, progress);
+    return search.run({u"message"_s, ios6MessageColumns(), isPlausibleIos6Row,
+                       [&](const Sqlite3RawRow &row) { return keeper.keepFreed(row); },
+                       [&](const Sqlite3RawRow &row) { return keeper.keepCarved(row); }});
+}
+
+int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
+{
+    CountryLibDb countries(db.countryCode());
+    const auto keep = [&](const Sqlite3RawRow &row) {
+        const std::optional<_RecycleMessage> recycled = rowToIos5Message(row, countries);
+        if (!recycled || isKnown(recycle, *recycled))
+            return 0;
+        recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
+        return 1;
+    };
+    DeletedRowSearch search(db, recycle, progress);
+    return search.run({u"message"_s, ios5MessageColumns(), isPlausibleIos5Row, keep, keep});
+}
+
+int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
+{
+    if (!QFile::exists(recycleDbPath(db.rootFolder())))
+        return 0;
+    MessageRecycleDb recycle(db.rootFolder());
+    QList<_RecycleMessage> messages = recycle.loadMessages();
+    if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
+        messages.removeIf(
+            [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
+    MessageRecycleDb::mergeInto(store, messages);
+    return int(messages.size());
+}

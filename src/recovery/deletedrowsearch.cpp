@@ -1,0 +1,146 @@
+#include "deletedrowsearch.h"
+
+#include "absmessagedb.h"
+#include "jobprogress.h"
+#include "messagerecycledb.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int tableLeaf = 13;
+
+} // namespace
+
+DeletedRowSearch::DeletedRowSearch(AbsIOSMessageDb &source, MessageRecycleDb &target, JobProgress *waiting)
+    : db(source), recycle(target), progress(waiting), file(source.databasePath())
+{
+    if (progress)
+        file.setCancelFlag(&progress->cancelled);
+}
+
+bool DeletedRowSearch::isCancelled() const
+{
+    return progress && progress->cancelled.load(std::memory_order_relaxed);
+}
+
+int DeletedRowSearch::run(const DeletedRowKind &kind)
+{
+    db.openDb();
+    QString ignored; // what is in the log only stays unseen then
+    db.exec(u"PRAGMA wal_checkpoint(PASSIVE);"_s, ignored);
+    file.open();
+    recycle.beginTransaction();
+    int kept = searchFreelist(kind);
+    addLivePages(kind.table);
+    kept += searchPages(kind);
+    recycle.endTransaction(true);
+    return kept;
+}
+
+// A page that comes again would bring nothing but rows that the recycle database holds by then.
+void DeletedRowSearch::addPage(quint32 pageNo)
+{
+    known.insert(pageNo);
+    pages.push_back(pageNo);
+}
+
+int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
+{
+    const quint32 total = file.freelistPageCount();
+    ProgressPace pace(total);
+    int kept = 0;
+    qint64 done = 0;
+    quint32 next = file.firstFreelistTrunk();
+    while (next > 0 && !known.contains(next) && !isCancelled()) {
+        addPage(next);
+        const Sqlite3FreelistTrunk trunk = file.readFreelistTrunk(next);
+        for (const quint32 pageNo : trunk.leaves) {
+            if (isCancelled())
+                break;
+            kept += searchFreePage(kind, pageNo);
+            if (pace.isDue(++done))
+                report(-1, u"%1/%2"_s.arg(done).arg(total));
+        }
+        next = trunk.nextTrunk;
+    }
+    return kept;
+}
+
+int DeletedRowSearch::searchFreePage(const DeletedRowKind &kind, quint32 pageNo)
+{
+    if (known.contains(pageNo))
+        return 0;
+    const Sqlite3Page page = file.readPage(pageNo);
+    if (!page.isBTreePage()) {
+        addPage(pageNo);
+        return 0;
+    }
+    // It was part of a tree and may still lead to whole pages.
+    int kept = 0;
+    file.visitLeafPages(page, known, [&](const Sqlite3Page &leaf) {
+        pages.push_back(leaf.pageNo);
+        if (leaf.flags != tableLeaf)
+            return !isCancelled();
+        for (const qint64 cell : leaf.cells) {
+            if (isCancelled())
+                return false;
+            kept += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
+        }
+        return true;
+    });
+    return kept;
+}
+
+void DeletedRowSearch::addLivePages(const QString &table)
+{
+    Sqlite3Sql sql("select rootpage from sqlite_master where type='table' and name=?");
+    sql.addTextParam(table);
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    if (!cursor.moveNextThrow())
+        return;
+    QSet<quint32> seen;
+    file.visitLeafPages(file.readPage(quint32(cursor.getInt64(0))), seen, [&](const Sqlite3Page &leaf) {
+        if (!known.contains(leaf.pageNo))
+            addPage(leaf.pageNo);
+        return !isCancelled();
+    });
+}
+
+int DeletedRowSearch::searchPages(const DeletedRowKind &kind)
+{
+    const std::vector<CarveColumns> lists(kind.columns.begin(), kind.columns.end());
+    const auto total = qint64(pages.size());
+    ProgressPace pace(total);
+    int kept = 0;
+    for (qint64 i = 0; i < total && !isCancelled(); ++i) {
+        if (pace.isDue(i + 1))
+            report(percentOf(i + 1, total), {});
+        kept += searchPage(kind, lists, pages[size_t(i)]);
+    }
+    return kept;
+}
+
+int DeletedRowSearch::searchPage(const DeletedRowKind &kind, const std::vector<CarveColumns> &lists,
+                                 quint32 pageNo)
+{
+    const Sqlite3Page page = file.readPage(pageNo);
+    QList<Sqlite3RawRow> rows;
+    for (const CarveColumns &columns : lists)
+        rows += page.isBTreePage() ? file.carveFreeSpace(columns, 0, page, kind.filter)
+                                   : file.carvePage(columns, 0, pageNo, 0, kind.filter);
+    int kept = 0;
+    for (const Sqlite3RawRow &row : std::as_const(rows)) {
+        if (isCancelled())
+            break;
+        kept += kind.takeCarvedRow(row);
+    }
+    return kept;
+}
+
+void DeletedRowSearch::report(int percent, const QString &text) const
+{
+    if (progress)
+        progress->updateProgress({}, percent, text);
+}

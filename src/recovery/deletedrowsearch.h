@@ -1,0 +1,50 @@
+#pragma once
+
+#include "deletedrows.h"
+
+#include <functional>
+#include <vector>
+
+class AbsIOSMessageDb;
+class JobProgress;
+class MessageRecycleDb;
+
+/// Which rows to look for, and what becomes of those found: the calls answer how many finds a row is.
+struct DeletedRowKind {
+    QString table;
+    QList<QList<_SqliteCol>> columns; ///< each list is tried on every page
+    Sqlite3File::RowFilter filter;
+    std::function<int(const Sqlite3RawRow &)> takeFreedRow;  ///< of a page that was given up whole
+    std::function<int(const Sqlite3RawRow &)> takeCarvedRow; ///< from between the rows of a page
+};
+
+/// Looks through the bytes of a message database: at the trees of pages that were given up, then at each
+/// such page and each leaf of the table for what is left between its rows. One run is one transaction
+/// on the recycle database, which is committed also when the run is cancelled. The database file stays as
+/// it is, but that SQLite folds a write-ahead log into it.
+class DeletedRowSearch
+{
+public:
+    /// `progress` may be null. All are borrowed.
+    DeletedRowSearch(AbsIOSMessageDb &db, MessageRecycleDb &recycle, JobProgress *progress);
+
+    /// Returns the number of finds. Throws `std::runtime_error`; the transaction is then open still.
+    int run(const DeletedRowKind &kind);
+
+private:
+    bool isCancelled() const;
+    int searchFreelist(const DeletedRowKind &kind);
+    int searchFreePage(const DeletedRowKind &kind, quint32 pageNo);
+    void addLivePages(const QString &table);
+    int searchPages(const DeletedRowKind &kind);
+    int searchPage(const DeletedRowKind &kind, const std::vector<CarveColumns> &lists, quint32 pageNo);
+    void addPage(quint32 pageNo);
+    void report(int percent, const QString &text) const;
+
+    AbsIOSMessageDb &db;
+    MessageRecycleDb &recycle;
+    JobProgress *progress;
+    Sqlite3File file;
+    std::vector<quint32> pages; ///< to be searched between their rows, each once
+    QSet<quint32> known;        ///< those, and the free interior pages
+};

@@ -1,0 +1,48 @@
+#include "messagerecovery.h"
+
+#include "boxes.h"
+#include "jobrunner.h"
+#include "messagepane.h"
+#include "messagestore.h"
+#include "progressform.h"
+#include "recoverdeletedthread.h"
+#include "sourcepane.h"
+
+#include <algorithm>
+
+bool lookForDeleted(AbsIOSMessageDb &db, QWidget *window)
+{
+    ProgressForm form(QObject::tr("IDS_RECOVERING_SMS"), window);
+    RecoverDeletedThread job(&db, &form, nullptr);
+    return runUnder(form, job);
+}
+
+void sayRecovered(const _MsgStore &store)
+{
+    const auto count = std::count_if(store.messages.cbegin(), store.messages.cend(),
+                                     [](const _MsgMessage *message) { return message->isRecovered; });
+    if (count == 0)
+        showInfo(QObject::tr("IDS_NO_DELETED_SMS"));
+    else
+        showInfo(QObject::tr("IDS_SUC_RECOVER_%1_SMS").arg(count));
+}
+
+void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget *window)
+{
+    _AbsDBItemNode *source = sources.currentSource();
+    const QSharedPointer<AbsIOSMessageDb> db =
+        source ? source->db.dynamicCast<AbsIOSMessageDb>() : QSharedPointer<AbsIOSMessageDb>();
+    if (!db || source->type != IosDeviceNode)
+        return;
+    const QPersistentModelIndex place(sources.model().indexOf(source));
+    if (!lookForDeleted(*db, window) || !place.isValid()) // the phone may have gone meanwhile
+        return;
+    messages.clearMessageViews();
+    sources.unload(source);
+    if (!sources.load(source))
+        return;
+    const _MsgStorePtr store = source->store;
+    sources.select(source); // which it was before, unless a conversation was
+    messages.showMessages(allMessages(store), store, source->text);
+    sayRecovered(*store);
+}

@@ -1,0 +1,339 @@
+#include "deletedmessages.h"
+#include "ios5messagedb.h"
+#include "ios6messagedb.h"
+#include "jobprogress.h"
+#include "messagerecycledb.h"
+#include "messagestore.h"
+#include "openmessagedb.h"
+#include "recoverdeletedthread.h"
+#include "smsdbbuilder.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+class SilentProgress final : public JobProgress
+{
+public:
+    void updateProgress(const QString &, int curProgress, const QString &) override
+    {
+        furthest = std::max(furthest, curProgress);
+    }
+    void errorOccurred(const QString &) override {}
+    void succeed(const QString &) override {}
+    void tipsWait(const QString &) override {}
+
+    int furthest = -1;
+};
+
+const QString ann = u"+34612345678"_s;
+const QString bob = u"+34698765432"_s;
+
+/// Forty messages with Ann, numbered by their texts, and two with Bob.
+QString writePhone(const QDir &root, IosVersion version, int pageSize, qsizetype textLength)
+{
+    SmsDbBuilder phone(root, version);
+    phone.chat(ann, u"iMessage"_s);
+    for (int number = 1; number <= 40; ++number)
+        phone.received(u"%1 "_s.arg(number).leftJustified(textLength, u'x'));
+    phone.chat(bob, u"iMessage"_s).received(u"Bob 1"_s).sent(u"Bob 2"_s);
+    const QString path = phone.write();
+    Sqlite3DB db;
+    db.openThrow(path, sqliteReadWrite);
+    QString error;
+    db.exec(u"PRAGMA page_size=%1; VACUUM"_s.arg(pageSize), error);
+    return path;
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void change(const QDir &root, const QString &sql)
+{
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(root, u"214"_s);
+    db->openDb(); // with the functions that the phone's triggers call
+    QString error;
+    // Some builds of SQLite wipe what is deleted unless they are told not to.
+    if (db->exec(u"PRAGMA secure_delete=OFF; "_s + sql, error) != 0)
+        qFatal("%s: %s", qUtf8Printable(sql), qUtf8Printable(error));
+}
+
+int recover(const QDir &root)
+{
+    SilentProgress progress;
+    return recoverDeleted(*openMessageDb(root, u"214"_s), progress);
+}
+
+_MsgStorePtr storeOf(const QDir &root)
+{
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(root, u"214"_s);
+    _MsgStorePtr store = _MsgStorePtr::create();
+    db->messages(store, 0);
+    loadRecycled(*db, *store);
+    return store;
+}
+
+/// "1-3 7": the numbers of the recovered messages with Ann, then how many of those are still there.
+QString recoveredNumbers(const QDir &root)
+{
+    QMap<int, int> found;
+    QSet<int> live;
+    const _MsgStorePtr store = storeOf(root);
+    for (const _MsgMessage *message : std::as_const(store->messages)) {
+        const int number = message->text.section(u' ', 0, 0).toInt();
+        if (!message->isRecovered)
+            live.insert(number);
+        else if (number > 0)
+            found.insert(number, number);
+    }
+    QStringList ranges;
+    for (int number = 1; number <= 40; ++number) {
+        if (!found.contains(number) || found.contains(number - 1))
+            continue;
+        int last = number;
+        while (found.contains(last + 1))
+            ++last;
+        ranges.append(last == number ? QString::number(number) : u"%1-%2"_s.arg(number).arg(last));
+    }
+    const auto wrong = std::count_if(found.cbegin(), found.cend(), [&](int n) { return live.contains(n); });
+    return ranges.join(u' ') + (wrong > 0 ? u" (%1 live)"_s.arg(wrong) : QString());
+}
+
+} // namespace
+
+class TestDeletedMessages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
+    void findsWhatIsLeft_data();
+    void findsWhatIsLeft();
+    void aConversationThatWasDeletedComesBack_data();
+    void aConversationThatWasDeletedComesBack();
+    void mergesIntoChats();
+    void damagedGuidsAreReplaced();
+    void aMessageThatCameBackIsNotShown();
+    void theLogEndsUpInTheFile();
+    void aCancelledRunKeepsWhatItHas();
+    void nanosecondsBecomeSeconds();
+
+private:
+    QDir root() const { return QDir(dir->path()); }
+
+    std::unique_ptr<QTemporaryDir> dir;
+};
+
+void TestDeletedMessages::findsWhatIsLeft_data()
+{
+    QTest::addColumn<IosVersion>("ios");
+    QTest::addColumn<int>("pageSize");
+    QTest::addColumn<int>("textLength");
+    QTest::addColumn<QString>("which"); // of the rows
+    QTest::addColumn<QString>("expected");
+    using enum IosVersion;
+    const QString three = u"between 4 and 6"_s;
+    const QString stretch = u"between 8 and 33"_s;
+    const QString all = u"> 0"_s;
+
+    QTest::newRow("first of a page") << Ios6 << 4096 << 30 << u"= 1"_s << u"1"_s;
+    QTest::newRow("middle of a page") << Ios8 << 4096 << 30 << u"= 5"_s << u"5"_s;
+    QTest::newRow("middle of a small page") << Ios6 << 1024 << 30 << u"= 5"_s << u"5"_s;
+    QTest::newRow("middle of a large page") << Ios6 << 16384 << 30 << u"= 5"_s << u"5"_s;
+    QTest::newRow("nobody visits the last page") << Ios6 << 4096 << 30 << u"= 40"_s << QString();
+    QTest::newRow("a page that was put together anew") << Ios6 << 1024 << 30 << three << u"6"_s;
+    QTest::newRow("pages that were given up") << Ios6 << 4096 << 30 << stretch << u"9 19-33"_s;
+    QTest::newRow("small pages that were given up") << Ios6 << 1024 << 30 << stretch << u"10-33"_s;
+    QTest::newRow("everything") << Ios8 << 4096 << 30 << all << u"1-40"_s;
+    QTest::newRow("everything in one large page") << Ios6 << 16384 << 30 << all << u"26-40"_s;
+    QTest::newRow("a record that spilled looks wrong in a page")
+        << Ios6 << 1024 << 3000 << three << QString();
+    QTest::newRow("one that fits does not") << Ios8 << 4096 << 3000 << three << u"5-6"_s;
+    QTest::newRow("spilled ones of pages that were given up")
+        << Ios6 << 1024 << 3000 << stretch << u"10-33"_s;
+    QTest::newRow("lengths of three bytes are read wrong") << Ios6 << 4096 << 9000 << stretch << QString();
+    QTest::newRow("columns of iOS 7 fit no list") << Ios7 << 4096 << 30 << three << QString();
+    QTest::newRow("but pages tell their own") << Ios7 << 4096 << 30 << stretch << u"28-33"_s;
+    QTest::newRow("iOS 5") << Ios5 << 4096 << 30 << three << u"4-6"_s;
+    QTest::newRow("nobody asks iOS 5 what is there") << Ios5 << 1024 << 30 << three << u"6-8 (2 live)"_s;
+    QTest::newRow("overwritten in part")
+        << Ios6 << 4096 << 30 << three + u"; update message set text=text||'more words' where rowid=7"_s
+        << u"5-6"_s;
+    QTest::newRow("wiped") << Ios6 << 4096 << 30
+                           << u"=0; PRAGMA secure_delete=ON; delete from message where rowid "_s + three
+                           << QString();
+}
+
+void TestDeletedMessages::findsWhatIsLeft()
+{
+    QFETCH(IosVersion, ios);
+    QFETCH(int, pageSize);
+    QFETCH(int, textLength);
+    QFETCH(QString, which);
+    const QString path = writePhone(root(), ios, pageSize, textLength);
+    change(root(), u"delete from message where rowid "_s + which);
+    const QByteArray before = contentOf(path);
+    recover(root());
+    QTEST(recoveredNumbers(root()), "expected");
+    QCOMPARE(contentOf(path), before);
+    QCOMPARE(recover(root()), 0);
+}
+
+// A handle that was found between rows has lost its number: only one that the recycle database knows by its
+// number tells who took part.
+void TestDeletedMessages::aConversationThatWasDeletedComesBack_data()
+{
+    QTest::addColumn<bool>("isHandleKnown");
+    QTest::addColumn<QString>("identifier");
+    QTest::newRow("with a known handle") << true << bob;
+    QTest::newRow("with an unknown one") << false << u"unknown2"_s;
+}
+
+void TestDeletedMessages::aConversationThatWasDeletedComesBack()
+{
+    QFETCH(bool, isHandleKnown);
+    QFETCH(QString, identifier);
+    if (isHandleKnown) {
+        _MsgHandle handle;
+        handle.id = bob;
+        MessageRecycleDb(root()).insertHandle(handle, 2);
+    }
+    writePhone(root(), IosVersion::Ios6, 4096, 30);
+    change(root(),
+           u"delete from chat_handle_join where chat_id=2; delete from chat where rowid=2; delete from "
+           "chat_message_join where chat_id=2; delete from message where rowid > 7"_s);
+    QVERIFY(recover(root()) > 0);
+    const _MsgStorePtr store = storeOf(root());
+    QList<_MsgSession> sessions = groupChatSessions(store);
+    std::sort(sessions.begin(), sessions.end(), [](const _MsgSession &a, const _MsgSession &b) {
+        return a.chats.first()->rowid < b.chats.first()->rowid;
+    });
+    const _MsgChat &chat = *sessions.first().chats.first();
+    QCOMPARE(chat.chat_identifier, identifier);
+    QCOMPARE(chat.rowid, isHandleKnown ? -1947483649 : -2047483649);
+    QCOMPARE(chat.messages.size(), 2);
+    for (const _MsgMessage *message : chat.messages) {
+        QVERIFY(message->isRecovered && message->text.startsWith(u"Bob"_s));
+        QCOMPARE(message->handle->id, identifier);
+        QCOMPARE(message->src_rowid, -message->rowid);
+    }
+}
+
+void TestDeletedMessages::mergesIntoChats()
+{
+    _MsgStore store;
+    auto *live = new _MsgChat;
+    live->chat_identifier = ann;
+    store.chats.insert(1, live);
+    const auto recycled = [](qint64 rowid, const QString &service, const QString &chat, qint64 handle) {
+        _MsgMessage message;
+        message.rowid = rowid;
+        message.guid = newMessageGuid();
+        message.service = service;
+        message.handle_id = handle;
+        message.date = 200;
+        return _RecycleMessage{message, chat, chat};
+    };
+    const QList<_RecycleMessage> messages = {
+        recycled(-10, u"SMS"_s, ann, 1),
+        recycled(-11, u"iMessage"_s, ann, 5),
+        recycled(-12, u"SMS"_s, bob, 5),
+        recycled(-13, u"SMS"_s, QString(), 17),
+        recycled(-14, u"iMessage"_s, {}, -1),
+        recycled(-15, u"SMS"_s, u"x"_s, std::numeric_limits<qint64>::max())};
+    MessageRecycleDb::mergeInto(store, messages);
+    MessageRecycleDb::mergeInto(store, messages);
+    const auto chatOf = [&](qint64 rowid) { return store.messages.value(rowid)->chat; };
+    QCOMPARE(chatOf(-10), live);
+    QCOMPARE(live->_last, 200);
+    QCOMPARE(chatOf(-11)->guid, u"iMessage;-;"_s + ann);
+    QCOMPARE(chatOf(-11)->rowid, -1947483652);
+    QCOMPARE(chatOf(-12)->rowid, -1947483653); // its own number is taken
+    QCOMPARE(chatOf(-13)->chat_identifier, u"unknown17"_s);
+    QCOMPARE(chatOf(-13)->rowid, -2047483664);
+    QCOMPARE(chatOf(-14)->service_name, u"SMS"_s);
+    QVERIFY(chatOf(-15)->rowid > -2047483647);
+    QCOMPARE(store.chats.size(), 6);
+}
+
+void TestDeletedMessages::damagedGuidsAreReplaced()
+{
+    MessageRecycleDb db(root());
+    _MsgMessage words;
+    words.guid = u"\u0001damaged"_s;
+    words.text = u"Hola"_s;
+    _RecycleMessage wordless;
+    wordless.message.attributedBody = "body";
+    wordless.chat_identifier = ann;
+    db.insertMessage(words, ann, ann, 3);
+    db.insertMessage(wordless.message, ann, ann, 0);
+    QVERIFY(db.findMessage(words) > 0);
+    QVERIFY(db.findMessage(wordless.message) == 0 && db.findWordless(wordless) > 0);
+    QVERIFY(isGuid(db.loadMessages().first().message.guid));
+    QCOMPARE(db.loadMessages().last().message.rowid, -2147483650);
+}
+
+void TestDeletedMessages::aMessageThatCameBackIsNotShown()
+{
+    writePhone(root(), IosVersion::Ios6, 4096, 30);
+    change(root(),
+           u"create table kept as select * from message where rowid=5; delete from message where rowid=5"_s);
+    QCOMPARE(recover(root()), 1);
+    QCOMPARE(recoveredNumbers(root()), u"5"_s);
+    change(root(), u"insert into message select * from kept"_s);
+    QCOMPARE(recoveredNumbers(root()), QString());
+}
+
+void TestDeletedMessages::theLogEndsUpInTheFile()
+{
+    SmsDbBuilder phone(root(), IosVersion::Ios6);
+    phone.chat(ann, u"iMessage"_s);
+    for (int number = 1; number <= 20; ++number)
+        phone.received(QString::number(number));
+    const QString path = phone.restInLog().received(u"21"_s).write();
+    const QString copy = dir->filePath(u"copy.db"_s);
+    QVERIFY(QFile::copy(path, copy) && QFile::copy(path + u"-wal"_s, copy + u"-wal"_s));
+    Sqlite3DB sqlite;
+    sqlite.openThrow(copy, sqliteReadWrite);
+    QString error;
+    QCOMPARE(sqlite.exec(u"PRAGMA wal_checkpoint(PASSIVE)"_s, error), 0);
+    recover(root());
+    QCOMPARE(contentOf(path), contentOf(copy));
+    QCOMPARE(contentOf(path + u"-wal"_s), contentOf(copy + u"-wal"_s));
+}
+
+void TestDeletedMessages::aCancelledRunKeepsWhatItHas()
+{
+    writePhone(root(), IosVersion::Ios8, 1024, 30);
+    change(root(), u"delete from message where rowid between 8 and 33"_s);
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(root(), {});
+    SilentProgress progress;
+    progress.cancelled = true;
+    QVERIFY_EXCEPTION_THROWN(recoverDeleted(*db, progress), int);
+    QCOMPARE(recoveredNumbers(root()), QString());
+    progress.cancelled = false;
+    QVERIFY(recoverDeleted(*db, progress) > 10);
+    QCOMPARE(progress.furthest, 100);
+}
+
+void TestDeletedMessages::nanosecondsBecomeSeconds()
+{
+    Sqlite3RawRow row;
+    row.values.resize(50);
+    row.values[11] = u"SMS"_s;
+    row.values[15] = qlonglong(700000000) * 1000000000;
+    row.values[5] = 1e300; // damaged
+    QCOMPARE(rowToIos6Message(row)->message.date, 700000000);
+    row.values[11] = u"sms"_s;
+    QVERIFY(!rowToIos6Message(row));
+}
+
+QTEST_GUILESS_MAIN(TestDeletedMessages)
+#include "testdeletedmessages.moc"
