@@ -85,15 +85,24 @@ private:
         return bytes ? integer(*bytes, width) : std::nullopt;
     }
 
-    bool visit(quint64 object, int depth)
+    /// From the marker of an object on.
+    std::optional<ByteCursor> objectAt(quint64 object) const
     {
-        if (depth > deepestNesting || object >= objects)
-            return false;
+        if (object >= objects)
+            return std::nullopt;
         const std::optional<quint64> offset =
             integerAt(offsetTable + object * quint64(offsetWidth), offsetWidth);
         if (!offset || *offset >= quint64(all.size()))
+            return std::nullopt;
+        return ByteCursor(all.sliced(qsizetype(*offset)));
+    }
+
+    bool visit(quint64 object, int depth)
+    {
+        std::optional<ByteCursor> found = objectAt(object);
+        if (depth > deepestNesting || !found)
             return false;
-        ByteCursor cursor(all.sliced(qsizetype(*offset)));
+        ByteCursor &cursor = *found;
         const int marker = *cursor.takeBigEndian<quint8>();
         const int kind = marker >> 4;
         if (kind < Data)
@@ -101,9 +110,39 @@ private:
         const std::optional<quint64> count = takeCount(cursor, marker & 0xF);
         if (!count || *count > quint64(all.size()))
             return false;
+        if (kind == Dictionary && !hasTextKeys(cursor, *count))
+            return false;
         if (kind == Array || kind == Set || kind == Dictionary)
             return spend(0) && visitEntries(cursor, *count * (kind == Dictionary ? 2 : 1), depth);
         return spend(*count * (kind == Utf16 ? 3 : 1));
+    }
+
+    // libplist ends the program when it lists a key that is no text or has a NUL in it.
+    bool hasTextKeys(ByteCursor cursor, quint64 keys) const
+    {
+        for (quint64 i = 0; i < keys; ++i) {
+            const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
+            const std::optional<quint64> object = bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+            std::optional<ByteCursor> key = object ? objectAt(*object) : std::nullopt;
+            if (!key || !isPlainText(*key))
+                return false;
+        }
+        return true;
+    }
+
+    bool isPlainText(ByteCursor &cursor) const
+    {
+        const int marker = *cursor.takeBigEndian<quint8>();
+        const int unit = (marker >> 4) == Utf16 ? 2 : 1; // bytes
+        const std::optional<quint64> count = takeCount(cursor, marker & 0xF);
+        if (((marker >> 4) != Ascii && (marker >> 4) != Utf16) || !count || *count > quint64(all.size()))
+            return false;
+        const std::optional<QByteArrayView> text = cursor.take(qsizetype(*count) * unit);
+        for (qsizetype at = 0; text && at < text->size(); at += unit) {
+            if (text->at(at) == 0 && text->at(at + unit - 1) == 0)
+                return false;
+        }
+        return text.has_value();
     }
 
     bool visitEntries(ByteCursor &cursor, quint64 references, int depth)

@@ -95,7 +95,9 @@ void TestPlistValue::refusesOnlyWhatNoPhoneWrites()
     const QList<QByteArray> lists = {
         "bplist00",
         "bplist00" + QByteArray(100, '\xFF'),
-        binaryList({QByteArray("\xA1\x00", 2)}), // holds itself
+        binaryList({QByteArray("\xA1\x00", 2)}),                                 // holds itself
+        binaryList({"\xD1\x01\x02", QByteArray("\x53\x61\x00\x62", 4), "\x09"}), // a key with a NUL
+        binaryList({"\xD1\x01\x02", "\x09", "\x09"}),                            // a key that is no text
         nestedLists(200, 1),
         nestedXml(1000000),
         "<plist>" + QByteArray("<array><!--</array>-->").repeated(1000000),
