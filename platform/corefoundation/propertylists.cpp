@@ -185,7 +185,8 @@ QByteArray propertyListBytes(const Value *value, CFIndex format)
 const Value *propertyListValue(const QByteArray &bytes)
 {
     const bool isBinary = bytes.startsWith("bplist00");
-    if (bytes.isEmpty() || !(isBinary ? isBoundedBinaryPlist(bytes) : isBoundedXmlPlist(bytes)))
+    if (bytes.isEmpty() ||
+        !(isBinary ? isBoundedBinaryPlist(bytes, PlistKeys::Listable) : isBoundedXmlPlist(bytes)))
         return nullptr;
     plist_t parsed = nullptr;
     if (isBinary)

@@ -18,7 +18,7 @@ constexpr qint64 mostUnfolded = 256 * 1024 * 1024; // bytes
 class BinaryPlistWalk
 {
 public:
-    explicit BinaryPlistWalk(QByteArrayView bytes) : all(bytes) {}
+    BinaryPlistWalk(QByteArrayView bytes, PlistKeys wantedKeys) : all(bytes), keys(wantedKeys) {}
 
     bool isBounded()
     {
@@ -110,17 +110,16 @@ private:
         const std::optional<quint64> count = takeCount(cursor, marker & 0xF);
         if (!count || *count > quint64(all.size()))
             return false;
-        if (kind == Dictionary && !hasTextKeys(cursor, *count))
+        if (kind == Dictionary && keys == PlistKeys::Listable && !hasListableKeys(cursor, *count))
             return false;
         if (kind == Array || kind == Set || kind == Dictionary)
             return spend(0) && visitEntries(cursor, *count * (kind == Dictionary ? 2 : 1), depth);
         return spend(*count * (kind == Utf16 ? 3 : 1));
     }
 
-    // libplist ends the program when it lists a key that is no text or has a NUL in it.
-    bool hasTextKeys(ByteCursor cursor, quint64 keys) const
+    bool hasListableKeys(ByteCursor cursor, quint64 count) const
     {
-        for (quint64 i = 0; i < keys; ++i) {
+        for (quint64 i = 0; i < count; ++i) {
             const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
             const std::optional<quint64> object = bytes ? integer(*bytes, referenceWidth) : std::nullopt;
             std::optional<ByteCursor> key = object ? objectAt(*object) : std::nullopt;
@@ -157,6 +156,7 @@ private:
     }
 
     QByteArrayView all;
+    PlistKeys keys;
     qsizetype offsetWidth = 0;
     qsizetype referenceWidth = 0;
     quint64 objects = 0;
@@ -195,9 +195,9 @@ int depthStep(QByteArrayView tag)
 
 } // namespace
 
-bool isBoundedBinaryPlist(QByteArrayView bytes)
+bool isBoundedBinaryPlist(QByteArrayView bytes, PlistKeys keys)
 {
-    return bytes.size() <= largestPlist && BinaryPlistWalk(bytes).isBounded();
+    return bytes.size() <= largestPlist && BinaryPlistWalk(bytes, keys).isBounded();
 }
 
 bool isBoundedXmlPlist(QByteArrayView bytes)

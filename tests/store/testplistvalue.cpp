@@ -1,3 +1,4 @@
+#include "plistguard.h"
 #include "plistvalue.h"
 #include "sampleplist.h"
 
@@ -66,6 +67,7 @@ private Q_SLOTS:
     void readsBothForms();
     void microsecondsCountAsMilliseconds();
     void refusesOnlyWhatNoPhoneWrites();
+    void keysThatCantBeListedAreTold();
     void everyShorterPrefixIsSurvived();
 };
 
@@ -95,9 +97,7 @@ void TestPlistValue::refusesOnlyWhatNoPhoneWrites()
     const QList<QByteArray> lists = {
         "bplist00",
         "bplist00" + QByteArray(100, '\xFF'),
-        binaryList({QByteArray("\xA1\x00", 2)}),                                 // holds itself
-        binaryList({"\xD1\x01\x02", QByteArray("\x53\x61\x00\x62", 4), "\x09"}), // a key with a NUL
-        binaryList({"\xD1\x01\x02", "\x09", "\x09"}),                            // a key that is no text
+        binaryList({QByteArray("\xA1\x00", 2)}), // holds itself
         nestedLists(200, 1),
         nestedXml(1000000),
         "<plist>" + QByteArray("<array><!--</array>-->").repeated(1000000),
@@ -107,6 +107,13 @@ void TestPlistValue::refusesOnlyWhatNoPhoneWrites()
         QVERIFY2(PlistValue::parse(list, true).isNull(), list.first(8).constData());
     for (const QByteArray &list : {nestedLists(40, 1), nestedLists(4, 10), nestedXml(40)})
         QVERIFY(PlistValue::parse(list, true).isArray());
+}
+
+void TestPlistValue::keysThatCantBeListedAreTold()
+{
+    for (const QByteArray &key : {QByteArray("\x53\x61\x00\x62", 4), QByteArray("\x09"), QByteArray("\xA0")})
+        QVERIFY(!isBoundedBinaryPlist(binaryList({"\xD1\x01\x02", key, "\x09"}), PlistKeys::Listable));
+    QVERIFY(isBoundedBinaryPlist(sampleDocument().toBinary(), PlistKeys::Listable));
 }
 
 void TestPlistValue::everyShorterPrefixIsSurvived()
