@@ -117,11 +117,16 @@ private:
         return spend(*count * (kind == Utf16 ? 3 : 1));
     }
 
+    std::optional<quint64> takeReference(ByteCursor &cursor) const
+    {
+        const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
+        return bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+    }
+
     bool hasListableKeys(ByteCursor cursor, quint64 count) const
     {
         for (quint64 i = 0; i < count; ++i) {
-            const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
-            const std::optional<quint64> object = bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+            const std::optional<quint64> object = takeReference(cursor);
             std::optional<ByteCursor> key = object ? objectAt(*object) : std::nullopt;
             if (!key || !isPlainText(*key))
                 return false;
@@ -132,9 +137,10 @@ private:
     bool isPlainText(ByteCursor &cursor) const
     {
         const int marker = *cursor.takeBigEndian<quint8>();
-        const int unit = (marker >> 4) == Utf16 ? 2 : 1; // bytes
+        const int kind = marker >> 4;
+        const int unit = kind == Utf16 ? 2 : 1; // bytes
         const std::optional<quint64> count = takeCount(cursor, marker & 0xF);
-        if (((marker >> 4) != Ascii && (marker >> 4) != Utf16) || !count || *count > quint64(all.size()))
+        if ((kind != Ascii && kind != Utf16) || !count || *count > quint64(all.size()))
             return false;
         const std::optional<QByteArrayView> text = cursor.take(qsizetype(*count) * unit);
         for (qsizetype at = 0; text && at < text->size(); at += unit) {
@@ -147,8 +153,7 @@ private:
     bool visitEntries(ByteCursor &cursor, quint64 references, int depth)
     {
         for (quint64 i = 0; i < references; ++i) {
-            const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
-            const std::optional<quint64> object = bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+            const std::optional<quint64> object = takeReference(cursor);
             if (!object || !visit(*object, depth + 1))
                 return false;
         }
