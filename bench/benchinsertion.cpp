@@ -5,8 +5,8 @@
 #include "benchtable.h"
 #include "deletemessagesthread.h"
 #include "ios6messagedb.h"
-#include "jobprogress.h"
 #include "localdatabases.h"
+#include "silentprogress.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -26,15 +26,6 @@ namespace
 
 constexpr int chatCount = 300;
 constexpr int rounds = 3;
-
-class SilentProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 /// Messages of 300 partners, of the length that people write.
 class Messages

@@ -5,9 +5,9 @@
 #include "benchtable.h"
 #include "ios6messagedb.h"
 #include "ios6restoremessagesthread.h"
-#include "jobprogress.h"
 #include "messagestore.h"
 #include "samplephone.h"
+#include "silentprogress.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -21,15 +21,6 @@ namespace
 {
 
 constexpr int rounds = 3;
-
-class SilentProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 /// What the merged database holds, ready to be inserted into an empty one.
 class Floor
