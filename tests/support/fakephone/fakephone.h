@@ -33,6 +33,7 @@ struct FakePhone {
     std::atomic<Trust> trust = Trust::Given;
     bool isPairedAlready = false; ///< knows this computer as any other phone does that was paired with it
     bool servicesAreEnciphered = false;
+    std::atomic<bool> isSilent = false; ///< a service has stopped to speak without an end
     QStringList missingServices;
     QMap<QString, Manners> manners; ///< by name of service
 
@@ -45,26 +46,19 @@ struct FakePhone {
     QList<QVariantMap> syncRecords;
     QStringList relayedNotifications; ///< those that happen as soon as somebody waits for them
 
-    /// Names that programs asked to be told of, and those that they posted.
-    QStringList observed() const;
+    /// Names of notifications that programs posted, and of values that they set.
     QStringList posted() const;
-    void noteObserved(const QString &name);
     void notePosted(const QString &name);
 
 private:
     mutable std::mutex mutex;
-    QStringList observedNames;
     QStringList postedNames;
 };
 
-/// A value of the phone for a domain and a key; an empty key is the whole domain. Invalid when there is none.
-QVariant phoneValue(const FakePhone &phone, const QString &domain, const QString &key);
-
-/// Speaks the lockdown protocol until the other side goes. `startService` names the port of a service.
+/// Speaks the lockdown protocol until the other side goes.
 void serveLockdown(FakePhone &phone, Stream &stream);
 
-/// The port of a service, 0 for an unknown one, and the other way round.
-quint16 servicePort(const QString &name);
+/// The service behind a port that lockdown told; empty for none.
 QString serviceOfPort(quint16 port);
 
 /// Speaks the protocol of a service.

@@ -30,7 +30,7 @@ private:
     };
     struct Connection {
         int descriptor;
-        quint32 phone = 0; ///< that it is a tunnel to; 0 for none
+        FakePhone *phone = nullptr; ///< that it is a tunnel to
         bool listens = false;
         std::thread thread;
     };
@@ -38,7 +38,9 @@ private:
     void acceptAll();
     void serve(Connection &connection);
     bool answer(Connection &connection, const QVariantMap &request, quint32 tag);
-    void tunnel(Connection &connection, quint32 id, quint16 port);
+    QVariantMap replyTo(const QString &type, const QVariantMap &request);
+    void tunnel(int descriptor, FakePhone &phone, const QString &service);
+    void tellListeners(const QVariantMap &message);
     void send(int descriptor, const QVariantMap &message, quint32 tag);
     QVariantMap describe(const Plugged &plugged) const;
     FakePhone *phoneOf(quint32 id) const;

@@ -8,10 +8,8 @@ void serveNotificationProxy(FakePhone &phone, Stream &stream)
         const QVariantMap message = stream.receiveList().toMap();
         const QString command = message.value(u"Command"_s).toString();
         const QString name = message.value(u"Name"_s).toString();
-        if (command == u"ObserveNotification"_s) {
-            phone.noteObserved(name);
-            if (phone.relayedNotifications.contains(name))
-                stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
+        if (command == u"ObserveNotification"_s && phone.relayedNotifications.contains(name)) {
+            stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
         } else if (command == u"PostNotification"_s) {
             phone.notePosted(name);
         } else if (command == u"Shutdown"_s) {
@@ -75,6 +73,19 @@ void serveSync(FakePhone &phone, Stream &stream)
     }
 }
 
+namespace
+{
+
+void stayStill(FakePhone &phone, Stream &stream)
+{
+    phone.isSilent = true;
+    phone.isSilent.notify_all();
+    while (true)
+        stream.receive(1);
+}
+
+} // namespace
+
 void serveService(FakePhone &phone, const QString &name, Stream &stream)
 {
     const Manners manners = phone.manners.value(name, Manners::Good);
@@ -85,17 +96,13 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream)
     switch (manners) {
     case Manners::Good: break;
     case Manners::ShortFrame: stream.send(QByteArray(2, '\0')); return;
-    case Manners::HugeLength:
-        stream.send(bigEndian(0xFFFFFFF0));
-        stream.receive(1 << 30);
-        return;
-    case Manners::Silence: stream.receive(1 << 30); return;
+    case Manners::HugeLength: stream.send(bigEndian(0xFFFFFFF0)); return stayStill(phone, stream);
+    case Manners::Silence: return stayStill(phone, stream);
     case Manners::ClosesInMessage: stream.send(bigEndian(100) + "half of it"); return;
     case Manners::WrongType:
         stream.sendList(7);
         stream.sendList(7); // for those who answer the first one
-        stream.receive(1 << 30);
-        return;
+        return stayStill(phone, stream);
     }
     if (name == u"com.apple.afc"_s)
         serveAfc(phone.media, stream);

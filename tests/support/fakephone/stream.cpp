@@ -68,6 +68,14 @@ plist_t toNode(const QVariant &value)
     }
 }
 
+template <typename Number>
+Number numberFrom(plist_t node, void (*read)(plist_t, Number *))
+{
+    Number number = 0;
+    read(node, &number);
+    return number;
+}
+
 QVariant fromNode(plist_t node);
 
 QVariantMap mapFrom(plist_t node)
@@ -89,21 +97,9 @@ QVariantMap mapFrom(plist_t node)
 QVariant fromNode(plist_t node)
 {
     switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        uint8_t is = 0;
-        plist_get_bool_val(node, &is);
-        return is != 0;
-    }
-    case PLIST_UINT: {
-        uint64_t number = 0;
-        plist_get_uint_val(node, &number);
-        return qint64(number);
-    }
-    case PLIST_REAL: {
-        double number = 0;
-        plist_get_real_val(node, &number);
-        return number;
-    }
+    case PLIST_BOOLEAN: return numberFrom<uint8_t>(node, plist_get_bool_val) != 0;
+    case PLIST_UINT: return qint64(numberFrom<uint64_t>(node, plist_get_uint_val));
+    case PLIST_REAL: return numberFrom<double>(node, plist_get_real_val);
     case PLIST_STRING: return QString::fromUtf8(plist_get_string_ptr(node, nullptr));
     case PLIST_DATA: {
         uint64_t length = 0;
