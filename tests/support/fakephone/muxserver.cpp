@@ -90,7 +90,8 @@ void MuxServer::acceptAll()
         const std::lock_guard lock(mutex);
         if (descriptor < 0 || stopping)
             return;
-        Connection &connection = connections.emplace_back(Connection{descriptor, nullptr, false, {}});
+        dropEnded();
+        Connection &connection = connections.emplace_back(Connection{descriptor, nullptr, false, false, {}});
         connection.thread = std::thread([this, &connection] {
             try {
                 serve(connection);
@@ -98,7 +99,20 @@ void MuxServer::acceptAll()
                 // The client went; so does its thread.
             }
             ::shutdown(connection.descriptor, SHUT_RDWR);
+            const std::lock_guard ending(mutex);
+            connection.ended = true;
         });
+    }
+}
+
+void MuxServer::dropEnded()
+{
+    for (auto it = connections.begin(); it != connections.end();) {
+        if (it->ended) {
+            it->thread.join();
+            ::close(it->descriptor);
+        }
+        it = it->ended ? connections.erase(it) : std::next(it);
     }
 }
 
@@ -170,6 +184,10 @@ void MuxServer::tunnel(int descriptor, FakePhone &phone, const QString &service)
 {
     const bool isEnciphered = !service.isEmpty() && phone.servicesAreEnciphered;
     const std::unique_ptr<Stream> stream = isEnciphered ? tlsStream(descriptor) : plainStream(descriptor);
+    stream->beforeSend = [&phone] {
+        if (++phone.piecesSent == phone.turn)
+            phone.atTurn();
+    };
     if (service.isEmpty())
         serveLockdown(phone, *stream);
     else

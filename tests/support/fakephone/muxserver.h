@@ -32,10 +32,12 @@ private:
         int descriptor;
         FakePhone *phone = nullptr; ///< that it is a tunnel to
         bool listens = false;
+        bool ended = false;
         std::thread thread;
     };
 
     void acceptAll();
+    void dropEnded();
     void serve(Connection &connection);
     bool answer(Connection &connection, const QVariantMap &request, quint32 tag);
     QVariantMap replyTo(const QString &type, const QVariantMap &request);
