@@ -61,6 +61,15 @@ void closeDescriptor(int socket)
 }
 #endif
 
+constexpr int surelyFits = 1024; // bytes that a socket has room for when it has any
+
+/// Room for some bytes is no room for all: without this, `send` waits for the rest without limit.
+void limitSending(int socket, int timeoutMs)
+{
+    const SendingTime limit = sendingTime(std::max(timeoutMs, 0));
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char *>(&limit), sizeof limit);
+}
+
 } // namespace
 
 // `poll` and not `select`, which writes past its set when a program has many files open.
@@ -76,9 +85,8 @@ int socket_send(int socket, const void *data, int length, int timeoutMs)
 {
     if (length < 1 || socket_wait(socket, timeoutMs, false) <= 0)
         return 0;
-    // Room for some bytes is no room for all: without this the rest waits for the phone without limit.
-    const SendingTime limit = sendingTime(std::max(timeoutMs, 0));
-    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char *>(&limit), sizeof limit);
+    if (length > surelyFits)
+        limitSending(socket, timeoutMs);
     const auto sent = ::send(socket, static_cast<const char *>(data), size_t(length), sendFlags);
     return sent < 0 ? 0 : int(sent);
 }
