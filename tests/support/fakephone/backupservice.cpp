@@ -12,6 +12,13 @@ constexpr char codeSuccess = 0;
 constexpr char codeData = 0x0c;
 constexpr qsizetype blockSize = 256 * 1024;
 
+void respond(Stream &stream, QVariantMap answer, int code = 0)
+{
+    answer.insert(u"MessageName"_s, u"Response"_s);
+    answer.insert(u"ErrorCode"_s, code);
+    stream.sendBinaryList(QVariantList{u"DLMessageProcessMessage"_s, answer});
+}
+
 /// The phone's side of a backup or restore: it asks for files and folders of the computer, step by step.
 class BackupRun
 {
@@ -39,6 +46,8 @@ public:
 
     void restore()
     {
+        if (!phone.restoreRefusal.isEmpty())
+            return respond(stream, {{u"ErrorDescription"_s, phone.restoreRefusal}}, 1);
         const QVariantMap found = ask(QVariantList{u"DLContentsOfDirectory"_s, phone.udid}).value(3).toMap();
         fetch(phone.udid, found);
         finish();
@@ -46,10 +55,7 @@ public:
 
     void finish()
     {
-        stream.sendBinaryList(
-            QVariantList{u"DLMessageProcessMessage"_s, QVariantMap{{u"MessageName"_s, u"Response"_s},
-                                                                   {u"ErrorCode"_s, 0},
-                                                                   {u"ErrorDescription"_s, u""_s}}});
+        respond(stream, {{u"ErrorDescription"_s, u""_s}});
         stream.sendBinaryList(QVariantList{u"DLMessageDisconnect"_s, u"done"_s});
     }
 
@@ -138,27 +144,18 @@ private:
 
 void serveBackup(FakePhone &phone, Stream &stream)
 {
-    stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
-    stream.receiveList();
-    stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
+    openLink(stream);
     while (true) {
         const QVariantMap request = stream.receiveList().toList().value(1).toMap();
         const QString name = request.value(u"MessageName"_s).toString();
         BackupRun run(phone, stream);
-        if (name == u"Hello"_s) {
-            stream.sendBinaryList(
-                QVariantList{u"DLMessageProcessMessage"_s, QVariantMap{{u"MessageName"_s, u"Response"_s},
-                                                                       {u"ErrorCode"_s, 0},
-                                                                       {u"ProtocolVersion"_s, 2.1}}});
-        } else if (name == u"Backup"_s) {
+        if (name == u"Hello"_s)
+            respond(stream, {{u"ProtocolVersion"_s, 2.1}});
+        else if (name == u"Backup"_s)
             return run.backUp();
-        } else if (name == u"Restore"_s) {
+        else if (name == u"Restore"_s)
             return run.restore();
-        } else {
-            stream.sendBinaryList(
-                QVariantList{u"DLMessageProcessMessage"_s, QVariantMap{{u"MessageName"_s, u"Response"_s},
-                                                                       {u"ErrorCode"_s, 0},
-                                                                       {u"Request"_s, request}}});
-        }
+        else
+            respond(stream, {{u"Request"_s, request}});
     }
 }

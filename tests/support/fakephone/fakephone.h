@@ -42,8 +42,14 @@ struct FakePhone {
     qint64 relayBytes = 0;          ///< with no archive: that many bytes of nothing
     QDir backup;                    ///< the folder that a backup of this phone is
     QDir restored;                  ///< where a restore arrives
+    QString restoreRefusal;         ///< why it takes none
     QList<QVariantMap> syncRecords;
     QStringList relayedNotifications; ///< those that happen as soon as somebody waits for them
+
+    /// What happens before it sends its piece number `turn`, counted from 1 over all its connections.
+    std::function<void()> atTurn;
+    int turn = 0;
+    std::atomic_int piecesSent = 0;
 
     /// Names that programs asked to be told of, and those that they posted.
     QStringList observed() const;
@@ -69,6 +75,9 @@ QString serviceOfPort(quint16 port);
 
 /// Speaks the protocol of a service.
 void serveService(FakePhone &phone, const QString &name, Stream &stream);
+
+/// Opens a device link.
+void openLink(Stream &stream);
 
 // The services of their own.
 void serveAfc(const QDir &root, Stream &stream);

@@ -90,7 +90,8 @@ void MuxServer::acceptAll()
         const std::lock_guard lock(mutex);
         if (descriptor < 0 || stopping)
             return;
-        Connection &connection = connections.emplace_back(Connection{descriptor, 0, false, {}});
+        dropEnded();
+        Connection &connection = connections.emplace_back(Connection{descriptor, 0, false, false, {}});
         connection.thread = std::thread([this, &connection] {
             try {
                 serve(connection);
@@ -98,7 +99,20 @@ void MuxServer::acceptAll()
                 // The client went; so does its thread.
             }
             ::shutdown(connection.descriptor, SHUT_RDWR);
+            const std::lock_guard ending(mutex);
+            connection.ended = true;
         });
+    }
+}
+
+void MuxServer::dropEnded()
+{
+    for (auto it = connections.begin(); it != connections.end();) {
+        if (it->ended) {
+            it->thread.join();
+            ::close(it->descriptor);
+        }
+        it = it->ended ? connections.erase(it) : std::next(it);
     }
 }
 
@@ -177,6 +191,10 @@ void MuxServer::tunnel(Connection &connection, quint32 id, quint16 port)
     const bool isEnciphered = !service.isEmpty() && phone->servicesAreEnciphered;
     const std::unique_ptr<Stream> stream =
         isEnciphered ? tlsStream(connection.descriptor) : plainStream(connection.descriptor);
+    stream->beforeSend = [phone] {
+        if (++phone->piecesSent == phone->turn)
+            phone->atTurn();
+    };
     if (service.isEmpty())
         serveLockdown(*phone, *stream);
     else

@@ -32,10 +32,12 @@ private:
         int descriptor;
         quint32 phone = 0; ///< that it is a tunnel to; 0 for none
         bool listens = false;
+        bool ended = false;
         std::thread thread;
     };
 
     void acceptAll();
+    void dropEnded();
     void serve(Connection &connection);
     bool answer(Connection &connection, const QVariantMap &request, quint32 tag);
     void tunnel(Connection &connection, quint32 id, quint16 port);

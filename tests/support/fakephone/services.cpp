@@ -35,17 +35,12 @@ void serveFileRelay(FakePhone &phone, Stream &stream)
         stream.send(nothing);
 }
 
-namespace
-{
-
 void openLink(Stream &stream)
 {
     stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
     stream.receiveList();
     stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
 }
-
-} // namespace
 
 void serveSync(FakePhone &phone, Stream &stream)
 {

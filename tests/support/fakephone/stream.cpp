@@ -14,7 +14,8 @@ class PlainStream final : public Stream
 public:
     explicit PlainStream(int fd) : descriptor(fd) {}
 
-    void send(const QByteArray &bytes) override
+protected:
+    void sendAll(const QByteArray &bytes) override
     {
         for (qsizetype at = 0; at < bytes.size();) {
             const ssize_t sent =
@@ -25,7 +26,6 @@ public:
         }
     }
 
-protected:
     qsizetype receiveSome(char *target, qsizetype length) override
     {
         return ::recv(descriptor, target, size_t(length), 0);
@@ -162,6 +162,13 @@ QVariant fromPlist(QByteArrayView bytes)
     plist_from_memory(bytes.data(), uint32_t(bytes.size()), &raw);
     const Node node(raw);
     return node ? fromNode(node.get()) : QVariant();
+}
+
+void Stream::send(const QByteArray &bytes)
+{
+    if (beforeSend)
+        beforeSend();
+    sendAll(bytes);
 }
 
 QByteArray Stream::receive(qsizetype length)

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 /// The other side is gone, or the test wants this side to be.
@@ -15,7 +16,7 @@ class Stream
 public:
     virtual ~Stream() = default;
 
-    virtual void send(const QByteArray &bytes) = 0;
+    void send(const QByteArray &bytes);
     QByteArray receive(qsizetype length);
 
     // Property lists with their length in front, big-endian.
@@ -23,7 +24,10 @@ public:
     void sendBinaryList(const QVariant &message);
     QVariant receiveList();
 
+    std::function<void()> beforeSend; ///< called before anything is sent; may throw `Closed`
+
 protected:
+    virtual void sendAll(const QByteArray &bytes) = 0;
     /// Some bytes, at most `length`; none means the end.
     virtual qsizetype receiveSome(char *target, qsizetype length) = 0;
 };

@@ -50,13 +50,13 @@ public:
     }
     ~TlsStream() override { SSL_shutdown(session.get()); }
 
-    void send(const QByteArray &bytes) override
+protected:
+    void sendAll(const QByteArray &bytes) override
     {
         if (!bytes.isEmpty() && SSL_write(session.get(), bytes.constData(), int(bytes.size())) <= 0)
             throw Closed();
     }
 
-protected:
     qsizetype receiveSome(char *target, qsizetype length) override
     {
         return SSL_read(session.get(), target, int(length));
