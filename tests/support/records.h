@@ -89,8 +89,8 @@ public:
     /// "text 0" received, "text 1" sent and so on, until there are `count`.
     QList<_MsgMessage *> upTo(int count)
     {
-        while (told.size() < count)
-            received(QStringLiteral("text %1").arg(told.size())).last().is_from_me = told.size() % 2 == 0;
+        for (qsizetype i = told.size(); i < count; ++i)
+            received(QStringLiteral("text %1").arg(i)).last().is_from_me = i % 2;
         return told;
     }
 
