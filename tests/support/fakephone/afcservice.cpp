@@ -77,13 +77,10 @@ private:
         if (!info.exists())
             return status(objectNotFound);
         const qint64 modified = info.lastModified().toMSecsSinceEpoch() * 1'000'000;
-        QByteArray words;
-        for (const QByteArray &word :
-             {QByteArray("st_size"), QByteArray::number(info.size()), QByteArray("st_ifmt"),
-              QByteArray(info.isDir() ? "S_IFDIR" : "S_IFREG"), QByteArray("st_mtime"),
-              QByteArray::number(modified)})
-            words += word + '\0';
-        data(words);
+        const QByteArrayList words = {"st_size",  QByteArray::number(info.size()),
+                                      "st_ifmt",  info.isDir() ? "S_IFDIR" : "S_IFREG",
+                                      "st_mtime", QByteArray::number(modified)};
+        data(words.join('\0') + '\0');
     }
 
     void open(const QByteArray &parameters)

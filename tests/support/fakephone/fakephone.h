@@ -64,7 +64,8 @@ private:
 /// Speaks the lockdown protocol until the other side goes.
 void serveLockdown(FakePhone &phone, Stream &stream);
 
-/// The service behind a port that lockdown told; empty for none.
+/// The port of a service, 0 for an unknown one, and the other way round.
+quint16 servicePort(const QString &name);
 QString serviceOfPort(quint16 port);
 
 /// Speaks the protocol of a service.
@@ -73,10 +74,7 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream);
 /// Opens a device link.
 void openLink(Stream &stream);
 
-// The services of their own.
+// Those with files of their own.
 void serveAfc(const QDir &root, Stream &stream);
 void serveHouseArrest(FakePhone &phone, Stream &stream);
-void serveNotificationProxy(FakePhone &phone, Stream &stream);
-void serveFileRelay(FakePhone &phone, Stream &stream);
 void serveBackup(FakePhone &phone, Stream &stream);
-void serveSync(FakePhone &phone, Stream &stream);

@@ -5,14 +5,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const QStringList knownServices = {u"com.apple.afc"_s,
-                                   u"com.apple.mobile.house_arrest"_s,
-                                   u"com.apple.mobile.notification_proxy"_s,
-                                   u"com.apple.mobile.file_relay"_s,
-                                   u"com.apple.mobilebackup2"_s,
-                                   u"com.apple.mobilesync"_s};
-constexpr quint16 firstPort = 50000;
-
 // The public half of a key that nothing uses; computers want one to make a pairing record of.
 constexpr auto publicKey = "-----BEGIN RSA PUBLIC KEY-----\n"
                            "MIIBCgKCAQEAo8gIXIijHVWCUlu6yuPawnMqvmELYwZczakJPEmJAswh4AYdIXft\n"
@@ -50,11 +42,10 @@ QVariantMap valueAnswer(const FakePhone &phone, const QVariantMap &request)
 
 QVariantMap serviceAnswer(const FakePhone &phone, const QString &name)
 {
-    const qsizetype place = knownServices.indexOf(name);
-    if (place < 0 || phone.missingServices.contains(name))
+    if (servicePort(name) == 0 || phone.missingServices.contains(name))
         return failure(u"InvalidService"_s);
     return {{u"Service"_s, name},
-            {u"Port"_s, firstPort + place},
+            {u"Port"_s, servicePort(name)},
             {u"EnableServiceSSL"_s, phone.servicesAreEnciphered}};
 }
 
@@ -109,11 +100,6 @@ void FakePhone::notePosted(const QString &name)
 {
     const std::lock_guard lock(mutex);
     postedNames.append(name);
-}
-
-QString serviceOfPort(quint16 port)
-{
-    return knownServices.value(port - firstPort);
 }
 
 void serveLockdown(FakePhone &phone, Stream &stream)

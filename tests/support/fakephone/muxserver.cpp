@@ -136,14 +136,14 @@ bool MuxServer::answer(Connection &connection, const QVariantMap &request, quint
         send(connection.descriptor, replyTo(type, request), tag);
         if (type == u"Listen"_s) {
             connection.listens = true;
-            for (const Plugged &plugged : std::as_const(phones))
-                send(connection.descriptor, describe(plugged), 0);
+            for (const quint32 id : phones.keys())
+                send(connection.descriptor, describe(id), 0);
         }
         return true;
     }
     const quint16 port = qFromBigEndian(quint16(request.value(u"PortNumber"_s).toUInt()));
     if (port == lockdownPort || !serviceOfPort(port).isEmpty())
-        connection.phone = phoneOf(request.value(u"DeviceID"_s).toUInt());
+        connection.phone = phones.value(request.value(u"DeviceID"_s).toUInt());
     send(connection.descriptor, result(connection.phone ? 0 : refused), tag);
     lock.unlock();
     if (connection.phone)
@@ -156,8 +156,8 @@ QVariantMap MuxServer::replyTo(const QString &type, const QVariantMap &request)
     const QString record = recordName(request.value(u"PairRecordID"_s).toString());
     if (type == u"ListDevices"_s) {
         QVariantList all;
-        for (const Plugged &plugged : std::as_const(phones))
-            all.append(describe(plugged));
+        for (const quint32 id : phones.keys())
+            all.append(describe(id));
         return {{u"DeviceList"_s, all}};
     }
     if (type == u"ReadBUID"_s)
@@ -174,8 +174,8 @@ QVariantMap MuxServer::replyTo(const QString &type, const QVariantMap &request)
 /// Making the keys of a pairing takes a second: phones may share those of the first one.
 QString MuxServer::recordName(const QString &udid) const
 {
-    const bool shares = std::any_of(phones.cbegin(), phones.cend(), [&](const Plugged &plugged) {
-        return plugged.phone->udid == udid && plugged.phone->isPairedAlready;
+    const bool shares = std::any_of(phones.cbegin(), phones.cend(), [&](const FakePhone *phone) {
+        return phone->udid == udid && phone->isPairedAlready;
     });
     return shares && !pairRecords.contains(udid) && !pairRecords.isEmpty() ? pairRecords.firstKey() : udid;
 }
@@ -201,22 +201,15 @@ void MuxServer::send(int descriptor, const QVariantMap &message, quint32 tag)
         ->send(littleEndian({quint32(body.size()) + 16, plistProtocol, plistMessage, tag}) + body);
 }
 
-QVariantMap MuxServer::describe(const Plugged &plugged) const
+QVariantMap MuxServer::describe(quint32 id) const
 {
     return {{u"MessageType"_s, u"Attached"_s},
-            {u"DeviceID"_s, plugged.id},
+            {u"DeviceID"_s, id},
             {u"Properties"_s, QVariantMap{{u"ConnectionType"_s, u"USB"_s},
-                                          {u"DeviceID"_s, plugged.id},
+                                          {u"DeviceID"_s, id},
                                           {u"LocationID"_s, 0},
                                           {u"ProductID"_s, 4776},
-                                          {u"SerialNumber"_s, plugged.phone->udid}}}};
-}
-
-FakePhone *MuxServer::phoneOf(quint32 id) const
-{
-    const auto has = [id](const Plugged &plugged) { return plugged.id == id; };
-    const auto found = std::find_if(phones.cbegin(), phones.cend(), has);
-    return found == phones.cend() ? nullptr : found->phone;
+                                          {u"SerialNumber"_s, phones.value(id)->udid}}}};
 }
 
 void MuxServer::tellListeners(const QVariantMap &message)
@@ -230,18 +223,16 @@ void MuxServer::tellListeners(const QVariantMap &message)
 void MuxServer::plugIn(FakePhone &phone)
 {
     const std::lock_guard lock(mutex);
-    phones.append({++lastId, &phone});
-    tellListeners(describe(phones.last()));
+    phones.insert(++lastId, &phone);
+    tellListeners(describe(lastId));
 }
 
 void MuxServer::pullOut(FakePhone &phone)
 {
     const std::lock_guard lock(mutex);
-    for (const Plugged &plugged : std::as_const(phones)) {
-        if (plugged.phone == &phone)
-            tellListeners({{u"MessageType"_s, u"Detached"_s}, {u"DeviceID"_s, plugged.id}});
-    }
-    phones.removeIf([&](const Plugged &plugged) { return plugged.phone == &phone; });
+    const quint32 id = phones.key(&phone);
+    phones.remove(id);
+    tellListeners({{u"MessageType"_s, u"Detached"_s}, {u"DeviceID"_s, id}});
     for (const Connection &connection : connections) {
         if (connection.phone == &phone)
             ::shutdown(connection.descriptor, SHUT_RDWR);

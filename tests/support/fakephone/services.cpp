@@ -2,6 +2,9 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
 void serveNotificationProxy(FakePhone &phone, Stream &stream)
 {
     while (true) {
@@ -33,13 +36,6 @@ void serveFileRelay(FakePhone &phone, Stream &stream)
         stream.send(nothing);
 }
 
-void openLink(Stream &stream)
-{
-    stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
-    stream.receiveList();
-    stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
-}
-
 void serveSync(FakePhone &phone, Stream &stream)
 {
     openLink(stream);
@@ -68,9 +64,6 @@ void serveSync(FakePhone &phone, Stream &stream)
     }
 }
 
-namespace
-{
-
 void stayStill(FakePhone &phone, Stream &stream)
 {
     phone.isSilent = true;
@@ -79,7 +72,34 @@ void stayStill(FakePhone &phone, Stream &stream)
         stream.receive(1);
 }
 
+const QMap<QString, void (*)(FakePhone &, Stream &)> services = {
+    {u"com.apple.afc"_s, [](FakePhone &phone, Stream &stream) { serveAfc(phone.media, stream); }},
+    {u"com.apple.mobile.house_arrest"_s, serveHouseArrest},
+    {u"com.apple.mobile.notification_proxy"_s, serveNotificationProxy},
+    {u"com.apple.mobile.file_relay"_s, serveFileRelay},
+    {u"com.apple.mobilebackup2"_s, serveBackup},
+    {u"com.apple.mobilesync"_s, serveSync}};
+constexpr quint16 firstPort = 50000;
+
 } // namespace
+
+void openLink(Stream &stream)
+{
+    stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
+    stream.receiveList();
+    stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
+}
+
+quint16 servicePort(const QString &name)
+{
+    const qsizetype place = services.keys().indexOf(name);
+    return place < 0 ? 0 : quint16(firstPort + place);
+}
+
+QString serviceOfPort(quint16 port)
+{
+    return services.keys().value(port - firstPort);
+}
 
 void serveService(FakePhone &phone, const QString &name, Stream &stream)
 {
@@ -99,16 +119,5 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream)
         stream.sendList(7); // for those who answer the first one
         return stayStill(phone, stream);
     }
-    if (name == u"com.apple.afc"_s)
-        serveAfc(phone.media, stream);
-    else if (name == u"com.apple.mobile.house_arrest"_s)
-        serveHouseArrest(phone, stream);
-    else if (name == u"com.apple.mobile.notification_proxy"_s)
-        serveNotificationProxy(phone, stream);
-    else if (name == u"com.apple.mobile.file_relay"_s)
-        serveFileRelay(phone, stream);
-    else if (name == u"com.apple.mobilebackup2"_s)
-        serveBackup(phone, stream);
-    else if (name == u"com.apple.mobilesync"_s)
-        serveSync(phone, stream);
+    services.value(name)(phone, stream);
 }

@@ -56,7 +56,6 @@ plist_t toNode(const QVariant &value)
             plist_array_append_item(array, toNode(item));
         return array;
     }
-    case QMetaType::QStringList: return toNode(value.toList());
     case QMetaType::QVariantMap: {
         plist_t dictionary = plist_new_dict();
         const QVariantMap map = value.toMap();
@@ -117,15 +116,15 @@ QVariant fromNode(plist_t node)
     }
 }
 
-template <typename Write, typename Free>
-QByteArray written(const QVariant &value, Write write, Free release)
+template <typename Write>
+QByteArray written(const QVariant &value, Write write)
 {
     const Node node(toNode(value));
     char *bytes = nullptr;
     uint32_t length = 0;
     write(node.get(), &bytes, &length);
     const QByteArray result(bytes, qsizetype(length));
-    release(bytes);
+    plist_to_xml_free(bytes); // as good as its brother
     return result;
 }
 
@@ -144,12 +143,12 @@ quint32 bigEndian(QByteArrayView bytes)
 
 QByteArray toXml(const QVariant &value)
 {
-    return written(value, plist_to_xml, plist_to_xml_free);
+    return written(value, plist_to_xml);
 }
 
 QByteArray toBinary(const QVariant &value)
 {
-    return written(value, plist_to_bin, plist_to_bin_free);
+    return written(value, plist_to_bin);
 }
 
 QVariant fromPlist(QByteArrayView bytes)
