@@ -39,8 +39,8 @@ public:
         return found == present.end() ? nullptr : present.extract(found).mapped();
     }
 
-    /// Whatever way the handle came, the lock shows this thread all that the one wrote that saw the phone
-    /// arrive.
+    /// The phone behind a handle. Whatever way the handle took, the lock orders this thread after the one
+    /// that saw the phone arrive.
     Phone &of(void *handle)
     {
         const std::lock_guard lock(mutex);

@@ -387,6 +387,8 @@ void TestServices::wrongKindsGiveDefaults()
     QVERIFY(!nothing.deepCopy().ref() && nothing.toText().isEmpty() && nothing.dictionaryKeys().isEmpty());
     QCOMPARE(CFType::fromInt32(7).toBool(true), true);
     QCOMPARE(CFType::fromString(u"7"_s).toInt(3), 3);
+    QCOMPARE(CFType::fromDouble(1e300).toInt(3), 3);
+    QCOMPARE(CFType::fromInt64(std::numeric_limits<qint64>::max()).toInt(3), 3);
     QVERIFY(!CFType::fromBool(true).dictionaryValue(u"x"_s).ref());
     QVERIFY(!CFType::fromPropertyListBytes("<plist").ref());
     QCOMPARE(CFType::fromInt64(Q_INT64_C(-9'000'000'000)).toText(), u"-9000000000"_s);
