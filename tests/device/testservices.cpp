@@ -184,6 +184,9 @@ void TestServices::standsUpToBadManners_data()
          u"unknown NotificationProxy command '' received!"_s},
         {"com.apple.mobilebackup2", link("com.apple.mobilebackup2"), noAgreement},
         {"com.apple.mobilesync", link("com.apple.mobilesync"), noAgreement},
+        {"com.apple.mobile.house_arrest",
+         [](void *phone) { AfcConnection(phone).connect(u"org.example.app"_s); },
+         u"can not find org.example.app."_s},
         {"com.apple.afc", listMedia, u"read AFC header failed."_s},
     };
     QTest::addColumn<QString>("service");
