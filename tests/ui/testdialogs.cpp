@@ -103,7 +103,6 @@ void TestDialogs::damagedKeybagThenWrongThenRightPassword()
     QVERIFY(dialog.isVisible() && dialog.isEnabled());
     manifest.backupKeyBag = keyBag;
     press(dialog, u"btnOK"_s);
-    QCOMPARE(reader.texts.last(), u"Invalid password."_s);
     QTest::keyClicks(edit, u"s3cret"_s); // the wrong one is gone
     press(dialog, u"btnOK"_s);
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
