@@ -9,12 +9,23 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+DeviceWatchTarget target; // outlives the stand, as the watch wants it
+
+} // namespace
+
 PhoneStand::PhoneStand() : server(folder.filePath(u"socket"_s))
 {
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
-    static DeviceWatchTarget target;
     target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
     mobiledevice_subscribe(&target);
+}
+
+PhoneStand::~PhoneStand()
+{
+    mobiledevice_forget(&target);
 }
 
 FakePhone &PhoneStand::newPhone()
@@ -27,9 +38,15 @@ FakePhone &PhoneStand::newPhone()
 
 void *PhoneStand::plugIn(FakePhone &phone)
 {
-    const qsizetype before = present.size();
+    const int before = arrivals;
     server.plugIn(phone);
-    return QTest::qWaitFor([&] { return present.size() > before; }) ? present.last() : nullptr;
+    return QTest::qWaitFor([&] { return arrivals > before; }) ? present.last() : nullptr;
+}
+
+void PhoneStand::pullOutWhenSilent(FakePhone &phone)
+{
+    phone.isSilent.wait(false);
+    server.pullOut(phone);
 }
 
 bool PhoneStand::pullOut(FakePhone &phone, void *handle)

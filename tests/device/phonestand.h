@@ -13,6 +13,7 @@ class PhoneStand : public QObject
 public:
     /// Loads the phone libraries. Throws `std::runtime_error` when they aren't there.
     PhoneStand();
+    ~PhoneStand() override;
 
     /// A phone that isn't plugged in yet, with an identifier of its own.
     FakePhone &newPhone();
@@ -20,9 +21,15 @@ public:
     void *plugIn(FakePhone &phone);
     /// True once the watch has told that the phone with this handle went.
     bool pullOut(FakePhone &phone, void *handle);
+    /// Waits until one of its services says nothing more. Any thread.
+    void pullOutWhenSilent(FakePhone &phone);
 
 public Q_SLOTS:
-    void iosDeviceConnected(void *handle) { present.append(handle); }
+    void iosDeviceConnected(void *handle)
+    {
+        present.append(handle);
+        ++arrivals;
+    }
     void iosDeviceDisconnected(void *handle) { present.removeOne(handle); }
 
 private:
@@ -30,4 +37,5 @@ private:
     std::list<FakePhone> phones; // outlive the threads of the server
     MuxServer server;
     QList<void *> present;
+    int arrivals = 0;
 };
