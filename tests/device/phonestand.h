@@ -20,6 +20,8 @@ public:
     void *plugIn(FakePhone &phone);
     /// True once the watch has told that the phone with this handle went.
     bool pullOut(FakePhone &phone, void *handle);
+    /// The same on any thread, without waiting for the watch.
+    void yank(FakePhone &phone) { server.pullOut(phone); }
 
 public Q_SLOTS:
     void iosDeviceConnected(void *handle) { present.append(handle); }

@@ -1,48 +1,35 @@
 // The jobs that bring a phone's files to the computer and back: archives of strangers, tools that misbehave,
 // phones that are pulled, people who cancel.
 
+#include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
 #include "backupoptions.h"
+#include "backupservice.h"
 #include "backuptempdir.h"
 #include "datalocations.h"
 #include "devicebackupjobs.h"
 #include "filerelay.h"
-#include "jobprogress.h"
 #include "phonestand.h"
+#include "servicesocket.h"
 
+#include <QDirIterator>
 #include <QTest>
 
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <sys/wait.h>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
 
-/// Keeps what a job says.
-class Notes final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override
-    {
-        if (++updates == cancelAt)
-            cancelled = true;
-    }
-    void errorOccurred(const QString &err) override { error = err; }
-    void succeed(const QString &) override { hasSucceeded = true; }
-    void tipsWait(const QString &) override {}
-
-    int cancelAt = -1;
-    int updates = 0;
-    QString error;
-    bool hasSucceeded = false;
-};
-
 struct Entry {
-    const char *name;
+    QByteArray name;
     unsigned type = AE_IFREG;
-    const char *content = "";
+    QByteArray content = {};
 };
 
 /// A compressed "cpio" archive.
@@ -56,15 +43,14 @@ QByteArray archiveOf(const QList<Entry> &entries)
     archive_write_open_memory(writer, bytes.data(), size_t(bytes.size()), &used);
     for (const Entry &entry : entries) {
         archive_entry *const header = archive_entry_new();
-        archive_entry_set_pathname(header, entry.name);
+        archive_entry_set_pathname(header, entry.name.constData());
         archive_entry_set_filetype(header, entry.type);
-        archive_entry_set_perm(header, 0644);
         archive_entry_set_mtime(header, 1'400'000'000, 0);
-        archive_entry_set_size(header, qint64(qstrlen(entry.content)));
+        archive_entry_set_size(header, entry.content.size());
         if (entry.type == AE_IFLNK)
             archive_entry_set_symlink(header, "/etc/passwd");
         archive_write_header(writer, header);
-        archive_write_data(writer, entry.content, qstrlen(entry.content));
+        archive_write_data(writer, entry.content.constData(), size_t(entry.content.size()));
         archive_entry_free(header);
     }
     archive_write_free(writer);
@@ -77,11 +63,9 @@ class ToolInPath
 public:
     explicit ToolInPath(const QByteArray &script) : path(qgetenv("PATH"))
     {
-        QFile tool(folder.filePath(u"idevicebackup2"_s));
-        if (!script.isNull() && tool.open(QIODevice::WriteOnly)) {
-            tool.write("#!/bin/sh\n" + script + '\n');
-            tool.setPermissions(tool.permissions() | QFile::ExeOwner);
-        }
+        const QString tool = folder.filePath(u"idevicebackup2"_s);
+        if (!script.isNull() && writeFile(tool, "#!/bin/sh\n" + script + '\n'))
+            QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
         qputenv("PATH", folder.path().toUtf8() + (script.isNull() ? QByteArray() : ":" + path));
     }
     ~ToolInPath() { qputenv("PATH", path); }
@@ -91,16 +75,81 @@ private:
     QTemporaryDir folder;
 };
 
+/// Runs `job` to its end; what stands in for the person's "Cancel" is the flag in `notes`.
+void runToItsEnd(QThread &job, const RecordingProgress &notes)
+{
+    auto *const tool = qobject_cast<BackupToolThread *>(&job);
+    job.start();
+    while (!job.wait(5)) {
+        if (tool && notes.cancelled)
+            tool->cancel();
+    }
+}
+
+/// Everything that a job could leave open: descriptors, threads, and, far too many to miss, processes.
+qsizetype resourcesInUse()
+{
+    const auto all = QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot;
+    const bool hasChild = ::waitpid(-1, nullptr, WNOHANG) >= 0;
+    return QDir(u"/proc/self/fd"_s, {}, {}, all).count() + QDir(u"/proc/self/task"_s, {}, {}, all).count() +
+           (hasChild ? 1000 : 0);
+}
+
+/// All files below `folder`, as "name:content", but for the one that differs from computer to computer.
 QByteArrayList filesIn(const QDir &folder)
 {
     QByteArrayList files;
-    for (const QFileInfo &info : folder.entryInfoList(QDir::Files, QDir::Name)) {
-        QFile file(info.filePath());
-        if (info.fileName() != u"Info.plist"_s && file.open(QIODevice::ReadOnly))
-            files.append(info.fileName().toUtf8() + ':' + file.readAll());
+    QDirIterator found(folder.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (found.hasNext()) {
+        const QString path = found.next();
+        files.append(folder.relativeFilePath(path).toUtf8() + ':' + bytesOf(path));
     }
+    files.removeIf([](const QByteArray &file) { return file.startsWith("Info.plist"); });
+    std::sort(files.begin(), files.end());
     return files;
 }
+
+/// A job on a phone. Tells whether what it left on the disk agrees with what it said: nothing, if all is
+/// well.
+using Work = std::function<bool(IOSDevice &, const FakePhone &, RecordingProgress &)>;
+
+bool loadByRelay(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSLoadFileRelayThread job(&device, &notes);
+    runToItsEnd(job, notes);
+    const QByteArrayList files = filesIn(device.cacheDir().filePath(u"file-relay"_s));
+    return !notes.outcome.isEmpty() || files == QByteArrayList({"a:" + phone.udid.toUtf8(), "b:b"});
+}
+
+bool backUp(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSMobileBackupThread job(&device, &notes);
+    runToItsEnd(job, notes);
+    const QDir folder(job.backupRoot().filePath(device.uniqueDeviceID));
+    return notes.outcome.isEmpty() ? filesIn(folder) == filesIn(phone.backup) : !folder.exists();
+}
+
+bool putBack(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSMobileRestoreThread job(&device, iosBackupTempDir(), &notes);
+    runToItsEnd(job, notes);
+    return !notes.outcome.isEmpty() || filesIn(phone.restored) == filesIn(phone.backup);
+}
+
+bool askBackupService(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    runJob(notes, [&] {
+        ServiceSocket socket;
+        mobiledevice_backup2_start(device.device, socket.target());
+        const double version = 2.1;
+        mobiledevice_backup2_version_exchange(socket.descriptor(), &version, 1);
+        mobiledevice_backup2_set_cloud_backup(socket.descriptor(), phone.udid, true);
+        return QString();
+    });
+    return true;
+}
+
+enum class Event { Pulled, GivenUp, GivenUpAtReport };
 
 } // namespace
 
@@ -111,13 +160,11 @@ class TestDeviceJobs : public QObject
 private Q_SLOTS:
     void unpacksOnlyBelowItsFolder_data();
     void unpacksOnlyBelowItsFolder();
-    void keepsWhatCameOfAPulledPhone();
-    void cancelsInEachStage();
+    void endsWellInEachStage_data();
+    void endsWellInEachStage();
+    void keepsTwoPhonesApart();
     void judgesTheTool_data();
     void judgesTheTool();
-    void cancelEndsTheTool_data();
-    void cancelEndsTheTool();
-    void bringsABackupAndPutsItBack();
     void removesWhatCantBeContinued();
     void saysWhyARestoreFailed_data();
     void saysWhyARestoreFailed();
@@ -126,7 +173,10 @@ private Q_SLOTS:
 
 private:
     IOSDevice plugIn(FakePhone &phone);
+    FakePhone &newFullPhone();
+
     PhoneStand stand;
+    QTemporaryDir phoneFiles;
 };
 
 IOSDevice TestDeviceJobs::plugIn(FakePhone &phone)
@@ -136,187 +186,219 @@ IOSDevice TestDeviceJobs::plugIn(FakePhone &phone)
     return device;
 }
 
+FakePhone &TestDeviceJobs::newFullPhone()
+{
+    FakePhone &phone = stand.newPhone();
+    phone.relayArchive = archiveOf({{"a", AE_IFREG, phone.udid.toUtf8()}, {"b", AE_IFREG, "b"}});
+    phone.backup.setPath(phoneFiles.filePath(phone.udid + u'/' + phone.udid));
+    phone.restored.setPath(phoneFiles.filePath(phone.udid + u"/restored"_s));
+    phone.media.setPath(phoneFiles.path());
+    BackupBuilder(phone.backup).file(u"HomeDomain"_s, u"Library/of"_s, phone.udid.toUtf8()).write();
+    return phone;
+}
+
 void TestDeviceJobs::unpacksOnlyBelowItsFolder_data()
 {
     QTest::addColumn<QList<Entry>>("entries");
-    QTest::addColumn<QString>("lands"); ///< file below "file-relay", empty for none
-    QTest::addColumn<QString>("content");
-    const auto one = [](const char *name, unsigned type = AE_IFREG) {
-        return QList<Entry>({{name, type, type == AE_IFREG ? "x" : ""}});
+    QTest::addColumn<QByteArrayList>("left"); ///< beside the log that an earlier run left
+    const auto row = [](const char *name, const QList<Entry> &entries, const QByteArrayList &left) {
+        QTest::newRow(name) << entries << left;
     };
-    QTest::newRow("the leading dot goes")
-        << QList<Entry>({{"./var", AE_IFDIR}, {"./var/sms.db", AE_IFREG, "hello"}}) << u"var/sms.db"_s
-        << u"hello"_s;
-    QTest::newRow("forbidden signs go") << one("a:b?c") << u"abc"_s << u"x"_s;
-    QTest::newRow("later one wins") << QList<Entry>({{"a:b", AE_IFREG, "long"}, {"ab", AE_IFREG, "s"}})
-                                    << u"ab"_s << u"s"_s;
-    QTest::newRow("a link is an empty file") << one("link", AE_IFLNK) << u"link"_s << QString();
-    QTest::newRow("a pipe is nothing") << one("pipe", AE_IFIFO) << QString() << QString();
-    QTest::newRow("upwards") << one("../out") << QString() << QString();
-    QTest::newRow("upwards in the middle") << one("./a/../../out") << QString() << QString();
-    QTest::newRow("absolute") << one("/tmp/marrowlight-out") << QString() << QString();
-    QTest::newRow("drive") << one("C:") << u"C"_s << u"x"_s;
+    const QByteArray log = "sms/sms.db-wal:old";
+    row("the leading dot goes", {{"./var", AE_IFDIR}, {"./var/db", AE_IFREG, "hello"}},
+        {log, "var/db:hello"});
+    row("forbidden signs go", {{"a:b?c", AE_IFREG, "x"}}, {"abc:x", log});
+    row("later one wins", {{"a:b", AE_IFREG, "long"}, {"ab", AE_IFREG, "s"}}, {"ab:s", log});
+    row("a link is an empty file", {{"link", AE_IFLNK}}, {"link:", log});
+    row("a pipe is nothing", {{"pipe", AE_IFIFO}}, {log});
+    row("upwards", {{"../out"}}, {log});
+    row("upwards in the middle", {{"./a/../../out"}}, {log});
+    row("absolute", {{"/tmp/marrowlight-out"}}, {log});
+    row("drive", {{"C:", AE_IFREG, "x"}}, {"C:x", log});
+    row("an endless name ends it", {{"a", AE_IFREG, "x"}, {QByteArray(70'000, 'b')}}, {"a:x", log});
+    row("a new database, an old log", {{"sms/sms.db", AE_IFREG, "x"}}, {"sms/sms.db:x"});
 }
 
 void TestDeviceJobs::unpacksOnlyBelowItsFolder()
 {
     QFETCH(QList<Entry>, entries);
-    QFETCH(QString, lands);
     FakePhone &phone = stand.newPhone();
     phone.relayArchive = archiveOf(entries);
     const IOSDevice device = plugIn(phone);
-    Notes notes;
-    loadFileRelay(device, notes);
     const QDir cache = device.cacheDir();
+    QVERIFY(cache.mkpath(u"file-relay/sms"_s) &&
+            writeFile(cache.filePath(u"file-relay/sms/sms.db-wal"_s), "old"));
+    RecordingProgress notes;
+    loadFileRelay(device, notes);
+    QTEST(filesIn(cache.filePath(u"file-relay"_s)), "left");
     QCOMPARE(cache.entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList({u"file-relay"_s}));
-    QFile file(cache.filePath(u"file-relay/"_s + lands));
-    if (lands.isEmpty()) {
-        QVERIFY(QDir(file.fileName()).isEmpty());
-        return;
-    }
-    QVERIFY(file.open(QIODevice::ReadOnly) && !QFileInfo(file.fileName()).isSymLink());
-    QTEST(QString::fromUtf8(file.readAll()), "content");
-    QCOMPARE(QFileInfo(file).lastModified().toSecsSinceEpoch(), 1'400'000'000);
+    const QFileInfo file(cache.filePath(u"file-relay/abc"_s));
+    QVERIFY(!file.exists() || file.lastModified().toSecsSinceEpoch() == 1'400'000'000);
 }
 
-void TestDeviceJobs::keepsWhatCameOfAPulledPhone()
+void TestDeviceJobs::endsWellInEachStage_data()
 {
-    FakePhone &phone = stand.newPhone();
-    phone.relayArchive = archiveOf({{"whole", AE_IFREG, "whole"}});
-    phone.relayBytes = Q_INT64_C(1) << 40;
-    IOSDevice device = plugIn(phone);
-    Notes notes;
-    IOSLoadFileRelayThread job(&device, &notes);
-    job.start();
-    QTRY_VERIFY(QFileInfo(device.cacheDir().filePath(u"file-relay.cpio"_s)).size() > 1 << 20);
-    QVERIFY(stand.pullOut(phone, device.device));
-    QVERIFY(job.wait(20'000) && notes.hasSucceeded);
-    QVERIFY(QFile::exists(device.cacheDir().filePath(u"file-relay/whole"_s)));
+    QTest::addColumn<Work>("work");
+    QTest::addColumn<Event>("event");
+    QTest::addColumn<int>("stride"); ///< the tool takes its time, not each of its turns is tried
+    const auto row = [](const char *name, const Work &work, Event event, int stride) {
+        QTest::newRow(name) << work << event << stride;
+    };
+    row("file relay, pulled", loadByRelay, Event::Pulled, 1);
+    row("file relay, given up", loadByRelay, Event::GivenUp, 1);
+    row("file relay, given up while unpacking", loadByRelay, Event::GivenUpAtReport, 1);
+    row("backup, pulled", backUp, Event::Pulled, 5);
+    row("backup, given up", backUp, Event::GivenUp, 9);
+    row("restore, pulled", putBack, Event::Pulled, 3);
+    row("restore, given up", putBack, Event::GivenUp, 9);
+    row("backup service, pulled", askBackupService, Event::Pulled, 1);
 }
 
-void TestDeviceJobs::cancelsInEachStage()
+// Something happens before the first thing that the phone says, then, in a new run, before a later one, until
+// a run ends without it.
+void TestDeviceJobs::endsWellInEachStage()
 {
-    FakePhone &phone = stand.newPhone();
-    phone.relayArchive = archiveOf({{"a", AE_IFREG, "a"}, {"b", AE_IFREG, "b"}});
+    QFETCH(Work, work);
+    QFETCH(Event, event);
+    QFETCH(int, stride);
+    FakePhone &phone = newFullPhone();
     IOSDevice device = plugIn(phone);
-    for (int stage = 2; stage < 6; ++stage) {
-        Notes notes;
-        notes.cancelAt = stage;
-        IOSLoadFileRelayThread job(&device, &notes);
-        job.start();
-        QVERIFY(job.wait(20'000) && !notes.hasSucceeded && notes.error.isEmpty());
-        QVERIFY(QFile::exists(device.cacheDir().filePath(u"file-relay.cpio"_s)));
+    RecordingProgress made;
+    QVERIFY(backUp(device, phone, made) && made.outcome.isEmpty()); // for a restore
+    const qsizetype before = resourcesInUse();
+    bool hasHappened = true;
+    for (int step = 1; hasHappened; step += stride) {
+        RecordingProgress notes;
+        notes.cancelAtUpdate = event == Event::GivenUpAtReport ? step : -1;
+        phone.atTurn = [&] {
+            if (event == Event::Pulled)
+                return stand.yank(phone);
+            notes.cancelled = true;
+            std::this_thread::sleep_for(300ms); // as a phone that is stuck
+        };
+        phone.turn = -1;
+        QVERIFY(stand.pullOut(phone, device.device));
+        device = plugIn(phone);
+        phone.piecesSent = 0;
+        phone.turn = event == Event::GivenUpAtReport ? -1 : step;
+        QElapsedTimer clock;
+        clock.start();
+        const bool agrees = work(device, phone, notes);
+        QVERIFY(clock.elapsed() < 10'000);
+        hasHappened = notes.cancelled || (event == Event::Pulled && phone.piecesSent >= step);
+        const bool isSilent = notes.outcome.isEmpty() || notes.outcome == RecordingProgress().outcome;
+        QVERIFY2(notes.cancelled ? isSilent : agrees && (hasHappened || isSilent), qPrintable(notes.outcome));
     }
+    phone.turn = -1;
+    plugIn(phone);
+    QTRY_VERIFY(resourcesInUse() < before + 6);
+}
+
+void TestDeviceJobs::keepsTwoPhonesApart()
+{
+    FakePhone &ann = newFullPhone();
+    FakePhone &bob = newFullPhone();
+    IOSDevice annsPhone = plugIn(ann);
+    IOSDevice bobsPhone = plugIn(bob);
+    RecordingProgress relayed;
+    RecordingProgress backedUp;
+    std::thread backup([&] { QVERIFY(backUp(bobsPhone, bob, backedUp)); });
+    QVERIFY(loadByRelay(annsPhone, ann, relayed));
+    backup.join();
+    QCOMPARE(relayed.outcome + backedUp.outcome, QString());
 }
 
 void TestDeviceJobs::judgesTheTool_data()
 {
     QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QString>("error"); ///< empty: it went well
-    QTest::newRow("silence is success") << QByteArray("exit 3") << QString();
-    QTest::newRow("error in any case, both channels")
-        << QByteArray("echo fine; echo Some ERROR >&2") << u"Some ERROR\n\nfine\n"_s;
-    QTest::newRow("what stands behind a NUL isn't seen")
-        << QByteArray("printf 'well\\0error' >&2; echo error") << QString();
-    QTest::newRow("a word that comes in two pieces")
-        << QByteArray("printf er; sleep 0.5; printf ror") << u"\nerror"_s;
-    QTest::newRow("killed") << QByteArray("kill -9 $$") << u"The backup tool crashed.\n\n"_s;
-    QTest::newRow("missing") << QByteArray() << u"can not start AppleMobileBackup process."_s;
+    QTest::addColumn<QString>("error"); ///< empty: it went well, or was given up
+    QTest::addColumn<bool>("isFull");
+    const auto row = [](const char *name, const QByteArray &script, const QString &error = {},
+                        bool isFull = false) { QTest::newRow(name) << script << error << isFull; };
+    row("silence is success", "exit 0");
+    row("fails without a word", "exit 3", u"The backup tool failed.\n\n"_s);
+    row("error in any case, both channels", "echo fine; echo Some ERROR >&2", u"Some ERROR\n\nfine\n"_s);
+    row("what stands behind a NUL isn't seen", "printf 'well\\0error' >&2; echo error");
+    row("a word that comes in two pieces", "printf er; sleep 0.5; printf ror", u"\nerror"_s);
+    row("killed", "kill -9 $$", u"The backup tool crashed.\n\n"_s);
+    row("missing", {}, u"can not start AppleMobileBackup process."_s);
+    row("hangs", "exec sleep 300");
+    row("prints without end", "exec yes error");
+    const QString full = QDir::tempPath() + u": the disk is too full for a backup of the phone."_s;
+    row("no room in the middle", "exec sleep 300", full, true);
+    row("no room at the end", "exit 0", full, true);
 }
 
 void TestDeviceJobs::judgesTheTool()
 {
     QFETCH(QByteArray, script);
+    QFETCH(bool, isFull);
     const ToolInPath inPath(script);
     backup2tool tool(stand.plugIn(stand.newPhone()), u"me"_s, QDir::temp());
+    tool.setLeastRoom(isFull ? Q_INT64_C(1) << 60 : 0);
+    int ticks = 0;
+    connect(&tool, &backup2tool::update, &tool, [&](double percent, const QString &, const QString &) {
+        if (percent > 99 || ++ticks == 6)
+            tool.cancel();
+    });
     QString error;
+    QElapsedTimer clock;
+    clock.start();
     try {
         tool.run({0});
     } catch (const std::exception &thrown) {
         error = QString::fromUtf8(thrown.what());
     }
-    QTEST(error, "error");
+    QTEST(error.section(u" Make room"_s, 0, 0), "error");
+    QVERIFY(clock.elapsed() < 10'000 && ::waitpid(-1, nullptr, WNOHANG) < 0);
     QVERIFY_EXCEPTION_THROWN(tool.run({2}), std::runtime_error);
-}
-
-void TestDeviceJobs::cancelEndsTheTool_data()
-{
-    QTest::addColumn<QByteArray>("script");
-    QTest::newRow("hangs") << QByteArray("exec sleep 300");
-    QTest::newRow("prints without end") << QByteArray("exec yes error");
-}
-
-void TestDeviceJobs::cancelEndsTheTool()
-{
-    QFETCH(QByteArray, script);
-    const ToolInPath inPath(script);
-    backup2tool tool(stand.plugIn(stand.newPhone()), u"me"_s, QDir::temp());
-    int ticks = 0;
-    connect(&tool, &backup2tool::update, &tool, [&](double percent, const QString &, const QString &) {
-        QVERIFY(percent <= 99);
-        if (++ticks == 3)
-            tool.cancel();
-    });
-    tool.run({0});
-    QCOMPARE(ticks, 3);
-}
-
-void TestDeviceJobs::bringsABackupAndPutsItBack()
-{
-    const QTemporaryDir phoneFiles;
-    const QTemporaryDir restored;
-    FakePhone &phone = stand.newPhone();
-    BackupBuilder(QDir(phoneFiles.filePath(u"bk"_s))).write();
-    phone.backup.setPath(phoneFiles.filePath(u"bk"_s));
-    phone.restored.setPath(restored.path());
-    phone.media.setPath(phoneFiles.path());
-    IOSDevice device = plugIn(phone);
-    Notes notes;
-    IOSMobileBackupThread backup(&device, &notes);
-    backup.start();
-    QVERIFY(backup.wait(60'000));
-    QVERIFY2(notes.hasSucceeded, qPrintable(notes.error));
-    const QDir folder(backup.backupRoot().filePath(phone.udid));
-    QCOMPARE(filesIn(folder), filesIn(phone.backup));
-    IOSMobileRestoreThread restore(&device, backup.backupRoot(), &notes);
-    notes.hasSucceeded = false;
-    restore.start();
-    QVERIFY(restore.wait(60'000));
-    QVERIFY2(notes.hasSucceeded, qPrintable(notes.error));
-    QCOMPARE(filesIn(restored.path()), filesIn(phone.backup));
 }
 
 void TestDeviceJobs::removesWhatCantBeContinued()
 {
     const ToolInPath inPath("echo error \"<5>\"");
-    IOSDevice device = plugIn(stand.newPhone());
+    FakePhone &phone = stand.newPhone();
+    IOSDevice device = plugIn(phone);
     const QDir folder(iosBackupTempDir().filePath(device.uniqueDeviceID));
     BackupBuilder(folder.path()).write();
     QVERIFY(!canContinueBackup(folder, u"1.0"_s));
-    Notes notes;
-    IOSMobileBackupThread job(&device, &notes);
-    job.start();
-    QVERIFY(job.wait(20'000) && !folder.exists());
-    QCOMPARE(notes.error, u"\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
+    RecordingProgress notes;
+    QVERIFY(backUp(device, phone, notes));
+    QCOMPARE(notes.outcome,
+             u"\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed_data()
 {
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("start");
-    const QString room = u"error: insufficient free disk space on device to restore (5 < %1)"_s;
-    QTest::newRow("Find My iPhone") << u"error find my iphone MUST be disabled <now>"_s
-                                    << u"Please follow <a href=\"http"_s;
-    QTest::newRow("1.3 GB") << room.arg(1395864371) << u"1 GB free disk space on your device is required"_s;
-    QTest::newRow("12.7 GB") << room.arg(Q_INT64_C(13636521164)) << u"1e+01 GB free disk space"_s;
-    QTest::newRow("anything else") << u"error <b>"_s << u"error &lt;b&gt;<br/><br/>Note: You can restart"_s;
+    QTest::addColumn<Trust>("trust");
+    QTest::addColumn<QString>("refusal");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char *name, const QString &refusal, const QString &text,
+                        Trust trust = Trust::Given) { QTest::newRow(name) << trust << refusal << text; };
+    const QString room = u"insufficient free disk space on device to restore (5 < %1)"_s;
+    const QString note = u"<br/><br/>Note: You can restart your device to try again.$"_s;
+    row("Find My iPhone", u"Find my iphone MUST be disabled <now>"_s,
+        u"^Please follow <a href=\"http.*<br/><br/>$"_s);
+    row("1.3 GB", room.arg(1395864371), u"^1 GB free disk space on your device is"_s);
+    row("12.7 GB", room.arg(Q_INT64_C(13636521164)), u"^1e\\+01 GB free disk space"_s);
+    row("anything else", u"<b>"_s, u"&lt;b&gt;.*"_s + note);
+    row("passcode not entered", {}, u"ERROR: .*"_s + note, Trust::PasscodeWanted);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed()
 {
-    QFETCH(QString, output);
-    QFETCH(QString, start);
-    QVERIFY2(restoreFailureText(output).startsWith(start), qPrintable(restoreFailureText(output)));
+    QFETCH(Trust, trust);
+    QFETCH(QString, refusal);
+    QFETCH(QString, text);
+    FakePhone &phone = newFullPhone();
+    IOSDevice device = plugIn(phone);
+    RecordingProgress notes;
+    QVERIFY(backUp(device, phone, notes) && notes.outcome.isEmpty());
+    phone.restoreRefusal = refusal;
+    phone.trust = trust;
+    putBack(device, phone, notes);
+    const QRegularExpression wanted(text, QRegularExpression::DotMatchesEverythingOption);
+    QVERIFY2(wanted.match(notes.outcome).hasMatch(), qPrintable(notes.outcome));
 }
 
 void TestDeviceJobs::refusesAsThePhoneIsSet()

@@ -3,22 +3,18 @@
 
 #include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
-#include "backupfilling.h"
-#include "backupmanifest.h"
-#include "backupmerge.h"
 #include "boxreader.h"
 #include "datalocations.h"
 #include "datasourceselform.h"
-#include "jobprogress.h"
-#include "localdatabases.h"
 #include "mainwindow.h"
-#include "messagestore.h"
+#include "mbdbreader.h"
 #include "mobiledevice.h"
 #include "muxserver.h"
 #include "mytreeview.h"
 #include "smsdbbuilder.h"
 #include "texts.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -30,23 +26,18 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-class Quiet final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
-
-/// What two backups must have in common: their files, and what the message database says.
+/// What two backups must have in common: for each entry of the list what it says, dates aside, and the file.
 QStringList contentOf(const QDir &backup)
 {
-    QStringList content = backup.entryList(QDir::Files, QDir::Name)
-                              .filter(QRegularExpression(u"^([0-9a-f]{40}|Manifest\\.[a-z]+)$"_s));
-    content += rowsOf(backup.filePath(messageDatabaseName()),
-                      u"select m.text, m.date, m.is_from_me, h.id from message m "
-                      u"left join handle h on h.rowid = m.handle_id order by m.rowid"_s);
+    QStringList content;
+    for (const _MbdbRecord &record : readMbdbFile(backup.filePath(u"Manifest.mbdb"_s))) {
+        const QByteArray file = bytesOf(backup.filePath(recordFileName(record))) + record.dataHash.bytes;
+        content += u"%1/%2 %3 %4 "_s.arg(record.domain.text(), record.path.text())
+                       .arg(record.fileLength)
+                       .arg(record.mode) +
+                   QString::fromLatin1(file.toHex());
+    }
+    content.sort();
     return content;
 }
 
@@ -96,9 +87,13 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
     SmsDbBuilder(QDir(localDatabasesDir().filePath(u"Mine"_s)))
         .chat(u"+34612345678"_s)
         .sent(u"Adios"_s)
+        .attachment(u"~/Library/SMS/Attachments/ab/cat.jpg"_s)
         .chat(u"+34698765432"_s)
         .received(u"Hola otra vez"_s)
         .write();
+    const QDir pictures(
+        localDatabasesDir().filePath(u"Mine/file-relay/var/mobile/Library/SMS/Attachments/ab"_s));
+    QVERIFY(pictures.mkpath(u"."_s) && writeFile(pictures.filePath(u"cat.jpg"_s), "cat"));
     MuxServer server(dir.filePath(u"socket"_s));
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
     const BoxReader ok;
@@ -118,17 +113,13 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
     window->miDb2I();
     QCOMPARE(ok.texts.last(), u"Successfully recovered 2 SMS to iPhone."_s);
     QVERIFY(yes.texts.size() == 1 && yes.texts.first().contains(u"must be disabled before restoring."_s));
-    BackupManifest manifest(phone.backup.path());
-    openForMessages(manifest);
-    _MsgStorePtr store = _MsgStorePtr::create();
-    const auto mine = openLocalDatabase(*findLocalDatabase(u"Mine"_s), {});
-    mine->chats(store);
-    mine->messages(store, 0);
-    Quiet quiet;
-    mergeIntoBackup(sortMessages(allMessages(store)), manifest, quiet);
-    const QStringList merged = contentOf(phone.backup);
-    QVERIFY(merged.filter(u"Adios"_s).size() == 1);
-    QCOMPARE(contentOf(phone.restored), merged);
+    const QStringList original = contentOf(phone.backup);
+    QCOMPARE(QProcess::execute(QStringLiteral(COMPANION),
+                               {u"merge"_s, u"Mine"_s, u"--into-backup"_s, phone.backup.path()}),
+             0);
+    QCOMPARE(contentOf(phone.restored), contentOf(phone.backup));
+    QCOMPARE(contentOf(phone.restored).size(), original.size() + 5); // the picture and its folders
+    QVERIFY(!contentOf(phone.restored).contains(original.last()));   // the messages
 
     server.pullOut(phone);
     QTRY_VERIFY(!find(u"Ann's iPhone"_s).isValid());

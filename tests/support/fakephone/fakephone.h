@@ -48,7 +48,7 @@ struct FakePhone {
 
     /// What happens before it sends its piece number `turn`, counted from 1 over all its connections.
     std::function<void()> atTurn;
-    int turn = 0;
+    std::atomic_int turn = 0;
     std::atomic_int piecesSent = 0;
 
     /// Names that programs asked to be told of, and those that they posted.

@@ -246,6 +246,8 @@ void MuxServer::pullOut(FakePhone &phone)
         if (plugged.phone == &phone)
             id = plugged.id;
     }
+    if (id == 0) // gone already
+        return;
     phones.removeIf([id](const Plugged &plugged) { return plugged.id == id; });
     for (const Connection &connection : connections) {
         if (connection.listens)
