@@ -1,11 +1,13 @@
 #include "filerelay.h"
 
+#include "backupfiles.h"
 #include "devicesession.h"
 #include "jobprogress.h"
 #include "servicemessages.h"
 #include "servicesocket.h"
 
 #include <QLocale>
+#include <QLockFile>
 
 using namespace Qt::StringLiterals;
 
@@ -104,6 +106,10 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
     progress.updateProgress(QObject::tr("IDS_LOADING_IOS_DATABASES"), 0, {});
     const QDir cache = device.cacheDir();
     const QString archive = cache.absoluteFilePath(u"file-relay.cpio"_s);
+    QLockFile lock(cache.absolutePath() + u".lock"_s); // it may be pulled and come again while a run unpacks
+    if (!takeLock(lock))
+        throw std::runtime_error(cache.absolutePath().toStdString() +
+                                 ": this phone is being loaded already. Try again when that is done.");
     ServiceSocket socket;
     mobiledevice_file_relay_start(device.device, socket.target());
     const CFType request = sendRequest(socket.descriptor(), {u"UserDatabases"_s});
