@@ -3,6 +3,7 @@
 #include <archive.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace

@@ -17,8 +17,8 @@ namespace
 constexpr int chunkSize = 0x80000;              // bytes
 constexpr int acknowledgeTimeoutMs = 3'600'000; // the phone packs first
 constexpr int tickMs = 200;                     // how long a cancel may go unnoticed
-constexpr int piece = 16 * 1024;                // bytes, and how long it may take
-constexpr int pieceGapMs = 1;
+constexpr int pieceSize = 16 * 1024;            // bytes
+constexpr int pieceGapMs = 1;                   // after which a piece is taken as it is
 
 [[noreturn]] void failWith(const QString &text, const QFile &file)
 {
@@ -42,7 +42,7 @@ int receiveChunk(int socket, QByteArray &chunk, const JobProgress &progress)
 {
     int received = 0;
     while (received < chunk.size() && awaitPhone(socket, progress)) {
-        const int wanted = std::min(int(chunk.size()) - received, piece);
+        const int wanted = std::min(int(chunk.size()) - received, pieceSize);
         const int count = socket_receive(socket, chunk.data() + received, wanted, pieceGapMs);
         if (count == 0)
             break;
