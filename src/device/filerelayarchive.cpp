@@ -62,13 +62,13 @@ ArchiveReader openArchive(CpioGate &gate)
     return reader;
 }
 
-/// The name of an entry as file systems take it.
+/// The name of an entry as file systems take it. Some archives end the names of folders with a slash.
 QString entryName(archive_entry *entry)
 {
-    static const QRegularExpression start(u"^\\./"_s);
+    static const QRegularExpression ends(u"^\\./|/+$"_s);
     static const QRegularExpression forbidden(u"[\\:*?\"<>|]"_s);
     const char *utf8 = archive_entry_pathname_utf8(entry);
-    return QString::fromUtf8(utf8 ? utf8 : archive_entry_pathname(entry)).remove(start).remove(forbidden);
+    return QString::fromUtf8(utf8 ? utf8 : archive_entry_pathname(entry)).remove(ends).remove(forbidden);
 }
 
 [[noreturn]] void failWith(const QString &text, const QFile &file)

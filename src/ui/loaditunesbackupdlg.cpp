@@ -64,8 +64,9 @@ void LoadItunesBackupDlg::setUpList()
     listBackups->setModel(model);
     listBackups->setRootIsDecorated(false);
     listBackups->setAllColumnsShowFocus(true);
+    listBackups->setTextElideMode(Qt::ElideMiddle); // both ends of a path tell
     listBackups->header()->resizeSection(0, 200);
-    listBackups->header()->resizeSection(1, 170);
+    listBackups->fitDates(1);
     connect(listBackups, &QTreeView::doubleClicked, this, &LoadItunesBackupDlg::btnLoadClicked);
 }
 

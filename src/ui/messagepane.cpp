@@ -108,7 +108,7 @@ void MessagePane::setUpHeader()
     treeViewSMS->setSortingEnabled(true);
     header->setSectionsMovable(false);
     header->setSortIndicator(0, Qt::AscendingOrder);
-    header->resizeSection(0, 160);
+    treeViewSMS->fitDates(0);
     header->resizeSection(1, 50);
     header->resizeSection(2, 120);
     connect(header, &QHeaderView::sortIndicatorChanged, this, &MessagePane::onSMSSortIndicatorChanged);

@@ -112,7 +112,7 @@ void MissingAttachmentsDlg::build(const AttachmentTotals &totals)
     list->setModel(model);
     list->header()->resizeSection(Name, 200);
     list->header()->resizeSection(Size, 80);
-    list->header()->resizeSection(Date, 140);
+    list->fitDates(Date);
     list->header()->resizeSection(Conversation, 160);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(heading(u"lbTitle"_s, summary(totals)));

@@ -12,6 +12,9 @@ class MyTreeView : public QTreeView
 public:
     explicit MyTreeView(QWidget *parent = nullptr);
 
+    /// Makes a column as wide as any date needs in the short form of the system, with an icon before it.
+    void fitDates(int column);
+
 Q_SIGNALS:
     void onSelectionChanged(const QItemSelection &selected, const QItemSelection &deselected);
     void createContextMenu();

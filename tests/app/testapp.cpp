@@ -3,61 +3,38 @@
 #include "diskroom.h"
 #include "errorreport.h"
 #include "filetools.h"
-#include "jobprogress.h"
 #include "log.h"
+#include "testtools.h"
+#include "texts.h"
 
+#include <QDirIterator>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTranslator>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-void writeFile(const QString &path, const QByteArray &content = {})
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-class EndRecorder final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &err) override { ends.append(u"error "_s + err); }
-    void succeed(const QString &tips) override { ends.append(u"done "_s + tips); }
-    void tipsWait(const QString &) override {}
-    QStringList ends;
-};
-
-} // namespace
 
 class TestApp : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
     void aFullDiskIsToldBefore();
-    void init();
     void redirectNamesAnExistingFolder();
     void namesOfFiles();
     void namesNeverLeaveTheirRoot();
     void reportsKeepTheirOddEncoding();
     void removingATreeStopsAtLinks();
     void logKeepsTheNewestFilesAndWritesUtf8();
-    void jobsEndOnce();
+    void jobsTellWhyTheyFailedUnlessCancelled();
     void cursorNeverReadsPastTheEnd();
+    void everyKeyOfTheSourcesHasAText();
 
 private:
     std::unique_ptr<QTemporaryDir> dir;
 };
-
-void TestApp::init()
-{
-    dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(dir->isValid());
-}
 
 void TestApp::redirectNamesAnExistingFolder()
 {
@@ -73,7 +50,7 @@ void TestApp::redirectNamesAnExistingFolder()
 void TestApp::namesOfFiles()
 {
     for (const QString &taken : {u"x.txt"_s, u"x(1).txt"_s, u"a.b.c"_s, u"%1%2.txt"_s})
-        writeFile(dir->filePath(taken));
+        QVERIFY(writeFile(dir->filePath(taken)));
     const auto given = [this](const QString &wanted) {
         return QFileInfo(uniqueFileName(dir->filePath(wanted))).fileName();
     };
@@ -104,10 +81,7 @@ void TestApp::reportsKeepTheirOddEncoding()
 
 void TestApp::removingATreeStopsAtLinks()
 {
-    QVERIFY(QDir(dir->path()).mkpath(u"kept"_s));
-    QVERIFY(QDir(dir->path()).mkpath(u"gone/deep"_s));
-    writeFile(dir->filePath(u"kept/precious"_s));
-    writeFile(dir->filePath(u"gone/deep/file"_s));
+    QVERIFY(writeFile(dir->filePath(u"kept/precious"_s)) && writeFile(dir->filePath(u"gone/deep/file"_s)));
     QVERIFY(QFile::link(dir->filePath(u"kept"_s), dir->filePath(u"gone/link"_s)));
     removeTree(dir->filePath(u"gone"_s));
     QVERIFY(!QFileInfo::exists(dir->filePath(u"gone"_s)));
@@ -117,16 +91,14 @@ void TestApp::removingATreeStopsAtLinks()
 void TestApp::logKeepsTheNewestFilesAndWritesUtf8()
 {
     const QDir logs(dir->filePath(u"qlogs"_s));
-    QVERIFY(logs.mkpath(u"."_s));
     for (int day = 10; day < 22; ++day)
-        writeFile(logs.filePath(u"log-202001%1.txt"_s.arg(day)));
+        QVERIFY(writeFile(logs.filePath(u"log-202001%1.txt"_s.arg(day))));
     logInit(logs.path(), 10, LogConsole::Silent);
     QCOMPARE(logs.entryList(QDir::Files, QDir::Name).first(), u"log-20200112.txt"_s);
     qWarning().noquote() << u"Grüße"_s;
     qInstallMessageHandler(nullptr);
-    QFile newest(logs.filePath(logs.entryList(QDir::Files, QDir::Name).last()));
-    QVERIFY(newest.open(QIODevice::ReadOnly));
-    const QString line = QString::fromUtf8(newest.readAll());
+    const QString newest = logs.entryList(QDir::Files, QDir::Name).last();
+    const QString line = QString::fromUtf8(bytesOf(logs.filePath(newest)));
     QVERIFY2(line.startsWith(u"(W "_s) && line.endsWith(u") Grüße\n"_s), qPrintable(line));
 }
 
@@ -141,19 +113,16 @@ void TestApp::cursorNeverReadsPastTheEnd()
     QVERIFY(cursor.atEnd());
 }
 
-void TestApp::jobsEndOnce()
+void TestApp::jobsTellWhyTheyFailedUnlessCancelled()
 {
     for (const bool isCancelled : {false, true}) {
-        EndRecorder progress;
-        runJob(progress, [] { return u"ok"_s; });
-        QCOMPARE(progress.ends, QStringList{u"done ok"_s});
-        progress.ends.clear();
+        RecordingProgress progress;
         progress.cancelled = isCancelled;
         runJob(progress, [&]() -> QString {
             throwIfCancelled(progress);
             throw std::runtime_error("ñ");
         });
-        QCOMPARE(progress.ends, isCancelled ? QStringList() : QStringList{u"error ñ"_s});
+        QCOMPARE(progress.outcome, isCancelled ? u"not reported"_s : u"ñ"_s);
     }
 }
 
@@ -163,6 +132,24 @@ void TestApp::aFullDiskIsToldBefore()
     checkRoomThrow(folder, 1);
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, checkRoomThrow(folder, std::numeric_limits<qint64>::max()));
     QVERIFY(!QFile::exists(dir->filePath(u"not"_s)));
+}
+
+void TestApp::everyKeyOfTheSourcesHasAText()
+{
+    static const QRegularExpression call(uR"-((?:tr|QT_TR_NOOP)\("(IDS_(?:[^"\\]|\\.)*)"\))-"_s);
+    QTranslator translator;
+    installTexts(translator);
+    int keys = 0;
+    QDirIterator files(QStringLiteral(SOURCES), {u"*.cpp"_s, u"*.h"_s}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString source = QString::fromUtf8(bytesOf(files.next()));
+        for (auto match = call.globalMatch(source); match.hasNext(); ++keys) {
+            const QString key = match.next().captured(1).replace(u"\\\""_s, u"\""_s);
+            QVERIFY2(QObject::tr(key.toUtf8().constData()) != key, qPrintable(key));
+        }
+    }
+    QVERIFY(keys > 30);
 }
 
 QTEST_GUILESS_MAIN(TestApp)

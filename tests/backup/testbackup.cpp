@@ -1,8 +1,8 @@
 #include "backupbuilder.h"
 #include "backupdiscovery.h"
 #include "itunescachesmsthread.h"
-#include "jobprogress.h"
 #include "samplerandom.h"
+#include "testtools.h"
 
 #include <QDirIterator>
 #include <QTemporaryDir>
@@ -22,28 +22,6 @@ namespace
 const QString home = u"HomeDomain"_s;
 const QString smsDb = u"Library/SMS/sms.db"_s;
 const QString dates = u"cache/manifest.db"_s;
-
-/// Keeps what a job told last, and acts on the wanted report.
-struct Recorder : JobProgress {
-    void updateProgress(const QString &, int, const QString &) override
-    {
-        if (--left == 0)
-            act();
-    }
-    void errorOccurred(const QString &err) override { last = err; }
-    void succeed(const QString &) override { last = u"done"_s; }
-    void tipsWait(const QString &) override {}
-
-    QString last;
-    std::function<void()> act;
-    int left = 0;
-};
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
 
 } // namespace
 
@@ -89,25 +67,20 @@ private:
     /// What went wrong.
     QString extract() const
     {
-        try {
-            manifest->extractFile(manifest->smsDatabase, target());
-        } catch (const std::runtime_error &error) {
-            return QString::fromUtf8(error.what());
-        }
-        return {};
+        return failureOf([this] { manifest->extractFile(manifest->smsDatabase, target()); });
     }
     QString cache() const
     {
-        Recorder progress;
+        RecordingProgress progress;
         ITunesCacheSMSThread thread(manifest.get(), QDir(path(u"cache"_s)), &progress);
         thread.start();
         thread.wait();
-        return progress.last;
+        return progress.outcome;
     }
     void cache(const BackupBuilder &backup)
     {
         open(backup);
-        QCOMPARE(cache(), u"done"_s);
+        QCOMPARE(cache(), QString());
     }
     /// All files outside the backup, and empty folders; what is copied is named from Library on.
     QStringList found() const
@@ -161,8 +134,8 @@ void TestBackup::extracts()
     const QByteArray content = SampleRandom(7).bytes(length);
     open(builder().password(password).iterations(3).file(home, smsDb, content), password);
     QCOMPARE(extract(), QString());
-    QCOMPARE(contentOf(target()).first(length), content);
-    QTEST(int(contentOf(target()).size()), "extracted");
+    QCOMPARE(bytesOf(target()).first(length), content);
+    QTEST(int(bytesOf(target()).size()), "extracted");
 }
 
 void TestBackup::filesWithoutAKeyStayCiphertext()
@@ -177,7 +150,7 @@ void TestBackup::filesWithoutAKeyStayCiphertext()
         });
         open(backup, u"pw"_s);
         QCOMPARE(extract(), QString());
-        QCOMPARE(contentOf(target()), contentOf(source));
+        QCOMPARE(bytesOf(target()), bytesOf(source));
     }
 }
 
@@ -224,10 +197,10 @@ void TestBackup::cachesUnderProperNamesWithTheirDate()
         .missing(home, u"library/sms/gone"_s, 5)
         .link(home, u"library/sms/link"_s, u"/etc/passwd"_s);
     open(backup, u"pw"_s);
-    QCOMPARE(cache(), u"done"_s);
+    QCOMPARE(cache(), QString());
     QCOMPARE(found(), QStringList({u"AddressBook/AddressBook.sqlitedb"_s, u"SMS/Parts/P"_s, u"SMS/sms.db"_s,
                                    u"SMS/sms.db-wal"_s, dates}));
-    QCOMPARE(contentOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
+    QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
     QCOMPARE(QFileInfo(cached(u"SMS/sms.db"_s)).lastModified().toSecsSinceEpoch(), 1000);
 }
 
@@ -265,9 +238,9 @@ void TestBackup::onlyChangedFilesAreCopiedAgain()
     QVERIFY(QFile::remove(cached(u"SMS/a.jpg"_s))); // nobody looks whether it is still there
     cache(BackupBuilder(others).file(home, smsDb, "new").mtime(2000));
     QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, dates}));
-    QCOMPARE(contentOf(database), "new"_ba);
+    QCOMPARE(bytesOf(database), "new"_ba);
     cache(others.file(home, smsDb, "newer").mtime(2000)); // the old date stays, so the copy comes again
-    QCOMPARE(contentOf(database), "newer"_ba);
+    QCOMPARE(bytesOf(database), "newer"_ba);
 }
 
 void TestBackup::anEmptyFileIsAFolder()
@@ -276,7 +249,7 @@ void TestBackup::anEmptyFileIsAFolder()
     cache(BackupBuilder(backup).file(home, u"Library/SMS/x"_s, "").file(home, smsDb + u"-wal"_s, ""));
     QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, u"SMS/x"_s, dates})); // no log for SQLite to trip over
     cache(BackupBuilder(backup).file(home, u"Library/SMS/x"_s, "now full"));
-    QCOMPARE(contentOf(cached(u"SMS/x"_s)), "now full"_ba);
+    QCOMPARE(bytesOf(cached(u"SMS/x"_s)), "now full"_ba);
 }
 
 void TestBackup::logsGoAndComeWithTheirDatabase()
@@ -288,23 +261,21 @@ void TestBackup::logsGoAndComeWithTheirDatabase()
     QVERIFY(QFile::copy(log, cached(u"SMS/sms.db-shm"_s)));
     QVERIFY(QFile::copy(log, cached(u"SMS/sms.db-journal"_s)));
     cache(builder().file(home, smsDb, "1").mtime(1000)); // the database stays: so do the logs
-    QCOMPARE(contentOf(log), "log"_ba);
+    QCOMPARE(bytesOf(log), "log"_ba);
     cache(builder().file(home, smsDb, "2").mtime(2000));
     QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, dates}));
     cache(withLog);
-    QCOMPARE(contentOf(log), "log"_ba);
+    QCOMPARE(bytesOf(log), "log"_ba);
 }
 
 void TestBackup::cancellingLeavesNothing()
 {
     // But what was recovered from the backup can't be made again.
-    QFile recovered(path(u"cache/recycle.db"_s));
-    QVERIFY(QDir().mkpath(path(u"cache"_s)) && recovered.open(QIODevice::WriteOnly));
+    QVERIFY(writeFile(path(u"cache/recycle.db"_s)));
     open(builder().file(home, smsDb, "messages").file(home, u"Library/SMS/.hidden/.x"_s, "hidden"));
     for (int report = 1; report <= 5; ++report) {
-        Recorder progress;
-        progress.left = report;
-        progress.act = [&] { progress.cancelled = true; };
+        RecordingProgress progress;
+        progress.actAtUpdate = report;
         QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress), int);
         QCOMPARE(found(), QStringList(u"cache/recycle.db"_s));
     }
@@ -320,7 +291,7 @@ void TestBackup::killedRunsAreMadeGood()
     for (int micros = 0; micros < 20000; micros += 1000) {
         const pid_t child = fork();
         if (child == 0) {
-            Recorder progress;
+            RecordingProgress progress;
             cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
             _exit(0);
         }
@@ -328,21 +299,21 @@ void TestBackup::killedRunsAreMadeGood()
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
     }
-    QCOMPARE(cache(), u"done"_s);
+    QCOMPARE(cache(), QString());
     for (int i = 0; i < 40; ++i)
-        QCOMPARE(contentOf(cached(u"SMS/%1"_s.arg(i))), QByteArray(20000, char('a' + i % 26)));
+        QCOMPARE(bytesOf(cached(u"SMS/%1"_s.arg(i))), QByteArray(20000, char('a' + i % 26)));
 }
 
 void TestBackup::twoRunsDoNotMix()
 {
     open(builder().file(home, smsDb, "messages"));
     QString error;
-    Recorder outer;
-    outer.left = 3;
+    RecordingProgress outer;
+    outer.actAtUpdate = 3;
     outer.act = [&] { error = cache(); };
     cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), outer);
     QVERIFY2(error.startsWith(path(u"cache"_s)), qUtf8Printable(error));
-    QCOMPARE(contentOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
+    QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
 }
 
 QTEST_GUILESS_MAIN(TestBackup)

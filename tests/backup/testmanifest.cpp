@@ -3,6 +3,7 @@
 #include "manifestwriter.h"
 #include "mbdbreader.h"
 #include "samplembdb.h"
+#include "testtools.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -18,18 +19,12 @@ SampleRecord entry(const QByteArray &domain, const QByteArray &path, quint64 len
     return {.domain = domain, .path = path, .fileLength = length};
 }
 
-QByteArray bytesOf(const QList<SampleRecord> &records)
+QByteArray listOf(const QList<SampleRecord> &records)
 {
     QByteArray bytes = sampleMbdbHeader();
     for (const SampleRecord &record : records)
         bytes += sampleRecordBytes(record);
     return bytes;
-}
-
-QByteArray readWhole(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// The names and lengths below `node`, those of a folder in parentheses behind it.
@@ -63,14 +58,12 @@ private Q_SLOTS:
 private:
     QString write(const QByteArray &bytes)
     {
-        QFile file(dir.filePath(u"Manifest.mbdb"_s));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            qFatal("the fixture can't be written");
-        return file.fileName();
+        const QString path = dir.filePath(u"Manifest.mbdb"_s);
+        return writeFile(path, bytes) ? path : QString();
     }
     std::unique_ptr<BackupManifest> index(const QList<SampleRecord> &records)
     {
-        write(bytesOf(records));
+        write(listOf(records));
         auto manifest = std::make_unique<BackupManifest>(dir.path());
         manifest->loadIndex();
         manifest->loadIndex(); // adds nothing
@@ -91,11 +84,11 @@ void TestManifest::keepsEveryFieldOfARecord()
     sample.inode = 0x0102030405060708;
     sample.protectionClass = 0x84;
     sample.properties = {{"name", "value"}, {"", "x"}};
-    const QString path = write(bytesOf({sample, entry("HomeDomain", QByteArray(0xFFFE, 'x'))}));
+    const QString path = write(listOf({sample, entry("HomeDomain", QByteArray(0xFFFE, 'x'))}));
     QHash<QString, _MbdbRecord> records = readMbdbFile(path);
     const QString copy = dir.filePath(u"copy"_s);
     writeMbdbFile(records, copy); // sorted by path
-    QCOMPARE(readWhole(copy), readWhole(path));
+    QCOMPARE(bytesOf(copy), bytesOf(path));
     QVERIFY_EXCEPTION_THROWN(writeMbdbFile(records, u"/dev/full"_s), std::runtime_error);
     records.removeIf([](const auto &named) { return named.value().path.length == 0xFFFE; });
     QCOMPARE(records.keys(), QStringList(u"3d0d7e5fb2ce288813306e4d4636395e047a3d28"_s));
@@ -113,7 +106,7 @@ void TestManifest::namesFilesByTheirHash()
     const QList<std::pair<QByteArray, QByteArray>> paths{
         {"ä/😀", "ä/😀"}, {QByteArray("zero\0byte", 9), "zero"}, {"no UTF-8\xFF", "no UTF-8\uFFFD"}};
     for (const auto &[path, text] : paths) {
-        const QHash<QString, _MbdbRecord> records = readMbdbFile(write(bytesOf({entry("HomeDomain", path)})));
+        const QHash<QString, _MbdbRecord> records = readMbdbFile(write(listOf({entry("HomeDomain", path)})));
         QCOMPARE(records.begin().value().path.text(), QString::fromUtf8(text));
         QCOMPARE(records.begin().key(), sampleHashedName("HomeDomain", text));
     }
@@ -130,20 +123,15 @@ void TestManifest::cutManifestsNameFileAndPlace()
 {
     SampleRecord second = entry("HomeDomain", "b");
     second.properties = {{"name", "value"}};
-    const QByteArray whole = bytesOf({entry("HomeDomain", "a"), second});
-    const qsizetype firstEnd = bytesOf({entry("HomeDomain", "a")}).size();
+    const QByteArray whole = listOf({entry("HomeDomain", "a"), second});
+    const qsizetype firstEnd = listOf({entry("HomeDomain", "a")}).size();
     for (qsizetype length = 0; length < whole.size(); ++length) {
         // Between records, and where only a part of the very last text is gone, nobody can tell.
         if (length == 6 || length == firstEnd || length > whole.size() - 5)
             continue;
         const QString path = write(whole.first(length));
-        try {
-            BackupManifest(dir.path()).loadIndex();
-            QFAIL(qPrintable(QString::number(length)));
-        } catch (const std::runtime_error &error) {
-            const QString text = QString::fromUtf8(error.what());
-            QVERIFY(text.startsWith(path) && text.contains(QString::number(length)));
-        }
+        const QString text = failureOf([this] { BackupManifest(dir.path()).loadIndex(); });
+        QVERIFY(text.startsWith(path) && text.contains(QString::number(length)));
     }
 }
 

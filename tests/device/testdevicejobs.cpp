@@ -1,7 +1,6 @@
 // The jobs that bring a phone's files to the computer and back: archives of strangers, tools that misbehave,
 // phones that are pulled, people who cancel.
 
-#include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
 #include "backupoptions.h"
 #include "backupservice.h"
@@ -11,6 +10,7 @@
 #include "filerelay.h"
 #include "phonestand.h"
 #include "servicesocket.h"
+#include "testtools.h"
 
 #include <QDirIterator>
 #include <QTest>
@@ -184,13 +184,14 @@ void TestDeviceJobs::replaceTool(const QByteArray &script)
 
 void TestDeviceJobs::unpacksOnlyBelowItsFolder_data()
 {
-    QTest::addColumn<QList<Entry>>("entries");
-    QTest::addColumn<QByteArrayList>("left"); ///< beside the log that an earlier run left
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QByteArrayList>("left"); ///< with a log of an earlier run
     const auto row = [](const char *name, const QList<Entry> &entries, const QByteArrayList &left) {
-        QTest::newRow(name) << entries << left;
+        QTest::newRow(name) << archiveOf(entries) << left;
     };
     const QByteArray log = "sms/sms.db-wal:old";
-    row("the leading dot goes", {{"./var", S_IFDIR}, {"./var/db", S_IFREG, "hello"}}, {log, "var/db:hello"});
+    row("dot and slash at the ends go", {{"./var/", S_IFDIR}, {"./var/db", S_IFREG, "hello"}},
+        {log, "var/db:hello"});
     row("forbidden signs go, the later one wins", {{"ab:c", S_IFREG, "long"}, {"a:b?c", S_IFREG, "x"}},
         {"abc:x", log});
     row("a link is an empty file", {{"link", S_IFLNK, "/etc/passwd"}}, {"link:", log});
@@ -199,19 +200,20 @@ void TestDeviceJobs::unpacksOnlyBelowItsFolder_data()
     row("upwards in the middle", {{"./a/../../out"}}, {log});
     row("absolute", {{"/tmp/marrowlight-out"}}, {log});
     row("drive", {{"C:", S_IFREG, "x"}}, {"C:x", log});
+    QTest::newRow("tar") << bytesOf(QStringLiteral(CORPUS "archive/tar"))
+                         << QByteArrayList({"d/f:hello", log});
     row("an endless name ends it", {{"a", S_IFREG, "x"}, {QByteArray(70'000, 'b')}}, {"a:x", log});
     row("a new database, an old log", {{"sms/sms.db", S_IFREG, "x"}}, {"sms/sms.db:x"});
 }
 
 void TestDeviceJobs::unpacksOnlyBelowItsFolder()
 {
-    QFETCH(QList<Entry>, entries);
+    QFETCH(QByteArray, archive);
     FakePhone &phone = stand.newPhone();
-    phone.relayArchive = archiveOf(entries);
+    phone.relayArchive = archive;
     const IOSDevice device = plugIn(phone);
     const QDir cache = device.cacheDir();
-    QVERIFY(cache.mkpath(u"file-relay/sms"_s) &&
-            writeFile(cache.filePath(u"file-relay/sms/sms.db-wal"_s), "old"));
+    QVERIFY(writeFile(cache.filePath(u"file-relay/sms/sms.db-wal"_s), "old"));
     RecordingProgress notes;
     loadFileRelay(device, notes);
     QTEST(filesIn(cache.filePath(u"file-relay"_s)), "left");
@@ -256,7 +258,7 @@ void TestDeviceJobs::endsWellInEachStage()
     };
     for (int step = 1, hasHappened = true; hasHappened; step += stride) {
         RecordingProgress notes;
-        notes.cancelAtUpdate = event == Event::GivenUpAtReport ? step : -1;
+        notes.actAtUpdate = event == Event::GivenUpAtReport ? step : -1;
         current = &notes;
         phone.turn = -1;
         QVERIFY(stand.pullOut(phone, device.device));

@@ -1,7 +1,8 @@
-#include "conversation.h"
 #include "exportsmsthread.h"
 #include "localdatetext.h"
 #include "messagestore.h"
+#include "records.h"
+#include "testtools.h"
 
 #include <QLocale>
 #include <QRandomGenerator>
@@ -24,11 +25,11 @@ private Q_SLOTS:
     void aCancelledExportLeavesNothing();
 
 private:
-    QByteArray exported(Conversation &conversation, int format)
+    QByteArray exported(const Records &records, int format)
     {
-        SilentProgress progress;
-        exportMessages(conversation.all(), {path, format}, progress);
-        return contentOf(path);
+        RecordingProgress progress;
+        exportMessages(records.list(), {path, format}, progress);
+        return bytesOf(path);
     }
 
     QTemporaryDir dir;
@@ -57,34 +58,31 @@ void TestExport::csvFields()
     QList<_MsgHandle> people;
     for (const QString &name : std::as_const(names))
         people.append(person(u"+%1"_s.arg(people.size() + 1), name));
-    Conversation conversation(people);
-    conversation.add(text, true);
-    const QByteArray content = exported(conversation, ExportCsv);
+    const QByteArray content = exported(Records().talk(people).sent(text), ExportCsv);
     QVERIFY2(content.endsWith(QByteArray(",1," + fields + "\n")), content.constData());
 }
 
 void TestExport::csvHasHeaderDateAndDirection()
 {
-    Conversation conversation({person(u"+34611"_s)});
-    conversation.add(u"in"_s).date = 0;
-    conversation.add(u"out"_s, true).date = 393940800; // summer time
-    QCOMPARE(exported(conversation, ExportCsv), "date,send,person,number,content\n"
-                                                "2001-01-01 01:00:00,0,+34611,+34611,in\n"
-                                                "2013-06-26 14:00:00,1,+34611,+34611,out\n"_ba);
+    Records records;
+    records.chat(u"+34611"_s).received(u"in"_s).last().date = 0;
+    records.sent(u"out"_s).last().date = 393940800; // summer time
+    QCOMPARE(exported(records, ExportCsv), "date,send,person,number,content\n"
+                                           "2001-01-01 01:00:00,0,+34611,+34611,in\n"
+                                           "2013-06-26 14:00:00,1,+34611,+34611,out\n"_ba);
 }
 
 void TestExport::textHasColumnsAndALineForEachMessage()
 {
-    Conversation conversation({person(u"+34611"_s, u"Ana\nBerg"_s)});
-    conversation.add(u"a\r\nb\nc"_s);
-    conversation.add(u"Sí"_s, true);
-    conversation.add({}).item_type = 3;
-    conversation.add(u"x"_s).chat = nullptr;
-    const QStringList lines = QString::fromUtf8(exported(conversation, ExportText)).split(u'\n');
+    Records records;
+    records.talk({person(u"+34611"_s, u"Ana\nBerg"_s)}).received(u"a\r\nb\nc"_s).sent(u"Sí"_s);
+    records.received({}).last().item_type = 3;
+    records.received(u"x"_s).last().chat = nullptr;
+    const QStringList lines = QString::fromUtf8(exported(records, ExportText)).split(u'\n');
     QCOMPARE(lines.size(), 6);
     QCOMPARE(lines.at(0),
              u"Date"_s.leftJustified(30) + u"Flag  "_s + u"Name"_s.leftJustified(40) + u"Message"_s);
-    const QDateTime time = appleDateTime(conversation.messages[0].date);
+    const QDateTime time = appleDateTime(records.list().first()->date);
     const QString date = QLocale::system().toString(time, QLocale::ShortFormat).leftJustified(30);
     const QString name = u"Ana Berg (+34611)"_s.leftJustified(40);
     QCOMPARE(lines.at(1), date + u"From  "_s + name + u"a b c"_s);
@@ -112,32 +110,30 @@ void TestExport::datesAreThoseOfQt()
 
 void TestExport::emojiStayWhereThePlanSaysSo()
 {
-    Conversation conversation({});
-    conversation.add(u"a😄"_s);
-    SilentProgress progress;
+    const Records records = Records().talk({}).received(u"a😄"_s);
+    RecordingProgress progress;
     const QTemporaryDir folder;
     for (const int format : {int(ExportText), int(ExportCsv), int(ExportHtml)}) {
         const ExportPlan plan{
             folder.filePath(QString::number(format)), format, true, {}, EmojiStyle::Characters};
-        exportMessages(conversation.all(), plan, progress);
+        exportMessages(records.list(), plan, progress);
         const QString file = format == ExportHtml ? plan.path + u"/Unknown.html"_s : plan.path;
-        QVERIFY2(contentOf(file).contains("a😄"), qUtf8Printable(file));
+        QVERIFY2(bytesOf(file).contains("a😄"), qUtf8Printable(file));
     }
 }
 
 void TestExport::aCancelledExportLeavesNothing()
 {
-    Conversation conversation({});
-    conversation.add(u"x"_s);
-    const QByteArray old = exported(conversation, ExportText);
-    SilentProgress progress;
-    progress.cancelOnReport = true;
+    const Records records = Records().talk({}).received(u"x"_s);
+    const QByteArray old = exported(records, ExportText);
     for (const int format : {int(ExportText), int(ExportCsv), int(ExportHtml), int(ExportPdf)}) {
         const bool toFile = format == ExportText || format == ExportCsv;
         const ExportPlan plan{toFile ? path : dir.filePath(u"a/b"_s), format, true,
                               FinishedFiles::AreRemoved};
-        QVERIFY_EXCEPTION_THROWN(exportMessages(conversation.all(), plan, progress), int);
-        QCOMPARE(contentOf(path), old);
+        RecordingProgress progress;
+        progress.actAtUpdate = 1;
+        QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, progress), int);
+        QCOMPARE(bytesOf(path), old);
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"out"_s});
     }
 }

@@ -1,7 +1,8 @@
-#include "conversation.h"
 #include "exportconversation.h"
 #include "exportsmsthread.h"
 #include "messagestore.h"
+#include "records.h"
+#include "testtools.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -36,9 +37,9 @@ private Q_SLOTS:
 private:
     QStringList files() const { return QDir(folder).entryList(QDir::Files, QDir::Name); }
     /// The text of each page of the conversation's file.
-    QStringList pdfPages(Conversation &conversation)
+    QStringList pdfPages(const Records &records)
     {
-        exportMessages(conversation.all(), {folder, ExportPdf}, progress);
+        exportMessages(records.list(), {folder, ExportPdf}, progress);
         QProcess reader;
         reader.start(u"pdftotext"_s,
                      {u"-layout"_s, u"-enc"_s, u"UTF-8"_s, folder + u'/' + files().value(0), u"-"_s});
@@ -49,7 +50,7 @@ private:
 
     std::unique_ptr<QTemporaryDir> dir;
     QString folder;
-    SilentProgress progress;
+    RecordingProgress progress;
 };
 
 void TestPages::init()
@@ -62,18 +63,23 @@ void TestPages::init()
 void TestPages::aConversationIsOneFile()
 {
     // Another conversation stands between the chats of the first, and its messages between theirs.
-    Conversation sms({person(u"+34611"_s, u"Ana"_s)}, u"ANN@x"_s, 1);
-    Conversation other({person(u"+34622"_s, u"Bo"_s)}, u"+34622"_s, 2);
-    Conversation blue({person(u"ann@x"_s, u"Ana"_s)}, u"ann@X"_s, 3);
-    const QList messages = {&blue.add(u"two"_s),  &other.add(u"else"_s), &sms.add(u"one"_s),
-                            &blue.add(u"four"_s), &sms.add(u"three"_s),  &other.add(u"alone"_s)};
-    messages.last()->chat = nullptr;
+    Records records;
+    _MsgChat *sms = &records.talk({person(u"+34611"_s, u"Ana"_s)}, u"ANN@x"_s).lastChat();
+    _MsgChat *other = &records.talk({person(u"+34622"_s, u"Bo"_s)}, u"+34622"_s).lastChat();
+    _MsgChat *blue = &records.talk({person(u"ann@x"_s, u"Ana"_s)}, u"ann@X"_s).lastChat();
+    const QList<std::pair<QString, _MsgChat *>> told = {{u"one"_s, sms},    {u"two"_s, blue},
+                                                        {u"else"_s, other}, {u"three"_s, sms},
+                                                        {u"four"_s, blue},  {u"alone"_s, nullptr}};
+    for (const auto &[text, chat] : told)
+        records.received(text).last().chat = chat;
+    QList<_MsgMessage *> messages = records.list();
+    std::rotate(messages.begin(), messages.begin() + 1, messages.begin() + 4);
 
     for (const bool ascending : {true, false}) {
         QCOMPARE(exportMessages(messages, {folder, ExportHtml, ascending}, progress), 6);
         QCOMPARE(files(),
                  QStringList({u"Ana (+34611).html"_s, u"Bo (+34622).html"_s, u"unknown-chat.html"_s}));
-        const QByteArray html = contentOf(folder + u"/Ana (+34611).html"_s);
+        const QByteArray html = bytesOf(folder + u"/Ana (+34611).html"_s);
         QList<qsizetype> places;
         for (const QByteArray &text : {">one<"_ba, ">two<"_ba, ">three<"_ba, ">four<"_ba})
             places.append(html.indexOf(text));
@@ -101,40 +107,36 @@ void TestPages::fileNamesAreLegal_data()
 void TestPages::fileNamesAreLegal()
 {
     QFETCH(QString, title);
-    Conversation named({person(u"+34611"_s)});
-    named.chat.display_name = title;
-    QTEST(conversationFileName(&named.chat), "expected");
+    Records records;
+    records.chat(u"+34611"_s).lastChat().display_name = title;
+    QTEST(conversationFileName(&records.lastChat()), "expected");
 }
 
 void TestPages::equalNamesStayApart()
 {
-    std::deque<Conversation> conversations;
-    QList<_MsgMessage *> messages;
+    Records records;
     for (const QString &title : {u"Dr. A/B"_s, u"Dr. A:B"_s, u"Dr. AB(1)"_s, u"Dr. AB"_s}) {
-        const int number = int(conversations.size()) + 1;
-        Conversation &conversation =
-            conversations.emplace_back(QList{person(u"+34611"_s)}, u"chat%1"_s.arg(number), number);
-        conversation.chat.display_name = title;
-        messages.prepend(&conversation.add(title));
+        records.talk({person(u"+34611"_s)}, title).lastChat().display_name = title;
+        records.received(title);
     }
-    exportMessages(messages, {folder, ExportHtml, false}, progress);
-    const QByteArray first = contentOf(folder + u"/Dr. AB.html"_s);
+    const QList<_MsgMessage *> messages = records.list();
+    exportMessages({messages.rbegin(), messages.rend()}, {folder, ExportHtml, false}, progress);
+    const QByteArray first = bytesOf(folder + u"/Dr. AB.html"_s);
     QVERIFY(first.contains("Dr. A/B"));
-    QVERIFY(contentOf(folder + u"/Dr. AB(1).html"_s).contains("Dr. A:B"));
+    QVERIFY(bytesOf(folder + u"/Dr. AB(1).html"_s).contains("Dr. A:B"));
     QCOMPARE(files(), QStringList({u"Dr. AB(1)(1).html"_s, u"Dr. AB(1).html"_s, u"Dr. AB(2).html"_s,
                                    u"Dr. AB.html"_s}));
-    exportMessages(conversations.front().all(), {folder, ExportHtml}, progress);
+    exportMessages(messages.first(1), {folder, ExportHtml}, progress);
     QCOMPARE(files().size(), 5);
-    QCOMPARE(contentOf(folder + u"/Dr. AB.html"_s), first);
+    QCOMPARE(bytesOf(folder + u"/Dr. AB.html"_s), first);
 }
 
 void TestPages::aFullDiskLeavesNoTornFile()
 {
-    Conversation fits({person(u"+34611"_s)}, u"1"_s, 1);
-    fits.add(u"x"_s);
-    Conversation tooLong({person(u"+34622"_s)}, u"2"_s, 2);
+    Records records;
+    records.chat(u"+34611"_s).received(u"x"_s).chat(u"+34622"_s);
     for (int i = 0; i < 5000; ++i)
-        tooLong.add(u"%1"_s.arg(i * 7919 % 5000));
+        records.received(QString::number(i * 7919 % 5000));
     rlimit before = {};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_FSIZE, &before); });
@@ -146,8 +148,7 @@ void TestPages::aFullDiskLeavesNoTornFile()
         expected.append(format == ExportHtml ? u"+34611.html"_s : u"+34611.pdf"_s);
         for (const auto afterFailure : {FinishedFiles::Stay, FinishedFiles::AreRemoved}) {
             const ExportPlan plan{folder, format, true, afterFailure};
-            QVERIFY_EXCEPTION_THROWN(exportMessages(fits.all() + tooLong.all(), plan, progress),
-                                     std::runtime_error);
+            QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, progress), std::runtime_error);
             QCOMPARE(files(), expected);
         }
     }
@@ -157,25 +158,24 @@ void TestPages::htmlIsEscapedAndValid()
 {
     if (QStandardPaths::findExecutable(u"xmllint"_s).isEmpty())
         QSKIP("xmllint is not installed");
-    Conversation conversation({person(u"+34611"_s, u"]]><script>%1"_s)});
-    conversation.add(u"a<b\r\nc & d %2 😄"_s, true);
+    Records records;
+    records.talk({person(u"+34611"_s, u"]]><script>%1"_s)}).sent(u"a<b\r\nc & d %2 😄"_s);
     for (char16_t unit = 0; unit < 0x100; ++unit)
-        conversation.add(QString(QChar(unit)) + u'x');
+        records.received(QString(QChar(unit)) + u'x');
     for (const char16_t unit : {0xD83E, 0xDC00, 0xFDD0, 0xFFFE, 0xFFFF, 0x2028, 0x202E})
-        conversation.add(u"half "_s + QChar(unit) + u"\nend"_s);
-    conversation.add(u"🥸 whole, beside a half: "_s + QChar(0xDE00));
-    conversation.add(QString(1'000'000, u'<'));
-    conversation.add(u"made up"_s).rowid = -2147483648;
-    exportMessages(conversation.all(), {folder, ExportHtml}, progress);
+        records.received(u"half "_s + QChar(unit) + u"\nend"_s);
+    records.received(u"🥸 whole, beside a half: "_s + QChar(0xDE00)).received(QString(1'000'000, u'<'));
+    records.received(u"made up"_s).last().rowid = -2147483648;
+    exportMessages(records.list(), {folder, ExportHtml}, progress);
 
     QProcess validator;
     validator.start(u"xmllint"_s, {u"--noout"_s, u"--valid"_s, u"--nonet"_s, u"--huge"_s,
                                    folder + u'/' + files().value(0)});
     QVERIFY(validator.waitForFinished());
     QVERIFY2(validator.exitCode() == 0, validator.readAllStandardError().constData());
-    const QByteArray html = contentOf(folder + u'/' + files().value(0));
-    QCOMPARE(html.count("<a name="), conversation.messages.size());
-    QVERIFY(html.contains("<a name=\"sms1001\"></a><div style=\"color:#008040;font-size:16px;\"><div>"));
+    const QByteArray html = bytesOf(folder + u'/' + files().value(0));
+    QCOMPARE(html.count("<a name="), records.list().size());
+    QVERIFY(html.contains("<a name=\"sms1\"></a><div style=\"color:#008040;font-size:16px;\"><div>"));
     QVERIFY(html.contains("</div><div>To: ]]&gt;&lt;script&gt;%1 (+34611)</div></div><div "
                           "style=\"font-size:14px;\">a&lt;b<br/>c &amp; d %2 [EMOJI]</div>"));
 }
@@ -197,20 +197,20 @@ void TestPages::attachmentsStandBesideThePage()
     _MsgAttachment gone = attached(u"gone.mov"_s, {}, 2'000'000);
     _MsgAttachment hidden = attached(u"hidden"_s, picture, 0);
     hidden.hide_attachment = 1;
-    Conversation conversation({person(u"+34611"_s)});
-    for (int copy = 0; copy < 2; ++copy)
-        conversation.add(u"x"_s).attachments = {
-            {u"1"_s, &seen}, {u"2"_s, &other}, {u"3"_s, &gone}, {u"4"_s, &hidden}};
-    exportMessages(conversation.all(), {folder, ExportHtml}, progress);
+    Records records;
+    records.chat(u"+34611"_s).received(u"x"_s).received(u"x"_s);
+    for (_MsgMessage *message : records.list())
+        message->attachments = {{u"1"_s, &seen}, {u"2"_s, &other}, {u"3"_s, &gone}, {u"4"_s, &hidden}};
+    exportMessages(records.list(), {folder, ExportHtml}, progress);
 
     const QDir copies(folder + u"/files/attachments"_s);
     QCOMPARE(copies.entryList(QDir::Files), QStringList({u"A & B.png"_s, u"a & b.png"_s}));
-    QCOMPARE(contentOf(copies.filePath(u"a & b.png"_s)), contentOf(picture));
-    const QByteArray html = contentOf(folder + u'/' + files().value(0));
+    QCOMPARE(bytesOf(copies.filePath(u"a & b.png"_s)), bytesOf(picture));
+    const QByteArray html = bytesOf(folder + u'/' + files().value(0));
     QCOMPARE(html.count("<img src=\"files/attachments/a%20%26%20b.png\""), 2);
     QVERIFY(html.contains("gone.mov, 2.0 MB, not in the backup"));
     folder += u"-pdf"_s;
-    const QString pdf = pdfPages(conversation).join(QString());
+    const QString pdf = pdfPages(records).join(QString());
     QVERIFY2(pdf.contains(u"a & b.png"_s) && pdf.contains(u"gone.mov, 2.0 MB"_s), qPrintable(pdf));
 }
 
@@ -218,11 +218,13 @@ void TestPages::pdfTextIsFound()
 {
     if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
         QSKIP("pdftotext is not installed");
-    Conversation conversation({person(u"+34611"_s, u"Ana <b> "_s + u"name "_s.repeated(1000))});
-    const int date = conversation.add(u"Find the coffee office,\r\nfluffy <i>& co</i> Наталья %1"_s).date;
+    Records records;
+    records.talk({person(u"+34611"_s, u"Ana <b> "_s + u"name "_s.repeated(1000))});
+    records.received(u"Find the coffee office,\r\nfluffy <i>& co</i> Наталья %1"_s);
+    const int date = records.last().date;
     const QString longWord = u"0123456789"_s.repeated(40);
-    conversation.add(longWord);
-    QStringList lines = pdfPages(conversation).join(u'\n').split(u'\n', Qt::SkipEmptyParts);
+    records.received(longWord);
+    QStringList lines = pdfPages(records).join(u'\n').split(u'\n', Qt::SkipEmptyParts);
     for (QString &line : lines)
         line = line.simplified();
     const QString text = lines.join(u'\n');
@@ -238,12 +240,12 @@ void TestPages::pdfMessagesMoveWholeToTheNextPage()
 {
     if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
         QSKIP("pdftotext is not installed");
-    Conversation conversation({person(u"+34611"_s)});
+    Records records;
+    records.chat(u"+34611"_s);
     for (int i = 0; i < 6; ++i)
-        conversation.add(u"m%1 line\n"_s.arg(i).repeated(14));
-    conversation.add(u"tall line\n"_s.repeated(20'000));
-    conversation.add(u"after"_s);
-    const QStringList pages = pdfPages(conversation);
+        records.received(u"m%1 line\n"_s.arg(i).repeated(14));
+    records.received(u"tall line\n"_s.repeated(20'000)).received(u"after"_s);
+    const QStringList pages = pdfPages(records);
     // Two messages fit on a page, a third doesn't. What is taller than a page runs off it.
     QCOMPARE(pages.size(), 6); // nothing stands after the last form feed
     for (int page = 0; page < 3; ++page) {

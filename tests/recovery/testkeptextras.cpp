@@ -66,9 +66,8 @@ QStringList told(const _MsgStorePtr &store)
     QStringList lines;
     for (const _MsgMessage *message : allMessages(store))
         lines.append(QStringList{
-            message->guid, renderText(*message), message->text, message->service,
-            message->chat->chat_identifier, message->chat->service_name, senderLabel(*message),
-            QString::number(message->chat->_last),
+            message->guid, renderText(*message), message->text, message->service, message->chat->guid,
+            message->chat->display_name, senderLabel(*message), QString::number(message->chat->_last),
             message->handle ? QString(message->handle->id + message->handle->person_centric_id) : u"me"_s,
             logicHash(*message), message->extras ? told(*message->extras) : u"plain"_s}
                          .join(u'|'));
@@ -134,9 +133,9 @@ void TestKeptExtras::import(const Talk &talk)
     SmsDbBuilder phone(root.path(), IosVersion::Ios18);
     talk(phone.chat(ann, u"iMessage"_s));
     phone.write();
-    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(root.path()), u"214"_s);
+    const _MsgStorePtr store = storeOf(*openMessageDb(QDir(root.path()), u"214"_s));
     RecordingProgress progress;
-    backupMessages(allMessages(storeOf(*db)), QDir(dir->path()), file, progress);
+    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
 }
 
 void TestKeptExtras::everythingReadsBackAlike()
@@ -156,11 +155,11 @@ void TestKeptExtras::everythingReadsBackAlike()
         message.text = QString();
         message.attributedBody = "\x04\x0bstreamtyped";
     });
-    phone.group({ann, ben}, u"iMessage"_s).receivedFrom(ben, u"g"_s).reactionBy(ann, 4000);
-    phone.event(4, ben).event(3, ann).chat(ann, u"Telepathy"_s).received(u"t"_s).recentlyDeleted();
+    phone.group({ann, ben}, u"iMessage"_s).named(u"Viaje"_s).receivedFrom(ben, u"مرحبا"_s);
+    phone.reactionBy(ann, 4000).event(4, ben).event(3, ann).event(2).groupTitle(u"Viaje 2"_s);
+    phone.event(1, ann).about(ben).chat(ann, u"Telepathy"_s).received(u"t"_s).recentlyDeleted();
     phone.noChat().receivedFrom(ben, u"orphan"_s).reactionBy(u"+34699999999"_s, 2003).write();
-    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(dir->path()), u"214"_s);
-    const _MsgStorePtr store = storeOf(*db);
+    const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
     RecordingProgress progress;
     backupMessages(allMessages(store), QDir(dir->path()), file, progress);
     const _MsgStorePtr back = storeOf(*kept());

@@ -6,9 +6,6 @@
 #include "localdbtools.h"
 #include "localdbupdatethread.h"
 #include "messagestore.h"
-#include "messagetext.h"
-#include "openmessagedb.h"
-#include "smsdbbuilder.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -24,7 +21,6 @@ class TestLocalJobs : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { localDatabasesDir().removeRecursively(); }
-    void aPhonesMessagesReadBackAlike();
     void lookAlikes_data();
     void lookAlikes();
     void aSecondRunChangesNothing();
@@ -70,30 +66,6 @@ void TestLocalJobs::fillSample()
     records.last().item_type = 4; // a shared location
     append(records.list());
     runOn(file, u"insert into chat_message_join values(3, 2)"_s); // a2 stands in the group too
-}
-
-void TestLocalJobs::aPhonesMessagesReadBackAlike()
-{
-    const QTemporaryDir dir;
-    SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios8);
-    phone.chat(u"+34612345678"_s).received(u"Hola \U0001F600"_s).sent(QString());
-    phone.group({u"+34612345678"_s, u"ana@example.org"_s}).named(u"Viaje"_s);
-    phone.receivedFrom(u"ana@example.org"_s, u"مرحبا"_s).event(2, u"ana@example.org"_s);
-    phone.groupTitle(u"Viaje 2"_s).event(1).about(u"+34612345678"_s).write();
-    const auto told = [](const QDir &folder, _MsgStorePtr store) {
-        openMessageDb(folder, u"214"_s)->messages(store, 0);
-        QStringList lines;
-        for (const _MsgMessage *message : allMessages(store))
-            lines += QStringList{
-                message->guid, message->chat->guid,   senderLabel(*message),
-                message->text, displayText(*message), u"%1 %2"_s.arg(message->date).arg(message->is_from_me)};
-        return lines;
-    };
-    const _MsgStorePtr store = _MsgStorePtr::create();
-    const QStringList expected = told(QDir(dir.path()), store);
-    append(allMessages(store));
-    QCOMPARE(expected.size(), 5 * 6);
-    QCOMPARE(told(QDir(sample.path), _MsgStorePtr::create()), expected);
 }
 
 void TestLocalJobs::lookAlikes_data()
@@ -247,7 +219,7 @@ void TestLocalJobs::aCancelledBackupLeavesNothing()
     const QByteArray before = bytesOf(file);
     for (const LocalDatabase &target : {sample, localDatabaseToFill(u"New"_s)}) {
         RecordingProgress dialog;
-        dialog.cancelAtUpdate = 2; // the first comes before any message
+        dialog.actAtUpdate = 2; // the first comes before any message
         BackupSMSThread job(records.list(), QDir(target.path), target.file(), &dialog, nullptr);
         job.start();
         QVERIFY(job.wait());
@@ -300,7 +272,7 @@ void TestLocalJobs::deletingMessagesTakesWhatHangsOnThem()
     QList<_MsgMessage *> list = allMessages(store);
     list.removeIf([&](const _MsgMessage *message) { return !doomed.split(u' ').contains(message->text); });
     RecordingProgress dialog;
-    dialog.cancelAtUpdate = cancelAt;
+    dialog.actAtUpdate = cancelAt;
     DeleteMessagesThread job(db.get(), &list, &dialog, nullptr);
     job.start();
     QVERIFY(job.wait());

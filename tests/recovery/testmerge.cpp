@@ -28,17 +28,6 @@ const QString databaseName = u"3d0d7e5fb2ce288813306e4d4636395e047a3d28"_s;
 const QString logName = mbdbFileName(u"HomeDomain"_s, u"Library/SMS/sms.db-wal"_s);
 constexpr int start = 400'000'000; // seconds since 2001
 
-/// Runs a script on a phone's file and leaves a log beside it that lies there.
-void runOnPhone(const QString &path, const QString &script)
-{
-    Sqlite3DB db;
-    db.openThrow(path, sqliteReadWrite);
-    db.keepLogOnClose();
-    QString error;
-    if (db.exec(script, error) != 0)
-        throw std::runtime_error(error.toStdString());
-}
-
 /// All rows of a table as text, without the columns `hidden`.
 QStringList rowsWithout(const QString &path, const QString &table, const QStringList &hidden = {})
 {
@@ -77,7 +66,7 @@ QHash<QString, QByteArray> filesOf(const QDir &dir)
 }
 
 /// Does something behind the job's back when all rows are written and no file is moved.
-class Meddler final : public JobProgress
+class Meddler final : public RecordingProgress
 {
 public:
     void updateProgress(const QString &status, int percent, const QString &) override
@@ -85,9 +74,6 @@ public:
         if (status.isEmpty() && percent == 99 && meddle)
             meddle();
     }
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
 
     std::function<void()> meddle;
 };
@@ -163,7 +149,7 @@ QString TestMerge::writePhone(IosVersion version, bool hasLog)
         "trigger extra_insert after insert on message begin select of_the_phone(new.guid); end; create "
         "trigger extra_delete after delete on message begin insert into extra values(of_the_phone(old.guid), "
         "2); end;"_s;
-    runOnPhone(phone, script);
+    runOn(phone, script);
     BackupBuilder(backup).messages(phone).file(u"HomeDomain"_s, u"Library/other"_s, "other").write();
     return phone;
 }

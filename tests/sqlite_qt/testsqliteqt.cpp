@@ -1,4 +1,5 @@
 #include "absdb.h"
+#include "testdatabase.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -70,7 +71,7 @@ void TestSqliteQt::onlyCreatingOpensMakeFilesAndReadersWriteNothing()
 {
     Sqlite3DB db;
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, db.openThrow(path, sqliteReadWrite));
-    SampleDb(path).run("create table t(a)");
+    runOn(path, u"create table t(a)"_s);
     db.openThrow(path, sqliteReadOnly);
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, db.executeThrow(Sqlite3Sql("insert into t values(1)")));
 }
@@ -82,18 +83,10 @@ void TestSqliteQt::aDamagedFileIsNoShortFile()
     db.run("with recursive n(i) as (select 1 union all select i+1 from n where i < 5000) "
            "insert into t select 'row ' || i from n");
     db.close();
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.seek(5 * 4096));
-    file.write(QByteArray(8 * 4096, '\xA5'));
-    file.close();
-    try {
-        db.selectAll(u"t"_s);
-        QFAIL("a damaged page passed for the end of the table");
-    } catch (const std::runtime_error &error) {
-        const QString text = QString::fromUtf8(error.what());
-        QVERIFY2(text.contains(path) && text.contains(u"malformed"_s), qPrintable(text));
-    }
+    const QByteArray noise(8 * 4096, '\xA5');
+    QVERIFY(writeFile(path, bytesOf(path).replace(5 * 4096, noise.size(), noise)));
+    const QString text = failureOf([&] { db.selectAll(u"t"_s); });
+    QVERIFY2(text.contains(path) && text.contains(u"malformed"_s), qPrintable(text));
 }
 
 void TestSqliteQt::rowsKeepEveryStorageClass()
@@ -103,10 +96,9 @@ void TestSqliteQt::rowsKeepEveryStorageClass()
     db.run("create table b(i, r, t, b, n)");
     db.run("insert into a values(9007199254740993, 1.5, 'é' || char(0) || 'x', x'00ff00', null)");
     db.insertRow(db.selectAll(u"a"_s).first(), u"b"_s, {});
-    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select count(*) from a, b where a.i is b.i and a.r is "
-                                                    "b.r and a.t is b.t and a.b is b.b and b.n is null"));
-    QVERIFY(cursor.moveNext());
-    QCOMPARE(cursor.getInt64(0), 1);
+    QCOMPARE(rowsOf(path, u"select count(*) from a, b where a.i is b.i and a.r is b.r and a.t is b.t and "
+                          "a.b is b.b and b.n is null"_s),
+             QStringList(u"1"_s));
 }
 
 void TestSqliteQt::emptyParametersAreNotNull()

@@ -3,25 +3,12 @@
 #include "attachmentpaths.h"
 #include "openmessagedb.h"
 #include "smsdbbuilder.h"
-#include "sqlite3db.h"
+#include "testdatabase.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-void put(const QString &path, const QByteArray &bytes = "bytes")
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        qFatal("no test file");
-}
-
-} // namespace
 
 class TestAttachments : public QObject
 {
@@ -63,9 +50,9 @@ void TestAttachments::filesAreFoundBelowTheirSource()
     QFETCH(QString, expected);
     const QTemporaryDir dir;
     const QDir root(dir.filePath(u"root"_s));
-    put(dir.filePath(u"outside.jpg"_s));
-    put(root.filePath(u"file-relay/var/mobile/Library/SMS/Attachments/a.jpg"_s));
-    put(root.filePath(u"var/mobile/Library/SMS/Attachments/bc.jpg"_s));
+    QVERIFY(writeFile(dir.filePath(u"outside.jpg"_s)));
+    QVERIFY(writeFile(root.filePath(u"file-relay/var/mobile/Library/SMS/Attachments/a.jpg"_s)));
+    QVERIFY(writeFile(root.filePath(u"var/mobile/Library/SMS/Attachments/bc.jpg"_s)));
     QFile::link(dir.path(), root.filePath(u"file-relay/var/mobile/Library/SMS/out"_s));
     const QString found = attachmentFile(root, filename);
     QCOMPARE(found.isEmpty() ? found : root.relativeFilePath(found), expected);
@@ -73,22 +60,21 @@ void TestAttachments::filesAreFoundBelowTheirSource()
 
 void TestAttachments::eachGenerationIsRead_data()
 {
-    QTest::addColumn<int>("version");
-    QTest::newRow("iOS 5") << int(IosVersion::Ios5);
-    QTest::newRow("iOS 6") << int(IosVersion::Ios6);
-    QTest::newRow("iOS 8") << int(IosVersion::Ios8);
+    QTest::addColumn<IosVersion>("version");
+    QTest::newRow("iOS 5") << IosVersion::Ios5;
+    QTest::newRow("iOS 8") << IosVersion::Ios8;
 }
 
 void TestAttachments::eachGenerationIsRead()
 {
-    QFETCH(int, version);
+    QFETCH(IosVersion, version);
     const QTemporaryDir dir;
-    SmsDbBuilder phone(QDir(dir.path()), IosVersion(version));
+    SmsDbBuilder phone(QDir(dir.path()), version);
     phone.chat(u"+34612345678"_s, u"iMessage"_s).received(u"\uFFFC\uFFFC"_s);
     phone.attachment(u"~/Library/SMS/Attachments/here.jpg"_s);
     phone.attachment(u"~/Library/SMS/Attachments/gone.pdf"_s, u"application/pdf"_s);
     phone.sent(u"none"_s).write();
-    put(dir.filePath(u"file-relay/var/mobile/Library/SMS/Attachments/here.jpg"_s));
+    QVERIFY(writeFile(dir.filePath(u"file-relay/var/mobile/Library/SMS/Attachments/here.jpg"_s)));
     _MsgStorePtr store = _MsgStorePtr::create();
     const auto db = openMessageDb(dir.path(), u"214"_s);
     for (int run = 0; run < 2; ++run) {
@@ -111,8 +97,7 @@ void TestAttachments::partsOfPictureMessagesAreFoundByTheirNumbers()
     SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios5);
     phone.chat(u"+34612345678"_s).received(QString()).attachment(u"/x/IMG_1.jpg"_s).write();
     const QString parts = dir.filePath(u"file-relay/var/mobile/Library/SMS/Parts/01/01/"_s);
-    put(parts + u"1-1.jpg"_s);
-    put(parts + u"1-1-preview.jpg"_s, "small");
+    QVERIFY(writeFile(parts + u"1-1.jpg"_s) && writeFile(parts + u"1-1-preview.jpg"_s, "small"));
     QStringList guids;
     for (int run = 0; run < 2; ++run) {
         _MsgStorePtr store = _MsgStorePtr::create();
@@ -132,21 +117,14 @@ void TestAttachments::damagedRowsAreHarmless()
 {
     const QTemporaryDir dir;
     SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios8);
-    phone.chat(u"+34612345678"_s)
-        .received(u"x"_s)
-        .attachment(u"~/a.jpg"_s)
-        .attachment(u"~/b.jpg"_s)
-        .sent(u"y"_s);
-    {
-        Sqlite3DB db;
-        db.openThrow(phone.write(), sqliteReadWrite);
-        db.executeThrow(Sqlite3Sql("drop table message_attachment_join"));
-        db.executeThrow(Sqlite3Sql("create table message_attachment_join(message_id, attachment_id)"));
-        db.executeThrow(Sqlite3Sql("insert into message_attachment_join values(1,1),(1,1),(2,1),(1,2),(1,77),"
-                                   "(99,2),(null,null),('x',-1)"));
-        db.executeThrow(Sqlite3Sql("update attachment set filename=null, transfer_name=x'00ff2e', "
-                                   "total_bytes=-7, guid='' where rowid=1"));
-    }
+    phone.chat(u"+34612345678"_s).received(u"x"_s).attachment(u"~/a.jpg"_s).attachment(u"~/b.jpg"_s);
+    runOn(phone.sent(u"y"_s).write(),
+          u"drop table message_attachment_join;"
+          "create table message_attachment_join(message_id, attachment_id);"
+          "insert into message_attachment_join values(1,1),(1,1),(2,1),(1,2),(1,77),(99,2),(null,null),"
+          "('x',-1);"
+          "update attachment set filename=null, transfer_name=x'00ff2e', total_bytes=-7, guid='' where "
+          "rowid=1"_s);
     _MsgStorePtr store = _MsgStorePtr::create();
     const auto db = openMessageDb(dir.path(), u"214"_s);
     db->messages(store, 0);

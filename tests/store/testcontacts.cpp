@@ -1,7 +1,7 @@
 #include "addressbookbuilder.h"
 #include "ioscontactsmemdb.h"
+#include "testdatabase.h"
 
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -75,18 +75,9 @@ void TestContacts::findsPeopleByMail()
         .person(u"Bo at home"_s);
     const QString file = book.email(u"home@example.org"_s).write();
     IOSContactsMemDb(QDir(dir->path()), u"214"_s).openDb();
-    {
-        Sqlite3DB db; // as a release leaves the cache that knew no addresses
-        db.openThrow(cache(), sqliteReadWrite);
-        QString error;
-        QCOMPARE(db.exec(u"drop table mail; drop table card"_s, error), 0);
-        db.close();
-        db.openThrow(file, sqliteReadWrite);
-        const QString cards =
-            u"alter table ABPerson add column guid; update ABPerson set guid='card' || rowid;"
-            "update ABPerson set PersonLink=7 where rowid > 1"_s;
-        QCOMPARE(db.exec(cards, error), 0);
-    }
+    runOn(cache(), u"drop table mail; drop table card"_s); // as by a release that knew no addresses
+    runOn(file, u"alter table ABPerson add column guid; update ABPerson set guid='card' || rowid;"
+                "update ABPerson set PersonLink=7 where rowid > 1"_s);
     IOSContactsMemDb contacts(QDir(dir->path()), u"214"_s);
     const QList<std::tuple<QString, QString, QString>> expected = {
         {u"anna@example.ORG"_s, u"Anna"_s, u"card1"_s},
@@ -129,10 +120,7 @@ void TestContacts::cacheIsMadeAnewWhenTheSourceChanges()
 void TestContacts::damagedCacheIsMadeAnew()
 {
     writeBook();
-    QFile file(cache());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(4096, 'x'));
-    file.close();
+    QVERIFY(writeFile(cache(), QByteArray(4096, 'x')));
     setTime(cache(), QDateTime::currentSecsSinceEpoch() + 1000);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"ct-phone.db: .*made anew"_s));
     QCOMPARE(contact(u"+34612345678"_s).first, u"Anna"_s);
@@ -141,18 +129,12 @@ void TestContacts::damagedCacheIsMadeAnew()
 void TestContacts::damagedBookIsNamedAndLeavesNoCache()
 {
     for (const QString &name : {u"AddressBookImages.sqlitedb"_s, u"AddressBook.sqlitedb"_s}) {
-        QFile file(QFileInfo(writeBook()).dir().filePath(name));
-        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(4096));
-        file.write(QByteArray(int(file.size()) - 4096, '\xff'));
-        file.close();
+        const QString file = QFileInfo(writeBook()).dir().filePath(name);
+        QVERIFY(writeFile(file, bytesOf(file).first(4096) + QByteArray(20'000, '\xff')));
         IOSContactsMemDb contacts(QDir(dir->path()), u"214"_s);
         for (int round = 0; round < 2; ++round) { // the second one must not find a half cache
-            try {
-                contacts.openDb();
-                QFAIL("a damaged file was read");
-            } catch (const std::runtime_error &error) {
-                QVERIFY2(QByteArray(error.what()).contains(name.toUtf8()), error.what());
-            }
+            const QString failure = failureOf([&] { contacts.openDb(); });
+            QVERIFY2(failure.contains(name), qPrintable(failure));
             QCOMPARE(QDir(dir->path()).entryList(QDir::Files), QStringList());
         }
     }

@@ -1,44 +1,33 @@
 #include "countrylibdb.h"
 #include "datalocations.h"
+#include "testdatabase.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-QStringList columnOf(Sqlite3DB &db, const char *sql)
-{
-    QStringList values;
-    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(sql));
-    while (cursor.moveNextThrow())
-        values.append(cursor.getText(0));
-    return values;
-}
-
-} // namespace
 
 class TestCountries : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { QFile::remove(dataRoot().absoluteFilePath(u"countries.db"_s)); }
+    void init() { QFile::remove(file); }
     void tableIsComplete();
     void normalizes_data();
     void normalizes();
+
+private:
+    const QString file = dataRoot().absoluteFilePath(u"countries.db"_s);
 };
 
 void TestCountries::tableIsComplete()
 {
     CountryLibDb library{QString()};
     library.openDb();
-    const QStringList all = columnOf(library, "select sn from countries");
+    const QStringList all = rowsOf(file, u"select sn from countries"_s);
     QCOMPARE(all.size(), 242);
-    QCOMPARE(columnOf(library, "select mmc from mmc_sn").size(), 235);
+    QCOMPARE(rowsOf(file, u"select mmc from mmc_sn"_s).size(), 235);
     for (const QString &sn : all) {
         const _CountryInfo country = library.countryBySn(sn);
         QVERIFY2(QRegularExpression(country.mobilePattern).isValid(), qPrintable(sn));

@@ -1,6 +1,7 @@
 #include "messagegaps.h"
 #include "openmessagedb.h"
 #include "smsdbbuilder.h"
+#include "testdatabase.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -52,13 +53,7 @@ void TestMessageGaps::missingRows()
     SmsDbBuilder builder(dir.path(), version);
     builder.chat(u"a"_s).received(u"a1"_s).received(u"a2"_s).received(u"a3"_s);
     const QString path = builder.chat(u"b"_s).received(u"b4"_s).received(u"b5"_s).received(u"b6"_s).write();
-    {
-        Sqlite3DB db;
-        db.openThrow(path, sqliteReadWrite);
-        QString error;
-        db.exec(u"drop trigger if exists clean_orphaned_messages;"_s + script, error);
-        QCOMPARE(error, QString());
-    }
+    runOn(path, u"drop trigger if exists clean_orphaned_messages;"_s + script);
     const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(dir.path(), {});
     _MsgStorePtr store(new _MsgStore);
     db->messages(store, 0);

@@ -2,8 +2,8 @@
 #include "picturereader.h"
 #include "sampleimages.h"
 #include "samplemedia.h"
+#include "testtools.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
@@ -17,7 +17,6 @@ class TestPictures : public QObject
 private Q_SLOTS:
     void contentDecides_data();
     void contentDecides();
-    void cutPicturesAreHarmless_data();
     void cutPicturesAreHarmless();
     void aPictureThatClaimsTheWorldIsRefused();
 
@@ -25,10 +24,7 @@ private:
     QString put(const QByteArray &bytes)
     {
         const QString path = dir.filePath(u"picture.txt"_s);
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            qFatal("no test file");
-        return path;
+        return writeFile(path, bytes) ? path : QString();
     }
 
     QTemporaryDir dir;
@@ -62,24 +58,15 @@ void TestPictures::contentDecides()
     QTEST(picture.isNull() ? QSize() : picture.size(), "size");
 }
 
-void TestPictures::cutPicturesAreHarmless_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("JPEG") << sampleJpeg(3, 1);
-    QTest::newRow("PNG") << samplePng(9, 1);
-    QTest::newRow("GIF") << sampleGif(9, 1);
-    QTest::newRow("HEIC") << sampleHeic();
-}
-
 void TestPictures::cutPicturesAreHarmless()
 {
-    QFETCH(QByteArray, bytes);
-    for (qsizetype length = 0; length < bytes.size(); length += 1 + bytes.size() / 400)
-        readPicture(put(bytes.first(length)), {40, 20});
-    for (qsizetype at = 0; at < bytes.size(); at += 1 + bytes.size() / 400) {
-        QByteArray odd = bytes;
-        odd[at] = char(odd[at] ^ 0xFF);
-        QVERIFY(readPicture(put(odd), {40, 20}).width() <= 40);
+    for (const QByteArray &bytes : {sampleJpeg(3, 1), samplePng(9, 1), sampleGif(9, 1), sampleHeic()}) {
+        for (qsizetype at = 0; at < bytes.size(); at += 1 + bytes.size() / 400) {
+            readPicture(put(bytes.first(at)), {40, 20});
+            QByteArray odd = bytes;
+            odd[at] = char(odd[at] ^ 0xFF);
+            QVERIFY(readPicture(put(odd), {40, 20}).width() <= 40);
+        }
     }
 }
 

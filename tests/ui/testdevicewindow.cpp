@@ -1,7 +1,6 @@
 // A phone in the window: it arrives, is read, takes messages and goes, all through the libraries that stand
 // in for the maker's and the backup tool of the system.
 
-#include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
 #include "boxreader.h"
 #include "datalocations.h"
@@ -12,6 +11,7 @@
 #include "muxserver.h"
 #include "mytreeview.h"
 #include "smsdbbuilder.h"
+#include "testtools.h"
 #include "texts.h"
 
 #include <QProcess>
@@ -84,9 +84,8 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
         .chat(u"+34698765432"_s)
         .received(u"Hola otra vez"_s)
         .write();
-    const QDir pictures(
-        localDatabasesDir().filePath(u"Mine/file-relay/var/mobile/Library/SMS/Attachments/ab"_s));
-    QVERIFY(pictures.mkpath(u"."_s) && writeFile(pictures.filePath(u"cat.jpg"_s), "cat"));
+    const QString picture = u"Mine/file-relay/var/mobile/Library/SMS/Attachments/ab/cat.jpg"_s;
+    QVERIFY(writeFile(localDatabasesDir().filePath(picture)));
     MuxServer server(dir.filePath(u"socket"_s));
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
     const BoxReader ok;

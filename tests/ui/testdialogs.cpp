@@ -3,13 +3,11 @@
 #include "boxes.h"
 #include "boxreader.h"
 #include "loaditunesbackupdlg.h"
-#include "localdbselform.h"
 #include "mytreeview.h"
 #include "passcodedlg.h"
-#include "programicon.h"
 #include "texts.h"
 
-#include <QComboBox>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
@@ -36,17 +34,6 @@ QString writeBackup(const QString &folder, const QString &deviceName, const QStr
     return builder.write();
 }
 
-int darkestLine(const QString &resource)
-{
-    const QImage image = programIcon(resource).pixmap(QSize(24, 24), 2.0).toImage();
-    int darkest = 255;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (qAlpha(image.pixel(x, y)) == 255)
-                darkest = std::min(darkest, qGray(image.pixel(x, y)));
-    return darkest;
-}
-
 } // namespace
 
 class TestDialogs : public QObject
@@ -57,11 +44,9 @@ private Q_SLOTS:
     void initTestCase() { installTexts(translator); }
     void errorsShowTheirBreaksAndNoOtherMarkup();
     void escapeIsNo();
-    void databaseNamesAreNoPaths();
     void damagedKeybagThenWrongThenRightPassword();
     void longDerivationsCanBeGivenUp();
     void listsEachBackupOnce();
-    void iconsAreDrawnForEveryPalette();
 
 private:
     QTranslator translator;
@@ -79,20 +64,6 @@ void TestDialogs::escapeIsNo()
 {
     QTimer::singleShot(50, [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape); });
     QVERIFY(!askYesNo(u"Sure?"_s));
-}
-
-void TestDialogs::databaseNamesAreNoPaths()
-{
-    const BoxReader reader;
-    LocalDbSelForm form({u"Old"_s}, u"Ana_Backup"_s);
-    for (const QString &typed : {u"  "_s, u"a/b"_s, u"a\\b"_s, u"C:"_s, u".."_s, u"  A b  "_s}) {
-        QCOMPARE(form.selectedName(), QString());
-        form.findChild<QComboBox *>()->setEditText(typed);
-        press(form, u"btnOK"_s);
-    }
-    QCOMPARE(form.selectedName(), u"A b"_s);
-    QCOMPARE(reader.texts.size(), 5);
-    QVERIFY(reader.texts.last().contains(u"/ : * ? &quot; &lt; &gt; |"_s));
 }
 
 void TestDialogs::damagedKeybagThenWrongThenRightPassword()
@@ -158,21 +129,6 @@ void TestDialogs::listsEachBackupOnce()
     QCOMPARE(model->rowCount(), 2);
     press(dialog, u"btnLoad"_s); // what was added is the current row
     QCOMPARE(dialog.selected()->deviceName, u"Berta"_s);
-}
-
-void TestDialogs::iconsAreDrawnForEveryPalette()
-{
-    QTest::failOnWarning(QRegularExpression(u"[Pp]arse"_s)); // of the style sheet too
-    for (const bool isDark : {false, true}) {
-        QApplication::setPalette(isDark ? QPalette(QColor(53, 53, 53), QColor(45, 45, 45)) : QPalette());
-        for (const QString &name : QDir(u":/res"_s).entryList({u"*.png"_s})) {
-            const bool hasLines = !name.contains(u"imsg"_s);
-            const int darkest = darkestLine(u":res/"_s + name);
-            QVERIFY2(isDark ? !hasLines || darkest > 100 : darkest < (hasLines ? 10 : 140), qPrintable(name));
-        }
-        LoadItunesBackupDlg().grab();
-    }
-    QApplication::setPalette(QPalette());
 }
 
 QTEST_MAIN(TestDialogs)

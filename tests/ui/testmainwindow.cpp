@@ -17,6 +17,7 @@
 #include "smsdbbuilder.h"
 #include "sourcenodes.h"
 #include "sourcepane.h"
+#include "testdatabase.h"
 #include "texts.h"
 
 #include <QCheckBox>
@@ -180,8 +181,14 @@ private Q_SLOTS:
     void switchesShowWhatIsHiddenAndAreRemembered();
 
 private:
-    void makeDatabase(const QString &name) { fill(localDatabasesDir().filePath(name)); }
     void fill(const QString &folder);
+    /// Opens the window on the Local Database "Mine".
+    void openMine()
+    {
+        fill(localDatabasesDir().filePath(u"Mine"_s));
+        open();
+        select(u"Mine"_s);
+    }
     void select(const QString &title);
     template <typename Part>
     Part *part(const QString &name) const
@@ -216,13 +223,9 @@ void TestMainWindow::init()
 /// A source: two messages with one person, one with another.
 void TestMainWindow::fill(const QString &folder)
 {
-    SmsDbBuilder(QDir(folder))
-        .chat(u"+34612345678"_s)
-        .received(u"Hola"_s)
-        .sent(u"Adios"_s)
-        .chat(u"+34698765432"_s)
-        .received(u"Hola otra vez"_s)
-        .write();
+    SmsDbBuilder builder{QDir(folder)};
+    builder.chat(u"+34612345678"_s).received(u"Hola"_s).sent(u"Adios"_s);
+    builder.chat(u"+34698765432"_s).received(u"Hola otra vez"_s).write();
 }
 
 void TestMainWindow::select(const QString &title)
@@ -246,11 +249,8 @@ QStringList TestMainWindow::contents() const
 void TestMainWindow::importsWithPasswordWrongThenRight()
 {
     const QString sms = SmsDbBuilder(dir->path()).chat(u"+34612345678"_s).received(u"Hola"_s).write();
-    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s))
-        .iterations(1000)
-        .password(u"moon"_s)
-        .messages(sms)
-        .write();
+    BackupBuilder backup(QDir(defaultBackupRoot()).filePath(u"phone"_s));
+    backup.iterations(1000).password(u"moon"_s).messages(sms).write();
     open();
     const BoxReader boxes;
     const DialogPlayer player(
@@ -282,27 +282,12 @@ void TestMainWindow::importsTwiceWithoutDoubles()
 
 void TestMainWindow::showsDeletedMessagesInRed()
 {
-    QTemporaryDir source;
-    const auto write = [&](const QString &root) {
-        Sqlite3DB db;
-        db.openThrow(SmsDbBuilder(QDir(root))
-                         .chat(u"ann@example.org"_s, u"iMessage"_s)
-                         .received(u"Hi"_s)
-                         .received(u"lost"_s)
-                         .received(u"Bye"_s)
-                         .write(),
-                     sqliteReadWrite);
-        QString error;
-        QCOMPARE(db.exec(u"PRAGMA secure_delete=OFF; drop trigger clean_orphaned_handles2; delete from "
-                         "message where text='lost'"_s,
-                         error),
-                 0);
-    };
-    write(dataRoot().filePath(u"virtual_ios/Phone"_s));
-    write(source.path());
-    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s))
-        .messages(messageDbPath(QDir(source.path())))
-        .write();
+    SmsDbBuilder builder(QDir(dataRoot().filePath(u"virtual_ios/Phone"_s)));
+    builder.chat(u"ann@example.org"_s, u"iMessage"_s).received(u"Hi"_s).received(u"lost"_s);
+    const QString file = builder.received(u"Bye"_s).write();
+    runOn(file, u"PRAGMA secure_delete=OFF; drop trigger clean_orphaned_handles2; delete from message where "
+                "text='lost'"_s);
+    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s)).messages(file).write();
     const QStringList all{u"Hi"_s, u"lost"_s, u"Bye"_s};
     const QString said = u"1 deleted SMS found. They are shown in red among the others."_s;
     open();
@@ -329,9 +314,7 @@ void TestMainWindow::showsDeletedMessagesInRed()
 
 void TestMainWindow::searchWraps()
 {
-    makeDatabase(u"Mine"_s);
-    open();
-    select(u"Mine"_s);
+    openMine();
     auto *list = part<MyTreeView>(u"treeViewSMS"_s);
     auto *words = part<QLineEdit>(u"txtSMSKeyword"_s);
     words->setText(u" hola "_s);
@@ -349,9 +332,7 @@ void TestMainWindow::searchWraps()
 
 void TestMainWindow::headerThatIsNotDateTurnsToNewestFirst()
 {
-    makeDatabase(u"Mine"_s);
-    open();
-    select(u"Mine"_s);
+    openMine();
     const QStringList oldestFirst = contents();
     auto *header = part<MyTreeView>(u"treeViewSMS"_s)->header();
     header->setSortIndicator(2, Qt::AscendingOrder);
@@ -362,11 +343,9 @@ void TestMainWindow::headerThatIsNotDateTurnsToNewestFirst()
 
 void TestMainWindow::deletesSelectionThenConversationThenDatabase()
 {
-    makeDatabase(u"Mine"_s);
-    open();
+    openMine();
     const BoxReader yes(QMessageBox::Yes);
     const BoxReader ok;
-    select(u"Mine"_s);
     auto *list = part<MyTreeView>(u"treeViewSMS"_s);
     list->setCurrentIndex(list->model()->index(0, 0));
     window->miDel();
@@ -385,17 +364,13 @@ void TestMainWindow::deletesSelectionThenConversationThenDatabase()
 
 void TestMainWindow::actionsFollowTheNode()
 {
-    makeDatabase(u"Mine"_s);
-    SmsDbBuilder(QDir(dataRoot().filePath(u"virtual_ios/Phone"_s)))
-        .chat(u"+34611111111"_s)
-        .sent(u"Si"_s)
-        .write();
-    open();
+    SmsDbBuilder phone(QDir(dataRoot().filePath(u"virtual_ios/Phone"_s)));
+    phone.chat(u"+34611111111"_s).sent(u"Si"_s).write();
+    openMine();
     const auto states = [this] {
         return QList<bool>{isOn(u"actDb2I"_s), isOn(u"actBackup"_s), isOn(u"actExport"_s),
                            isOn(u"actPrint"_s), isOn(u"actDel"_s)};
     };
-    select(u"Mine"_s);
     QCOMPARE(states(), QList<bool>({true, false, true, true, true}));
     select(u"+34611111111"_s);
     QCOMPARE(contents(), QStringList({u"Si"_s}));

@@ -1,12 +1,11 @@
 #include "itemmodelmain.h"
 #include "itemmodelsms.h"
-#include "messagefixture.h"
 #include "mytreeview.h"
 #include "plaintextdelegate.h"
+#include "records.h"
 #include "texts.h"
 
 #include <QAbstractItemModelTester>
-#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTranslator>
@@ -24,7 +23,6 @@ private Q_SLOTS:
     void sessionsStandNewestFirst();
     void messageRows();
     void rowsArePlainAndShort();
-    void twoHundredThousandMessages();
 
 private:
     QTranslator translator;
@@ -38,9 +36,7 @@ void TestModels::sourcesComeAndGo()
     view.setModel(&model);
     _IOSDeviceItemNode *first = model.addDevice({}, {});
     _IOSDeviceItemNode *second = model.addDevice({}, {});
-    MessageFixture fixture;
-    fixture.chat(1, u"a"_s, {fixture.person(u"Ana"_s)}).chat(2, u"b"_s, {});
-    second->store = fixture.store;
+    second->store = Records().talk({person(u"+34600001"_s, u"Ana"_s)}).talk({}, u"b"_s).store;
     model.loadSessions(second);
     const QPersistentModelIndex session = model.index(0, 0, model.indexOf(second));
     view.setCurrentIndex(session);
@@ -58,17 +54,22 @@ void TestModels::sourcesComeAndGo()
 
 void TestModels::sessionsStandNewestFirst()
 {
-    MessageFixture fixture;
-    fixture.chat(-1947483647, u"old"_s, {fixture.person(u"Deleted"_s)}, 10)
-        .chat(2, u"two"_s, {fixture.person(u"SMS and iMessage"_s)}, 20)
-        .chat(3, u"two"_s, {fixture.person(u"the same"_s)}, 50)
-        .chat(-1947483646, u"mid"_s, {fixture.person(u"<b>Mid</b>"_s, "\x89PNG, cut")},
-              30) // iOS 5 has such chats too
-        .chat(5, u"nobody"_s, {}, 5);
+    Records records;
+    const auto chat = [&](qint64 rowid, const QString &identifier, const QList<_MsgHandle> &people,
+                          int last) {
+        records.talk(people, identifier).lastChat().rowid = rowid;
+        records.lastChat()._last = last;
+    };
+    chat(-1947483647, u"old"_s, {person(u"1"_s, u"Deleted"_s)}, 10);
+    chat(2, u"two"_s, {person(u"2"_s, u"SMS and iMessage"_s)}, 20);
+    chat(3, u"two"_s, {person(u"3"_s, u"the same"_s)}, 50);
+    // iOS 5 has such chats too.
+    chat(-1947483646, u"mid"_s, {person(u"4"_s, u"<b>Mid</b>"_s, "\x89PNG, cut")}, 30);
+    chat(5, u"nobody"_s, {}, 5);
     ItemModelMain model;
     const QAbstractItemModelTester tester(&model, Mode::QtTest);
     _LocalDBItemNode *node = model.addLocalDb({}, u"x"_s);
-    node->store = fixture.store;
+    node->store = records.store;
     model.loadSessions(node);
     model.loadSessions(node); // again, and none is there twice
     QStringList titles;
@@ -84,34 +85,23 @@ void TestModels::sessionsStandNewestFirst()
 
 void TestModels::messageRows()
 {
-    MessageFixture fixture;
-    fixture.chat(1, u"a"_s, {fixture.person(u"Ana"_s)});
-    fixture.message(u"Hola"_s)->isRecovered = true;
-    fixture.message(u"Hey"_s, 1);
-    fixture.message(u"alone"_s)->chat = nullptr;
-    _MsgMessage *event = fixture.message({});
+    Records records;
+    records.talk({person(u"+34600001"_s, u"Ana"_s)}).received(u"Hola"_s).last().isRecovered = true;
+    records.sent(u"Hey"_s).received(u"alone"_s).last().chat = nullptr;
+    _MsgMessage *event = &records.received({}).last();
     event->item_type = 99;
     event->chat = nullptr;
     ItemModelSms model;
     const QAbstractItemModelTester tester(&model, Mode::QtTest);
-    model.setMessages(fixture.messages(4));
+    model.setMessages(records.list());
     QStringList rows;
-    for (int row = 0; row < 4; ++row)
+    for (int row = 0; row < 4; ++row) {
+        rows.append(QString());
         for (int column = 1; column < 4; ++column)
-            rows.append(model.index(row, column).data().toString());
-    const QString who = u"Ana (+34600001)"_s;
-    QCOMPARE(rows, QStringList({u"From"_s,
-                                who,
-                                u"Hola"_s,
-                                u"To"_s,
-                                who,
-                                u"Hey"_s,
-                                u"From"_s,
-                                u"unknown"_s,
-                                u"alone"_s,
-                                {},
-                                {},
-                                u"System Information.\n04 Sep 2013 5:10 PM"_s}));
+            rows.last() += model.index(row, column).data().toString() + u'|';
+    }
+    QCOMPARE(rows, QStringList({u"From|Ana (+34600001)|Hola|"_s, u"To|Ana (+34600001)|Hey|"_s,
+                                u"From|unknown|alone|"_s, u"||System Information.\n04 Sep 2013 5:10 PM|"_s}));
     QCOMPARE(ItemModelSms::messageOf(model.indexOfRow(3)), event);
     QCOMPARE(ItemModelSms::messageOf(model.index(3, 3)), nullptr); // a selected row yields one message
     QCOMPARE(model.indexOfRow(0).data(Qt::ForegroundRole).value<QColor>(), QColor(255, 0, 0));
@@ -123,25 +113,6 @@ void TestModels::rowsArePlainAndShort()
     const auto row = [](const QString &text) { return PlainTextDelegate().displayText(text, QLocale::c()); };
     QCOMPARE(row(u"<b>a\nb</b>"_s), u"<b>a b</b>"_s);
     QCOMPARE(row(QString(1 << 20, u'x')), QString(500, u'x') + QChar(0x2026));
-}
-
-void TestModels::twoHundredThousandMessages()
-{
-    MessageFixture fixture;
-    const QList<_MsgMessage *> messages = fixture.messages(200'000);
-    messages.last()->text = QString(1 << 20, u'x');
-    ItemModelSms model;
-    MyTreeView view;
-    view.setModel(&model);
-    view.show();
-    QElapsedTimer timer;
-    timer.start();
-    model.setMessages(messages);
-    view.grab();
-    view.setCurrentIndex(model.indexOfRow(199'999));
-    view.grab();
-    QVERIFY(view.viewport()->rect().intersects(view.visualRect(model.indexOfRow(199'999))));
-    QVERIFY(timer.elapsed() < 2'000);
 }
 
 QTEST_MAIN(TestModels)

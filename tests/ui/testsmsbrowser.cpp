@@ -1,4 +1,4 @@
-#include "messagefixture.h"
+#include "records.h"
 #include "smsbrowser.h"
 
 #include <QElapsedTimer>
@@ -35,11 +35,11 @@ void TestSmsBrowser::pagesShowEachMessageOnce()
 {
     QFETCH(int, messages);
     QFETCH(int, pages);
-    MessageFixture before;
-    MessageFixture fixture;
+    Records before;
+    Records records;
     SmsBrowser browser;
-    browser.setMessages(before.messages(60));
-    browser.setMessages(fixture.messages(messages));
+    browser.setMessages(before.upTo(60));
+    browser.setMessages(records.upTo(messages));
     QCOMPARE(browser.pageCount(), pages);
     QStringList shown;
     QStringList expected;
@@ -51,7 +51,7 @@ void TestSmsBrowser::pagesShowEachMessageOnce()
         browser.onAnchorClicked(QUrl(u"/next_page"_s));
     }
     QCOMPARE(browser.currentPage(), pages);
-    for (const _MsgMessage *message : fixture.messages(messages))
+    for (const _MsgMessage *message : records.upTo(messages))
         expected.append(message->text);
     QCOMPARE(shown, expected);
     browser.onAnchorClicked(QUrl(u"/pre_page"_s));
@@ -60,10 +60,10 @@ void TestSmsBrowser::pagesShowEachMessageOnce()
 
 void TestSmsBrowser::rowsAreFoundOnTheirPage()
 {
-    MessageFixture fixture;
+    Records records;
     SmsBrowser browser;
     browser.resize(500, 200);
-    browser.setMessages(fixture.messages(120));
+    browser.setMessages(records.upTo(120));
     browser.show();
     for (const int row : {-1, 120, 50, 49, 95}) {
         browser.showMessage(row);
@@ -75,12 +75,12 @@ void TestSmsBrowser::rowsAreFoundOnTheirPage()
 
 void TestSmsBrowser::wordsAreNoMarkupAndStandOnTheirSide()
 {
-    MessageFixture fixture;
-    fixture.chat(1, u"a"_s, {fixture.person(u"<b>x</b>"_s)});
-    fixture.message(u"<img src=\"/etc/passwd\"> &amp; 1\r\n2\n3"_s);
+    Records records;
+    records.talk({person(u"+34600001"_s, u"<b>x</b>"_s)});
+    records.received(u"<img src=\"/etc/passwd\"> &amp; 1\r\n2\n3"_s);
     SmsBrowser browser;
     browser.resize(600, 400);
-    browser.setMessages(fixture.messages(2)); // one received, one sent
+    browser.setMessages(records.upTo(2)); // one received, one sent
     browser.show();
     const QString shown = browser.toPlainText().replace(QChar::LineSeparator, u'\n');
     QVERIFY2(shown.contains(u"<img src=\"/etc/passwd\"> &amp; 1\n2\n3"_s), qPrintable(shown));
@@ -106,10 +106,11 @@ void TestSmsBrowser::picturesComeInTheirPlace()
     _MsgAttachment gone;
     gone.transfer_name = u"<i>gone"_s;
     gone.total_bytes = 1000;
-    MessageFixture fixture;
-    fixture.message(u"\uFFFCwords"_s)->attachments = {{u"7"_s, &picture}, {u"8"_s, &gone}, {u"9"_s, &hidden}};
+    Records records;
+    records.received(u"\uFFFCwords"_s).last().attachments = {
+        {u"7"_s, &picture}, {u"8"_s, &gone}, {u"9"_s, &hidden}};
     SmsBrowser browser;
-    browser.setMessages(fixture.messages(60));
+    browser.setMessages(records.upTo(60));
     browser.show();
     const auto shown = [&](const char *address) {
         return browser.document()
@@ -134,13 +135,13 @@ void TestSmsBrowser::picturesComeInTheirPlace()
 
 void TestSmsBrowser::longOnesStayQuick()
 {
-    MessageFixture fixture;
-    fixture.messages(200'000).first()->text = QString(1 << 20, u'x');
+    Records records;
+    records.upTo(200'000).first()->text = QString(1 << 20, u'x');
     SmsBrowser browser;
     browser.show();
     QElapsedTimer timer;
     timer.start();
-    browser.setMessages(fixture.messages(200'000));
+    browser.setMessages(records.upTo(200'000));
     browser.grab();
     QVERIFY(browser.toPlainText().contains(QString(100, u'x')));
     QVERIFY(timer.elapsed() < 10'000);
