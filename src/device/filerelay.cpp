@@ -17,7 +17,7 @@ namespace
 constexpr int chunkSize = 0x80000;              // bytes
 constexpr int acknowledgeTimeoutMs = 3'600'000; // the phone packs first
 constexpr int tickMs = 200;                     // how long a cancel may go unnoticed
-constexpr int pieceSize = 16 * 1024;            // bytes
+constexpr int pieceSize = 64 * 1024;            // bytes
 constexpr int pieceGapMs = 1;                   // after which a piece is taken as it is
 
 [[noreturn]] void failWith(const QString &text, const QFile &file)

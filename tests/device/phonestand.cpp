@@ -9,12 +9,18 @@
 
 using namespace Qt::StringLiterals;
 
+static DeviceWatchTarget target;
+
 PhoneStand::PhoneStand() : server(folder.filePath(u"socket"_s))
 {
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
-    static DeviceWatchTarget target;
     target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
     mobiledevice_subscribe(&target);
+}
+
+PhoneStand::~PhoneStand()
+{
+    mobiledevice_forget(&target);
 }
 
 FakePhone &PhoneStand::newPhone()

@@ -13,6 +13,7 @@ class PhoneStand : public QObject
 public:
     /// Loads the phone libraries. Throws `std::runtime_error` when they aren't there.
     PhoneStand();
+    ~PhoneStand() override;
 
     /// A phone that isn't plugged in yet, with an identifier of its own.
     FakePhone &newPhone();
