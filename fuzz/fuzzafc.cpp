@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
     const ServiceSocket socket(socketWith(data, size));
     try {
         while (true)
-            receiveAfc(socket.descriptor());
+            receiveAfc(socket.descriptor(), AfcOperation::OpenFile);
     } catch (const std::exception &) {
         // The end of what came, or a packet that is none.
     }

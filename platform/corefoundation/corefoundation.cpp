@@ -343,14 +343,14 @@ EXPORTED void CFArrayAppendValue(void *ref, CFTypeRef value)
 
 // Property lists
 
-EXPORTED CFTypeRef CFPropertyListCreateData(CFTypeRef, CFTypeRef ref, CFIndex format, unsigned long,
+EXPORTED CFTypeRef CFPropertyListCreateData(CFTypeRef, CFTypeRef ref, CFIndex format, CFOptionFlags,
                                             CFTypeRef *)
 {
     const QByteArray bytes = propertyListBytes(static_cast<const Value *>(ref), format);
     return bytes.isEmpty() ? nullptr : new DataValue(bytes);
 }
 
-EXPORTED CFTypeRef CFPropertyListCreateWithData(CFTypeRef, CFTypeRef data, unsigned long, CFIndex *,
+EXPORTED CFTypeRef CFPropertyListCreateWithData(CFTypeRef, CFTypeRef data, CFOptionFlags, CFIndex *,
                                                 CFTypeRef *)
 {
     const auto *bytes = as<DataValue>(data);

@@ -14,8 +14,8 @@ CFTypeRef CFStringCreateWithBytes(CFTypeRef allocator, const std::uint8_t *bytes
 CFTypeRef CFDataCreate(CFTypeRef allocator, const std::uint8_t *bytes, CFIndex length);
 CFIndex CFDataGetLength(CFTypeRef ref);
 void CFDataGetBytes(CFTypeRef ref, CFRange range, std::uint8_t *buffer);
-CFTypeRef CFPropertyListCreateData(CFTypeRef allocator, CFTypeRef ref, CFIndex format, unsigned long options,
+CFTypeRef CFPropertyListCreateData(CFTypeRef allocator, CFTypeRef ref, CFIndex format, CFOptionFlags options,
                                    CFTypeRef *error);
-CFTypeRef CFPropertyListCreateWithData(CFTypeRef allocator, CFTypeRef data, unsigned long options,
+CFTypeRef CFPropertyListCreateWithData(CFTypeRef allocator, CFTypeRef data, CFOptionFlags options,
                                        CFIndex *format, CFTypeRef *error);
 }

@@ -47,6 +47,14 @@ public:
                            [phone](const auto &entry) { return entry.second == phone; });
     }
 
+    /// Whatever way the handle came, the lock shows this thread all that the one wrote that saw the phone
+    /// arrive.
+    Phone &of(void *handle)
+    {
+        const std::lock_guard lock(mutex);
+        return *static_cast<Phone *>(handle);
+    }
+
 private:
     std::mutex mutex;
     std::map<std::string, Phone *> present;
@@ -129,7 +137,7 @@ plist_t nodeOf(CFTypeRef value)
 
 Phone &phone(void *device)
 {
-    return *static_cast<Phone *>(device);
+    return phones().of(device);
 }
 
 } // namespace
@@ -200,8 +208,10 @@ EXPORTED int AMDeviceStartService(void *device, CFTypeRef name, int *socket, voi
     const Phone::Service service = phone(device).startService(textOf(name).c_str());
     if (service.code != 0)
         return service.code;
+    if (service.socket < 0)
+        return IDEVICE_E_SSL_ERROR;
     *socket = service.socket;
-    return service.socket < 0 ? int(IDEVICE_E_SSL_ERROR) : 0;
+    return 0;
 }
 
 EXPORTED CFTypeRef AMDeviceCopyValue(void *device, CFTypeRef domain, CFTypeRef key)

@@ -5,8 +5,6 @@
 #include "devicesession.h"
 #include "servicemessages.h"
 
-#include <cstring>
-
 using namespace Qt::StringLiterals;
 
 namespace
@@ -44,7 +42,7 @@ void vendContainer(int socket, const QString &bundleIdentifier)
     request.setDictionaryValue(CFType::fromString(u"Identifier"_s), CFType::fromString(bundleIdentifier));
     mobiledevice_sendmsg(socket, request, false, serviceTimeoutMs);
     const CFType reply = mobiledevice_recmsg(socket, request, serviceTimeoutMs);
-    if (reply.dictionaryValue(u"Error"_s).ref())
+    if (!reply.isDictionary() || reply.dictionaryValue(u"Error"_s).ref())
         throw std::runtime_error(u"can not find %1."_s.arg(bundleIdentifier).toStdString());
 }
 
@@ -58,10 +56,8 @@ qint64 readAll(const AfcFile &file, char *data, qint64 length)
     qint64 total = 0;
     while (total < length) {
         const qint64 wanted = std::min(length - total, largestRead);
-        const QByteArray piece = askAfc(file.connection, AfcOperation::ReadFile,
-                                        afcNumber(file.handle) + afcNumber(quint64(wanted)));
-        const qint64 came = std::min<qint64>(piece.size(), wanted);
-        std::memcpy(data + total, piece.constData(), size_t(came));
+        sendAfc(file.connection, AfcOperation::ReadFile, afcNumber(file.handle) + afcNumber(quint64(wanted)));
+        const qint64 came = receiveAfcData(file.connection, data + total, wanted);
         total += came;
         if (came < wanted)
             break;
@@ -72,9 +68,9 @@ qint64 readAll(const AfcFile &file, char *data, qint64 length)
 qint64 writeAll(const AfcFile &file, const char *data, qint64 length)
 {
     for (qint64 total = 0; total < length; total += largestWrite) {
-        const QByteArray piece(data + total, std::min(length - total, largestWrite));
+        const QByteArrayView piece(data + total, std::min(length - total, largestWrite));
         sendAfc(file.connection, AfcOperation::WriteFile, afcNumber(file.handle), piece);
-        receiveAfc(file.connection);
+        receiveAfc(file.connection, AfcOperation::WriteFile);
     }
     return length;
 }
@@ -94,11 +90,12 @@ qint64 AfcFile::write(const char *data, qint64 length)
 qint64 AfcFile::control(quint64 argument)
 {
     quint64 status = 0;
-    return orFailure<qint64>(-1, [&] {
+    const qint64 failure = orFailure<qint64>(-1, [&] {
         sendAfc(connection, AfcOperation::FileControl, afcNumber(handle) + afcNumber(argument));
-        receiveAfc(connection, &status);
-        return qint64(status);
+        receiveAfc(connection, AfcOperation::FileControl, &status);
+        return 0;
     });
+    return status == 0 ? failure : qint64(status);
 }
 
 int AfcFile::close()

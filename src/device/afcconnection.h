@@ -29,7 +29,7 @@ struct AfcFile {
     qint64 read(char *data, qint64 length);
     /// Returns `length`, or -1.
     qint64 write(const char *data, qint64 length);
-    /// The status of the phone for a request to the file system of its own kind.
+    /// Hands `argument` to the phone's file system. Its status, 0 for success, or -1 without an answer.
     qint64 control(quint64 argument);
     /// 0, or -1.
     int close();

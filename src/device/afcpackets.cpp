@@ -28,17 +28,21 @@ QByteArray headerBytes(int socket, AfcOperation operation, quint64 parameters, q
            afcNumber(quint64(operation));
 }
 
-bool sendWhole(int socket, const QByteArray &bytes)
+[[noreturn]] void failSending(const QString &text, AfcOperation operation)
 {
-    return socket_send(socket, bytes.constData(), int(bytes.size()), serviceTimeoutMs) == bytes.size();
+    throw std::runtime_error(text.arg(quint64(operation)).toStdString());
+}
+
+bool receiveWhole(int socket, char *target, int length)
+{
+    return socket_receive(socket, target, length, serviceTimeoutMs) == length;
 }
 
 AfcHeader receiveHeader(int socket)
 {
     std::array<char, headerSize> bytes = {};
-    const int received = socket_receive(socket, bytes.data(), int(bytes.size()), serviceTimeoutMs);
-    const QByteArrayView view(bytes.data(), received);
-    if (received < int(headerSize) || !view.startsWith(magic))
+    const QByteArrayView view(bytes);
+    if (!receiveWhole(socket, bytes.data(), int(bytes.size())) || !view.startsWith(magic))
         throw std::runtime_error("read AFC header failed.");
     const AfcHeader header = {*readLittleEndian<quint64>(view.sliced(8)),
                               *readLittleEndian<quint64>(view.sliced(32))};
@@ -55,10 +59,28 @@ QByteArray receivePayload(int socket, quint64 length)
         const qsizetype before = payload.size();
         const int piece = int(std::min<quint64>(length - quint64(before), largestPiece));
         payload.resize(before + piece);
-        if (socket_receive(socket, payload.data() + before, piece, serviceTimeoutMs) < piece)
+        if (!receiveWhole(socket, payload.data() + before, piece))
             throw std::runtime_error("read AFC file block data failed.");
     }
     return payload;
+}
+
+/// Throws unless an answer without data says that all went well.
+void judge(const AfcHeader &header, const QByteArray &payload, quint64 *status)
+{
+    const std::optional<quint64> first = readLittleEndian<quint64>(payload);
+    if (header.operation != quint64(AfcOperation::Status))
+        throw std::runtime_error(
+            u"read AFC failed, Unknown operation code received %1, param1=%2."_s.arg(header.operation)
+                .arg(first.value_or(0))
+                .toStdString());
+    if (!first) // a word that isn't there must not pass for success
+        throw std::runtime_error("read AFC file block data failed.");
+    if (status)
+        *status = *first;
+    if (*first != 0)
+        throw std::runtime_error(
+            u"read AFC failed, received AFC_OP_STATUS, param1=%1."_s.arg(*first).toStdString());
 }
 
 } // namespace
@@ -74,41 +96,50 @@ QByteArray afcPath(const QString &path)
     return path.toUtf8() + '\0';
 }
 
-void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, const QByteArray &data)
+// Header and parameters go out in one piece: the phone wakes once a packet. How much of it went tells which
+// of the two failed.
+void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, QByteArrayView data)
 {
-    const QByteArray header =
-        headerBytes(socket, operation, quint64(parameters.size()), quint64(data.size()));
-    if (!sendWhole(socket, header))
-        throw std::runtime_error(u"send AFC header (%1) error."_s.arg(quint64(operation)).toStdString());
-    if (!sendWhole(socket, parameters))
-        throw std::runtime_error(u"send AFC content (%1) error."_s.arg(quint64(operation)).toStdString());
-    if (!data.isEmpty() && !sendWhole(socket, data))
+    const QByteArray packet =
+        headerBytes(socket, operation, quint64(parameters.size()), quint64(data.size())) + parameters;
+    const int sent = socket_send(socket, packet.constData(), int(packet.size()), serviceTimeoutMs);
+    if (sent < int(headerSize))
+        failSending(u"send AFC header (%1) error."_s, operation);
+    if (sent < packet.size())
+        failSending(u"send AFC content (%1) error."_s, operation);
+    if (socket_send(socket, data.data(), int(data.size()), serviceTimeoutMs) < data.size())
         throw std::runtime_error("write AFC file error.");
 }
 
-QByteArray receiveAfc(int socket, quint64 *status)
+QByteArray receiveAfc(int socket, AfcOperation asked, quint64 *status)
 {
     const AfcHeader header = receiveHeader(socket);
     const QByteArray payload = receivePayload(socket, header.entireLength - headerSize);
-    const quint64 first = readLittleEndian<quint64>(payload).value_or(0);
-    if (header.operation == quint64(AfcOperation::Data) ||
-        header.operation == quint64(AfcOperation::FileOpened))
+    const bool isOpened =
+        asked == AfcOperation::OpenFile && header.operation == quint64(AfcOperation::FileOpened);
+    if (isOpened || header.operation == quint64(AfcOperation::Data))
         return payload;
-    if (header.operation != quint64(AfcOperation::Status))
-        throw std::runtime_error(
-            u"read AFC failed, Unknown operation code received %1, param1=%2."_s.arg(header.operation)
-                .arg(first)
-                .toStdString());
-    if (status)
-        *status = first;
-    if (first != 0)
-        throw std::runtime_error(
-            u"read AFC failed, received AFC_OP_STATUS, param1=%1."_s.arg(first).toStdString());
+    judge(header, payload, status);
     return {};
+}
+
+// Straight to where the bytes are wanted: at this size a copy costs as much as the socket does.
+qint64 receiveAfcData(int socket, char *target, qint64 length)
+{
+    const AfcHeader header = receiveHeader(socket);
+    const quint64 payload = header.entireLength - headerSize;
+    if (header.operation != quint64(AfcOperation::Data)) {
+        judge(header, receivePayload(socket, payload), nullptr);
+        return 0;
+    }
+    // More than was asked for would be missing from the next piece.
+    if (payload > quint64(length) || !receiveWhole(socket, target, int(payload)))
+        throw std::runtime_error("read AFC file block data failed.");
+    return qint64(payload);
 }
 
 QByteArray askAfc(int socket, AfcOperation operation, const QByteArray &parameters)
 {
     sendAfc(socket, operation, parameters);
-    return receiveAfc(socket);
+    return receiveAfc(socket, operation);
 }

@@ -25,12 +25,15 @@ enum class AfcOperation : quint64 {
 };
 
 /// Sends a packet: header, `parameters`, then `data` behind them.
-void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, const QByteArray &data = {});
+void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, QByteArrayView data = {});
 
-/// Receives the answer: what a data packet, or the one that a file is open, carries, or nothing for the
-/// status of success. `status`, unless
-/// null, gets the status that came, also a refusal before it is thrown.
-QByteArray receiveAfc(int socket, quint64 *status = nullptr);
+/// Receives the answer to `asked`: what a data packet carries, or the one that says that a file is open;
+/// nothing for the status of success. `status`, unless null, gets the status that came, also a refusal
+/// before it is thrown.
+QByteArray receiveAfc(int socket, AfcOperation asked, quint64 *status = nullptr);
+
+/// Receives the answer to a request for `length` bytes of a file into `target`. Returns how many came.
+qint64 receiveAfcData(int socket, char *target, qint64 length);
 
 /// `sendAfc` and its answer.
 QByteArray askAfc(int socket, AfcOperation operation, const QByteArray &parameters);

@@ -100,7 +100,8 @@ CFType CFType::fromDouble(double number)
 
 CFType CFType::fromIndex(long number)
 {
-    return newNumber(kCFNumberCFIndexType, &number);
+    const CFIndex index = number;
+    return newNumber(kCFNumberCFIndexType, &index);
 }
 
 CFType CFType::fromString(const QString &text)
@@ -157,7 +158,7 @@ CFType CFType::fromPropertyListBytes(const QByteArray &list)
     const CFType data = fromBytes(list);
     CFIndex *const anyFormat = nullptr;
     CFTypeRef *const noError = nullptr;
-    return CFType(cf<CFTypeRef(CFTypeRef, CFTypeRef, unsigned long, CFIndex *, CFTypeRef *)>(
+    return CFType(cf<CFTypeRef(CFTypeRef, CFTypeRef, CFOptionFlags, CFIndex *, CFTypeRef *)>(
                       "CFPropertyListCreateWithData", anyAllocator, data.ref(), 0, anyFormat, noError),
                   true);
 }
@@ -233,7 +234,7 @@ CFType CFType::propertyListData(int format) const
     if (!ref())
         return none();
     CFTypeRef *const noError = nullptr;
-    return CFType(cf<CFTypeRef(CFTypeRef, CFTypeRef, CFIndex, unsigned long, CFTypeRef *)>(
+    return CFType(cf<CFTypeRef(CFTypeRef, CFTypeRef, CFIndex, CFOptionFlags, CFTypeRef *)>(
                       "CFPropertyListCreateData", anyAllocator, ref(), format, 0, noError),
                   true);
 }

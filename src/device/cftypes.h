@@ -6,8 +6,9 @@
 // public headers of CoreFoundation describe them). Values are pointers to nothing that is known here.
 
 using CFTypeRef = const void *;
-using CFIndex = long;
-using CFTypeID = unsigned long;
+using CFIndex = std::intptr_t; ///< as wide as a pointer, also where `long` isn't
+using CFTypeID = std::uintptr_t;
+using CFOptionFlags = std::uintptr_t;
 using CFBoolean8 = unsigned char; ///< `Boolean` there
 using CFAbsoluteTime = double;    ///< seconds since 2001-01-01 00:00:00 UTC
 

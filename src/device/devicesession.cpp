@@ -59,7 +59,14 @@ public:
     }
     DeviceSession(const DeviceSession &) = delete;
     DeviceSession &operator=(const DeviceSession &) = delete;
-    ~DeviceSession() { mobiledevice_close_session(device); }
+    ~DeviceSession()
+    {
+        try {
+            mobiledevice_close_session(device);
+        } catch (const std::exception &error) {
+            qWarning("%s", error.what()); // the library lacks a name; the session ends with the process
+        }
+    }
 
 private:
     void *device;

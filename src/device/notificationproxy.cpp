@@ -2,7 +2,6 @@
 
 #include "devicesession.h"
 #include "servicemessages.h"
-#include "servicesocket.h"
 
 using namespace Qt::StringLiterals;
 
@@ -68,31 +67,32 @@ mobiledevice_notification_thread::~mobiledevice_notification_thread()
 {
     stop();
     wait();
-    if (socket != 0)
-        mobiledevice_close_socket(socket);
 }
 
 void mobiledevice_notification_thread::stop()
 {
     stopRequested = true;
-    if (socket != 0)
-        socket_hang_up(socket);
+    if (socket.descriptor() != 0)
+        socket_hang_up(socket.descriptor());
 }
 
 void mobiledevice_notification_thread::observe(const QStringList &names)
 {
-    mobiledevice_start_service(device, "com.apple.mobile.notification_proxy", &socket);
+    socket.close();
+    mobiledevice_start_service(device, "com.apple.mobile.notification_proxy", socket.target());
+    stopRequested = false; // here, and not in `run`, where it would undo a stop that came before
     for (const QString &name : names)
-        mobiledevice_sendmsg(socket, command(u"ObserveNotification"_s, name), false, serviceTimeoutMs);
+        mobiledevice_sendmsg(socket.descriptor(), command(u"ObserveNotification"_s, name), false,
+                             serviceTimeoutMs);
 }
 
 void mobiledevice_notification_thread::run()
 {
-    if (socket == 0)
+    if (socket.descriptor() == 0)
         throw std::runtime_error("mobiledevice_notification_thread::run, start service first.");
     while (!stopRequested) {
         try {
-            Q_EMIT recNotification(mobiledevice_notification_get_throw(socket));
+            Q_EMIT recNotification(mobiledevice_notification_get_throw(socket.descriptor()));
         } catch (const std::exception &error) {
             qDebug("mobiledevice_notification_thread::run, %s", error.what());
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "servicesocket.h"
+
 #include <QStringList>
 #include <QThread>
 
@@ -22,7 +24,8 @@ public:
     /// Stops listening and waits for the thread, about a second.
     ~mobiledevice_notification_thread() override;
 
-    /// Starts the service and asks for these notifications. Throws `std::runtime_error`.
+    /// Starts the service and asks for these notifications; before the thread starts, or after it stopped.
+    /// Throws `std::runtime_error`.
     void observe(const QStringList &names);
     /// The thread ends after the round it is in, which waits for nothing any more. Any thread.
     void stop();
@@ -38,5 +41,5 @@ protected:
 private:
     std::atomic_bool stopRequested = false;
     void *device;
-    int socket = 0;
+    ServiceSocket socket;
 };

@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <utility>
 
 #ifdef Q_OS_WIN
@@ -9,6 +10,7 @@
 #else
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 #endif
 
@@ -25,6 +27,12 @@ int pollOne(Poll &entry, int timeoutMs)
 }
 
 constexpr int bothWays = SD_BOTH;
+using SendingTime = DWORD;
+
+SendingTime sendingTime(int timeoutMs)
+{
+    return DWORD(timeoutMs);
+}
 
 void closeDescriptor(int socket)
 {
@@ -40,12 +48,27 @@ int pollOne(Poll &entry, int timeoutMs)
 }
 
 constexpr int bothWays = SHUT_RDWR;
+using SendingTime = timeval;
+
+SendingTime sendingTime(int timeoutMs)
+{
+    return {timeoutMs / 1000, timeoutMs % 1000 * 1000};
+}
 
 void closeDescriptor(int socket)
 {
     ::close(socket);
 }
 #endif
+
+constexpr int surelyFits = 1024; // bytes that a socket has room for when it has any
+
+/// Room for some bytes is no room for all: without this, `send` waits for the rest without limit.
+void limitSending(int socket, int timeoutMs)
+{
+    const SendingTime limit = sendingTime(std::max(timeoutMs, 0));
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char *>(&limit), sizeof limit);
+}
 
 } // namespace
 
@@ -62,6 +85,8 @@ int socket_send(int socket, const void *data, int length, int timeoutMs)
 {
     if (length < 1 || socket_wait(socket, timeoutMs, false) <= 0)
         return 0;
+    if (length > surelyFits)
+        limitSending(socket, timeoutMs);
     const auto sent = ::send(socket, static_cast<const char *>(data), size_t(length), sendFlags);
     return sent < 0 ? 0 : int(sent);
 }

@@ -9,7 +9,7 @@ inline constexpr int serviceTimeoutMs = 60'000;
 /// the socket is broken.
 int socket_wait(int socket, int timeoutMs, bool forRead);
 
-/// Sends once, without a second try for the rest. Returns the bytes that went.
+/// Sends once, without a second try for what didn't go in time. Returns the bytes that went.
 int socket_send(int socket, const void *data, int length, int timeoutMs);
 
 /// Receives until `length` bytes have come, the sender is gone, or `timeoutMs` pass without any. Returns the

@@ -9,7 +9,12 @@
 
 using namespace Qt::StringLiterals;
 
-static DeviceWatchTarget target;
+namespace
+{
+
+DeviceWatchTarget target; // outlives the stand, as the watch wants it
+
+} // namespace
 
 PhoneStand::PhoneStand() : server(folder.filePath(u"socket"_s))
 {
@@ -33,9 +38,15 @@ FakePhone &PhoneStand::newPhone()
 
 void *PhoneStand::plugIn(FakePhone &phone)
 {
-    const qsizetype before = present.size();
+    const int before = arrivals;
     server.plugIn(phone);
-    return QTest::qWaitFor([&] { return present.size() > before; }) ? present.last() : nullptr;
+    return QTest::qWaitFor([&] { return arrivals > before; }) ? present.last() : nullptr;
+}
+
+void PhoneStand::pullOutWhenSilent(FakePhone &phone)
+{
+    phone.isSilent.wait(false);
+    server.pullOut(phone);
 }
 
 bool PhoneStand::pullOut(FakePhone &phone, void *handle)

@@ -23,9 +23,15 @@ public:
     bool pullOut(FakePhone &phone, void *handle);
     /// The same on any thread, without waiting for the watch.
     void yank(FakePhone &phone) { server.pullOut(phone); }
+    /// Waits until one of its services says nothing more. Any thread.
+    void pullOutWhenSilent(FakePhone &phone);
 
 public Q_SLOTS:
-    void iosDeviceConnected(void *handle) { present.append(handle); }
+    void iosDeviceConnected(void *handle)
+    {
+        present.append(handle);
+        ++arrivals;
+    }
     void iosDeviceDisconnected(void *handle) { present.removeOne(handle); }
 
 private:
@@ -33,4 +39,5 @@ private:
     std::list<FakePhone> phones; // outlive the threads of the server
     MuxServer server;
     QList<void *> present;
+    int arrivals = 0;
 };

@@ -2,6 +2,7 @@
 // that is well or badly behaved.
 
 #include "afcconnection.h"
+#include "afcpackets.h"
 #include "backupservice.h"
 #include "devicelink.h"
 #include "devicesession.h"
@@ -12,9 +13,13 @@
 #include "phonestand.h"
 #include "servicemessages.h"
 #include "servicesocket.h"
+#include "testtools.h"
 
 #include <QTest>
 
+#include <thread>
+
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
@@ -22,26 +27,35 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// What `work` throws; empty when it doesn't.
-template <typename Work>
-QString errorOf(Work work)
-{
-    try {
-        work();
-    } catch (const std::exception &error) {
-        return QString::fromUtf8(error.what());
-    }
-    return {};
-}
-
 /// The most memory that this process ever had, in KiB.
 qint64 peakMemory()
 {
-    QFile status(u"/proc/self/status"_s);
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    static const QRegularExpression peak(u"VmHWM:\\s+(\\d+)"_s);
-    return peak.match(QString::fromUtf8(status.readAll())).captured(1).toLongLong();
+    rusage usage = {};
+    return ::getrusage(RUSAGE_SELF, &usage) == 0 ? usage.ru_maxrss : 0;
+}
+
+/// Both ends of the socket of a service.
+struct Line {
+    Line()
+    {
+        int pair[2];
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0)
+            throw std::runtime_error("no socket pair");
+        *phone.target() = pair[0];
+        *program.target() = pair[1];
+    }
+    void say(const QByteArray &bytes) const
+    {
+        socket_send(phone.descriptor(), bytes.constData(), int(bytes.size()), 100);
+    }
+
+    ServiceSocket phone, program;
+};
+
+QByteArray afcPacket(quint64 entireLength, quint64 operation, const QByteArray &payload)
+{
+    return "CFA6LPAA" + afcNumber(entireLength) + afcNumber(40) + afcNumber(7) + afcNumber(operation) +
+           payload;
 }
 
 void startLink(void *phone, const char *service)
@@ -84,8 +98,9 @@ private Q_SLOTS:
     void saysWhyAPhoneIsOutOfReach();
     void standsUpToBadManners_data();
     void standsUpToBadManners();
-    void lengthsAreOnlyWords();
     void stopsWaitingForTheRest();
+    void packetsComeWholeOrNotAtAll_data();
+    void packetsComeWholeOrNotAtAll();
     void movesFiles_data();
     void movesFiles();
     void hearsAndPostsNotifications();
@@ -116,7 +131,7 @@ void TestServices::tellsWhoThePhoneIs()
     QCOMPARE(mobiledevice_sync_set_tethered(ann, u"com.apple.Contacts"_s, true), 0);
     QCOMPARE(first.posted(), QStringList({u"com.apple.mobile.tethered_sync/com.apple.Contacts"_s}));
     QVERIFY(stand.pullOut(first, ann) && stand.pullOut(second, bob));
-    QVERIFY(errorOf([&] { readDevice(ann); }).contains(u"AMDeviceConnect(-"_s));
+    QVERIFY(failureOf([&] { readDevice(ann); }).contains(u"AMDeviceConnect(-"_s));
     QVERIFY(stand.plugIn(first) != ann);
 }
 
@@ -140,12 +155,12 @@ void TestServices::saysWhyAPhoneIsOutOfReach()
     phone.isPairedAlready = false;
     phone.missingServices = QStringList({u"com.apple.mobile.file_relay"_s});
     void *const handle = stand.plugIn(phone);
-    const QString error = errorOf([&] { askRelay(handle); });
+    const QString error = failureOf([&] { askRelay(handle); });
     QVERIFY2(error.contains(u"<br/><br/>Error code: "_s + label), qPrintable(error));
     phone.trust = Trust::Given; // the owner has second thoughts
     QCOMPARE(readDevice(handle).uniqueDeviceID, phone.udid);
     phone.trust = Trust::Refused;
-    QVERIFY(errorOf([&] { readDevice(handle); }).contains(u"AMDeviceValidatePairing(-18)"_s));
+    QVERIFY(failureOf([&] { readDevice(handle); }).contains(u"AMDeviceValidatePairing(-18)"_s));
 }
 
 void TestServices::standsUpToBadManners_data()
@@ -154,21 +169,22 @@ void TestServices::standsUpToBadManners_data()
     const auto link = [](const char *service) {
         return Ask([=](void *phone) { startLink(phone, service); });
     };
-    const QString shortLength = u"mobiledevice_recmsg(msg-length) error, received length: 2."_s;
-    const QString shortBody = u"mobiledevice_recmsg(msg) error, received length: 10."_s;
+    const auto received = [](const char *part, int count) {
+        return u"mobiledevice_recmsg(%1) error, received length: %2."_s.arg(QLatin1StringView(part))
+            .arg(count);
+    };
     const QString noAgreement = u"invalid feedback after send DLMessageVersionExchange.\n<?xml"_s;
-    const QString noHeader = u"read AFC header failed."_s;
     const struct {
         const char *service;
         Ask ask;
-        QString wrongType, shortFrame, closed;
+        QString wrongType;
     } services[] = {
-        {"com.apple.mobile.file_relay", askRelay, u"invalid feedback.\n<?xml"_s, shortLength, shortBody},
+        {"com.apple.mobile.file_relay", askRelay, u"invalid feedback.\n<?xml"_s},
         {"com.apple.mobile.notification_proxy", hearNotification,
-         u"unknown NotificationProxy command '' received!"_s, shortLength, shortBody},
-        {"com.apple.mobilebackup2", link("com.apple.mobilebackup2"), noAgreement, shortLength, shortBody},
-        {"com.apple.mobilesync", link("com.apple.mobilesync"), noAgreement, shortLength, shortBody},
-        {"com.apple.afc", listMedia, noHeader, noHeader, noHeader},
+         u"unknown NotificationProxy command '' received!"_s},
+        {"com.apple.mobilebackup2", link("com.apple.mobilebackup2"), noAgreement},
+        {"com.apple.mobilesync", link("com.apple.mobilesync"), noAgreement},
+        {"com.apple.afc", listMedia, u"read AFC header failed."_s},
     };
     QTest::addColumn<QString>("service");
     QTest::addColumn<Ask>("ask");
@@ -176,12 +192,15 @@ void TestServices::standsUpToBadManners_data()
     QTest::addColumn<QString>("error");
     for (const auto &row : services) {
         const QString name = QString::fromLatin1(row.service);
-        QTest::addRow("%s, wrong type", row.service)
-            << name << row.ask << Manners::WrongType << row.wrongType;
-        QTest::addRow("%s, short frame", row.service)
-            << name << row.ask << Manners::ShortFrame << row.shortFrame;
-        QTest::addRow("%s, half a message", row.service)
-            << name << row.ask << Manners::ClosesInMessage << row.closed;
+        const auto add = [&](const char *manners, Manners kind, const QString &error) {
+            QTest::addRow("%s, %s", row.service, manners)
+                << name << row.ask << kind << (name == u"com.apple.afc"_s ? row.wrongType : error);
+        };
+        add("wrong type", Manners::WrongType, row.wrongType);
+        add("short frame", Manners::ShortFrame, received("msg-length", 2));
+        add("half a message", Manners::ClosesInMessage, received("msg", 10));
+        add("silent until it is pulled", Manners::Silence, received("msg-length", 0));
+        add("four gigabytes of nothing until it is pulled", Manners::HugeLength, received("msg", 0));
     }
 }
 
@@ -194,38 +213,76 @@ void TestServices::standsUpToBadManners()
     FakePhone &phone = stand.newPhone();
     phone.manners.insert(service, manners);
     void *const handle = stand.plugIn(phone);
-    const QString thrown = errorOf([&] { ask(handle); });
-    QVERIFY2(thrown.startsWith(error), qPrintable(thrown));
-    QCOMPARE(readDevice(handle).uniqueDeviceID, phone.udid);
-}
-
-void TestServices::lengthsAreOnlyWords()
-{
-    FakePhone &phone = stand.newPhone();
-    phone.manners.insert(u"com.apple.mobile.notification_proxy"_s, Manners::HugeLength);
-    void *const handle = stand.plugIn(phone);
     const qint64 before = peakMemory();
-    QCOMPARE(errorOf([&] { hearNotification(handle); }),
-             u"mobiledevice_recmsg(msg) error, received length: 0."_s);
+    const bool isPulled = manners == Manners::Silence || manners == Manners::HugeLength;
+    std::thread owner([&] {
+        if (isPulled)
+            stand.pullOutWhenSilent(phone);
+    });
+    const QString thrown = failureOf([&] { ask(handle); });
+    owner.join();
+    QVERIFY2(thrown.startsWith(error), qPrintable(thrown));
     QVERIFY(peakMemory() - before < 64 * 1024);
+    QCOMPARE(failureOf([&] { readDevice(handle); }).isEmpty(), !isPulled);
 }
 
 void TestServices::stopsWaitingForTheRest()
 {
-    int pair[2];
-    QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-    const ServiceSocket phone(pair[0]);
-    const ServiceSocket program(pair[1]);
-    QCOMPARE(socket_send(pair[0], "ab", 2, 100), 2);
+    const Line line;
+    const int phone = line.phone.descriptor();
+    const int program = line.program.descriptor();
+    line.say("ab");
     char buffer[4];
-    QCOMPARE(socket_receive(pair[1], buffer, 4, 30), 2);
+    QCOMPARE(socket_receive(program, buffer, 4, 30), 2);
     // What drew no answer is quoted, 800 characters of it at most; what has no form isn't sent.
     const CFType sent = CFType::fromString(QString(2000, u'x'));
-    QCOMPARE(socket_send(pair[0], "\0\0\0\x04", 4, 100), 4);
-    const QString error = errorOf([&] { mobiledevice_recmsg(pair[1], sent, 30); });
+    line.say("\xFF\xFF\xFF\xF0");
+    const QString error = failureOf([&] { mobiledevice_recmsg(program, sent, 30); });
     QCOMPARE(error.section(u'\n', 1).size(), 800);
-    mobiledevice_sendmsg(pair[0], CFType(nullptr, true), true, 30);
-    QCOMPARE(socket_wait(pair[1], 10, true), 0);
+    mobiledevice_sendmsg(phone, CFType(nullptr, true), true, 30);
+    QCOMPARE(socket_wait(program, 10, true), 0);
+    // A phone that stops reading holds nobody either.
+    const CFType large = CFType::fromBytes(QByteArray(8 << 20, 'x'));
+    QVERIFY(failureOf([&] {
+                mobiledevice_sendmsg(program, large, true, 30);
+            }).startsWith(u"mobiledevice_sendmsg(msg) error.\n<?xml"_s));
+}
+
+void TestServices::packetsComeWholeOrNotAtAll_data()
+{
+    QTest::addColumn<QByteArray>("packet");
+    QTest::addColumn<QString>("error");
+    const QString noHeader = u"read AFC header failed."_s;
+    const QString noPayload = u"read AFC file block data failed."_s;
+    QTest::newRow("data") << afcPacket(44, 2, "abcd") << QString();
+    QTest::newRow("more data than was asked for") << afcPacket(45, 2, "abcde") << noPayload;
+    QTest::newRow("success") << afcPacket(48, 1, afcNumber(0)) << QString();
+    QTest::newRow("success without its word") << afcPacket(44, 1, "\0\0\0") << noPayload;
+    QTest::newRow("a refusal") << afcPacket(48, 1, afcNumber(8))
+                               << u"read AFC failed, received AFC_OP_STATUS, param1=8."_s;
+    QTest::newRow("a file that nobody opened")
+        << afcPacket(48, 14, afcNumber(3))
+        << u"read AFC failed, Unknown operation code received 14, param1=3."_s;
+    QTest::newRow("no packet") << QByteArray(40, 'x') << noHeader;
+    QTest::newRow("shorter than its header") << afcPacket(39, 2, {}) << noHeader;
+    QTest::newRow("eighteen exabytes of nothing") << afcPacket(~quint64(0), 1, {}) << noPayload;
+}
+
+void TestServices::packetsComeWholeOrNotAtAll()
+{
+    QFETCH(QByteArray, packet);
+    const qint64 before = peakMemory();
+    const auto answer = [&](qsizetype length) {
+        Line line;
+        line.say(packet.left(length));
+        line.phone.close();
+        char target[4];
+        return failureOf([&] { receiveAfcData(line.program.descriptor(), target, sizeof target); });
+    };
+    QTEST(answer(packet.size()), "error");
+    for (qsizetype length = 0; length < packet.size(); ++length)
+        QVERIFY(!answer(length).isEmpty());
+    QVERIFY(peakMemory() - before < 64 * 1024);
 }
 
 void TestServices::movesFiles_data()
@@ -243,7 +300,7 @@ void TestServices::movesFiles()
     phone.servicesAreEnciphered = isEnciphered;
     phone.containers.insert(u"org.example.app"_s, QDir(folder.path()));
     AfcConnection afc(stand.plugIn(phone));
-    QCOMPARE(errorOf([&] { afc.connect(u"org.none"_s); }), u"can not find org.none."_s);
+    QCOMPARE(failureOf([&] { afc.connect(u"org.none"_s); }), u"can not find org.none."_s);
     afc.connect(u"org.example.app"_s);
     QByteArray content(3'000'001, '\0');
     for (qsizetype i = 0; i < content.size(); ++i)
@@ -257,7 +314,8 @@ void TestServices::movesFiles()
     QCOMPARE(read.read(came.data(), 0), 0);
     QCOMPARE(read.read(came.data(), came.size()), content.size());
     QVERIFY(came.startsWith(content));
-    QCOMPARE(read.close(), 0);
+    QVERIFY(read.control(6) == 0 && read.close() == 0);
+    QCOMPARE(read.control(6), 8); // the phone knows no such file
     QVERIFY(afc.list(u"/"_s).contains(u".."_s));
     const QList<AfcFileInfo> infos = afc.listInfo(u"/"_s);
     QVERIFY(infos.size() == 1 && infos.first().isDirectory() && infos.first().name == u"sub"_s);

@@ -33,12 +33,10 @@ public:
     void serveOne()
     {
         const QByteArray header = stream.receive(40);
-        const quint64 entire = numberAt(header, 8);
-        const quint64 here = numberAt(header, 16);
+        const qsizetype here = qsizetype(numberAt(header, 16)) - 40;
+        const QByteArray rest = stream.receive(qsizetype(numberAt(header, 8)) - 40);
         packet = numberAt(header, 24);
-        const QByteArray parameters = stream.receive(qsizetype(here - 40));
-        const QByteArray data = stream.receive(qsizetype(entire - here));
-        handle(numberAt(header, 32), parameters, data);
+        handle(numberAt(header, 32), rest.left(here), rest.mid(here));
     }
 
 private:
@@ -47,15 +45,23 @@ private:
         return root.absolutePath() + u'/' + QString::fromUtf8(parameters.constData() + at);
     }
 
-    void reply(quint64 operation, const QByteArray &parameters, const QByteArray &data)
+    QByteArray header(quint64 operation, qsizetype parameters, qsizetype data) const
     {
-        const quint64 here = 40 + quint64(parameters.size());
-        stream.send("CFA6LPAA" + number(here + quint64(data.size())) + number(here) + number(packet) +
-                    number(operation) + parameters + data);
+        const quint64 here = 40 + quint64(parameters);
+        return "CFA6LPAA" + number(here + quint64(data)) + number(here) + number(packet) + number(operation);
     }
-    void status(quint64 code) { reply(1, number(code), {}); }
+    void status(quint64 code) { stream.send(header(1, 8, 0) + number(code)); }
     void done(bool success) { status(success ? 0 : unknownError); }
-    void data(const QByteArray &bytes) { reply(2, {}, bytes); }
+    void data(const QByteArray &bytes) { stream.send(header(2, 0, bytes.size()) + bytes); }
+
+    /// The buffer stays: a new one for each piece costs more than the piece.
+    void read(QFile &file, qint64 length)
+    {
+        piece.resize(40 + length);
+        piece.resize(40 + file.read(piece.data() + 40, length));
+        piece.replace(0, 40, header(2, 0, piece.size() - 40));
+        stream.send(piece);
+    }
 
     void list(const QString &folder)
     {
@@ -71,23 +77,20 @@ private:
         if (!info.exists())
             return status(objectNotFound);
         const qint64 modified = info.lastModified().toMSecsSinceEpoch() * 1'000'000;
-        QByteArray words;
-        for (const QByteArray &word :
-             {QByteArray("st_size"), QByteArray::number(info.size()), QByteArray("st_ifmt"),
-              QByteArray(info.isDir() ? "S_IFDIR" : "S_IFREG"), QByteArray("st_mtime"),
-              QByteArray::number(modified)})
-            words += word + '\0';
-        data(words);
+        const QByteArrayList words = {"st_size",  QByteArray::number(info.size()),
+                                      "st_ifmt",  info.isDir() ? "S_IFDIR" : "S_IFREG",
+                                      "st_mtime", QByteArray::number(modified)};
+        data(words.join('\0') + '\0');
     }
 
     void open(const QByteArray &parameters)
     {
         auto file = std::make_shared<QFile>(path(parameters, 8));
         const bool isReading = numberAt(parameters, 0) == 1;
-        if (!file->open(isReading ? QIODevice::ReadOnly : QIODevice::WriteOnly))
+        if (!file->open((isReading ? QIODevice::ReadOnly : QIODevice::WriteOnly) | QIODevice::Unbuffered))
             return status(objectNotFound);
         files.insert(++lastHandle, file);
-        reply(14, number(lastHandle), {});
+        stream.send(header(14, 8, 0) + number(lastHandle));
     }
 
     void handle(quint64 operation, const QByteArray &parameters, const QByteArray &content)
@@ -101,18 +104,20 @@ private:
         case 9: return done(QDir().mkpath(path(parameters)));
         case 10: return describe(path(parameters));
         case 13: return open(parameters);
-        case 15: return file ? data(file->read(qint64(numberAt(parameters, 8)))) : status(objectNotFound);
+        case 15: return file ? read(*file, qint64(numberAt(parameters, 8))) : status(objectNotFound);
         case 16: return done(file && file->write(content) == content.size());
         case 20: return done(files.remove(numberAt(parameters, 0)) > 0);
         case 24:
             return done(QFile::rename(path(parameters),
                                       path(parameters, qsizetype(strlen(parameters.constData())) + 1)));
-        default: return status(0);
+        case 27: return status(file ? 0 : objectNotFound); // a lock
+        default: return status(unknownError);
         }
     }
 
     QDir root;
     Stream &stream;
+    QByteArray piece;
     quint64 packet = 0;
     quint64 lastHandle = 0;
     QMap<quint64, std::shared_ptr<QFile>> files;

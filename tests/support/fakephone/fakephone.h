@@ -33,6 +33,7 @@ struct FakePhone {
     std::atomic<Trust> trust = Trust::Given;
     bool isPairedAlready = false; ///< knows this computer as any other phone does that was paired with it
     bool servicesAreEnciphered = false;
+    std::atomic<bool> isSilent = false; ///< a service has stopped to speak without an end
     QStringList missingServices;
     QMap<QString, Manners> manners; ///< by name of service
 
@@ -51,22 +52,16 @@ struct FakePhone {
     std::atomic_int turn = 0;
     std::atomic_int piecesSent = 0;
 
-    /// Names that programs asked to be told of, and those that they posted.
-    QStringList observed() const;
+    /// Names of notifications that programs posted, and of values that they set.
     QStringList posted() const;
-    void noteObserved(const QString &name);
     void notePosted(const QString &name);
 
 private:
     mutable std::mutex mutex;
-    QStringList observedNames;
     QStringList postedNames;
 };
 
-/// A value of the phone for a domain and a key; an empty key is the whole domain. Invalid when there is none.
-QVariant phoneValue(const FakePhone &phone, const QString &domain, const QString &key);
-
-/// Speaks the lockdown protocol until the other side goes. `startService` names the port of a service.
+/// Speaks the lockdown protocol until the other side goes.
 void serveLockdown(FakePhone &phone, Stream &stream);
 
 /// The port of a service, 0 for an unknown one, and the other way round.
@@ -79,10 +74,7 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream);
 /// Opens a device link.
 void openLink(Stream &stream);
 
-// The services of their own.
+// Those with files of their own.
 void serveAfc(const QDir &root, Stream &stream);
 void serveHouseArrest(FakePhone &phone, Stream &stream);
-void serveNotificationProxy(FakePhone &phone, Stream &stream);
-void serveFileRelay(FakePhone &phone, Stream &stream);
 void serveBackup(FakePhone &phone, Stream &stream);
-void serveSync(FakePhone &phone, Stream &stream);

@@ -1,16 +1,9 @@
 #include "fakephone.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-constexpr auto knownServices = std::to_array<const char *>(
-    {"com.apple.afc", "com.apple.mobile.house_arrest", "com.apple.mobile.notification_proxy",
-     "com.apple.mobile.file_relay", "com.apple.mobilebackup2", "com.apple.mobilesync"});
-constexpr quint16 firstPort = 50000;
 
 // The public half of a key that nothing uses; computers want one to make a pairing record of.
 constexpr auto publicKey = "-----BEGIN RSA PUBLIC KEY-----\n"
@@ -40,9 +33,11 @@ QVariantMap pairAnswer(const FakePhone &phone)
 
 QVariantMap valueAnswer(const FakePhone &phone, const QVariantMap &request)
 {
-    const QVariant value =
-        phoneValue(phone, request.value(u"Domain"_s).toString(), request.value(u"Key"_s).toString());
-    return value.isValid() ? QVariantMap{{u"Value"_s, value}} : failure(u"MissingValue"_s);
+    const QString domain = request.value(u"Domain"_s).toString();
+    const QString key = request.value(u"Key"_s).toString();
+    const QVariantMap all = domain.isEmpty() ? phone.values : phone.domains.value(domain);
+    const QVariant value = key.isEmpty() ? QVariant(all) : all.value(key);
+    return value.isValid() && !all.isEmpty() ? QVariantMap{{u"Value"_s, value}} : failure(u"MissingValue"_s);
 }
 
 QVariantMap serviceAnswer(const FakePhone &phone, const QString &name)
@@ -95,52 +90,16 @@ FakePhone::FakePhone(const QString &identifier) : udid(identifier)
     domains[u"com.apple.mobile.backup"_s] = {{u"CloudBackupEnabled"_s, false}, {u"WillEncrypt"_s, false}};
 }
 
-QStringList FakePhone::observed() const
-{
-    const std::lock_guard lock(mutex);
-    return observedNames;
-}
-
 QStringList FakePhone::posted() const
 {
     const std::lock_guard lock(mutex);
     return postedNames;
 }
 
-void FakePhone::noteObserved(const QString &name)
-{
-    const std::lock_guard lock(mutex);
-    observedNames.append(name);
-}
-
 void FakePhone::notePosted(const QString &name)
 {
     const std::lock_guard lock(mutex);
     postedNames.append(name);
-}
-
-QVariant phoneValue(const FakePhone &phone, const QString &domain, const QString &key)
-{
-    const QVariantMap all = domain.isEmpty() ? phone.values : phone.domains.value(domain);
-    if (key.isEmpty())
-        return all.isEmpty() ? QVariant() : QVariant(all);
-    return all.value(key);
-}
-
-quint16 servicePort(const QString &name)
-{
-    for (size_t i = 0; i < knownServices.size(); ++i) {
-        if (name == QLatin1StringView(knownServices[i]))
-            return quint16(firstPort + i);
-    }
-    return 0;
-}
-
-QString serviceOfPort(quint16 port)
-{
-    const size_t place = size_t(port - firstPort);
-    return port >= firstPort && place < knownServices.size() ? QString::fromLatin1(knownServices[place])
-                                                             : QString();
 }
 
 void serveLockdown(FakePhone &phone, Stream &stream)

@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 // A made phone on a local socket, for the program and for any other client of the multiplexer, until its
-// standard input ends. Lines that it reads: u"in"_s plugs the phone in, u"out"_s pulls it.
+// standard input ends. Lines that it reads: "in" plugs the phone in, "out" pulls it.
 
 int main(int argc, char *argv[])
 {

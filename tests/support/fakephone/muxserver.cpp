@@ -91,7 +91,7 @@ void MuxServer::acceptAll()
         if (descriptor < 0 || stopping)
             return;
         dropEnded();
-        Connection &connection = connections.emplace_back(Connection{descriptor, 0, false, false, {}});
+        Connection &connection = connections.emplace_back(Connection{descriptor, nullptr, false, false, {}});
         connection.thread = std::thread([this, &connection] {
             try {
                 serve(connection);
@@ -130,75 +130,68 @@ void MuxServer::serve(Connection &connection)
 /// False when the connection has ended.
 bool MuxServer::answer(Connection &connection, const QVariantMap &request, quint32 tag)
 {
-    const QString type = request.value(u"MessageType"_s).toString();
     std::unique_lock lock(mutex);
+    const QString type = request.value(u"MessageType"_s).toString();
+    if (type != u"Connect"_s) {
+        send(connection.descriptor, replyTo(type, request), tag);
+        if (type == u"Listen"_s) {
+            connection.listens = true;
+            for (const quint32 id : phones.keys())
+                send(connection.descriptor, describe(id), 0);
+        }
+        return true;
+    }
+    const quint16 port = qFromBigEndian(quint16(request.value(u"PortNumber"_s).toUInt()));
+    if (port == lockdownPort || !serviceOfPort(port).isEmpty())
+        connection.phone = phones.value(request.value(u"DeviceID"_s).toUInt());
+    send(connection.descriptor, result(connection.phone ? 0 : refused), tag);
+    lock.unlock();
+    if (connection.phone)
+        tunnel(connection.descriptor, *connection.phone, serviceOfPort(port));
+    return !connection.phone;
+}
+
+QVariantMap MuxServer::replyTo(const QString &type, const QVariantMap &request)
+{
     const QString record = recordName(request.value(u"PairRecordID"_s).toString());
     if (type == u"ListDevices"_s) {
         QVariantList all;
-        for (const Plugged &plugged : std::as_const(phones))
-            all.append(describe(plugged));
-        send(connection.descriptor, {{u"DeviceList"_s, all}}, tag);
-    } else if (type == u"Listen"_s) {
-        connection.listens = true;
-        send(connection.descriptor, result(0), tag);
-        for (const Plugged &plugged : std::as_const(phones))
-            send(connection.descriptor, describe(plugged), 0);
-    } else if (type == u"Connect"_s) {
-        const quint32 id = request.value(u"DeviceID"_s).toUInt();
-        const quint16 port = qFromBigEndian(quint16(request.value(u"PortNumber"_s).toUInt()));
-        const bool isOpen = phoneOf(id) && (port == lockdownPort || !serviceOfPort(port).isEmpty());
-        connection.phone = isOpen ? id : 0;
-        send(connection.descriptor, result(isOpen ? 0 : refused), tag);
-        lock.unlock();
-        if (isOpen)
-            tunnel(connection, id, port);
-        return !isOpen;
-    } else if (type == u"ReadBUID"_s) {
-        send(connection.descriptor, {{u"BUID"_s, u"30142955-444094379208051516"_s}}, tag);
-    } else if (type == u"ReadPairRecord"_s && pairRecords.contains(record)) {
-        send(connection.descriptor, {{u"PairRecordData"_s, pairRecords.value(record)}}, tag);
-    } else if (type == u"ReadPairRecord"_s) {
-        send(connection.descriptor, result(noSuchRecord), tag);
-    } else {
-        if (type == u"SavePairRecord"_s)
-            pairRecords.insert(record, request.value(u"PairRecordData"_s).toByteArray());
-        if (type == u"DeletePairRecord"_s)
-            pairRecords.remove(record);
-        send(connection.descriptor, result(0), tag);
+        for (const quint32 id : phones.keys())
+            all.append(describe(id));
+        return {{u"DeviceList"_s, all}};
     }
-    return true;
+    if (type == u"ReadBUID"_s)
+        return {{u"BUID"_s, u"30142955-444094379208051516"_s}};
+    if (type == u"ReadPairRecord"_s && pairRecords.contains(record))
+        return {{u"PairRecordData"_s, pairRecords.value(record)}};
+    if (type == u"SavePairRecord"_s)
+        pairRecords.insert(record, request.value(u"PairRecordData"_s).toByteArray());
+    if (type == u"DeletePairRecord"_s)
+        pairRecords.remove(record);
+    return result(type == u"ReadPairRecord"_s ? noSuchRecord : 0);
 }
 
 /// Making the keys of a pairing takes a second: phones may share those of the first one.
 QString MuxServer::recordName(const QString &udid) const
 {
-    const bool shares = std::any_of(phones.cbegin(), phones.cend(), [&](const Plugged &plugged) {
-        return plugged.phone->udid == udid && plugged.phone->isPairedAlready;
+    const bool shares = std::any_of(phones.cbegin(), phones.cend(), [&](const FakePhone *phone) {
+        return phone->udid == udid && phone->isPairedAlready;
     });
     return shares && !pairRecords.contains(udid) && !pairRecords.isEmpty() ? pairRecords.firstKey() : udid;
 }
 
-void MuxServer::tunnel(Connection &connection, quint32 id, quint16 port)
+void MuxServer::tunnel(int descriptor, FakePhone &phone, const QString &service)
 {
-    FakePhone *phone = nullptr;
-    {
-        const std::lock_guard lock(mutex);
-        phone = phoneOf(id);
-    }
-    if (!phone)
-        return;
-    const QString service = serviceOfPort(port);
-    const bool isEnciphered = !service.isEmpty() && phone->servicesAreEnciphered;
-    const std::unique_ptr<Stream> stream =
-        isEnciphered ? tlsStream(connection.descriptor) : plainStream(connection.descriptor);
-    stream->beforeSend = [phone] {
-        if (++phone->piecesSent == phone->turn)
-            phone->atTurn();
+    const bool isEnciphered = !service.isEmpty() && phone.servicesAreEnciphered;
+    const std::unique_ptr<Stream> stream = isEnciphered ? tlsStream(descriptor) : plainStream(descriptor);
+    stream->beforeSend = [&phone] {
+        if (++phone.piecesSent == phone.turn)
+            phone.atTurn();
     };
     if (service.isEmpty())
-        serveLockdown(*phone, *stream);
+        serveLockdown(phone, *stream);
     else
-        serveService(*phone, service, *stream);
+        serveService(phone, service, *stream);
 }
 
 void MuxServer::send(int descriptor, const QVariantMap &message, quint32 tag)
@@ -208,51 +201,42 @@ void MuxServer::send(int descriptor, const QVariantMap &message, quint32 tag)
         ->send(littleEndian({quint32(body.size()) + 16, plistProtocol, plistMessage, tag}) + body);
 }
 
-QVariantMap MuxServer::describe(const Plugged &plugged) const
+QVariantMap MuxServer::describe(quint32 id) const
 {
     return {{u"MessageType"_s, u"Attached"_s},
-            {u"DeviceID"_s, plugged.id},
+            {u"DeviceID"_s, id},
             {u"Properties"_s, QVariantMap{{u"ConnectionType"_s, u"USB"_s},
-                                          {u"DeviceID"_s, plugged.id},
+                                          {u"DeviceID"_s, id},
                                           {u"LocationID"_s, 0},
                                           {u"ProductID"_s, 4776},
-                                          {u"SerialNumber"_s, plugged.phone->udid}}}};
+                                          {u"SerialNumber"_s, phones.value(id)->udid}}}};
 }
 
-FakePhone *MuxServer::phoneOf(quint32 id) const
+void MuxServer::tellListeners(const QVariantMap &message)
 {
-    for (const Plugged &plugged : phones) {
-        if (plugged.id == id)
-            return plugged.phone;
+    for (const Connection &connection : connections) {
+        if (connection.listens)
+            send(connection.descriptor, message, 0);
     }
-    return nullptr;
 }
 
 void MuxServer::plugIn(FakePhone &phone)
 {
     const std::lock_guard lock(mutex);
-    phones.append({++lastId, &phone});
-    for (const Connection &connection : connections) {
-        if (connection.listens)
-            send(connection.descriptor, describe(phones.last()), 0);
-    }
+    phones.insert(++lastId, &phone);
+    tellListeners(describe(lastId));
 }
 
 void MuxServer::pullOut(FakePhone &phone)
 {
     const std::lock_guard lock(mutex);
-    quint32 id = 0;
-    for (const Plugged &plugged : std::as_const(phones)) {
-        if (plugged.phone == &phone)
-            id = plugged.id;
-    }
+    const quint32 id = phones.key(&phone);
     if (id == 0) // gone already
         return;
-    phones.removeIf([id](const Plugged &plugged) { return plugged.id == id; });
+    phones.remove(id);
+    tellListeners({{u"MessageType"_s, u"Detached"_s}, {u"DeviceID"_s, id}});
     for (const Connection &connection : connections) {
-        if (connection.listens)
-            send(connection.descriptor, {{u"MessageType"_s, u"Detached"_s}, {u"DeviceID"_s, id}}, 0);
-        if (connection.phone == id)
+        if (connection.phone == &phone)
             ::shutdown(connection.descriptor, SHUT_RDWR);
     }
 }

@@ -24,13 +24,9 @@ public:
     void pullOut(FakePhone &phone);
 
 private:
-    struct Plugged {
-        quint32 id;
-        FakePhone *phone;
-    };
     struct Connection {
         int descriptor;
-        quint32 phone = 0; ///< that it is a tunnel to; 0 for none
+        FakePhone *phone = nullptr; ///< that it is a tunnel to
         bool listens = false;
         bool ended = false;
         std::thread thread;
@@ -40,16 +36,17 @@ private:
     void dropEnded();
     void serve(Connection &connection);
     bool answer(Connection &connection, const QVariantMap &request, quint32 tag);
-    void tunnel(Connection &connection, quint32 id, quint16 port);
+    QVariantMap replyTo(const QString &type, const QVariantMap &request);
+    void tunnel(int descriptor, FakePhone &phone, const QString &service);
+    void tellListeners(const QVariantMap &message);
     void send(int descriptor, const QVariantMap &message, quint32 tag);
-    QVariantMap describe(const Plugged &plugged) const;
-    FakePhone *phoneOf(quint32 id) const;
+    QVariantMap describe(quint32 id) const;
     QString recordName(const QString &udid) const;
 
     QString socketPath;
     int listener = -1;
-    mutable std::mutex mutex; ///< over all below
-    QList<Plugged> phones;
+    mutable std::mutex mutex;          ///< over all below
+    QMap<quint32, FakePhone *> phones; ///< by the number of their visit
     quint32 lastId = 0;
     QMap<QString, QByteArray> pairRecords;
     std::list<Connection> connections;

@@ -2,16 +2,17 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
 void serveNotificationProxy(FakePhone &phone, Stream &stream)
 {
     while (true) {
         const QVariantMap message = stream.receiveList().toMap();
         const QString command = message.value(u"Command"_s).toString();
         const QString name = message.value(u"Name"_s).toString();
-        if (command == u"ObserveNotification"_s) {
-            phone.noteObserved(name);
-            if (phone.relayedNotifications.contains(name))
-                stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
+        if (command == u"ObserveNotification"_s && phone.relayedNotifications.contains(name)) {
+            stream.sendList(QVariantMap{{u"Command"_s, u"RelayNotification"_s}, {u"Name"_s, name}});
         } else if (command == u"PostNotification"_s) {
             phone.notePosted(name);
         } else if (command == u"Shutdown"_s) {
@@ -35,13 +36,6 @@ void serveFileRelay(FakePhone &phone, Stream &stream)
     const QByteArray nothing(512 * 1024, '\0');
     for (qint64 left = phone.relayBytes; left > 0; left -= nothing.size())
         stream.send(nothing);
-}
-
-void openLink(Stream &stream)
-{
-    stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
-    stream.receiveList();
-    stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
 }
 
 void serveSync(FakePhone &phone, Stream &stream)
@@ -72,6 +66,43 @@ void serveSync(FakePhone &phone, Stream &stream)
     }
 }
 
+void stayStill(FakePhone &phone, Stream &stream)
+{
+    phone.isSilent = true;
+    phone.isSilent.notify_all();
+    while (true)
+        stream.receive(1);
+}
+
+const QMap<QString, void (*)(FakePhone &, Stream &)> services = {
+    {u"com.apple.afc"_s, [](FakePhone &phone, Stream &stream) { serveAfc(phone.media, stream); }},
+    {u"com.apple.mobile.house_arrest"_s, serveHouseArrest},
+    {u"com.apple.mobile.notification_proxy"_s, serveNotificationProxy},
+    {u"com.apple.mobile.file_relay"_s, serveFileRelay},
+    {u"com.apple.mobilebackup2"_s, serveBackup},
+    {u"com.apple.mobilesync"_s, serveSync}};
+constexpr quint16 firstPort = 50000;
+
+} // namespace
+
+void openLink(Stream &stream)
+{
+    stream.sendList(QVariantList{u"DLMessageVersionExchange"_s, 300, 0});
+    stream.receiveList();
+    stream.sendList(QVariantList{u"DLMessageDeviceReady"_s});
+}
+
+quint16 servicePort(const QString &name)
+{
+    const qsizetype place = services.keys().indexOf(name);
+    return place < 0 ? 0 : quint16(firstPort + place);
+}
+
+QString serviceOfPort(quint16 port)
+{
+    return services.keys().value(port - firstPort);
+}
+
 void serveService(FakePhone &phone, const QString &name, Stream &stream)
 {
     const Manners manners = phone.manners.value(name, Manners::Good);
@@ -82,28 +113,13 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream)
     switch (manners) {
     case Manners::Good: break;
     case Manners::ShortFrame: stream.send(QByteArray(2, '\0')); return;
-    case Manners::HugeLength:
-        stream.send(bigEndian(0xFFFFFFF0));
-        stream.receive(1 << 30);
-        return;
-    case Manners::Silence: stream.receive(1 << 30); return;
+    case Manners::HugeLength: stream.send(bigEndian(0xFFFFFFF0)); return stayStill(phone, stream);
+    case Manners::Silence: return stayStill(phone, stream);
     case Manners::ClosesInMessage: stream.send(bigEndian(100) + "half of it"); return;
     case Manners::WrongType:
         stream.sendList(7);
         stream.sendList(7); // for those who answer the first one
-        stream.receive(1 << 30);
-        return;
+        return stayStill(phone, stream);
     }
-    if (name == u"com.apple.afc"_s)
-        serveAfc(phone.media, stream);
-    else if (name == u"com.apple.mobile.house_arrest"_s)
-        serveHouseArrest(phone, stream);
-    else if (name == u"com.apple.mobile.notification_proxy"_s)
-        serveNotificationProxy(phone, stream);
-    else if (name == u"com.apple.mobile.file_relay"_s)
-        serveFileRelay(phone, stream);
-    else if (name == u"com.apple.mobilebackup2"_s)
-        serveBackup(phone, stream);
-    else if (name == u"com.apple.mobilesync"_s)
-        serveSync(phone, stream);
+    services.value(name)(phone, stream);
 }

@@ -56,7 +56,6 @@ plist_t toNode(const QVariant &value)
             plist_array_append_item(array, toNode(item));
         return array;
     }
-    case QMetaType::QStringList: return toNode(value.toList());
     case QMetaType::QVariantMap: {
         plist_t dictionary = plist_new_dict();
         const QVariantMap map = value.toMap();
@@ -66,6 +65,14 @@ plist_t toNode(const QVariant &value)
     }
     default: return plist_new_uint(value.toULongLong());
     }
+}
+
+template <typename Number>
+Number numberFrom(plist_t node, void (*read)(plist_t, Number *))
+{
+    Number number = 0;
+    read(node, &number);
+    return number;
 }
 
 QVariant fromNode(plist_t node);
@@ -89,21 +96,9 @@ QVariantMap mapFrom(plist_t node)
 QVariant fromNode(plist_t node)
 {
     switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        uint8_t is = 0;
-        plist_get_bool_val(node, &is);
-        return is != 0;
-    }
-    case PLIST_UINT: {
-        uint64_t number = 0;
-        plist_get_uint_val(node, &number);
-        return qint64(number);
-    }
-    case PLIST_REAL: {
-        double number = 0;
-        plist_get_real_val(node, &number);
-        return number;
-    }
+    case PLIST_BOOLEAN: return numberFrom<uint8_t>(node, plist_get_bool_val) != 0;
+    case PLIST_UINT: return qint64(numberFrom<uint64_t>(node, plist_get_uint_val));
+    case PLIST_REAL: return numberFrom<double>(node, plist_get_real_val);
     case PLIST_STRING: return QString::fromUtf8(plist_get_string_ptr(node, nullptr));
     case PLIST_DATA: {
         uint64_t length = 0;
@@ -121,15 +116,15 @@ QVariant fromNode(plist_t node)
     }
 }
 
-template <typename Write, typename Free>
-QByteArray written(const QVariant &value, Write write, Free release)
+template <typename Write>
+QByteArray written(const QVariant &value, Write write)
 {
     const Node node(toNode(value));
     char *bytes = nullptr;
     uint32_t length = 0;
     write(node.get(), &bytes, &length);
     const QByteArray result(bytes, qsizetype(length));
-    release(bytes);
+    plist_to_xml_free(bytes); // as good as its brother
     return result;
 }
 
@@ -148,12 +143,12 @@ quint32 bigEndian(QByteArrayView bytes)
 
 QByteArray toXml(const QVariant &value)
 {
-    return written(value, plist_to_xml, plist_to_xml_free);
+    return written(value, plist_to_xml);
 }
 
 QByteArray toBinary(const QVariant &value)
 {
-    return written(value, plist_to_bin, plist_to_bin_free);
+    return written(value, plist_to_bin);
 }
 
 QVariant fromPlist(QByteArrayView bytes)
