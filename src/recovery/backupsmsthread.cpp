@@ -86,16 +86,8 @@ qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
 
 void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
-    const QString status = QObject::tr("IDS_BACKING_UP_SMS");
-    const qint64 total = messages.size();
-    ProgressPace pace(total);
-    qint64 done = 0;
-    for (const _MsgMessage *message : messages) {
-        throwIfCancelled(progress);
-        if (pace.isDue(++done))
-            progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
-        target.append(*message);
-    }
+    workThrough(messages, progress, u"SMS: %1/%2"_s,
+                [&](const _MsgMessage *message) { target.append(*message); });
     throwIfCancelled(progress);
 }
 
