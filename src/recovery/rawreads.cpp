@@ -50,11 +50,6 @@ int varintLength(qint64 value)
     return int(fits - mostFor.begin()) + 1;
 }
 
-quint8 readByte(QByteArrayView range, qint64 p)
-{
-    return p >= 0 && p < range.size() ? quint8(range[p]) : quint8(0);
-}
-
 QByteArrayView readBytes(QByteArrayView range, qint64 p, qint64 n)
 {
     if (p < 0 || p >= range.size() || n < 1)

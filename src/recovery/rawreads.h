@@ -26,7 +26,10 @@ RawVarint readVarint(QByteArrayView range, qint64 p);
 int varintLength(qint64 value);
 
 /// 0 outside of the range.
-quint8 readByte(QByteArrayView range, qint64 p);
+inline quint8 readByte(QByteArrayView range, qint64 p)
+{
+    return p >= 0 && p < range.size() ? quint8(range[p]) : quint8(0);
+}
 
 /// Big-endian integer; 0 where it doesn't end before the range does.
 template <typename Integer>
