@@ -16,6 +16,7 @@ constexpr qint64 firstTrunkPlace = 32;
 constexpr qint64 freelistCountPlace = 36;
 
 constexpr int smallestRealPage = 512;
+constexpr size_t mostColumns = 32767; // that SQLite can be built for
 
 void throwFailure(const QString &step, const QFile &file)
 {
@@ -184,7 +185,7 @@ Sqlite3RawRow Sqlite3File::rowData(const Sqlite3Cell &cell) const
     qint64 place = headerLength.length;
     while (place < headerLength.value) {
         const RawVarint type = readVarint(payload, place);
-        if (type.length == 0) {
+        if (type.length == 0 || types.size() == mostColumns) {
             qWarning("Sqlite3File::rowData, read column type failed.");
             return row;
         }
