@@ -17,9 +17,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-bool isKnown(MessageRecycleDb &recycle, const _RecycleMessage &recycled)
+/// Whether a message is told by its guid in each run, and not by one that is made for it.
+enum class Guid { Own, Made };
+
+/// One without words that has no guid of its own can only be known by all the rest of it.
+bool isKnown(MessageRecycleDb &recycle, const _RecycleMessage &recycled, Guid guid)
 {
-    return recycle.findMessage(recycled.message) != 0 || recycle.findWordless(recycled) != 0;
+    return recycle.findMessage(recycled.message) != 0 ||
+           (guid == Guid::Made && recycle.findWordless(recycled) != 0);
+}
+
+Guid guidOf(const _MsgMessage &message)
+{
+    return isGuid(message.guid) ? Guid::Own : Guid::Made;
 }
 
 /// Ties deleted messages of iOS 6 and later to chats, and keeps them.
@@ -41,7 +51,7 @@ public:
     int keepFreed(const Sqlite3RawRow &row)
     {
         std::optional<_RecycleMessage> recycled = messageOf(row);
-        if (!recycled || isKnown(recycle, *recycled))
+        if (!recycled || isKnown(recycle, *recycled, guidOf(recycled->message)))
             return 0;
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
         return isLive(*recycled) ? 0 : 1;
@@ -50,7 +60,7 @@ public:
     int keepCarved(const Sqlite3RawRow &row)
     {
         const std::optional<_RecycleMessage> recycled = messageOf(row);
-        if (!recycled || isKnown(recycle, *recycled) || isLive(*recycled))
+        if (!recycled || isKnown(recycle, *recycled, guidOf(recycled->message)) || isLive(*recycled))
             return 0;
         const bool isTied = chatsByHandle.contains(recycled->message.handle_id);
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle,
@@ -127,7 +137,10 @@ int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *p
     CountryLibDb countries(db.countryCode());
     const auto keep = [&](const Sqlite3RawRow &row) {
         const std::optional<_RecycleMessage> recycled = rowToIos5Message(row, countries);
-        if (!recycled || isKnown(recycle, *recycled))
+        if (!recycled)
+            return 0;
+        const bool isSms = recycled->message.service == "SMS"_L1; // these never had guids
+        if (isKnown(recycle, *recycled, isSms ? Guid::Made : guidOf(recycled->message)))
             return 0;
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
         return 1;
