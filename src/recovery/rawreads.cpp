@@ -114,6 +114,18 @@ QVariant RawValues::next(qint64 serialType)
     }
 }
 
+std::optional<qint64> RawValues::numberAtEnd(qint64 serialType) const
+{
+    if (bytes.size() - p != contentLength(serialType))
+        return std::nullopt;
+    switch (serialType) {
+    case 2: return readBigEndian<qint16>(bytes.sliced(p));
+    case 4: return readBigEndian<qint32>(bytes.sliced(p));
+    case 6: return readBigEndian<qint64>(bytes.sliced(p));
+    default: return std::nullopt;
+    }
+}
+
 // The three bytes stand at the top: the number is 256 times the one stored.
 int RawValues::threeBytes(qint64 at) const
 {

@@ -6,6 +6,7 @@
 #include <QByteArrayView>
 #include <QVariant>
 
+#include <optional>
 #include <span>
 
 // Reads of the raw reader. A range begins at position 0 and ends with its last byte; any position may be
@@ -56,6 +57,9 @@ public:
     /// The next value: invalid for NULL, else a 32-bit or 64-bit integer, a double, a string or a byte
     /// array.
     QVariant next(qint64 serialType);
+
+    /// The number that comes next, where `next` reads 0 instead because it ends with the content.
+    std::optional<qint64> numberAtEnd(qint64 serialType) const;
 
 private:
     int threeBytes(qint64 at) const;

@@ -58,9 +58,7 @@ private:
         const QByteArray content = gather();
         row.values.reserve(columns.size());
         row.values.append(firstLength < 1 ? QVariant() : QVariant(content.first(firstWithin(content))));
-        RawValues values(content, firstWithin(content));
-        for (const qint64 type : types)
-            row.values.append(values.next(type));
+        row.append(content, firstWithin(content), types);
         return row;
     }
 

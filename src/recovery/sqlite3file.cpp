@@ -26,6 +26,18 @@ void throwFailure(const QString &step, const QFile &file)
 
 } // namespace
 
+void Sqlite3RawRow::append(QByteArrayView content, qint64 start, const std::vector<qint64> &types)
+{
+    RawValues decoder(content, start);
+    for (const qint64 type : types) {
+        if (const std::optional<qint64> number = decoder.numberAtEnd(type)) {
+            lastColumn = values.size();
+            lastNumber = *number;
+        }
+        values.append(decoder.next(type));
+    }
+}
+
 Sqlite3File::Sqlite3File(const QString &fileName) : QFile(fileName)
 {
 }
@@ -192,9 +204,7 @@ Sqlite3RawRow Sqlite3File::rowData(const Sqlite3Cell &cell) const
         types.push_back(type.value);
         place += type.length;
     }
-    RawValues values(payload, place);
-    for (const qint64 type : types)
-        row.values.append(values.next(type));
+    row.append(payload, place, types);
     return row;
 }
 
