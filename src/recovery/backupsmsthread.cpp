@@ -5,6 +5,7 @@
 #include "exportmessagesdb.h"
 #include "filetools.h"
 #include "jobprogress.h"
+#include "messagerecycledb.h"
 #include "messagestore.h"
 
 #include <QDebug>
@@ -84,6 +85,19 @@ qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
     return bytes;
 }
 
+/// The chats of recovered messages whose address nobody knows have numbers that keep them off phones. A Local
+/// Database is to hold what people see, so there they go in as any other.
+void append(ExportMessagesDb &target, const _MsgMessage &message)
+{
+    if (!message.chat || !isOfUnknownAddress(*message.chat))
+        return target.append(message);
+    _MsgChat chat = *message.chat;
+    chat.rowid = 0;
+    _MsgMessage kept = message;
+    kept.chat = &chat;
+    target.append(kept);
+}
+
 void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
     const QString status = QObject::tr("IDS_BACKING_UP_SMS");
@@ -94,7 +108,7 @@ void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, J
         throwIfCancelled(progress);
         if (pace.isDue(++done))
             progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
-        target.append(*message);
+        append(target, *message);
     }
     throwIfCancelled(progress);
 }
