@@ -4,6 +4,7 @@
 #include "deletedrowsearch.h"
 #include "ios5messagedb.h"
 #include "ios6messagedb.h"
+#include "messagedbparts.h"
 #include "messagerecycledb.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
@@ -106,6 +107,19 @@ private:
     QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
 };
 
+/// The people of chats that were made anew have names too.
+void nameNewcomers(const AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
+{
+    MessageDbParts people(db.rootFolder(), db.countryCode(), u"loadRecycled"_s);
+    people.openContacts();
+    for (_MsgHandle *handle : std::as_const(store.handles)) {
+        if (before.contains(handle->rowid))
+            continue;
+        people.nameHandle(*handle);
+        people.nameHandleByMail(*handle);
+    }
+}
+
 } // namespace
 
 int recoverHandles(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
@@ -158,6 +172,8 @@ int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
     if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
         messages.removeIf(
             [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
+    const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
+    nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));
     return int(messages.size());
 }
