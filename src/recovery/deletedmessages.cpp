@@ -110,6 +110,8 @@ private:
 /// The people of chats that were made anew have names too.
 void nameNewcomers(const AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
 {
+    if (store.handles.size() == before.size())
+        return;
     MessageDbParts people(db.rootFolder(), db.countryCode(), u"loadRecycled"_s);
     people.openContacts();
     for (_MsgHandle *handle : std::as_const(store.handles)) {

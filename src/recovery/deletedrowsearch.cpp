@@ -59,7 +59,7 @@ int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
     qint64 entriesLeft = (qint64(file.pageCount()) + 1) * mostEntriesPerPage;
     int kept = 0;
     QSet<quint32> trunks;
-    for (quint32 next = file.firstFreelistTrunk(); next > 0 && !trunks.contains(next);) {
+    for (quint32 next = file.firstFreelistTrunk(); next > 0 && !trunks.contains(next) && !isCancelled();) {
         trunks.insert(next);
         addPage(next);
         const Sqlite3FreelistTrunk trunk = file.readFreelistTrunk(next);
