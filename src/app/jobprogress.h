@@ -50,6 +50,24 @@ private:
     QElapsedTimer sinceReport;
 };
 
+/// Does `work` with each of `items`, asking for a cancel before each. Reports go out at a pace, in words as
+/// `pattern` has it ("SMS: %1/%2", done and total); empty for none.
+template <typename Items, typename Work>
+void workThrough(const Items &items, JobProgress &progress, const QString &pattern, Work work)
+{
+    const qint64 total = items.size();
+    ProgressPace pace(total);
+    qint64 done = 0;
+    for (const auto &item : items) {
+        throwIfCancelled(progress);
+        if (pace.isDue(++done)) {
+            const QString words = pattern.isEmpty() ? QString() : pattern.arg(done).arg(total);
+            progress.updateProgress({}, percentOf(done, total), words);
+        }
+        work(item);
+    }
+}
+
 /// The one way a job ends: `work` returns the text for `succeed`, an exception goes to
 /// `errorOccurred`, a cancel says nothing.
 template <typename Work>

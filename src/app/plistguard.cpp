@@ -1,6 +1,7 @@
 #include "plistguard.h"
 
 #include "boundedbytes.h"
+#include "plisttrailer.h"
 
 #include <optional>
 
@@ -8,8 +9,6 @@ namespace
 {
 
 constexpr int deepestNesting = 128;
-constexpr qsizetype trailerSize = 32;
-constexpr qsizetype headerSize = 8;
 constexpr qint64 costOfNode = 160;                 // bytes that libplist takes for an empty node, about
 constexpr qint64 mostUnfolded = 256 * 1024 * 1024; // bytes
 
@@ -22,7 +21,9 @@ public:
 
     bool isBounded()
     {
-        return all.size() >= headerSize + trailerSize && readTrailer() && visit(rootObject, 0);
+        const std::optional<PlistTrailer> found = readPlistTrailer(all);
+        trailer = found.value_or(PlistTrailer());
+        return found && visit(trailer.rootObject, 0);
     }
 
 private:
@@ -53,17 +54,6 @@ private:
         return integer(all.sliced(qsizetype(offset)), width);
     }
 
-    bool readTrailer()
-    {
-        const QByteArrayView trailer = all.last(trailerSize);
-        offsetWidth = quint8(trailer.at(6));
-        referenceWidth = quint8(trailer.at(7));
-        objects = *readBigEndian<quint64>(trailer.sliced(8));
-        rootObject = *readBigEndian<quint64>(trailer.sliced(16));
-        offsetTable = *readBigEndian<quint64>(trailer.sliced(24));
-        return objects <= quint64(all.size()) && offsetTable < quint64(all.size());
-    }
-
     bool spend(quint64 bytes)
     {
         if (bytes > quint64(mostUnfolded))
@@ -88,10 +78,10 @@ private:
     /// From the marker of an object on.
     std::optional<ByteCursor> objectAt(quint64 object) const
     {
-        if (object >= objects)
+        if (object >= trailer.objects)
             return std::nullopt;
         const std::optional<quint64> offset =
-            integerAt(offsetTable + object * quint64(offsetWidth), offsetWidth);
+            integerAt(trailer.offsetTable + object * quint64(trailer.offsetWidth), trailer.offsetWidth);
         if (!offset || *offset >= quint64(all.size()))
             return std::nullopt;
         return ByteCursor(all.sliced(qsizetype(*offset)));
@@ -119,8 +109,8 @@ private:
 
     std::optional<quint64> takeReference(ByteCursor &cursor) const
     {
-        const std::optional<QByteArrayView> bytes = cursor.take(referenceWidth);
-        return bytes ? integer(*bytes, referenceWidth) : std::nullopt;
+        const std::optional<QByteArrayView> bytes = cursor.take(trailer.referenceWidth);
+        return bytes ? integer(*bytes, trailer.referenceWidth) : std::nullopt;
     }
 
     bool hasListableKeys(ByteCursor cursor, quint64 count) const
@@ -162,11 +152,7 @@ private:
 
     QByteArrayView all;
     PlistKeys keys;
-    qsizetype offsetWidth = 0;
-    qsizetype referenceWidth = 0;
-    quint64 objects = 0;
-    quint64 rootObject = 0;
-    quint64 offsetTable = 0;
+    PlistTrailer trailer;
     qint64 unfolded = 0;
 };
 

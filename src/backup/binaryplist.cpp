@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr QByteArrayView header("bplist00");
-constexpr qsizetype trailerSize = 32;
 constexpr int countFollows = 0xF;
 constexpr quint64 mostKeysSearched = 1024;
 
@@ -38,25 +36,8 @@ BinaryPlist::Kind kindOf(int marker)
 
 std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView bytes)
 {
-    BinaryPlist list(bytes);
-    if (!bytes.startsWith(header) || !list.readTrailer())
-        return std::nullopt;
-    return list;
-}
-
-bool BinaryPlist::readTrailer()
-{
-    if (all.size() < header.size() + trailerSize)
-        return false;
-    const QByteArrayView trailer = all.last(trailerSize);
-    offsetWidth = quint8(trailer.at(6));
-    referenceWidth = quint8(trailer.at(7));
-    objects = *readBigEndian<quint64>(trailer.sliced(8));
-    rootObject = *readBigEndian<quint64>(trailer.sliced(16));
-    offsetTable = *readBigEndian<quint64>(trailer.sliced(24));
-    const quint64 size = quint64(all.size());
-    const bool hasWidths = offsetWidth >= 1 && offsetWidth <= 8 && referenceWidth >= 1 && referenceWidth <= 8;
-    return hasWidths && offsetTable < size && objects <= (size - offsetTable) / quint64(offsetWidth);
+    const std::optional<PlistTrailer> trailer = readPlistTrailer(bytes);
+    return trailer ? std::optional(BinaryPlist(bytes, *trailer)) : std::nullopt;
 }
 
 // There are a dozen objects in each of hundreds of thousands of lists, so that these read bytes in place.
@@ -75,9 +56,10 @@ quint64 BinaryPlist::integerAt(QByteArrayView bytes, qsizetype place, qsizetype 
 
 BinaryPlist::Object BinaryPlist::object(quint64 number) const
 {
-    if (number >= objects) // below that the table lies inside, see `readTrailer`
+    if (number >= trailer.objects) // below that the table lies inside
         return {};
-    const quint64 place = integerAt(all, qsizetype(offsetTable + number * quint64(offsetWidth)), offsetWidth);
+    const quint64 place = integerAt(
+        all, qsizetype(trailer.offsetTable + number * quint64(trailer.offsetWidth)), trailer.offsetWidth);
     return place < quint64(all.size()) ? objectAt(qsizetype(place)) : Object{};
 }
 
@@ -113,7 +95,7 @@ BinaryPlist::Object BinaryPlist::sized(Kind kind, quint64 count, qsizetype place
 {
     qsizetype width = kind == Kind::Utf16 ? 2 : 1;
     if (kind == Kind::Array || kind == Kind::Dictionary)
-        width = referenceWidth * (kind == Kind::Dictionary ? 2 : 1);
+        width = trailer.referenceWidth * (kind == Kind::Dictionary ? 2 : 1);
     if (count > quint64((all.size() - place) / width))
         return {};
     return {kind, count, all.sliced(place, qsizetype(count) * width)};
@@ -121,7 +103,8 @@ BinaryPlist::Object BinaryPlist::sized(Kind kind, quint64 count, qsizetype place
 
 BinaryPlist::Object BinaryPlist::referred(const Object &container, quint64 index) const
 {
-    return object(integerAt(container.bytes, qsizetype(index) * referenceWidth, referenceWidth));
+    return object(
+        integerAt(container.bytes, qsizetype(index) * trailer.referenceWidth, trailer.referenceWidth));
 }
 
 BinaryPlist::Object BinaryPlist::at(const Object &array, quint64 index) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plisttrailer.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 
@@ -23,7 +25,7 @@ public:
     /// Nothing when `bytes` has no header or no sound trailer. The list points into `bytes`.
     static std::optional<BinaryPlist> open(QByteArrayView bytes);
 
-    Object root() const { return object(rootObject); }
+    Object root() const { return object(trailer.rootObject); }
     /// The entry of an array.
     Object at(const Object &array, quint64 index) const;
     /// The value of a dictionary under a key of ASCII letters, the first if there are several. Looks at
@@ -34,8 +36,7 @@ public:
     Object entry(const Object &dictionary, quint64 index) const;
 
 private:
-    explicit BinaryPlist(QByteArrayView bytes) : all(bytes) {}
-    bool readTrailer();
+    BinaryPlist(QByteArrayView bytes, const PlistTrailer &lastBytes) : all(bytes), trailer(lastBytes) {}
     Object object(quint64 number) const;
     Object objectAt(qsizetype place) const;
     Object counted(Kind kind, qsizetype place) const;
@@ -44,11 +45,7 @@ private:
     Object referred(const Object &container, quint64 index) const;
 
     QByteArrayView all;
-    qsizetype offsetWidth = 0;
-    qsizetype referenceWidth = 0;
-    quint64 objects = 0;
-    quint64 rootObject = 0;
-    quint64 offsetTable = 0;
+    PlistTrailer trailer;
 };
 
 /// A text object as UTF-8; empty for anything else.

@@ -100,16 +100,8 @@ void append(ExportMessagesDb &target, const _MsgMessage &message)
 
 void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
-    const QString status = QObject::tr("IDS_BACKING_UP_SMS");
-    const qint64 total = messages.size();
-    ProgressPace pace(total);
-    qint64 done = 0;
-    for (const _MsgMessage *message : messages) {
-        throwIfCancelled(progress);
-        if (pace.isDue(++done))
-            progress.updateProgress(status, percentOf(done, total), u"SMS: %1/%2"_s.arg(done).arg(total));
-        append(target, *message);
-    }
+    workThrough(messages, progress, u"SMS: %1/%2"_s,
+                [&](const _MsgMessage *message) { append(target, *message); });
     throwIfCancelled(progress);
 }
 

@@ -99,17 +99,11 @@ bool removeMember(IOS6MessageDb &db, const ChatMember &member)
 
 qint64 removeMembers(IOS6MessageDb &db, const QList<ChatMember> &members, JobProgress &progress)
 {
-    const qint64 total = members.size();
-    ProgressPace pace(total);
-    qint64 done = 0;
     qint64 removed = 0;
-    for (const ChatMember &member : members) {
-        throwIfCancelled(progress);
-        if (pace.isDue(++done))
-            progress.updateProgress({}, percentOf(done, total), {});
+    workThrough(members, progress, {}, [&](const ChatMember &member) {
         if (removeMember(db, member) && member.isShown)
             ++removed;
-    }
+    });
     return removed;
 }
 
@@ -119,16 +113,8 @@ qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, J
 {
     progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
     return deleteInTransaction(db, progress, [&] {
-        const qint64 total = messages.size();
-        ProgressPace pace(total);
-        qint64 done = 0;
-        for (const _MsgMessage *message : messages) {
-            throwIfCancelled(progress);
-            if (pace.isDue(++done))
-                progress.updateProgress({}, percentOf(done, total), {});
-            db.deleteMessage(*message);
-        }
-        return total;
+        workThrough(messages, progress, {}, [&](const _MsgMessage *message) { db.deleteMessage(*message); });
+        return qint64(messages.size());
     });
 }
 

@@ -25,29 +25,24 @@ constexpr int sentFlags = 3;
 
 using MessageField = RecordField<_MsgMessage>;
 
-constexpr RepeatingText<_MsgMessage> repeating(QString _MsgMessage::*member)
-{
-    return {member};
-}
-
 constexpr std::array smsFields = {
     MessageField{"rowid"_L1, &_MsgMessage::rowid},
     MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"svc_center"_L1, repeating(&_MsgMessage::service_center)},
+    MessageField{"svc_center"_L1, repeatingText(&_MsgMessage::service_center)},
     MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
+    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
 };
 
 constexpr std::array madridFields = {
     MessageField{"rowid"_L1, &_MsgMessage::rowid},
     MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"svc_center"_L1, repeating(&_MsgMessage::service_center)},
+    MessageField{"svc_center"_L1, repeatingText(&_MsgMessage::service_center)},
     MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
+    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
     MessageField{"madrid_attributedBody"_L1, &_MsgMessage::attributedBody},
     MessageField{"madrid_guid"_L1, &_MsgMessage::guid},
-    MessageField{"madrid_account"_L1, repeating(&_MsgMessage::account)},
-    MessageField{"madrid_account_guid"_L1, repeating(&_MsgMessage::account_guid)},
+    MessageField{"madrid_account"_L1, repeatingText(&_MsgMessage::account)},
+    MessageField{"madrid_account_guid"_L1, repeatingText(&_MsgMessage::account_guid)},
     MessageField{"madrid_error"_L1, &_MsgMessage::error},
     MessageField{"date"_L1, &_MsgMessage::date},
     MessageField{"madrid_date_read"_L1, &_MsgMessage::date_read},

@@ -19,11 +19,6 @@ namespace
 
 using AttachmentField = RecordField<_MsgAttachment>;
 
-constexpr RepeatingText<_MsgAttachment> repeating(QString _MsgAttachment::*member)
-{
-    return {member};
-}
-
 // A Local Database has the last three under names of its own.
 constexpr std::array attachmentFields = {
     AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
@@ -31,8 +26,8 @@ constexpr std::array attachmentFields = {
     AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
     AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
     AttachmentField{"filename"_L1, &_MsgAttachment::filename},
-    AttachmentField{"uti"_L1, repeating(&_MsgAttachment::uti)},
-    AttachmentField{"mime_type"_L1, repeating(&_MsgAttachment::mime_type)},
+    AttachmentField{"uti"_L1, repeatingText(&_MsgAttachment::uti)},
+    AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
     AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
     AttachmentField{"is_outgoing"_L1, &_MsgAttachment::is_outgoing},
     AttachmentField{"user_info"_L1, &_MsgAttachment::user_info},
@@ -52,8 +47,8 @@ constexpr std::array madridFields = {
     AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
     AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
     AttachmentField{"filename"_L1, &_MsgAttachment::filename},
-    AttachmentField{"uti_type"_L1, repeating(&_MsgAttachment::uti)},
-    AttachmentField{"mime_type"_L1, repeating(&_MsgAttachment::mime_type)},
+    AttachmentField{"uti_type"_L1, repeatingText(&_MsgAttachment::uti)},
+    AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
     AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
 };
 

@@ -18,11 +18,6 @@ namespace
 
 using MessageField = RecordField<_MsgMessage>;
 
-constexpr RepeatingText<_MsgMessage> repeating(QString _MsgMessage::*member)
-{
-    return {member};
-}
-
 constexpr RecordDate<_MsgMessage> date(int _MsgMessage::*member)
 {
     return {member};
@@ -33,16 +28,16 @@ constexpr std::array messageFields = {
     MessageField{"guid"_L1, &_MsgMessage::guid},
     MessageField{"text"_L1, &_MsgMessage::text},
     MessageField{"replace"_L1, &_MsgMessage::replace},
-    MessageField{"service_center"_L1, repeating(&_MsgMessage::service_center)},
+    MessageField{"service_center"_L1, repeatingText(&_MsgMessage::service_center)},
     MessageField{"handle_id"_L1, &_MsgMessage::handle_id},
     MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeating(&_MsgMessage::country)},
+    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
     MessageField{"attributedBody"_L1, &_MsgMessage::attributedBody},
     MessageField{"version"_L1, &_MsgMessage::version},
     MessageField{"type"_L1, &_MsgMessage::type},
-    MessageField{"service"_L1, repeating(&_MsgMessage::service)},
-    MessageField{"account"_L1, repeating(&_MsgMessage::account)},
-    MessageField{"account_guid"_L1, repeating(&_MsgMessage::account_guid)},
+    MessageField{"service"_L1, repeatingText(&_MsgMessage::service)},
+    MessageField{"account"_L1, repeatingText(&_MsgMessage::account)},
+    MessageField{"account_guid"_L1, repeatingText(&_MsgMessage::account_guid)},
     MessageField{"error"_L1, &_MsgMessage::error},
     MessageField{"date"_L1, date(&_MsgMessage::date)},
     MessageField{"date_read"_L1, date(&_MsgMessage::date_read)},
@@ -64,7 +59,7 @@ constexpr std::array messageFields = {
     MessageField{"was_downgraded"_L1, &_MsgMessage::was_downgraded},
     MessageField{"is_archive"_L1, &_MsgMessage::is_archive},
     MessageField{"cache_has_attachments"_L1, &_MsgMessage::cache_has_attachments},
-    MessageField{"cache_roomnames"_L1, repeating(&_MsgMessage::cache_roomnames)},
+    MessageField{"cache_roomnames"_L1, repeatingText(&_MsgMessage::cache_roomnames)},
     MessageField{"was_data_detected"_L1, &_MsgMessage::was_data_detected},
     MessageField{"was_deduplicated"_L1, &_MsgMessage::was_deduplicated},
     MessageField{"is_audio_message"_L1, &_MsgMessage::is_audio_message},
@@ -72,7 +67,7 @@ constexpr std::array messageFields = {
     MessageField{"date_played"_L1, date(&_MsgMessage::date_played)},
     MessageField{"item_type"_L1, &_MsgMessage::item_type},
     MessageField{"other_handle"_L1, &_MsgMessage::other_handle},
-    MessageField{"group_title"_L1, repeating(&_MsgMessage::group_title)},
+    MessageField{"group_title"_L1, repeatingText(&_MsgMessage::group_title)},
     MessageField{"group_action_type"_L1, &_MsgMessage::group_action_type},
     MessageField{"share_status"_L1, &_MsgMessage::share_status},
     MessageField{"share_direction"_L1, &_MsgMessage::share_direction},

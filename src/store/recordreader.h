@@ -25,6 +25,12 @@ struct RecordDate {
     int Record::*member;
 };
 
+template <typename Record>
+constexpr RepeatingText<Record> repeatingText(QString Record::*member)
+{
+    return {member};
+}
+
 /// In what a file counts its dates.
 enum class DateUnit {
     Seconds,

@@ -1,26 +1,14 @@
 #include "localdbselform.h"
 
 #include "boxes.h"
+#include "localdatabases.h"
 
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QRegularExpression>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-bool isValidName(const QString &name)
-{
-    static const QRegularExpression forbidden(u"[\\\\/:\\*\\?\\\"<>|]+"_s);
-    static const QRegularExpression onlyDots(u"^\\.+$"_s); // would be this folder or the one above
-    return !forbidden.match(name).hasMatch() && !onlyDots.match(name).hasMatch();
-}
-
-} // namespace
 
 LocalDbSelForm::LocalDbSelForm(const QStringList &names, const QString &proposal, QWidget *parent)
     : FramelessDialog(u"Select one Database for backup"_s, parent), cbLocalDbNames(new QComboBox(this))
@@ -55,10 +43,8 @@ void LocalDbSelForm::build(const QStringList &names, const QString &proposal)
 void LocalDbSelForm::confirm()
 {
     const QString typed = cbLocalDbNames->currentText().trimmed();
-    if (typed.isEmpty())
-        return showWarning(QObject::tr("IDS_PLEASE_SELECT_DATABASE_OR_INPUT_NEW_NAME"));
-    if (!isValidName(typed))
-        return showWarning(QObject::tr("IDS_INVALID_LOCALDB_NAME").toHtmlEscaped());
+    if (const QString error = localDatabaseNameError(typed); !error.isEmpty())
+        return showWarning(error.toHtmlEscaped());
     name = typed;
     accept();
 }

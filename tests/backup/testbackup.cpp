@@ -1,8 +1,8 @@
 #include "backupbuilder.h"
 #include "backupdiscovery.h"
+#include "childprocess.h"
 #include "itunescachesmsthread.h"
 #include "samplerandom.h"
-#include "testtools.h"
 
 #include <QDirIterator>
 #include <QTemporaryDir>
@@ -11,8 +11,6 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -289,15 +287,11 @@ void TestBackup::killedRunsAreMadeGood()
         backup.file(home, u"Library/SMS/%1"_s.arg(i), QByteArray(20000, char('a' + i % 26)));
     open(backup);
     for (int micros = 0; micros < 20000; micros += 1000) {
-        const pid_t child = fork();
-        if (child == 0) {
+        const auto work = [this] {
             RecordingProgress progress;
             cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
-            _exit(0);
-        }
-        usleep(useconds_t(micros));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        };
+        resultOfChild([&] { return failureOf(work); }, micros);
     }
     QCOMPARE(cache(), QString());
     for (int i = 0; i < 40; ++i)

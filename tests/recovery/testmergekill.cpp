@@ -7,6 +7,7 @@
 #include "backuprewrite.h"
 #include "childprocess.h"
 #include "datalocations.h"
+#include "localdbtools.h"
 #include "manifestwriter.h"
 #include "mbdbreader.h"
 #include "smsdbbuilder.h"

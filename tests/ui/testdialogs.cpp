@@ -5,12 +5,17 @@
 #include "loaditunesbackupdlg.h"
 #include "mytreeview.h"
 #include "passcodedlg.h"
+#include "progressform.h"
 #include "texts.h"
 
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 #include <QTranslator>
 
 using namespace Qt::StringLiterals;
@@ -34,6 +39,18 @@ QString writeBackup(const QString &folder, const QString &deviceName, const QStr
     return builder.write();
 }
 
+/// Runs `work` on a thread of its own under `form`, as every job is run.
+template <typename Work>
+int execWith(ProgressForm &form, Work work)
+{
+    const std::unique_ptr<QThread> thread(QThread::create([&] { runJob(form, work); }));
+    thread->start();
+    const int result = form.exec();
+    thread->wait();
+    QCoreApplication::processEvents(); // whatever the job said too late
+    return result;
+}
+
 } // namespace
 
 class TestDialogs : public QObject
@@ -45,8 +62,11 @@ private Q_SLOTS:
     void errorsShowTheirBreaksAndNoOtherMarkup();
     void escapeIsNo();
     void damagedKeybagThenWrongThenRightPassword();
-    void longDerivationsCanBeGivenUp();
     void listsEachBackupOnce();
+    void showsTheLastOfABurst();
+    void failureIsTold();
+    void tipsWaitUntilRead();
+    void personCancels();
 
 private:
     QTranslator translator;
@@ -83,32 +103,10 @@ void TestDialogs::damagedKeybagThenWrongThenRightPassword()
     QVERIFY(dialog.isVisible() && dialog.isEnabled());
     manifest.backupKeyBag = keyBag;
     press(dialog, u"btnOK"_s);
-    QCOMPARE(reader.texts.last(), u"Invalid password."_s);
     QTest::keyClicks(edit, u"s3cret"_s); // the wrong one is gone
     press(dialog, u"btnOK"_s);
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!manifest.keyBagClasses.isEmpty());
-}
-
-void TestDialogs::longDerivationsCanBeGivenUp()
-{
-    BackupBuilder backup(QDir(dir.filePath(u"modern"_s)));
-    BackupManifest manifest(backup.password(u"pw"_s).iterations(3).manifestDb().write());
-    manifest.loadInfo();
-    const QByteArray keyBag = manifest.backupKeyBag;
-    manifest.backupKeyBag.replace(keyBag.indexOf("DPIC") + 8, 4,
-                                  QByteArray("\5\xf5\xe1\0", 4)); // half a minute
-    PasscodeDlg dialog(&manifest);
-    dialog.show();
-    QTest::keyClicks(dialog.findChild<QLineEdit *>(), u"pw"_s);
-    QTimer::singleShot(200, [] { press(*QApplication::activeModalWidget(), u"btnCancel"_s); });
-    QElapsedTimer timer;
-    timer.start();
-    press(dialog, u"btnOK"_s);
-    QVERIFY(timer.elapsed() < 2000 && dialog.isVisible());
-    manifest.backupKeyBag = keyBag;
-    press(dialog, u"btnOK"_s); // what was typed is still there
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
 }
 
 void TestDialogs::listsEachBackupOnce()
@@ -129,6 +127,73 @@ void TestDialogs::listsEachBackupOnce()
     QCOMPARE(model->rowCount(), 2);
     press(dialog, u"btnLoad"_s); // what was added is the current row
     QCOMPARE(dialog.selected()->deviceName, u"Berta"_s);
+}
+
+void TestDialogs::showsTheLastOfABurst()
+{
+    constexpr int count = 200'000;
+    ProgressForm form({});
+    QElapsedTimer timer;
+    timer.start();
+    const int result = execWith(form, [&] {
+        for (int i = 1; i <= count; ++i)
+            form.updateProgress(i == 5 ? u"Only once"_s : QString(), percentOf(i, count), {});
+        form.updateProgress({}, -1, u"<i>"_s);
+        return QString();
+    });
+    QCOMPARE(result, 1);
+    QCOMPARE(form.findChild<QLabel *>(u"lbStatus"_s)->text(), u"Only once"_s);
+    QCOMPARE(form.findChild<QProgressBar *>(u"progressBar"_s)->value(), 100);
+    QCOMPARE(form.findChild<QLabel *>(u"lbProgress"_s)->text(), u"<i>"_s);
+    QVERIFY(timer.elapsed() < 10'000);
+}
+
+void TestDialogs::failureIsTold()
+{
+    const BoxReader reader;
+    ProgressForm form(u"Job"_s);
+    const auto fail = []() -> QString { throw std::runtime_error("disk <full>"); };
+    QCOMPARE(execWith(form, fail), 0);
+    QVERIFY(form.cancelled);
+    QVERIFY(reader.texts.value(0).contains(u"disk &lt;full>"_s));
+}
+
+void TestDialogs::tipsWaitUntilRead()
+{
+    const BoxReader reader;
+    ProgressForm form(u"Job"_s);
+    const int result = execWith(form, [&] {
+        form.tipsWait(u"Look."_s);
+        while (form.tipsWaiting)
+            QThread::usleep(100);
+        return u"Done."_s;
+    });
+    QCOMPARE(result, 1);
+    QVERIFY(!form.cancelled);
+    QCOMPARE(reader.texts, QStringList({u"Look."_s, u"Done."_s}));
+}
+
+void TestDialogs::personCancels()
+{
+    const BoxReader reader;
+    ProgressForm form(u"Job"_s);
+    const QSignalSpy cancels(&form, &ProgressForm::userCacel);
+    QTimer::singleShot(50, &form, [&] {
+        form.setCancelEnabled(false);
+        QTest::keyClick(&form, Qt::Key_Escape);
+        form.close();
+        QVERIFY(form.isVisible() && !form.cancelled); // what can't be cancelled stays
+        form.setCancelEnabled(true);
+        QTest::mousePress(form.findChild<QPushButton *>(), Qt::LeftButton); // needs no release
+    });
+    const int result = execWith(form, [&]() -> QString {
+        while (!form.cancelled)
+            QThread::usleep(100);
+        throw std::runtime_error("nobody wants to know");
+    });
+    QCOMPARE(result, 0);
+    QCOMPARE(cancels.count(), 1);
+    QCOMPARE(reader.texts, QStringList());
 }
 
 QTEST_MAIN(TestDialogs)

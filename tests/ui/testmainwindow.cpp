@@ -22,14 +22,12 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDropEvent>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMimeData>
 #include <QPrintPreviewDialog>
 #include <QPrintPreviewWidget>
 #include <QPrinter>
@@ -144,19 +142,6 @@ private:
     QWidget *window;
 };
 
-bool dropOn(QWidget &window, const QString &folder)
-{
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(folder)});
-    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
-    enter.ignore();
-    QApplication::sendEvent(&window, &enter);
-    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, {});
-    if (enter.isAccepted())
-        QApplication::sendEvent(&window, &drop);
-    return enter.isAccepted();
-}
-
 } // namespace
 
 class TestMainWindow : public QObject
@@ -167,7 +152,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void importsWithPasswordWrongThenRight();
-    void importsTwiceWithoutDoubles();
     void showsDeletedMessagesInRed();
     void searchWraps();
     void headerThatIsNotDateTurnsToNewestFirst();
@@ -261,23 +245,6 @@ void TestMainWindow::importsWithPasswordWrongThenRight()
              QStringList({u"Invalid password."_s, u"Successfully Backup 1 SMS to local Database."_s}));
     QCOMPARE(contents(), QStringList({u"Hola"_s}));
     QVERIFY(findLocalDatabase(u"mine"_s));
-}
-
-void TestMainWindow::importsTwiceWithoutDoubles()
-{
-    const QString sms = SmsDbBuilder(dir->path()).chat(u"+34612345678"_s).received(u"Hola"_s).write();
-    const QString elsewhere = BackupBuilder(QDir(dir->filePath(u"phone"_s))).messages(sms).write();
-    open();
-    const BoxReader boxes;
-    QVERIFY(!dropOn(*window, dir->path())); // is no backup
-    for (const QString &name : {u"Mine"_s, u"mine"_s}) {
-        const DialogPlayer player({loadFirst(), nameDatabase(name)});
-        QVERIFY(dropOn(*window, elsewhere));
-        QTRY_COMPARE(boxes.texts.size(), name == "Mine"_L1 ? 1 : 2);
-        QTRY_COMPARE(rows(), 1);
-        QVERIFY(player.isDone());
-    }
-    QCOMPARE(localDatabases().size(), 1);
 }
 
 void TestMainWindow::showsDeletedMessagesInRed()

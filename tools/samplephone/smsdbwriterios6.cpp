@@ -9,26 +9,16 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int groupStyle = 43;
-constexpr int directStyle = 45;
-constexpr int messageVersion = 10;
-const auto iMessage = "iMessage"_L1;
-
 /// Accounts as a phone names them: one for each service, the same in every row.
 QString accountOf(const QString &service)
 {
-    return service == iMessage ? u"p:+34600000000"_s : u"e:"_s;
-}
-
-qint64 orDefault(qint64 date, qint64 phoneWouldWrite)
-{
-    return date == -1 ? phoneWouldWrite : date;
+    return service == "iMessage"_L1 ? u"p:+34600000000"_s : u"e:"_s;
 }
 
 } // namespace
 
 SmsDbWriterIos6::SmsDbWriterIos6(const QString &path, IosVersion generation)
-    : SmsDbWriter(path, generation)
+    : SmsDbWriterSince6(path, generation)
     , insertMessage(database.prepare(
           "INSERT INTO message(ROWID, guid, text, service_center, handle_id, subject, country, "
           "attributedBody, version, service, account, account_guid, error, date, date_read, date_delivered, "
@@ -36,19 +26,6 @@ SmsDbWriterIos6::SmsDbWriterIos6(const QString &path, IosVersion generation)
           "cache_roomnames, was_data_detected) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"))
     , insertChatMessage(database.prepare("INSERT INTO chat_message_join(chat_id, message_id) VALUES(?,?)"))
 {
-}
-
-qint64 SmsDbWriterIos6::handleRowid(const SampleHandle &handle, const QString &service)
-{
-    if (handle.id.isNull())
-        return 0;
-    qint64 &rowid = handles[{handle.id, service}];
-    if (rowid == 0) {
-        database.prepare("INSERT INTO handle(id, country, service, uncanonicalized_id) VALUES(?,?,?,?)")
-            .run(handle.id, handle.country, service, handle.uncanonicalized_id);
-        rowid = database.lastRowid();
-    }
-    return rowid;
 }
 
 int SmsDbWriterIos6::addChat(const SampleChat &chat)
@@ -70,7 +47,7 @@ int SmsDbWriterIos6::addChat(const SampleChat &chat)
     SampleStatement join = database.prepare("INSERT OR IGNORE INTO chat_handle_join VALUES(?,?)");
     for (const SampleHandle &member : chat.members)
         join.run(rowid, handleRowid(member, chat.service));
-    chats.append({rowid, identity.room_name});
+    chats.append({rowid, chat.service, identity.room_name});
     return int(chats.size()) - 1;
 }
 
@@ -125,17 +102,6 @@ void SmsDbWriterIos6::writeLaterColumns(qint64 rowid, const SampleMessage &messa
                             message.is_audio_message ? message.date + 60 : 0, message.item_type, other,
                             message.group_title, message.group_action_type, message.share_status,
                             message.share_direction, rowid);
-}
-
-QString SmsDbWriterIos6::roomNames(const SampleMessage &message) const
-{
-    QString names;
-    for (const int chat : message.chats) {
-        const QString &room = chats.at(chat).room_name;
-        if (!room.isNull())
-            names = names.isNull() ? room : names % u","_s % room;
-    }
-    return names;
 }
 
 void SmsDbWriterIos6::addAttachment(qint64 messageRowid, const SampleMessage &message,

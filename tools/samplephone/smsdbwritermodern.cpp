@@ -11,20 +11,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int groupStyle = 43;
-constexpr int directStyle = 45;
-constexpr int messageVersion = 10;
-const auto iMessage = "iMessage"_L1;
 const auto ownAddress = "+34600000000"_L1;
 
 QString accountOf(const QString &service)
 {
-    return service == iMessage ? QString(u"P:"_s + ownAddress) : u"E:"_s;
-}
-
-qint64 orDefault(qint64 date, qint64 phoneWouldWrite)
-{
-    return date == -1 ? phoneWouldWrite : date;
+    return service == "iMessage"_L1 ? QString(u"P:"_s + ownAddress) : u"E:"_s;
 }
 
 /// `date` in nanoseconds, with a fraction of a second that differs from row to row.
@@ -88,7 +79,7 @@ QByteArray insertionOfMessage(IosVersion version)
 } // namespace
 
 SmsDbWriterModern::SmsDbWriterModern(const QString &path, IosVersion generation)
-    : SmsDbWriter(path, generation)
+    : SmsDbWriterSince6(path, generation)
     , insertMessage(database.prepare(insertionOfMessage(generation).constData()))
     , insertChatMessage(
           database.prepare("INSERT INTO chat_message_join(chat_id, message_id, message_date) VALUES(?,?,?)"))
@@ -112,22 +103,6 @@ SmsDbWriterModern::SmsDbWriterModern(const QString &path, IosVersion generation)
     if (version >= IosVersion::Ios18)
         updateIos18.emplace(database.prepare("UPDATE message SET associated_message_emoji=?, "
                                              "schedule_type=?, schedule_state=? WHERE ROWID=?"));
-}
-
-qint64 SmsDbWriterModern::handleRowid(const SampleHandle &handle, const QString &service)
-{
-    if (handle.id.isNull())
-        return 0;
-    qint64 &rowid = handles[{handle.id, service}];
-    if (rowid == 0) {
-        database.prepare("INSERT INTO handle(id, country, service, uncanonicalized_id) VALUES(?,?,?,?)")
-            .run(handle.id, handle.country, service, handle.uncanonicalized_id);
-        rowid = database.lastRowid();
-    }
-    if (version >= IosVersion::Ios13 && !handle.person_centric_id.isNull())
-        database.prepare("UPDATE handle SET person_centric_id=? WHERE ROWID=?")
-            .run(handle.person_centric_id, rowid);
-    return rowid;
 }
 
 /// Since iOS 26 the guid of a chat with one partner doesn't tell the service.
@@ -297,17 +272,6 @@ void SmsDbWriterModern::writeAttachment(qint64 messageRowid, const SampleMessage
         database.prepare("UPDATE attachment SET emoji_image_short_description=? WHERE ROWID=?")
             .run(attachment.emoji_image_short_description, rowid);
     joinAttachment.run(messageRowid, rowid);
-}
-
-QString SmsDbWriterModern::roomNames(const SampleMessage &message) const
-{
-    QString names;
-    for (const int chat : message.chats) {
-        const QString &room = chats.at(chat).room_name;
-        if (!room.isNull())
-            names = names.isNull() ? room : names % u","_s % room;
-    }
-    return names;
 }
 
 void SmsDbWriterModern::settle()

@@ -1,14 +1,13 @@
 #pragma once
 
-#include "smsdbwriter.h"
+#include "smsdbwritersince6.h"
 
-#include <QHash>
 #include <QSet>
 
 #include <optional>
 
 /// Writes the tables of iOS 11 to 26.
-class SmsDbWriterModern final : public SmsDbWriter
+class SmsDbWriterModern final : public SmsDbWriterSince6
 {
 public:
     SmsDbWriterModern(const QString &path, IosVersion version);
@@ -17,16 +16,9 @@ public:
     void addMessage(const SampleMessage &message) override;
 
 private:
-    struct ChatRow {
-        qint64 rowid;
-        QString service;
-        QString room_name;
-    };
-
     void settle() override;
 
     QString guidOf(const SampleChat &chat, const SampleChatIdentity &identity);
-    qint64 handleRowid(const SampleHandle &handle, const QString &service);
     void writeLookup(qint64 chat, const SampleChat &told, const QString &identifier);
     void writeRow(qint64 rowid, const SampleMessage &message);
     void writeExtras(qint64 rowid, const SampleMessage &message);
@@ -35,7 +27,6 @@ private:
     void writeJoins(qint64 rowid, const SampleMessage &message);
     void writeAttachment(qint64 messageRowid, const SampleMessage &message, int place);
     void erase(qint64 rowid, const SampleMessage &message);
-    QString roomNames(const SampleMessage &message) const;
     QString serviceOfHandle(const SampleMessage &message) const;
 
     SampleStatement insertMessage;
@@ -46,9 +37,7 @@ private:
     std::optional<SampleStatement> updateIos18;
     SampleStatement insertAttachment;
     SampleStatement joinAttachment;
-    QHash<QPair<QString, QString>, qint64> handles;
     QSet<QString> chatGuids;
-    QList<ChatRow> chats;
     qint64 highestRowid = 0;
     bool hasErased = false;
 };

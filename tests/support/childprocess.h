@@ -1,10 +1,9 @@
 #pragma once
 
-#include "localdbtools.h"
+#include "testtools.h"
 
 #include <QTemporaryDir>
 
-#include <functional>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
