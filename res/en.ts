@@ -248,6 +248,10 @@
         <translation>Loading SMS from iPhone...</translation>
     </message>
     <message>
+        <source>IDS_PHONE_STOPPED_EARLY</source>
+        <translation>The phone stopped sending before the end. Some messages or attachments may be missing: disconnect the phone and connect it again to load all of them.</translation>
+    </message>
+    <message>
         <source>IDS_ANDROID_%1_CANT_READ_MMC_NUMBER</source>
         <translation>Failed to load country code from your phone. Please click &quot;OK&quot; button to select a country code manually.</translation>
     </message>

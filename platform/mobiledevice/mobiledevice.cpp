@@ -5,6 +5,7 @@
 
 #include <usbmuxd.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -37,6 +38,13 @@ public:
         const std::lock_guard lock(mutex);
         const auto found = present.find(udid);
         return found == present.end() ? nullptr : present.extract(found).mapped();
+    }
+
+    bool isHere(const Phone *phone)
+    {
+        const std::lock_guard lock(mutex);
+        return std::any_of(present.begin(), present.end(),
+                           [phone](const auto &entry) { return entry.second == phone; });
     }
 
     /// Whatever way the handle came, the lock shows this thread all that the one wrote that saw the phone
@@ -142,6 +150,12 @@ EXPORTED int MarrowlightDaemonAnswers()
     if (list)
         usbmuxd_device_list_free(&list);
     return count >= 0;
+}
+
+/// Whether a phone that arrived hasn't gone yet. This name is our own too.
+EXPORTED int MarrowlightPhoneIsHere(void *device)
+{
+    return phones().isHere(static_cast<Phone *>(device));
 }
 
 EXPORTED int AMDeviceNotificationSubscribe(DeviceNotificationCallback callback, unsigned, unsigned,

@@ -22,11 +22,26 @@ QString writablePlace(const QStorageInfo &volume)
                                                                                  : QString();
 }
 
-/// A disk, and none that only lives in memory or on another computer.
+/// Whether the system says that a disk, or the one that it is a part of, can be taken out.
+bool isRemovable(const QByteArray &device)
+{
+    const QString name = QFileInfo(QFileInfo(QFile::decodeName(device)).canonicalFilePath()).fileName();
+    const QString disk = QFileInfo(u"/sys/class/block/"_s + name).canonicalFilePath();
+    for (const char *place : {"/removable", "/../removable"}) {
+        QFile flag(disk + QLatin1StringView(place));
+        if (flag.open(QIODevice::ReadOnly))
+            return flag.read(1) == "1";
+    }
+    return false;
+}
+
+/// A disk, and none that only lives in memory or on another computer, nor a single file that is laid over
+/// another one.
 bool isFixed(const QStorageInfo &volume)
 {
     return volume.isValid() && volume.isReady() && !volume.isReadOnly() &&
-           volume.device().startsWith("/dev/");
+           volume.device().startsWith("/dev/") && QFileInfo(volume.rootPath()).isDir() &&
+           !isRemovable(volume.device());
 }
 
 } // namespace

@@ -1,9 +1,13 @@
 #include "backuptool.h"
 
 #include "devicesession.h"
+#include "mobiledevice.h"
 
 #include <QDateTime>
+#include <QEventLoop>
 #include <QProcess>
+#include <QStorageInfo>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -12,6 +16,7 @@ namespace
 
 constexpr int startTimeoutMs = 60'000;
 constexpr int tickMs = 200;
+constexpr int mostTicksAlone = 10;          // a tool may look for ever for a phone that was pulled
 constexpr qint64 usualSeconds = 60;         // where the phone doesn't say how full it is
 constexpr double secondsPerMegabyte = 0.03; // of used space, for backup and restore alike
 constexpr double mostPercent = 99.0;        // the end of the job closes the dialog
@@ -65,6 +70,44 @@ struct ToolOutput {
     }
 };
 
+/// Until the tool has ended or `goesOn`, asked at each tick, says no. What is printed is taken at once: a
+/// wait for the end alone would keep it all, and never come to a tick with a tool that prints without end.
+void follow(QProcess &tool, const std::function<void()> &takeOutput, const std::function<bool()> &goesOn)
+{
+    QEventLoop loop;
+    QTimer ticker;
+    QObject::connect(&tool, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&tool, &QProcess::readyReadStandardError, &loop, takeOutput);
+    QObject::connect(&tool, &QProcess::readyReadStandardOutput, &loop, takeOutput);
+    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
+        if (!goesOn())
+            loop.quit();
+    });
+    ticker.start(tickMs);
+    if (tool.state() != QProcess::NotRunning)
+        loop.exec();
+}
+
+/// Throws when a tool that has ended failed.
+void judge(const QProcess &tool, const ToolOutput &output, bool tellsByCode)
+{
+    const std::string text = output.text().toStdString();
+    if (tool.exitStatus() == QProcess::CrashExit)
+        throw std::runtime_error("The backup tool crashed.\n" + text);
+    if (output.hasError())
+        throw std::runtime_error(text);
+    if (tellsByCode && tool.exitCode() != 0)
+        throw std::runtime_error("The backup tool failed.\n" + text);
+}
+
+std::string fullDiskText(const QDir &root)
+{
+    static const QString text =
+        u"%1: the disk is too full for a backup of the phone. Make room on it, or clear "
+        "the cache files to have another disk chosen, and try again."_s;
+    return text.arg(root.absolutePath()).toStdString();
+}
+
 } // namespace
 
 backup2tool::backup2tool(void *handle, const QString &identifier, const QDir &folder, QObject *parent)
@@ -80,7 +123,7 @@ qint64 backup2tool::estimatedSeconds() const
             return usualSeconds;
         const qint64 total = values.first().dictionaryValue(u"TotalDataCapacity"_s).toLongLong(0);
         const qint64 available = values.first().dictionaryValue(u"AmountDataAvailable"_s).toLongLong(0);
-        const qint64 usedMB = (total - available) / 1024 / 1024;
+        const qint64 usedMB = qint64(quint64(total) - quint64(available)) / 1024 / 1024; // can't overflow
         return usedMB <= 0 ? usualSeconds : qint64(double(usedMB) * secondsPerMegabyte);
     } catch (const std::exception &error) {
         qDebug("no estimate of the time that a backup takes: %s", error.what());
@@ -90,12 +133,22 @@ qint64 backup2tool::estimatedSeconds() const
 
 void backup2tool::tick(qint64 startSeconds, qint64 estimate)
 {
-    const quint32 elapsed = quint32(QDateTime::currentSecsSinceEpoch() - startSeconds);
+    const qint64 elapsed = QDateTime::currentSecsSinceEpoch() - startSeconds;
     if (estimate > 0)
-        percent = std::min(elapsed / double(estimate) * mostPercent, mostPercent);
+        percent = std::min(quint32(elapsed) / double(estimate) * mostPercent, mostPercent);
     else
         percent = elapsed > 0 ? mostPercent : 0; // a nearly empty phone
     Q_EMIT update(percent, QString(), u"%1 seconds passed"_s.arg(elapsed));
+}
+
+/// Why a run can't come to a good end, whatever the tool says of it; empty while it may.
+std::string backup2tool::trouble(int op)
+{
+    const QStorageInfo disk(root.absolutePath());
+    if (op == 0 && disk.isValid() && disk.bytesAvailable() < leastRoom)
+        return fullDiskText(root);
+    ticksAlone = mobiledevice_is_here(device) ? 0 : ticksAlone + 1;
+    return ticksAlone > mostTicksAlone ? "The phone was disconnected. Connect it and try again." : "";
 }
 
 void backup2tool::run(const backup2tool_op &op)
@@ -103,25 +156,32 @@ void backup2tool::run(const backup2tool_op &op)
     percent = 0;
     const qint64 estimate = estimatedSeconds();
     const BackupToolCommand command = backupToolCommand(op.op, target, root);
+    ToolOutput output;
     QProcess tool;
     tool.start(command.program, command.arguments, QIODevice::ReadOnly);
     if (!tool.waitForStarted(startTimeoutMs))
         throw std::runtime_error("can not start AppleMobileBackup process.");
     const qint64 start = QDateTime::currentSecsSinceEpoch();
-    ToolOutput output;
-    while (!cancelled && !tool.waitForFinished(tickMs)) {
-        output.take(tool);
+    std::string why;
+    const auto takeOutput = [&] { output.take(tool); };
+    const auto goesOn = [&] {
         tick(start, estimate);
-    }
-    if (tool.state() != QProcess::NotRunning) {
+        why = trouble(op.op);
+        return !cancelled && why.empty();
+    };
+    if (!cancelled)
+        follow(tool, takeOutput, goesOn);
+    const bool hasEnded = tool.state() == QProcess::NotRunning;
+    if (!hasEnded) {
         tool.kill();
         tool.waitForFinished();
-        return;
     }
     output.take(tool);
     qDebug().noquote() << output.text();
-    if (tool.exitStatus() == QProcess::CrashExit)
-        throw std::runtime_error("The backup tool crashed.\n" + output.text().toStdString());
-    if (output.hasError())
-        throw std::runtime_error(output.text().toStdString());
+    if (why.empty())
+        why = trouble(op.op);
+    if (!why.empty())
+        throw std::runtime_error(why);
+    if (hasEnded)
+        judge(tool, output, command.tellsByCode);
 }

@@ -22,8 +22,13 @@ public:
     backup2tool(void *device, const QString &target, const QDir &root, QObject *parent = nullptr);
 
     /// Blocks until the tool has ended or `cancel` was called, which ends it and is no failure: what it wrote
-    /// stays. Throws `std::runtime_error` with all that the tool printed when it failed.
+    /// stays. Throws `std::runtime_error` with all that the tool printed when it failed, and when the disk
+    /// ran full or the phone has gone and the tool doesn't find out.
     void run(const backup2tool_op &op);
+
+    /// How many bytes of the disk have to stay free in a backup: a tool may cut files without a word on a
+    /// full one, and a backup with cut files, put back, would take the phone's own.
+    void setLeastRoom(qint64 bytes) { leastRoom = bytes; }
 
     QString status1() const { return firstStatus; }
     QString status2() const { return secondStatus; }
@@ -39,7 +44,8 @@ Q_SIGNALS:
 
 private:
     qint64 estimatedSeconds() const;
-    void tick(qint64 startMs, qint64 estimate);
+    void tick(qint64 startSeconds, qint64 estimate);
+    std::string trouble(int op);
 
     void *device;
     QString target;
@@ -48,12 +54,15 @@ private:
     QString secondStatus;
     double percent = 0;
     std::atomic_bool cancelled = false;
+    qint64 leastRoom = 64 * 1024 * 1024;
+    int ticksAlone = 0; ///< since the phone has gone
 };
 
 /// The tool of this system and its arguments, which differ from one system to the next.
 struct BackupToolCommand {
     QString program;
     QStringList arguments;
+    bool tellsByCode = false; ///< whether it may fail without the word "error", but never with code 0
 };
 
 /// Throws `std::runtime_error` when `op` is neither of the two.

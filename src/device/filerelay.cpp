@@ -1,11 +1,13 @@
 #include "filerelay.h"
 
+#include "backupfiles.h"
 #include "devicesession.h"
 #include "jobprogress.h"
 #include "servicemessages.h"
 #include "servicesocket.h"
 
 #include <QLocale>
+#include <QLockFile>
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +16,39 @@ namespace
 
 constexpr int chunkSize = 0x80000;              // bytes
 constexpr int acknowledgeTimeoutMs = 3'600'000; // the phone packs first
+constexpr int tickMs = 200;                     // how long a cancel may go unnoticed
+constexpr int pieceSize = 64 * 1024;            // bytes
+constexpr int pieceGapMs = 1;                   // after which a piece is taken as it is
 
 [[noreturn]] void failWith(const QString &text, const QFile &file)
 {
     throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
+}
+
+/// Waits until the phone says something or has been silent for a minute. False for silence.
+bool awaitPhone(int socket, const JobProgress &progress)
+{
+    for (int waited = 0; waited < serviceTimeoutMs; waited += tickMs) {
+        throwIfCancelled(progress);
+        if (socket_wait(socket, tickMs, true) != 0)
+            return true;
+    }
+    return false;
+}
+
+/// Fills `chunk` as far as the phone goes. A full chunk from a slow phone takes its time, in which the person
+/// may give up.
+int receiveChunk(int socket, QByteArray &chunk, const JobProgress &progress)
+{
+    int received = 0;
+    while (received < chunk.size() && awaitPhone(socket, progress)) {
+        const int wanted = std::min(int(chunk.size()) - received, pieceSize);
+        const int count = socket_receive(socket, chunk.data() + received, wanted, pieceGapMs);
+        if (count == 0)
+            break;
+        received += count;
+    }
+    return received;
 }
 
 /// Saves what comes until the phone closes the socket, or is silent for a minute.
@@ -28,7 +59,7 @@ void saveStream(int socket, const QString &path, JobProgress &progress)
         failWith(u"create %1 failed. %2"_s, file);
     QByteArray chunk(chunkSize, Qt::Uninitialized);
     qint64 total = 0;
-    while (const int received = socket_receive(socket, chunk.data(), chunkSize, serviceTimeoutMs)) {
+    while (const int received = receiveChunk(socket, chunk, progress)) {
         throwIfCancelled(progress);
         total += received;
         progress.updateProgress({}, 99, u"Received:%L1KB"_s.arg(total / 1024));
@@ -37,6 +68,25 @@ void saveStream(int socket, const QString &path, JobProgress &progress)
     }
     if (!file.flush())
         failWith(u"write %1 failed. %2"_s, file);
+}
+
+CFType sendRequest(int socket, const QStringList &sources)
+{
+    CFType names = CFType::newArray();
+    for (const QString &source : sources)
+        names.append(CFType::fromString(source));
+    CFType request = CFType::newDictionary();
+    request.setDictionaryValue(CFType::fromString(u"Sources"_s), names);
+    mobiledevice_sendmsg(socket, request, false, serviceTimeoutMs);
+    return request;
+}
+
+void receiveAcknowledgement(int socket, const CFType &request)
+{
+    const CFType reply = mobiledevice_recmsg(socket, request, acknowledgeTimeoutMs);
+    const QString status = reply.dictionaryValue(u"Status"_s).toQString();
+    if (status.compare("Acknowledged"_L1, Qt::CaseInsensitive) != 0)
+        throw std::runtime_error("invalid feedback.\n" + messageText(reply).toStdString());
 }
 
 } // namespace
@@ -48,31 +98,31 @@ void mobiledevice_file_relay_start(void *device, int *socket)
 
 void mobiledevice_file_relay_request(int socket, const QStringList &sources)
 {
-    CFType names = CFType::newArray();
-    for (const QString &source : sources)
-        names.append(CFType::fromString(source));
-    CFType request = CFType::newDictionary();
-    request.setDictionaryValue(CFType::fromString(u"Sources"_s), names);
-    mobiledevice_sendmsg(socket, request, false, serviceTimeoutMs);
-    const CFType reply = mobiledevice_recmsg(socket, request, acknowledgeTimeoutMs);
-    const QString status = reply.dictionaryValue(u"Status"_s).toQString();
-    if (status.compare("Acknowledged"_L1, Qt::CaseInsensitive) != 0)
-        throw std::runtime_error("invalid feedback.\n" + messageText(reply).toStdString());
+    receiveAcknowledgement(socket, sendRequest(socket, sources));
 }
 
-void loadFileRelay(const IOSDevice &device, JobProgress &progress)
+bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_LOADING_IOS_DATABASES"), 0, {});
     const QDir cache = device.cacheDir();
     const QString archive = cache.absoluteFilePath(u"file-relay.cpio"_s);
+    QLockFile lock(cache.absolutePath() + u".lock"_s); // it may be pulled and come again while a run unpacks
+    if (!takeLock(lock))
+        throw std::runtime_error(cache.absolutePath().toStdString() +
+                                 ": this phone is being loaded already. Try again when that is done.");
     ServiceSocket socket;
     mobiledevice_file_relay_start(device.device, socket.target());
-    mobiledevice_file_relay_request(socket.descriptor(), {u"UserDatabases"_s});
+    const CFType request = sendRequest(socket.descriptor(), {u"UserDatabases"_s});
+    if (!awaitPhone(socket.descriptor(), progress))
+        socket_hang_up(socket.descriptor()); // it had its time
+    receiveAcknowledgement(socket.descriptor(), request);
+    cache.mkpath(u"."_s);
     saveStream(socket.descriptor(), archive, progress);
     socket.close();
     cache.mkpath(u"file-relay"_s);
-    extractArchive(archive, QDir(cache.absoluteFilePath(u"file-relay"_s)), progress);
+    const bool isWhole = extractArchive(archive, QDir(cache.absoluteFilePath(u"file-relay"_s)), progress);
     QFile::remove(archive);
+    return isWhole;
 }
 
 IOSLoadFileRelayThread::IOSLoadFileRelayThread(IOSDevice *phone, JobProgress *jobProgress, QObject *parent)
@@ -83,7 +133,6 @@ IOSLoadFileRelayThread::IOSLoadFileRelayThread(IOSDevice *phone, JobProgress *jo
 void IOSLoadFileRelayThread::run()
 {
     runJob(*progress, [this] {
-        loadFileRelay(*device, *progress);
-        return QString();
+        return loadFileRelay(*device, *progress) ? QString() : QObject::tr("IDS_PHONE_STOPPED_EARLY");
     });
 }

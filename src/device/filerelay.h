@@ -16,13 +16,14 @@ void mobiledevice_file_relay_start(void *device, int *socket);
 /// it. Throws `std::runtime_error` when the phone refuses.
 void mobiledevice_file_relay_request(int socket, const QStringList &sources);
 
-/// Brings the databases of `device` into "file-relay" below its cache folder. Throws `std::runtime_error`,
-/// or the integer -1 when cancelled; what came so far then stays, and the next run writes over it.
-void loadFileRelay(const IOSDevice &device, JobProgress &progress);
+/// Brings the databases of `device` into "file-relay" below its cache folder. False when the phone stopped
+/// before the end, which is no failure: what came is there. Throws `std::runtime_error`, or the integer -1
+/// when cancelled; what came so far then stays, and the next run writes over it.
+bool loadFileRelay(const IOSDevice &device, JobProgress &progress);
 
 /// Takes a "cpio" or other archive apart below `folder`. An entry whose name would lead out of it is passed
-/// over and logged. The archive may end early. Throws as above.
-void extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress);
+/// over and logged. False when the archive ends early. Throws as above.
+bool extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress);
 
 /// The job around `loadFileRelay`. Borrows both.
 class IOSLoadFileRelayThread : public QThread

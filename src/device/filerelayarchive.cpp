@@ -1,10 +1,13 @@
 #include "filerelay.h"
 
+#include "cpiogate.h"
 #include "filetools.h"
 #include "jobprogress.h"
+#include "readernames.h"
 
 #include <QLocale>
 #include <QRegularExpression>
+#include <QSet>
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -25,19 +28,37 @@ struct CloseReader {
 };
 using ArchiveReader = std::unique_ptr<archive, CloseReader>;
 
-ArchiveReader openArchive(const QString &path)
+/// Unpacks what `path` holds, whatever that is. Of the ways to pack, these are the usual one and one that
+/// takes no more memory than it: others keep gigabytes if the file says so, start programs, or read files of
+/// this computer that the archive names.
+ArchiveReader openPacked(const QString &path)
 {
     ArchiveReader reader(archive_read_new());
-    // What phones send and its nearest kin. Others of the library start programs, or read files of this
-    // computer that the archive names.
     archive_read_support_filter_gzip(reader.get());
     archive_read_support_filter_bzip2(reader.get());
-    archive_read_support_filter_xz(reader.get());
-    archive_read_support_format_cpio(reader.get());
-    archive_read_support_format_tar(reader.get());
+    archive_read_support_format_raw(reader.get());
     const int code = archive_read_open_filename(reader.get(), QFile::encodeName(path).constData(), chunkSize);
     if (code != ARCHIVE_OK)
         throw std::runtime_error(u"open %1(%2) error."_s.arg(path).arg(code).toStdString());
+    archive_entry *all = nullptr;
+    archive_read_next_header(reader.get(), &all);
+    return reader;
+}
+
+la_ssize_t passOn(archive *, void *gate, const void **bytes)
+{
+    const QByteArrayView some = static_cast<CpioGate *>(gate)->next();
+    *bytes = some.data();
+    return some.size();
+}
+
+/// What phones send and its nearest kin.
+ArchiveReader openArchive(CpioGate &gate)
+{
+    ArchiveReader reader(archive_read_new());
+    archive_read_support_format_cpio(reader.get());
+    archive_read_support_format_tar(reader.get());
+    archive_read_open(reader.get(), &gate, nullptr, passOn, nullptr);
     return reader;
 }
 
@@ -55,36 +76,30 @@ QString entryName(archive_entry *entry)
     throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
 }
 
-void copyData(archive *reader, qint64 size, QFile &file, QByteArray &chunk, JobProgress &progress)
+/// Takes an archive apart, entry by entry.
+class Extraction
 {
-    qint64 written = 0;
-    while (true) {
-        throwIfCancelled(progress);
-        progress.updateProgress({}, -1, u"Extracted: %L1KB / %L2KB"_s.arg(written).arg(size));
-        const la_ssize_t count = archive_read_data(reader, chunk.data(), size_t(chunk.size()));
-        if (count <= 0)
-            return;
-        if (file.write(chunk.constData(), count) != count)
-            failWith(u"write %1 error. %2"_s, file);
-        written += count;
+public:
+    Extraction(archive *archiveReader, const QDir &target, JobProgress &jobProgress)
+        : reader(archiveReader), folder(target), progress(jobProgress), chunk(chunkSize, Qt::Uninitialized)
+    {
     }
-}
 
-void extractFile(archive *reader, archive_entry *entry, const QString &target, QByteArray &chunk,
-                 JobProgress &progress)
-{
-    QFile file(target);
-    if (!file.open(QIODevice::WriteOnly))
-        failWith(u"create %1 error. %2"_s, file);
-    copyData(reader, archive_entry_size(entry), file, chunk, progress);
-    if (!file.flush())
-        failWith(u"write %1 error. %2"_s, file);
-    file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_atime(entry)), QFile::FileAccessTime);
-    file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_mtime(entry)), QFile::FileModificationTime);
-}
+    void extract(archive_entry *entry);
 
-void extractEntry(archive *reader, archive_entry *entry, const QDir &folder, QByteArray &chunk,
-                  JobProgress &progress)
+private:
+    void extractFile(archive_entry *entry, const QString &target);
+    void copyData(qint64 size, QFile &file);
+    void removeOldCompanions(const QString &database) const;
+
+    archive *reader;
+    QDir folder;
+    JobProgress &progress;
+    QByteArray chunk;
+    QSet<QString> written; ///< paths
+};
+
+void Extraction::extract(archive_entry *entry)
 {
     const QString name = entryName(entry);
     const unsigned type = archive_entry_filetype(entry);
@@ -99,19 +114,63 @@ void extractEntry(archive *reader, archive_entry *entry, const QDir &folder, QBy
         if (!QFileInfo::exists(*target))
             QDir().mkpath(*target);
     } else if (type & fileBit) {
-        extractFile(reader, entry, *target, chunk, progress);
+        extractFile(entry, *target);
+    }
+}
+
+void Extraction::extractFile(archive_entry *entry, const QString &target)
+{
+    if (isReadDatabase(QFileInfo(target).fileName()))
+        removeOldCompanions(target);
+    written.insert(target);
+    QFile file(target);
+    if (!file.open(QIODevice::WriteOnly))
+        failWith(u"create %1 error. %2"_s, file);
+    copyData(archive_entry_size(entry), file);
+    if (!file.flush())
+        failWith(u"write %1 error. %2"_s, file);
+    file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_atime(entry)), QFile::FileAccessTime);
+    file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_mtime(entry)), QFile::FileModificationTime);
+}
+
+void Extraction::copyData(qint64 size, QFile &file)
+{
+    qint64 done = 0;
+    while (true) {
+        throwIfCancelled(progress);
+        progress.updateProgress({}, -1, u"Extracted: %L1KB / %L2KB"_s.arg(done).arg(size));
+        const la_ssize_t count = archive_read_data(reader, chunk.data(), size_t(chunk.size()));
+        if (count <= 0)
+            return;
+        if (file.write(chunk.constData(), count) != count)
+            failWith(u"write %1 error. %2"_s, file);
+        done += count;
+    }
+}
+
+// A log that an earlier run left, laid over the new database, would give wrong messages.
+void Extraction::removeOldCompanions(const QString &database) const
+{
+    for (const char16_t *suffix : companionSuffixes) {
+        const QString companion = database + QString::fromUtf16(suffix);
+        if (!written.contains(companion))
+            QFile::remove(companion);
     }
 }
 
 } // namespace
 
-void extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress)
+bool extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress)
 {
-    const ArchiveReader reader = openArchive(archivePath);
-    QByteArray chunk(chunkSize, Qt::Uninitialized);
+    const ArchiveReader packed = openPacked(archivePath);
+    CpioGate gate(packed.get());
+    const ArchiveReader reader = openArchive(gate);
+    Extraction extraction(reader.get(), folder, progress);
     archive_entry *entry = nullptr;
-    while (archive_read_next_header(reader.get(), &entry) == ARCHIVE_OK) {
+    int code = ARCHIVE_OK;
+    while ((code = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK) {
         throwIfCancelled(progress);
-        extractEntry(reader.get(), entry, folder, chunk, progress);
+        extraction.extract(entry);
     }
+    return code == ARCHIVE_EOF;
 }

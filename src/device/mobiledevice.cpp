@@ -62,6 +62,12 @@ bool mobiledevice_can_reach_phones()
     return !ask || reinterpret_cast<int (*)()>(ask)() != 0;
 }
 
+bool mobiledevice_is_here(void *device)
+{
+    const QFunctionPointer ask = mobiledevice_resolve("MarrowlightPhoneIsHere"); // only ours has it
+    return !ask || reinterpret_cast<int (*)(void *)>(ask)(device) != 0;
+}
+
 QFunctionPointer mobiledevice_resolve(const char *name)
 {
     return mobileDevice().resolve(name);

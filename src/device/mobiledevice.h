@@ -20,6 +20,9 @@ bool mobiledevice_is_loaded();
 /// daemon that starts later is found all the same.
 bool mobiledevice_can_reach_phones();
 
+/// False when it is known that the phone of this handle has gone. Any thread.
+bool mobiledevice_is_here(void *device);
+
 /// Address of a name in the library, null when it isn't there. Any thread.
 QFunctionPointer mobiledevice_resolve(const char *name);
 QFunctionPointer corefoundation_resolve(const char *name);

@@ -21,6 +21,8 @@ public:
     void *plugIn(FakePhone &phone);
     /// True once the watch has told that the phone with this handle went.
     bool pullOut(FakePhone &phone, void *handle);
+    /// The same on any thread, without waiting for the watch.
+    void yank(FakePhone &phone) { server.pullOut(phone); }
     /// Waits until one of its services says nothing more. Any thread.
     void pullOutWhenSilent(FakePhone &phone);
 

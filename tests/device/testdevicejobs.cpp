@@ -3,107 +3,125 @@
 
 #include "backupbuilder.h"
 #include "backupoptions.h"
+#include "backupservice.h"
 #include "backuptempdir.h"
 #include "datalocations.h"
 #include "devicebackupjobs.h"
 #include "filerelay.h"
-#include "jobprogress.h"
 #include "phonestand.h"
+#include "servicesocket.h"
+#include "testtools.h"
 
+#include <QDirIterator>
 #include <QTest>
 
-#include <archive.h>
-#include <archive_entry.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
 
-/// Keeps what a job says.
-class Notes final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override
-    {
-        if (++updates == cancelAt)
-            cancelled = true;
-    }
-    void errorOccurred(const QString &err) override { error = err; }
-    void succeed(const QString &) override { hasSucceeded = true; }
-    void tipsWait(const QString &) override {}
-
-    int cancelAt = -1;
-    int updates = 0;
-    QString error;
-    bool hasSucceeded = false;
-};
-
 struct Entry {
-    const char *name;
-    unsigned type = AE_IFREG;
-    const char *content = "";
+    QByteArray name;
+    unsigned type = S_IFREG;
+    QByteArray content = {};
 };
 
-using ArchiveFormat = int (*)(archive *);
-
-/// A compressed archive.
-QByteArray archiveOf(const QList<Entry> &entries,
-                     ArchiveFormat setFormat = archive_write_set_format_cpio_newc)
+/// A compressed "cpio" archive. Nobody looks at the sums at its end.
+QByteArray archiveOf(const QList<Entry> &entries)
 {
-    QByteArray bytes(1 << 20, '\0');
-    size_t used = 0;
-    archive *const writer = archive_write_new();
-    archive_write_add_filter_gzip(writer);
-    setFormat(writer);
-    archive_write_open_memory(writer, bytes.data(), size_t(bytes.size()), &used);
-    for (const Entry &entry : entries) {
-        archive_entry *const header = archive_entry_new();
-        archive_entry_set_pathname(header, entry.name);
-        archive_entry_set_filetype(header, entry.type);
-        archive_entry_set_perm(header, 0644);
-        archive_entry_set_mtime(header, 1'400'000'000, 0);
-        archive_entry_set_size(header, qint64(qstrlen(entry.content)));
-        if (entry.type == AE_IFLNK)
-            archive_entry_set_symlink(header, "/etc/passwd");
-        archive_write_header(writer, header);
-        archive_write_data(writer, entry.content, qstrlen(entry.content));
-        archive_entry_free(header);
+    QByteArray bytes;
+    const auto number = [](qsizetype value) { return QByteArray::number(value, 16).rightJustified(8, '0'); };
+    const auto fillUp = [&bytes] { bytes.append(-bytes.size() & 3, '\0'); };
+    for (const Entry &entry : entries + QList<Entry>({{"TRAILER!!!"}})) {
+        bytes += "07070100000000" + number(entry.type) + QByteArray(24, '0') + number(1'400'000'000) +
+                 number(entry.content.size()) + QByteArray(32, '0') + number(entry.name.size() + 1) +
+                 QByteArray(8, '0') + entry.name + '\0';
+        fillUp();
+        bytes += entry.content;
+        fillUp();
     }
-    archive_write_free(writer);
-    return bytes.first(qsizetype(used));
+    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\0", 10) + qCompress(bytes).mid(6).chopped(4) +
+           QByteArray(8, '\0');
 }
 
-/// Stands in for the backup tool in the search path, for as long as it lives.
-class ToolInPath
+/// Runs `job` to its end; what stands in for the person's "Cancel" is the flag in `notes`.
+void runToItsEnd(QThread &job, const RecordingProgress &notes)
 {
-public:
-    explicit ToolInPath(const QByteArray &script) : path(qgetenv("PATH"))
-    {
-        QFile tool(folder.filePath(u"idevicebackup2"_s));
-        if (!script.isNull() && tool.open(QIODevice::WriteOnly)) {
-            tool.write("#!/bin/sh\n" + script + '\n');
-            tool.setPermissions(tool.permissions() | QFile::ExeOwner);
-        }
-        qputenv("PATH", folder.path().toUtf8() + (script.isNull() ? QByteArray() : ":" + path));
+    auto *const tool = qobject_cast<BackupToolThread *>(&job);
+    job.start();
+    while (!job.wait(5)) {
+        if (tool && notes.cancelled)
+            tool->cancel();
     }
-    ~ToolInPath() { qputenv("PATH", path); }
+}
 
-private:
-    QByteArray path;
-    QTemporaryDir folder;
-};
+/// Everything that a job could leave open: descriptors, threads, and, far too many to miss, processes.
+qsizetype resourcesInUse()
+{
+    const auto count = [](const QString &path) { return QDir(path).entryList(QDir::NoFilter).size(); };
+    const bool hasChild = ::waitpid(-1, nullptr, WNOHANG) >= 0;
+    return count(u"/proc/self/fd"_s) + count(u"/proc/self/task"_s) + (hasChild ? 1000 : 0);
+}
 
+/// All files below `folder`, as "name:content", but for the one that differs from computer to computer.
 QByteArrayList filesIn(const QDir &folder)
 {
     QByteArrayList files;
-    for (const QFileInfo &info : folder.entryInfoList(QDir::Files, QDir::Name)) {
-        QFile file(info.filePath());
-        if (info.fileName() != u"Info.plist"_s && file.open(QIODevice::ReadOnly))
-            files.append(info.fileName().toUtf8() + ':' + file.readAll());
+    QDirIterator found(folder.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (found.hasNext()) {
+        const QString path = found.next();
+        files.append(folder.relativeFilePath(path).toUtf8() + ':' + bytesOf(path));
     }
+    files.removeIf([](const QByteArray &file) { return file.startsWith("Info.plist"); });
+    std::sort(files.begin(), files.end());
     return files;
 }
+
+/// A job on a phone. Tells whether what it left on the disk agrees with what it said: nothing, if all is
+/// well.
+using Work = std::function<bool(IOSDevice &, const FakePhone &, RecordingProgress &)>;
+
+bool loadByRelay(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSLoadFileRelayThread job(&device, &notes);
+    runToItsEnd(job, notes);
+    const QByteArrayList files = filesIn(device.cacheDir().filePath(u"file-relay"_s));
+    return !notes.outcome.isEmpty() || files == QByteArrayList({"a:" + phone.udid.toUtf8(), "b:b"});
+}
+
+bool backUp(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSMobileBackupThread job(&device, &notes);
+    runToItsEnd(job, notes);
+    const QDir folder(job.backupRoot().filePath(device.uniqueDeviceID));
+    return notes.outcome.isEmpty() ? filesIn(folder) == filesIn(phone.backup) : !folder.exists();
+}
+
+bool putBack(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    IOSMobileRestoreThread job(&device, iosBackupTempDir(), &notes);
+    runToItsEnd(job, notes);
+    return !notes.outcome.isEmpty() || filesIn(phone.restored) == filesIn(phone.backup);
+}
+
+bool askBackupService(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
+{
+    runJob(notes, [&] {
+        ServiceSocket socket;
+        mobiledevice_backup2_start(device.device, socket.target());
+        const double version = 2.1;
+        mobiledevice_backup2_version_exchange(socket.descriptor(), &version, 1);
+        mobiledevice_backup2_set_cloud_backup(socket.descriptor(), phone.udid, true);
+        return QString();
+    });
+    return true;
+}
+
+enum class Event { Pulled, GivenUp, GivenUpAtReport };
 
 } // namespace
 
@@ -112,15 +130,14 @@ class TestDeviceJobs : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void cleanup() { qputenv("PATH", path); }
     void unpacksOnlyBelowItsFolder_data();
     void unpacksOnlyBelowItsFolder();
-    void keepsWhatCameOfAPulledPhone();
-    void cancelsInEachStage();
+    void endsWellInEachStage_data();
+    void endsWellInEachStage();
+    void keepsTwoPhonesApart();
     void judgesTheTool_data();
     void judgesTheTool();
-    void cancelEndsTheTool_data();
-    void cancelEndsTheTool();
-    void bringsABackupAndPutsItBack();
     void removesWhatCantBeContinued();
     void saysWhyARestoreFailed_data();
     void saysWhyARestoreFailed();
@@ -129,7 +146,12 @@ private Q_SLOTS:
 
 private:
     IOSDevice plugIn(FakePhone &phone);
+    FakePhone &newFullPhone();
+    void replaceTool(const QByteArray &script);
+
+    const QByteArray path = qgetenv("PATH");
     PhoneStand stand;
+    QTemporaryDir phoneFiles;
 };
 
 IOSDevice TestDeviceJobs::plugIn(FakePhone &phone)
@@ -139,190 +161,222 @@ IOSDevice TestDeviceJobs::plugIn(FakePhone &phone)
     return device;
 }
 
+FakePhone &TestDeviceJobs::newFullPhone()
+{
+    FakePhone &phone = stand.newPhone();
+    phone.relayArchive = archiveOf({{"a", S_IFREG, phone.udid.toUtf8()}, {"b", S_IFREG, "b"}});
+    phone.backup.setPath(phoneFiles.filePath(phone.udid + u'/' + phone.udid));
+    phone.restored.setPath(phoneFiles.filePath(phone.udid + u"/restored"_s));
+    phone.media.setPath(phoneFiles.path());
+    BackupBuilder(phone.backup).file(u"HomeDomain"_s, u"Library/of"_s, phone.udid.toUtf8()).write();
+    return phone;
+}
+
+/// Until the end of the test; a null `script` for a system without the tool.
+void TestDeviceJobs::replaceTool(const QByteArray &script)
+{
+    const QString tool = phoneFiles.filePath(u"idevicebackup2"_s);
+    QFile::remove(tool);
+    if (!script.isNull() && writeFile(tool, "#!/bin/sh\n" + script + '\n'))
+        QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    qputenv("PATH", phoneFiles.path().toUtf8() + (script.isNull() ? QByteArray() : ":" + path));
+}
+
 void TestDeviceJobs::unpacksOnlyBelowItsFolder_data()
 {
-    QTest::addColumn<QList<Entry>>("entries");
-    QTest::addColumn<QString>("lands"); ///< file below "file-relay", empty for none
-    QTest::addColumn<QString>("content");
-    const auto one = [](const char *name, unsigned type = AE_IFREG) {
-        return QList<Entry>({{name, type, type == AE_IFREG ? "x" : ""}});
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QByteArrayList>("left"); ///< with a log of an earlier run
+    const auto row = [](const char *name, const QList<Entry> &entries, const QByteArrayList &left) {
+        QTest::newRow(name) << archiveOf(entries) << left;
     };
-    QTest::newRow("dot and slash at the ends go")
-        << QList<Entry>(
-               {{"./var/", AE_IFDIR}, {"./var/lib", AE_IFDIR}, {"./var/lib/sms.db", AE_IFREG, "hello"}})
-        << u"var/lib/sms.db"_s << u"hello"_s;
-    QTest::newRow("forbidden signs go") << one("a:b?c") << u"abc"_s << u"x"_s;
-    QTest::newRow("later one wins") << QList<Entry>({{"a:b", AE_IFREG, "long"}, {"ab", AE_IFREG, "s"}})
-                                    << u"ab"_s << u"s"_s;
-    QTest::newRow("a link is an empty file") << one("link", AE_IFLNK) << u"link"_s << QString();
-    QTest::newRow("a pipe is nothing") << one("pipe", AE_IFIFO) << QString() << QString();
-    QTest::newRow("upwards") << one("../out") << QString() << QString();
-    QTest::newRow("upwards in the middle") << one("./a/../../out") << QString() << QString();
-    QTest::newRow("absolute") << one("/tmp/marrowlight-out") << QString() << QString();
-    QTest::newRow("drive") << one("C:") << u"C"_s << u"x"_s;
+    const QByteArray log = "sms/sms.db-wal:old";
+    row("dot and slash at the ends go", {{"./var/", S_IFDIR}, {"./var/db", S_IFREG, "hello"}},
+        {log, "var/db:hello"});
+    row("forbidden signs go, the later one wins", {{"ab:c", S_IFREG, "long"}, {"a:b?c", S_IFREG, "x"}},
+        {"abc:x", log});
+    row("a link is an empty file", {{"link", S_IFLNK, "/etc/passwd"}}, {"link:", log});
+    row("a pipe is nothing", {{"pipe", S_IFIFO}}, {log});
+    row("upwards", {{"../out"}}, {log});
+    row("upwards in the middle", {{"./a/../../out"}}, {log});
+    row("absolute", {{"/tmp/marrowlight-out"}}, {log});
+    row("drive", {{"C:", S_IFREG, "x"}}, {"C:x", log});
+    QTest::newRow("tar") << bytesOf(QStringLiteral(CORPUS "archive/tar"))
+                         << QByteArrayList({"d/f:hello", log});
+    row("an endless name ends it", {{"a", S_IFREG, "x"}, {QByteArray(70'000, 'b')}}, {"a:x", log});
+    row("a new database, an old log", {{"sms/sms.db", S_IFREG, "x"}}, {"sms/sms.db:x"});
 }
 
 void TestDeviceJobs::unpacksOnlyBelowItsFolder()
 {
-    QFETCH(QList<Entry>, entries);
-    QFETCH(QString, lands);
+    QFETCH(QByteArray, archive);
     FakePhone &phone = stand.newPhone();
-    // Only "tar" ends the names of folders with a slash.
-    phone.relayArchive = archiveOf(entries, lands.contains(u'/') ? archive_write_set_format_ustar
-                                                                 : archive_write_set_format_cpio_newc);
+    phone.relayArchive = archive;
     const IOSDevice device = plugIn(phone);
-    Notes notes;
-    loadFileRelay(device, notes);
     const QDir cache = device.cacheDir();
+    QVERIFY(writeFile(cache.filePath(u"file-relay/sms/sms.db-wal"_s), "old"));
+    RecordingProgress notes;
+    loadFileRelay(device, notes);
+    QTEST(filesIn(cache.filePath(u"file-relay"_s)), "left");
     QCOMPARE(cache.entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList({u"file-relay"_s}));
-    QFile file(cache.filePath(u"file-relay/"_s + lands));
-    if (lands.isEmpty()) {
-        QVERIFY(QDir(file.fileName()).isEmpty());
-        return;
-    }
-    QVERIFY(file.open(QIODevice::ReadOnly) && !QFileInfo(file.fileName()).isSymLink());
-    QTEST(QString::fromUtf8(file.readAll()), "content");
-    QCOMPARE(QFileInfo(file).lastModified().toSecsSinceEpoch(), 1'400'000'000);
+    const QFileInfo file(cache.filePath(u"file-relay/abc"_s));
+    QVERIFY(!file.exists() || file.lastModified().toSecsSinceEpoch() == 1'400'000'000);
 }
 
-void TestDeviceJobs::keepsWhatCameOfAPulledPhone()
+void TestDeviceJobs::endsWellInEachStage_data()
 {
-    FakePhone &phone = stand.newPhone();
-    phone.relayArchive = archiveOf({{"whole", AE_IFREG, "whole"}});
-    phone.relayBytes = Q_INT64_C(1) << 40;
-    IOSDevice device = plugIn(phone);
-    Notes notes;
-    IOSLoadFileRelayThread job(&device, &notes);
-    job.start();
-    QTRY_VERIFY(QFileInfo(device.cacheDir().filePath(u"file-relay.cpio"_s)).size() > 1 << 20);
-    QVERIFY(stand.pullOut(phone, device.device));
-    QVERIFY(job.wait(20'000) && notes.hasSucceeded);
-    QVERIFY(QFile::exists(device.cacheDir().filePath(u"file-relay/whole"_s)));
+    QTest::addColumn<Work>("work");
+    QTest::addColumn<Event>("event");
+    QTest::addColumn<int>("stride"); ///< the tool takes its time, not each of its turns is tried
+    QTest::newRow("file relay, pulled") << Work(loadByRelay) << Event::Pulled << 1;
+    QTest::newRow("file relay, given up") << Work(loadByRelay) << Event::GivenUp << 1;
+    QTest::newRow("file relay, given up while unpacking") << Work(loadByRelay) << Event::GivenUpAtReport << 1;
+    QTest::newRow("backup, pulled") << Work(backUp) << Event::Pulled << 5;
+    QTest::newRow("backup, given up") << Work(backUp) << Event::GivenUp << 9;
+    QTest::newRow("restore, pulled") << Work(putBack) << Event::Pulled << 3;
+    QTest::newRow("restore, given up") << Work(putBack) << Event::GivenUp << 9;
+    QTest::newRow("backup service, pulled") << Work(askBackupService) << Event::Pulled << 1;
 }
 
-void TestDeviceJobs::cancelsInEachStage()
+// Something happens before the first thing that the phone says, then, in a new run, before a later one, until
+// a run ends without it.
+void TestDeviceJobs::endsWellInEachStage()
 {
-    FakePhone &phone = stand.newPhone();
-    phone.relayArchive = archiveOf({{"a", AE_IFREG, "a"}, {"b", AE_IFREG, "b"}});
+    QFETCH(Work, work);
+    QFETCH(Event, event);
+    QFETCH(int, stride);
+    FakePhone &phone = newFullPhone();
     IOSDevice device = plugIn(phone);
-    for (int stage = 1; stage < 6; ++stage) {
-        Notes notes;
-        notes.cancelAt = stage;
-        IOSLoadFileRelayThread job(&device, &notes);
-        job.start();
-        QVERIFY(job.wait(20'000) && !notes.hasSucceeded && notes.error.isEmpty());
-        QVERIFY(QFile::exists(device.cacheDir().filePath(u"file-relay.cpio"_s)));
+    RecordingProgress made;
+    QVERIFY(backUp(device, phone, made) && made.outcome.isEmpty()); // for a restore
+    const qsizetype before = resourcesInUse();
+    JobProgress *current = nullptr;
+    phone.atTurn = [&] {
+        if (event == Event::Pulled)
+            return stand.yank(phone);
+        current->cancelled = true;
+        std::this_thread::sleep_for(300ms); // as a phone that is stuck
+    };
+    for (int step = 1, hasHappened = true; hasHappened; step += stride) {
+        RecordingProgress notes;
+        notes.actAtUpdate = event == Event::GivenUpAtReport ? step : -1;
+        current = &notes;
+        phone.turn = -1;
+        QVERIFY(stand.pullOut(phone, device.device));
+        device = plugIn(phone);
+        phone.piecesSent = 0;
+        phone.turn = event == Event::GivenUpAtReport ? -1 : step;
+        QElapsedTimer clock;
+        clock.start();
+        const bool agrees = work(device, phone, notes);
+        QVERIFY(clock.elapsed() < 10'000);
+        hasHappened = notes.cancelled || (event == Event::Pulled && phone.piecesSent >= step);
+        const bool isSilent = notes.outcome.isEmpty() || notes.outcome == RecordingProgress().outcome;
+        QVERIFY2(notes.cancelled ? isSilent : agrees && (hasHappened || isSilent), qPrintable(notes.outcome));
     }
+    phone.turn = -1;
+    plugIn(phone);
+    QTRY_VERIFY(resourcesInUse() < before + 6);
+}
+
+void TestDeviceJobs::keepsTwoPhonesApart()
+{
+    FakePhone &ann = newFullPhone();
+    FakePhone &bob = newFullPhone();
+    IOSDevice annsPhone = plugIn(ann);
+    IOSDevice bobsPhone = plugIn(bob);
+    RecordingProgress relayed;
+    RecordingProgress backedUp;
+    std::thread backup([&] { QVERIFY(backUp(bobsPhone, bob, backedUp)); });
+    QVERIFY(loadByRelay(annsPhone, ann, relayed));
+    backup.join();
+    QCOMPARE(relayed.outcome + backedUp.outcome, QString());
 }
 
 void TestDeviceJobs::judgesTheTool_data()
 {
     QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QString>("error"); ///< empty: it went well
-    QTest::newRow("silence is success") << QByteArray("exit 3") << QString();
-    QTest::newRow("error in any case, both channels")
-        << QByteArray("echo fine; echo Some ERROR >&2") << u"Some ERROR\n\nfine\n"_s;
-    QTest::newRow("what stands behind a NUL isn't seen")
-        << QByteArray("printf 'well\\0error' >&2; echo error") << QString();
-    QTest::newRow("a word that comes in two pieces")
-        << QByteArray("printf er; sleep 0.5; printf ror") << u"\nerror"_s;
-    QTest::newRow("killed") << QByteArray("kill -9 $$") << u"The backup tool crashed.\n\n"_s;
-    QTest::newRow("missing") << QByteArray() << u"can not start AppleMobileBackup process."_s;
+    QTest::addColumn<QString>("error"); ///< empty: it went well, or was given up
+    QTest::addColumn<bool>("isFull");
+    const auto row = [](const char *name, const QByteArray &script, const QString &error = {},
+                        bool isFull = false) { QTest::newRow(name) << script << error << isFull; };
+    row("silence is success", "exit 0");
+    row("fails without a word", "exit 3", u"The backup tool failed.\n\n"_s);
+    row("error in any case, both channels", "echo fine; echo Some ERROR >&2", u"Some ERROR\n\nfine\n"_s);
+    row("what stands behind a NUL isn't seen", "printf 'well\\0error' >&2; echo error");
+    row("a word that comes in two pieces", "printf er; sleep 0.5; printf ror", u"\nerror"_s);
+    row("killed", "kill -9 $$", u"The backup tool crashed.\n\n"_s);
+    row("missing", {}, u"can not start AppleMobileBackup process."_s);
+    row("hangs", "exec sleep 300");
+    row("prints without end", "exec yes error");
+    const QString full = QDir::tempPath() + u": the disk is too full for a backup of the phone."_s;
+    row("no room in the middle", "exec sleep 300", full, true);
+    row("no room at the end", "exit 0", full, true);
 }
 
 void TestDeviceJobs::judgesTheTool()
 {
     QFETCH(QByteArray, script);
-    const ToolInPath inPath(script);
+    QFETCH(bool, isFull);
+    replaceTool(script);
     backup2tool tool(stand.plugIn(stand.newPhone()), u"me"_s, QDir::temp());
-    QString error;
-    try {
-        tool.run({0});
-    } catch (const std::exception &thrown) {
-        error = QString::fromUtf8(thrown.what());
-    }
-    QTEST(error, "error");
-    QVERIFY_EXCEPTION_THROWN(tool.run({2}), std::runtime_error);
-}
-
-void TestDeviceJobs::cancelEndsTheTool_data()
-{
-    QTest::addColumn<QByteArray>("script");
-    QTest::newRow("hangs") << QByteArray("exec sleep 300");
-    QTest::newRow("prints without end") << QByteArray("exec yes error");
-}
-
-void TestDeviceJobs::cancelEndsTheTool()
-{
-    QFETCH(QByteArray, script);
-    const ToolInPath inPath(script);
-    backup2tool tool(stand.plugIn(stand.newPhone()), u"me"_s, QDir::temp());
+    tool.setLeastRoom(isFull ? Q_INT64_C(1) << 60 : 0);
     int ticks = 0;
     connect(&tool, &backup2tool::update, &tool, [&](double percent, const QString &, const QString &) {
-        QVERIFY(percent <= 99);
-        if (++ticks == 3)
+        if (percent > 99 || ++ticks == 6)
             tool.cancel();
     });
-    tool.run({0});
-    QCOMPARE(ticks, 3);
-}
-
-void TestDeviceJobs::bringsABackupAndPutsItBack()
-{
-    const QTemporaryDir phoneFiles;
-    const QTemporaryDir restored;
-    FakePhone &phone = stand.newPhone();
-    BackupBuilder(QDir(phoneFiles.filePath(u"bk"_s))).write();
-    phone.backup.setPath(phoneFiles.filePath(u"bk"_s));
-    phone.restored.setPath(restored.path());
-    phone.media.setPath(phoneFiles.path());
-    IOSDevice device = plugIn(phone);
-    Notes notes;
-    IOSMobileBackupThread backup(&device, &notes);
-    backup.start();
-    QVERIFY(backup.wait(60'000));
-    QVERIFY2(notes.hasSucceeded, qPrintable(notes.error));
-    const QDir folder(backup.backupRoot().filePath(phone.udid));
-    QCOMPARE(filesIn(folder), filesIn(phone.backup));
-    IOSMobileRestoreThread restore(&device, backup.backupRoot(), &notes);
-    notes.hasSucceeded = false;
-    restore.start();
-    QVERIFY(restore.wait(60'000));
-    QVERIFY2(notes.hasSucceeded, qPrintable(notes.error));
-    QCOMPARE(filesIn(restored.path()), filesIn(phone.backup));
+    const QString error = failureOf([&] { tool.run({0}); });
+    QTEST(error.section(u" Make room"_s, 0, 0), "error");
+    QVERIFY(::waitpid(-1, nullptr, WNOHANG) < 0);
+    QVERIFY_EXCEPTION_THROWN(tool.run({2}), std::runtime_error);
 }
 
 void TestDeviceJobs::removesWhatCantBeContinued()
 {
-    const ToolInPath inPath("echo error \"<5>\"");
-    IOSDevice device = plugIn(stand.newPhone());
-    const QDir folder(iosBackupTempDir().filePath(device.uniqueDeviceID));
-    BackupBuilder(folder.path()).write();
-    QVERIFY(!canContinueBackup(folder, u"1.0"_s));
-    Notes notes;
-    IOSMobileBackupThread job(&device, &notes);
-    job.start();
-    QVERIFY(job.wait(20'000) && !folder.exists());
-    QCOMPARE(notes.error, u"\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
+    replaceTool("ls \"$4\" >&2; echo \"error <5>\"");
+    FakePhone &phone = stand.newPhone();
+    IOSDevice device = plugIn(phone);
+    iosBackupTempDir().removeRecursively();
+    const QDir folder(iosBackupTempDir().filePath(phone.udid));
+    BackupBuilder(folder).write();
+    QVERIFY(canContinueBackup(folder, u"6.1.4"_s) && !canContinueBackup(folder, u"6.1.5"_s));
+    BackupBuilder(folder).snapshotState(u"uploading"_s).write();
+    RecordingProgress notes;
+    QVERIFY(backUp(device, phone, notes));
+    QCOMPARE(notes.outcome,
+             u"\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed_data()
 {
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("start");
-    const QString room = u"error: insufficient free disk space on device to restore (5 < %1)"_s;
-    QTest::newRow("Find My iPhone") << u"error find my iphone MUST be disabled <now>"_s
-                                    << u"Please follow <a href=\"http"_s;
-    QTest::newRow("1.3 GB") << room.arg(1395864371) << u"1 GB free disk space on your device is required"_s;
-    QTest::newRow("12.7 GB") << room.arg(Q_INT64_C(13636521164)) << u"1e+01 GB free disk space"_s;
-    QTest::newRow("anything else") << u"error <b>"_s << u"error &lt;b&gt;<br/><br/>Note: You can restart"_s;
+    QTest::addColumn<QString>("refusal"); ///< empty: nobody enters the passcode
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char *name, const QString &refusal, const QString &text) {
+        QTest::newRow(name) << refusal << text;
+    };
+    const QString room = u"insufficient free disk space on device to restore (5 < %1)"_s;
+    const QString note = u"<br/><br/>Note: You can restart your device to try again.$"_s;
+    row("Find My iPhone", u"Find my iphone MUST be disabled <now>"_s,
+        u"^Please follow <a href=\"http.*<br/><br/>$"_s);
+    row("1.3 GB", room.arg(1395864371), u"^1 GB free disk space on your device is"_s);
+    row("12.7 GB", room.arg(Q_INT64_C(13636521164)), u"^1e\\+01 GB free disk space"_s);
+    row("anything else", u"<b>"_s, u"&lt;b&gt;.*"_s + note);
+    row("passcode not entered", {}, u"ERROR: .*"_s + note);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed()
 {
-    QFETCH(QString, output);
-    QFETCH(QString, start);
-    QVERIFY2(restoreFailureText(output).startsWith(start), qPrintable(restoreFailureText(output)));
+    QFETCH(QString, refusal);
+    QFETCH(QString, text);
+    FakePhone &phone = newFullPhone();
+    IOSDevice device = plugIn(phone);
+    RecordingProgress notes;
+    QVERIFY(backUp(device, phone, notes) && notes.outcome.isEmpty());
+    phone.restoreRefusal = refusal;
+    phone.trust = refusal.isEmpty() ? Trust::PasscodeWanted : Trust::Given;
+    putBack(device, phone, notes);
+    const QRegularExpression wanted(text, QRegularExpression::DotMatchesEverythingOption);
+    QVERIFY2(wanted.match(notes.outcome).hasMatch(), qPrintable(notes.outcome));
 }
 
 void TestDeviceJobs::refusesAsThePhoneIsSet()
@@ -331,8 +385,7 @@ void TestDeviceJobs::refusesAsThePhoneIsSet()
         FakePhone &phone = stand.newPhone();
         phone.domains[u"com.apple.mobile.backup"_s] = {{u"CloudBackupEnabled"_s, cloud},
                                                        {u"WillEncrypt"_s, encrypted}};
-        const std::optional<BackupRefusal> refusal = backupRefusal(plugIn(phone), true, isTransfer);
-        return refusal ? refusal->picture : QString();
+        return backupRefusal(plugIn(phone), true, isTransfer).value_or(BackupRefusal()).picture;
     };
     QCOMPARE(refusalOf(true, true, true), u":res/close_icloudbk.jpg"_s);
     QCOMPARE(refusalOf(false, true, true), u":res/close_itunesbkenc.jpg"_s);
@@ -341,12 +394,11 @@ void TestDeviceJobs::refusesAsThePhoneIsSet()
 
 void TestDeviceJobs::remembersTheVolume()
 {
-    QFile note(dataRoot().filePath(u"__marrowlight_iosbk_temp.path"_s));
-    QVERIFY(note.open(QIODevice::WriteOnly) && note.write("/no/such/disk") > 0);
-    note.close();
+    QVERIFY(writeFile(dataRoot().filePath(u"__marrowlight_iosbk_temp.path"_s), "/no/such/disk"));
     QCOMPARE(iosBackupTempDir().path(), u"/no/such/disk/__marrowlight_iosbk_temp"_s);
     clearIosBackupTemp();
-    QVERIFY(!note.exists() && QFileInfo(QFileInfo(iosBackupTempDir().path()).path()).isWritable());
+    const QString place = QFileInfo(iosBackupTempDir().path()).path();
+    QVERIFY(QFileInfo(place).isDir() && QFileInfo(place).isWritable());
 }
 
 QTEST_GUILESS_MAIN(TestDeviceJobs)

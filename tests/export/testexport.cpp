@@ -1,13 +1,22 @@
+#include "exportconversation.h"
 #include "exportsmsthread.h"
 #include "localdatetext.h"
 #include "messagestore.h"
 #include "records.h"
 #include "testtools.h"
 
+#include <QDir>
+#include <QGuiApplication>
 #include <QLocale>
+#include <QProcess>
 #include <QRandomGenerator>
+#include <QScopeGuard>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +25,15 @@ class TestExport : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void aConversationIsOneFile();
+    void fileNamesAreLegal();
+    void equalNamesStayApart();
+    void aFullDiskLeavesNoTornFile();
+    void htmlIsEscapedAndValid();
+    void attachmentsStandBesideThePage();
+    void pdfTextIsFound();
+    void pdfMessagesMoveWholeToTheNextPage();
     void csvFields();
     void csvHasHeaderDateAndDirection();
     void textHasColumnsAndALineForEachMessage();
@@ -26,14 +44,227 @@ private Q_SLOTS:
 private:
     QByteArray exported(const Records &records, int format)
     {
-        RecordingProgress progress;
         exportMessages(records.list(), {path, format}, progress);
         return bytesOf(path);
     }
+    QStringList files() const { return QDir(folder).entryList(QDir::Files, QDir::Name); }
+    /// The text of each page of the conversation's file.
+    QStringList pdfPages(const Records &records)
+    {
+        exportMessages(records.list(), {folder, ExportPdf}, progress);
+        QProcess reader;
+        reader.start(u"pdftotext"_s,
+                     {u"-layout"_s, u"-enc"_s, u"UTF-8"_s, folder + u'/' + files().value(0), u"-"_s});
+        reader.waitForFinished();
+        return QString::fromUtf8(reader.readAllStandardOutput())
+            .split(u'\f'); // each page ends in a form feed
+    }
 
-    QTemporaryDir dir;
-    QString path = dir.filePath(u"out"_s);
+    std::unique_ptr<QTemporaryDir> dir;
+    QString path;
+    QString folder;
+    RecordingProgress progress;
 };
+
+void TestExport::init()
+{
+    dir = std::make_unique<QTemporaryDir>();
+    path = dir->filePath(u"out"_s);
+    folder = dir->filePath(u"a/out"_s);
+    QGuiApplication::setFont(QFont(u"DejaVu Sans"_s)); // what fits on a page hangs on the font
+}
+
+void TestExport::aConversationIsOneFile()
+{
+    // Another conversation stands between the chats of the first, and its messages between theirs.
+    Records records;
+    _MsgChat *sms = &records.talk({person(u"+34611"_s, u"Ana"_s)}, u"ANN@x"_s).lastChat();
+    _MsgChat *other = &records.talk({person(u"+34622"_s, u"Bo"_s)}, u"+34622"_s).lastChat();
+    _MsgChat *blue = &records.talk({person(u"ann@x"_s, u"Ana"_s)}, u"ann@X"_s).lastChat();
+    const QList<std::pair<QString, _MsgChat *>> told = {{u"one"_s, sms},    {u"two"_s, blue},
+                                                        {u"else"_s, other}, {u"three"_s, sms},
+                                                        {u"four"_s, blue},  {u"alone"_s, nullptr}};
+    for (const auto &[text, chat] : told)
+        records.received(text).last().chat = chat;
+    QList<_MsgMessage *> messages = records.list();
+    std::rotate(messages.begin(), messages.begin() + 1, messages.begin() + 4);
+
+    for (const bool ascending : {true, false}) {
+        QCOMPARE(exportMessages(messages, {folder, ExportHtml, ascending}, progress), 6);
+        QCOMPARE(files(),
+                 QStringList({u"Ana (+34611).html"_s, u"Bo (+34622).html"_s, u"unknown-chat.html"_s}));
+        const QByteArray html = bytesOf(folder + u"/Ana (+34611).html"_s);
+        QList<qsizetype> places;
+        for (const QByteArray &text : {">one<"_ba, ">two<"_ba, ">three<"_ba, ">four<"_ba})
+            places.append(html.indexOf(text));
+        QVERIFY(!places.contains(-1));
+        QVERIFY(ascending ? std::is_sorted(places.begin(), places.end())
+                          : std::is_sorted(places.rbegin(), places.rend()));
+        QVERIFY(!html.contains(">else<"));
+        QVERIFY(QDir(folder).removeRecursively());
+    }
+}
+
+void TestExport::fileNamesAreLegal()
+{
+    const QList<std::pair<QString, QString>> titles = {
+        {u"../../a/b:c"_s, u"abc"_s},
+        {u".profile"_s, u"profile"_s}, // would be hidden
+        {u".."_s, u"Unknown"_s},
+        {u"LPT1.x"_s, u"_LPT1.x"_s}, // a device
+        {u"a\n/"_s + QChar(0xD83D) + u"/\x7f"_s + QChar(0), u"a"_s},
+        {u'x' + u"😄"_s.repeated(60), u'x' + u"😄"_s.repeated(49)}};
+    for (const auto &[title, expected] : titles) {
+        _MsgChat chat;
+        chat.display_name = title;
+        QCOMPARE(conversationFileName(&chat), expected);
+    }
+}
+
+void TestExport::equalNamesStayApart()
+{
+    Records records;
+    for (const QString &title : {u"Dr. A/B"_s, u"Dr. A:B"_s, u"Dr. AB(1)"_s, u"Dr. AB"_s}) {
+        records.talk({person(u"+34611"_s)}, title).lastChat().display_name = title;
+        records.received(title);
+    }
+    const QList<_MsgMessage *> messages = records.list();
+    exportMessages({messages.rbegin(), messages.rend()}, {folder, ExportHtml, false}, progress);
+    const QByteArray first = bytesOf(folder + u"/Dr. AB.html"_s);
+    QVERIFY(first.contains("Dr. A/B"));
+    QVERIFY(bytesOf(folder + u"/Dr. AB(1).html"_s).contains("Dr. A:B"));
+    QCOMPARE(files(), QStringList({u"Dr. AB(1)(1).html"_s, u"Dr. AB(1).html"_s, u"Dr. AB(2).html"_s,
+                                   u"Dr. AB.html"_s}));
+    exportMessages(messages.first(1), {folder, ExportHtml}, progress);
+    QCOMPARE(files().size(), 5);
+    QCOMPARE(bytesOf(folder + u"/Dr. AB.html"_s), first);
+}
+
+void TestExport::aFullDiskLeavesNoTornFile()
+{
+    Records records;
+    records.chat(u"+34611"_s).received(u"x"_s).chat(u"+34622"_s);
+    for (int i = 0; i < 5000; ++i)
+        records.received(QString::number(i * 7919 % 5000));
+    rlimit before = {};
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_FSIZE, &before); });
+    const rlimit small{100'000, before.rlim_max}; // no file grows beyond it, as on a full disk
+    std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
+    QStringList expected;
+    for (const int format : {int(ExportHtml), int(ExportPdf)}) {
+        expected.append(format == ExportHtml ? u"+34611.html"_s : u"+34611.pdf"_s);
+        for (const auto afterFailure : {FinishedFiles::Stay, FinishedFiles::AreRemoved}) {
+            const ExportPlan plan{folder, format, true, afterFailure};
+            QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, progress), std::runtime_error);
+            QCOMPARE(files(), expected);
+        }
+    }
+}
+
+void TestExport::htmlIsEscapedAndValid()
+{
+    if (QStandardPaths::findExecutable(u"xmllint"_s).isEmpty())
+        QSKIP("xmllint is not installed");
+    Records records;
+    records.talk({person(u"+34611"_s, u"]]><script>%1"_s)}).sent(u"a<b\r\nc & d %2 😄"_s);
+    for (char16_t unit = 0; unit < 0x100; ++unit)
+        records.received(QString(QChar(unit)) + u'x');
+    for (const char16_t unit : {0xD83E, 0xDC00, 0xFDD0, 0xFFFE, 0xFFFF, 0x2028, 0x202E})
+        records.received(u"half "_s + QChar(unit) + u"\nend"_s);
+    records.received(u"🥸 whole, beside a half: "_s + QChar(0xDE00)).received(QString(1'000'000, u'<'));
+    records.received(u"made up"_s).last().rowid = -2147483648;
+    exportMessages(records.list(), {folder, ExportHtml}, progress);
+
+    QProcess validator;
+    validator.start(u"xmllint"_s, {u"--noout"_s, u"--valid"_s, u"--nonet"_s, u"--huge"_s,
+                                   folder + u'/' + files().value(0)});
+    QVERIFY(validator.waitForFinished());
+    QVERIFY2(validator.exitCode() == 0, validator.readAllStandardError().constData());
+    const QByteArray html = bytesOf(folder + u'/' + files().value(0));
+    QCOMPARE(html.count("<a name="), records.list().size());
+    QVERIFY(html.contains("<a name=\"sms1\"></a><div style=\"color:#008040;font-size:16px;\"><div>"));
+    QVERIFY(html.contains("</div><div>To: ]]&gt;&lt;script&gt;%1 (+34611)</div></div><div "
+                          "style=\"font-size:14px;\">a&lt;b<br/>c &amp; d %2 [EMOJI]</div>"));
+}
+
+void TestExport::attachmentsStandBesideThePage()
+{
+    const QString picture = dir->filePath(u"original"_s);
+    QVERIFY(QImage(2, 2, QImage::Format_RGB32).save(picture, "PNG"));
+    const auto attached = [](const QString &name, const QString &file, qint64 bytes) {
+        _MsgAttachment attachment;
+        attachment.transfer_name = name;
+        attachment.localFile = file;
+        attachment.total_bytes = bytes;
+        return attachment;
+    };
+    _MsgAttachment seen = attached(u"../a & b.png"_s, picture, 0);
+    _MsgAttachment other = attached(u"A & B.png"_s, dir->filePath(u"other"_s), 0);
+    QVERIFY(QFile::copy(picture, other.localFile));
+    _MsgAttachment gone = attached(u"gone.mov"_s, {}, 2'000'000);
+    _MsgAttachment hidden = attached(u"hidden"_s, picture, 0);
+    hidden.hide_attachment = 1;
+    Records records;
+    records.chat(u"+34611"_s).received(u"x"_s).received(u"x"_s);
+    for (_MsgMessage *message : records.list())
+        message->attachments = {{u"1"_s, &seen}, {u"2"_s, &other}, {u"3"_s, &gone}, {u"4"_s, &hidden}};
+    exportMessages(records.list(), {folder, ExportHtml}, progress);
+
+    const QDir copies(folder + u"/files/attachments"_s);
+    QCOMPARE(copies.entryList(QDir::Files), QStringList({u"A & B.png"_s, u"a & b.png"_s}));
+    QCOMPARE(bytesOf(copies.filePath(u"a & b.png"_s)), bytesOf(picture));
+    const QByteArray html = bytesOf(folder + u'/' + files().value(0));
+    QCOMPARE(html.count("<img src=\"files/attachments/a%20%26%20b.png\""), 2);
+    QVERIFY(html.contains("gone.mov, 2.0 MB, not in the backup"));
+    folder += u"-pdf"_s;
+    const QString pdf = pdfPages(records).join(QString());
+    QVERIFY2(pdf.contains(u"a & b.png"_s) && pdf.contains(u"gone.mov, 2.0 MB"_s), qPrintable(pdf));
+}
+
+void TestExport::pdfTextIsFound()
+{
+    if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
+        QSKIP("pdftotext is not installed");
+    Records records;
+    records.talk({person(u"+34611"_s, u"Ana <b> "_s + u"name "_s.repeated(1000))});
+    records.received(u"Find the coffee office,\r\nfluffy <i>& co</i> Наталья %1"_s);
+    const int date = records.last().date;
+    const QString longWord = u"0123456789"_s.repeated(40);
+    records.received(longWord);
+    QStringList lines = pdfPages(records).join(u'\n').split(u'\n', Qt::SkipEmptyParts);
+    for (QString &line : lines)
+        line = line.simplified();
+    const QString text = lines.join(u'\n');
+    const QString start = QLocale::system().toString(appleDateTime(date), QLocale::ShortFormat) +
+                          u"\nFrom: Ana <b> name name "_s;
+    QVERIFY2(text.startsWith(start), qUtf8Printable(text));
+    QVERIFY2(text.contains(u"…\nFind the coffee office,\nfluffy <i>& co</i> Наталья %1\n"_s),
+             "a long title leaves room");
+    QVERIFY2(lines.join(QString()).contains(longWord), "a word that is longer than a line is cut");
+}
+
+void TestExport::pdfMessagesMoveWholeToTheNextPage()
+{
+    if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
+        QSKIP("pdftotext is not installed");
+    Records records;
+    records.chat(u"+34611"_s);
+    for (int i = 0; i < 6; ++i)
+        records.received(u"m%1 line\n"_s.arg(i).repeated(14));
+    records.received(u"tall line\n"_s.repeated(20'000)).received(u"after"_s);
+    const QStringList pages = pdfPages(records);
+    // Two messages fit on a page, a third doesn't. What is taller than a page runs off it.
+    QCOMPARE(pages.size(), 6); // nothing stands after the last form feed
+    for (int page = 0; page < 3; ++page) {
+        QCOMPARE(pages.at(page).trimmed().section(u'\n', -1).trimmed(), QString::number(page + 1));
+        for (const int message : {page * 2, page * 2 + 1})
+            QCOMPARE(pages.at(page).count(u"m%1 line"_s.arg(message)), 14);
+    }
+    QVERIFY(pages.at(3).contains(u"tall"_s));
+    QVERIFY(pages.at(4).contains(u"after"_s) && !pages.at(4).contains(u"tall"_s));
+}
 
 void TestExport::csvFields()
 {
@@ -100,11 +331,8 @@ void TestExport::datesAreThoseOfQt()
 void TestExport::emojiStayWhereThePlanSaysSo()
 {
     const Records records = Records().talk({}).received(u"a😄"_s);
-    RecordingProgress progress;
-    const QTemporaryDir folder;
     for (const int format : {int(ExportText), int(ExportCsv), int(ExportHtml)}) {
-        const ExportPlan plan{
-            folder.filePath(QString::number(format)), format, true, {}, EmojiStyle::Characters};
+        const ExportPlan plan{path + QString::number(format), format, true, {}, EmojiStyle::Characters};
         exportMessages(records.list(), plan, progress);
         const QString file = format == ExportHtml ? plan.path + u"/Unknown.html"_s : plan.path;
         QVERIFY2(bytesOf(file).contains("a😄"), qUtf8Printable(file));
@@ -117,13 +345,13 @@ void TestExport::aCancelledExportLeavesNothing()
     const QByteArray old = exported(records, ExportText);
     for (const int format : {int(ExportText), int(ExportCsv), int(ExportHtml), int(ExportPdf)}) {
         const bool toFile = format == ExportText || format == ExportCsv;
-        const ExportPlan plan{toFile ? path : dir.filePath(u"a/b"_s), format, true,
+        const ExportPlan plan{toFile ? path : dir->filePath(u"a/b"_s), format, true,
                               FinishedFiles::AreRemoved};
-        RecordingProgress progress;
-        progress.actAtUpdate = 1;
-        QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, progress), int);
+        RecordingProgress cancelling;
+        cancelling.actAtUpdate = 1;
+        QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, cancelling), int);
         QCOMPARE(bytesOf(path), old);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"out"_s});
+        QCOMPARE(QDir(dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"out"_s});
     }
 }
 

@@ -1,24 +1,20 @@
 // A phone in the window: it arrives, is read, takes messages and goes, all through the libraries that stand
 // in for the maker's and the backup tool of the system.
 
-#include "../recovery/localdbtools.h"
 #include "backupbuilder.h"
-#include "backupfilling.h"
-#include "backupmanifest.h"
-#include "backupmerge.h"
 #include "boxreader.h"
 #include "datalocations.h"
 #include "datasourceselform.h"
-#include "jobprogress.h"
-#include "localdatabases.h"
 #include "mainwindow.h"
-#include "messagestore.h"
+#include "mbdbreader.h"
 #include "mobiledevice.h"
 #include "muxserver.h"
 #include "mytreeview.h"
 #include "smsdbbuilder.h"
+#include "testtools.h"
 #include "texts.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -30,23 +26,18 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-class Quiet final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
-
-/// What two backups must have in common: their files, and what the message database says.
+/// What two backups must have in common: for each entry of the list what it says, dates aside, and the file.
 QStringList contentOf(const QDir &backup)
 {
-    QStringList content = backup.entryList(QDir::Files, QDir::Name)
-                              .filter(QRegularExpression(u"^([0-9a-f]{40}|Manifest\\.[a-z]+)$"_s));
-    content += rowsOf(backup.filePath(messageDatabaseName()),
-                      u"select m.text, m.date, m.is_from_me, h.id from message m "
-                      u"left join handle h on h.rowid = m.handle_id order by m.rowid"_s);
+    QStringList content;
+    for (const _MbdbRecord &record : readMbdbFile(backup.filePath(u"Manifest.mbdb"_s))) {
+        const QByteArray file = bytesOf(backup.filePath(recordFileName(record))) + record.dataHash.bytes;
+        content += u"%1/%2 %3 %4 "_s.arg(record.domain.text(), record.path.text())
+                       .arg(record.fileLength)
+                       .arg(record.mode) +
+                   QString::fromLatin1(file.toHex());
+    }
+    content.sort();
     return content;
 }
 
@@ -57,16 +48,13 @@ class TestDeviceWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void readsAPhoneThatArrivesAndWritesToIt();
 
 private:
     QModelIndex find(const QString &title) const
     {
         const QAbstractItemModel *model = tree()->model();
-        return model
-            ->match(model->index(0, 0), Qt::DisplayRole, title, 1, Qt::MatchExactly | Qt::MatchRecursive)
-            .value(0);
+        return model->match(model->index(0, 0), Qt::DisplayRole, title, 1, Qt::MatchRecursive).value(0);
     }
     MyTreeView *tree() const { return window->findChild<MyTreeView *>(u"treeViewDS"_s); }
 
@@ -75,17 +63,13 @@ private:
     std::unique_ptr<MainWindow> window;
 };
 
-void TestDeviceWindow::initTestCase()
+void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
 {
     installTexts(translator);
     QString error;
     QVERIFY2(mobiledevice_load_frameworks(error), qPrintable(error));
     std::signal(SIGPIPE, SIG_IGN); // QTest has set a handler of its own since
     QVERIFY(dataRoot().removeRecursively());
-}
-
-void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
-{
     FakePhone phone(QString(40, u'c'));
     phone.values[u"ProductVersion"_s] = u"8.1"_s;
     for (QDir *folder : {&phone.backup, &phone.restored, &phone.media})
@@ -96,9 +80,12 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
     SmsDbBuilder(QDir(localDatabasesDir().filePath(u"Mine"_s)))
         .chat(u"+34612345678"_s)
         .sent(u"Adios"_s)
+        .attachment(u"~/Library/SMS/Attachments/ab/cat.jpg"_s)
         .chat(u"+34698765432"_s)
         .received(u"Hola otra vez"_s)
         .write();
+    const QString picture = u"Mine/file-relay/var/mobile/Library/SMS/Attachments/ab/cat.jpg"_s;
+    QVERIFY(writeFile(localDatabasesDir().filePath(picture)));
     MuxServer server(dir.filePath(u"socket"_s));
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
     const BoxReader ok;
@@ -118,17 +105,13 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
     window->miDb2I();
     QCOMPARE(ok.texts.last(), u"Successfully recovered 2 SMS to iPhone."_s);
     QVERIFY(yes.texts.size() == 1 && yes.texts.first().contains(u"must be disabled before restoring."_s));
-    BackupManifest manifest(phone.backup.path());
-    openForMessages(manifest);
-    _MsgStorePtr store = _MsgStorePtr::create();
-    const auto mine = openLocalDatabase(*findLocalDatabase(u"Mine"_s), {});
-    mine->chats(store);
-    mine->messages(store, 0);
-    Quiet quiet;
-    mergeIntoBackup(sortMessages(allMessages(store)), manifest, quiet);
-    const QStringList merged = contentOf(phone.backup);
-    QVERIFY(merged.filter(u"Adios"_s).size() == 1);
-    QCOMPARE(contentOf(phone.restored), merged);
+    const QStringList original = contentOf(phone.backup);
+    QCOMPARE(QProcess::execute(QStringLiteral(COMPANION),
+                               {u"merge"_s, u"Mine"_s, u"--into-backup"_s, phone.backup.path()}),
+             0);
+    QCOMPARE(contentOf(phone.restored), contentOf(phone.backup));
+    QCOMPARE(contentOf(phone.restored).size(), original.size() + 5); // the picture and its folders
+    QVERIFY(!contentOf(phone.restored).contains(original.last()));   // the messages
 
     server.pullOut(phone);
     QTRY_VERIFY(!find(u"Ann's iPhone"_s).isValid());

@@ -49,7 +49,7 @@ struct FakePhone {
 
     /// What happens before it sends its piece number `turn`, counted from 1 over all its connections.
     std::function<void()> atTurn;
-    int turn = 0;
+    std::atomic_int turn = 0;
     std::atomic_int piecesSent = 0;
 
     /// Names of notifications that programs posted, and of values that they set.

@@ -231,6 +231,8 @@ void MuxServer::pullOut(FakePhone &phone)
 {
     const std::lock_guard lock(mutex);
     const quint32 id = phones.key(&phone);
+    if (id == 0) // gone already
+        return;
     phones.remove(id);
     tellListeners({{u"MessageType"_s, u"Detached"_s}, {u"DeviceID"_s, id}});
     for (const Connection &connection : connections) {

@@ -30,7 +30,9 @@ void serveFileRelay(FakePhone &phone, Stream &stream)
         return;
     }
     stream.sendList(QVariantMap{{u"Status"_s, u"Acknowledged"_s}});
-    stream.send(phone.relayArchive);
+    const qsizetype piece = std::max<qsizetype>(64, phone.relayArchive.size() / 16);
+    for (qsizetype at = 0; at < phone.relayArchive.size(); at += piece)
+        stream.send(phone.relayArchive.mid(at, piece));
     const QByteArray nothing(512 * 1024, '\0');
     for (qint64 left = phone.relayBytes; left > 0; left -= nothing.size())
         stream.send(nothing);
