@@ -87,7 +87,7 @@ void benchFileRelay(void *handle, const QDir &folder)
     const IOSDevice phone = readDevice(handle);
     Silence silence;
     compareWithFloor(
-        "file relay: 200 MB to the disk", 2.0, 3, [&] { loadFileRelay(phone, silence); },
+        "file relay: 200 MB to the disk", 2.0, 10, [&] { loadFileRelay(phone, silence); },
         [&] {
             QFile file(folder.filePath(u"copy"_s));
             if (!file.open(QIODevice::WriteOnly))
