@@ -63,7 +63,7 @@ void compareScan(const QString &path)
     const uchar *bytes = plain.map(0, plain.size());
     quint64 sum = 0;
     compareWithFloor(
-        "scanning every byte for messages, beside a pass", 60.0, rounds,
+        "scanning every byte for messages, beside a pass", 40.0, rounds,
         [&] { sum += quint64(carveAll(file)); },
         [&] { sum += std::accumulate(bytes, bytes + plain.size(), quint64(0)); });
     if (sum == 0)

@@ -30,6 +30,7 @@ CREATE TABLE IF NOT EXISTS _part_text (
 );
 
 CREATE INDEX IF NOT EXISTS _message_idx_delete_date ON message(_delete_date) WHERE _delete_date > 0;
+CREATE INDEX IF NOT EXISTS _message_idx_recovered ON message(_is_recovered) WHERE _is_recovered > 0;
 
 -- Who only reacts stands in no chat and sent no message.
 CREATE TRIGGER IF NOT EXISTS _keep_reacting_handles BEFORE DELETE ON handle

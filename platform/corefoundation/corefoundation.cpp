@@ -5,6 +5,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 
 // The names of the maker's "CoreFoundation" that the program looks up, over values of our own. Contracts
 // are those of its public documentation, as far as the program uses them: there is one allocator and one
@@ -36,9 +38,15 @@ Number readNumber(const void *source)
 template <typename Number>
 bool writeNumber(void *target, const NumberValue &value)
 {
+    if constexpr (std::is_integral_v<Number>) {
+        constexpr double end = -double(std::numeric_limits<Number>::min());
+        if (value.isReal() && !(value.real >= -end && value.real < end))
+            return false; // C++ has no meaning for this conversion
+    }
     const Number number = value.isReal() ? Number(value.real) : Number(value.integer);
     std::memcpy(target, &number, sizeof number);
-    return value.isReal() ? double(number) == value.real : qint64(number) == value.integer;
+    using Widest = long double; // holds all of them as they are
+    return Widest(number) == (value.isReal() ? Widest(value.real) : Widest(value.integer));
 }
 
 /// Types of C by the width that they have here.

@@ -47,8 +47,8 @@ public:
                            [phone](const auto &entry) { return entry.second == phone; });
     }
 
-    /// Whatever way the handle came, the lock shows this thread all that the one wrote that saw the phone
-    /// arrive.
+    /// The phone behind a handle. Whatever way the handle took, the lock orders this thread after the one
+    /// that saw the phone arrive.
     Phone &of(void *handle)
     {
         const std::lock_guard lock(mutex);

@@ -48,8 +48,10 @@ void pump(const std::unique_ptr<ServiceTls> &phone, int program)
     Buffer buffer;
     std::array<pollfd, 2> ends = {pollfd{program, POLLIN, 0}, pollfd{phone->descriptor(), POLLIN, 0}};
     bool isOpen = carryFromPhone(*phone, program, buffer);
-    while (isOpen && (::poll(ends.data(), ends.size(), -1) >= 0 || errno == EINTR)) {
-        if (ends[0].revents)
+    while (isOpen) {
+        ends[0].revents = 0; // a signal that ends the wait leaves it as it was
+        isOpen = ::poll(ends.data(), ends.size(), -1) >= 0 || errno == EINTR;
+        if (isOpen && ends[0].revents)
             isOpen = carryToPhone(program, *phone, buffer);
         if (isOpen)
             isOpen = carryFromPhone(*phone, program, buffer);

@@ -5,6 +5,7 @@
 #include "exportmessagesdb.h"
 #include "filetools.h"
 #include "jobprogress.h"
+#include "messagerecycledb.h"
 #include "messagestore.h"
 
 #include <QDebug>
@@ -84,10 +85,23 @@ qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
     return bytes;
 }
 
+/// The chats of recovered messages whose address nobody knows have numbers that keep them off phones. A Local
+/// Database is to hold what people see, so there they go in as any other.
+void append(ExportMessagesDb &target, const _MsgMessage &message)
+{
+    if (!message.chat || !isOfUnknownAddress(*message.chat))
+        return target.append(message);
+    _MsgChat chat = *message.chat;
+    chat.rowid = 0;
+    _MsgMessage kept = message;
+    kept.chat = &chat;
+    target.append(kept);
+}
+
 void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, JobProgress &progress)
 {
     workThrough(messages, progress, u"SMS: %1/%2"_s,
-                [&](const _MsgMessage *message) { target.append(*message); });
+                [&](const _MsgMessage *message) { append(target, *message); });
     throwIfCancelled(progress);
 }
 

@@ -29,7 +29,8 @@ CarveColumns::CarveColumns(const QList<_SqliteCol> &tbCols)
 CarveColumns::Test CarveColumns::testOf(const _SqliteCol &column)
 {
     Test test = {{}, column.isBlob(), column.isText()};
-    for (size_t type = 0; type < test.small.size(); ++type)
-        test.small[type] = fits(column, int(type));
+    test.byFirstByte.fill(true);
+    for (int type = 0; type < firstLongType; ++type)
+        test.byFirstByte[size_t(type)] = fits(column, type);
     return test;
 }

@@ -20,14 +20,19 @@ public:
     bool allows(qsizetype index, qint64 type) const
     {
         const Test &test = tests[size_t(index)];
-        if (type >= 0 && type < qint64(test.small.size()))
-            return test.small[size_t(type)];
+        if (type >= 0 && type < firstLongType)
+            return test.byFirstByte[size_t(type)];
         return type < 0 || (type % 2 == 0 ? test.blob : test.text);
     }
 
+    /// Whether the number of such a type may begin with `byte`. A byte below 128 is the whole number.
+    bool mayBeginWith(qsizetype index, quint8 byte) const { return tests[size_t(index)].byFirstByte[byte]; }
+
 private:
+    static constexpr qint64 firstLongType = 128; // that takes more than a byte
+
     struct Test {
-        std::array<bool, 128> small; ///< by serial type
+        std::array<bool, 256> byFirstByte; ///< below 128 also: by serial type
         bool blob;
         bool text;
     };

@@ -4,6 +4,7 @@
 #include "deletedrowsearch.h"
 #include "ios5messagedb.h"
 #include "ios6messagedb.h"
+#include "messagedbparts.h"
 #include "messagerecycledb.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
@@ -17,9 +18,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-bool isKnown(MessageRecycleDb &recycle, const _RecycleMessage &recycled)
+/// Whether a message is told by its guid in each run, and not by one that is made for it.
+enum class Guid { Own, Made };
+
+/// One without words that has no guid of its own can only be known by all the rest of it.
+bool isKnown(MessageRecycleDb &recycle, const _RecycleMessage &recycled, Guid guid)
 {
-    return recycle.findMessage(recycled.message) != 0 || recycle.findWordless(recycled) != 0;
+    return recycle.findMessage(recycled.message) != 0 ||
+           (guid == Guid::Made && recycle.findWordless(recycled) != 0);
+}
+
+Guid guidOf(const _MsgMessage &message)
+{
+    return isGuid(message.guid) ? Guid::Own : Guid::Made;
 }
 
 /// Ties deleted messages of iOS 6 and later to chats, and keeps them.
@@ -41,7 +52,7 @@ public:
     int keepFreed(const Sqlite3RawRow &row)
     {
         std::optional<_RecycleMessage> recycled = messageOf(row);
-        if (!recycled || isKnown(recycle, *recycled))
+        if (!recycled || isKnown(recycle, *recycled, guidOf(recycled->message)))
             return 0;
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
         return isLive(*recycled) ? 0 : 1;
@@ -50,7 +61,7 @@ public:
     int keepCarved(const Sqlite3RawRow &row)
     {
         const std::optional<_RecycleMessage> recycled = messageOf(row);
-        if (!recycled || isKnown(recycle, *recycled) || isLive(*recycled))
+        if (!recycled || isKnown(recycle, *recycled, guidOf(recycled->message)) || isLive(*recycled))
             return 0;
         const bool isTied = chatsByHandle.contains(recycled->message.handle_id);
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle,
@@ -96,6 +107,21 @@ private:
     QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
 };
 
+/// The people of chats that were made anew have names too.
+void nameNewcomers(const AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
+{
+    if (store.handles.size() == before.size())
+        return;
+    MessageDbParts people(db.rootFolder(), db.countryCode(), u"loadRecycled"_s);
+    people.openContacts();
+    for (_MsgHandle *handle : std::as_const(store.handles)) {
+        if (before.contains(handle->rowid))
+            continue;
+        people.nameHandle(*handle);
+        people.nameHandleByMail(*handle);
+    }
+}
+
 } // namespace
 
 int recoverHandles(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
@@ -127,7 +153,10 @@ int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *p
     CountryLibDb countries(db.countryCode());
     const auto keep = [&](const Sqlite3RawRow &row) {
         const std::optional<_RecycleMessage> recycled = rowToIos5Message(row, countries);
-        if (!recycled || isKnown(recycle, *recycled))
+        if (!recycled)
+            return 0;
+        const bool isSms = recycled->message.service == "SMS"_L1; // these never had guids
+        if (isKnown(recycle, *recycled, isSms ? Guid::Made : guidOf(recycled->message)))
             return 0;
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
         return 1;
@@ -145,6 +174,8 @@ int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
     if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
         messages.removeIf(
             [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
+    const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
+    nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));
     return int(messages.size());
 }

@@ -11,6 +11,9 @@ namespace
 
 constexpr int tableLeaf = 13;
 
+// A freelist names each page once; damage may make it name some again and again.
+constexpr qint64 mostEntriesPerPage = 64;
+
 } // namespace
 
 DeletedRowSearch::DeletedRowSearch(AbsIOSMessageDb &source, MessageRecycleDb &target, JobProgress *waiting)
@@ -42,26 +45,28 @@ int DeletedRowSearch::run(const DeletedRowKind &kind)
 // A page that comes again would bring nothing but rows that the recycle database holds by then.
 void DeletedRowSearch::addPage(quint32 pageNo)
 {
-    known.insert(pageNo);
+    const qsizetype before = listed.size();
+    listed.insert(pageNo);
+    if (listed.size() == before)
+        return;
     pages.push_back(pageNo);
+    if (gathering.isDue(listed.size()))
+        report(-1, u"%1/%2"_s.arg(listed.size()).arg(file.pageCount()));
 }
 
 int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
 {
-    const quint32 total = file.freelistPageCount();
-    ProgressPace pace(total);
+    qint64 entriesLeft = (qint64(file.pageCount()) + 1) * mostEntriesPerPage;
     int kept = 0;
-    qint64 done = 0;
-    quint32 next = file.firstFreelistTrunk();
-    while (next > 0 && !known.contains(next) && !isCancelled()) {
+    QSet<quint32> trunks;
+    for (quint32 next = file.firstFreelistTrunk(); next > 0 && !trunks.contains(next) && !isCancelled();) {
+        trunks.insert(next);
         addPage(next);
         const Sqlite3FreelistTrunk trunk = file.readFreelistTrunk(next);
         for (const quint32 pageNo : trunk.leaves) {
-            if (isCancelled())
-                break;
+            if (isCancelled() || --entriesLeft < 0)
+                return kept;
             kept += searchFreePage(kind, pageNo);
-            if (pace.isDue(++done))
-                report(-1, u"%1/%2"_s.arg(done).arg(total));
         }
         next = trunk.nextTrunk;
     }
@@ -70,8 +75,6 @@ int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
 
 int DeletedRowSearch::searchFreePage(const DeletedRowKind &kind, quint32 pageNo)
 {
-    if (known.contains(pageNo))
-        return 0;
     const Sqlite3Page page = file.readPage(pageNo);
     if (!page.isBTreePage()) {
         addPage(pageNo);
@@ -79,17 +82,22 @@ int DeletedRowSearch::searchFreePage(const DeletedRowKind &kind, quint32 pageNo)
     }
     // It was part of a tree and may still lead to whole pages.
     int kept = 0;
-    file.visitLeafPages(page, known, [&](const Sqlite3Page &leaf) {
-        pages.push_back(leaf.pageNo);
-        if (leaf.flags != tableLeaf)
-            return !isCancelled();
-        for (const qint64 cell : leaf.cells) {
-            if (isCancelled())
-                return false;
-            kept += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
-        }
-        return true;
+    file.visitLeafPages(page, walked, [&](const Sqlite3Page &leaf) {
+        addPage(leaf.pageNo);
+        kept += leaf.flags == tableLeaf ? takeFreedRows(kind, leaf) : 0;
+        return !isCancelled();
     });
+    return kept;
+}
+
+int DeletedRowSearch::takeFreedRows(const DeletedRowKind &kind, const Sqlite3Page &leaf)
+{
+    int kept = 0;
+    for (const qint64 cell : leaf.cells) {
+        if (isCancelled())
+            break;
+        kept += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
+    }
     return kept;
 }
 
@@ -102,8 +110,7 @@ void DeletedRowSearch::addLivePages(const QString &table)
         return;
     QSet<quint32> seen;
     file.visitLeafPages(file.readPage(quint32(cursor.getInt64(0))), seen, [&](const Sqlite3Page &leaf) {
-        if (!known.contains(leaf.pageNo))
-            addPage(leaf.pageNo);
+        addPage(leaf.pageNo);
         return !isCancelled();
     });
 }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "deletedrows.h"
+#include "jobprogress.h"
 
 #include <functional>
+#include <limits>
 #include <vector>
 
 class AbsIOSMessageDb;
-class JobProgress;
 class MessageRecycleDb;
 
 /// Which rows to look for, and what becomes of those found: the calls answer how many finds a row is.
@@ -35,6 +36,7 @@ private:
     bool isCancelled() const;
     int searchFreelist(const DeletedRowKind &kind);
     int searchFreePage(const DeletedRowKind &kind, quint32 pageNo);
+    int takeFreedRows(const DeletedRowKind &kind, const Sqlite3Page &leaf);
     void addLivePages(const QString &table);
     int searchPages(const DeletedRowKind &kind);
     int searchPage(const DeletedRowKind &kind, const std::vector<CarveColumns> &lists, quint32 pageNo);
@@ -44,7 +46,9 @@ private:
     AbsIOSMessageDb &db;
     MessageRecycleDb &recycle;
     JobProgress *progress;
+    ProgressPace gathering{std::numeric_limits<qint64>::max()}; // nobody knows how many it will be
     Sqlite3File file;
-    std::vector<quint32> pages; ///< to be searched between their rows, each once
-    QSet<quint32> known;        ///< those, and the free interior pages
+    std::vector<quint32> pages; ///< to be searched between their rows
+    QSet<quint32> listed;       ///< those: each is searched once
+    QSet<quint32> walked;       ///< on the trees below free pages; some of them are no pages of a tree now
 };

@@ -42,6 +42,7 @@ void ExtrasKeeper::begin()
     isKeeping = db.keepsExtras();
     deleted = isKeeping ? rows.recentlyDeleted() : QSet<qint64>();
     lost = isKeeping ? rows.withoutConversation() : QSet<qint64>();
+    recovered = isKeeping ? rows.recovered() : QSet<qint64>();
 }
 
 bool ExtrasKeeper::takeReaction(const _MsgMessage &message)
@@ -61,6 +62,10 @@ void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
 {
     if (isKeeping && message.extras)
         addRows(messageId, message);
+    if (isKeeping && message.isRecovered) {
+        rows.setRecovered(messageId, true);
+        recovered.insert(messageId);
+    }
 }
 
 void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known)
@@ -71,6 +76,8 @@ void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const
         addRows(messageId, message);
     if (message.extras || known == KnownBy::Guid)
         addChange(messageId, message, hash);
+    if (!message.isRecovered && recovered.remove(messageId))
+        rows.setRecovered(messageId, false);
 }
 
 bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId)

@@ -19,6 +19,7 @@ class IOS6MessageDb;
 ///   since keeps its text, and says that it was unsent.
 /// - A message stands in "Recently Deleted", or without a conversation, as long as no source has it
 /// elsewhere.
+/// - A recovered message is marked as one as long as no source has it undeleted.
 class ExtrasKeeper
 {
 public:
@@ -56,4 +57,5 @@ private:
     bool isKeeping = false;
     QSet<qint64> deleted; ///< in "Recently Deleted"
     QSet<qint64> lost;    ///< without a conversation
+    QSet<qint64> recovered;
 };

@@ -117,8 +117,15 @@ constexpr std::array flagMembers = {&_MsgMessage::is_delivered,
                                     &_MsgMessage::is_archive,
                                     &_MsgMessage::cache_has_attachments};
 
-void readCommonValues(_MsgMessage &message, const QList<QVariant> &values)
+/// A date is often the last thing that a message has: a text message was never marked as read.
+int dateAt(const Sqlite3RawRow &row, qsizetype column)
 {
+    return column == row.lastColumn ? wholeSeconds(row.lastNumber) : dateOf(row.values.at(column));
+}
+
+void readCommonValues(_MsgMessage &message, const Sqlite3RawRow &row)
+{
+    const QList<QVariant> &values = row.values;
     message.guid = values.at(1).toString();
     message.text = values.at(2).toString();
     message.replace = intOf(values.at(3));
@@ -133,9 +140,9 @@ void readCommonValues(_MsgMessage &message, const QList<QVariant> &values)
     message.account = values.at(12).toString();
     message.account_guid = values.at(13).toString();
     message.error = intOf(values.at(14));
-    message.date = dateOf(values.at(15));
-    message.date_read = dateOf(values.at(16));
-    message.date_delivered = dateOf(values.at(17));
+    message.date = dateAt(row, 15);
+    message.date_read = dateAt(row, 16);
+    message.date_delivered = dateAt(row, 17);
     qsizetype column = 18;
     for (const auto member : flagMembers)
         message.*member = intOf(values.at(column++));
@@ -178,7 +185,7 @@ std::optional<_RecycleMessage> rowToIos6Message(const Sqlite3RawRow &row)
         return std::nullopt;
     _RecycleMessage recycled;
     recycled.message.rowid = row.rowid;
-    readCommonValues(recycled.message, row.values);
+    readCommonValues(recycled.message, row);
     if (recycled.message.text.isEmpty()) // newer phones keep the words in the body only
         recycled.message.text =
             textOfTypedStream(recycled.message.attributedBody).value_or(TypedStreamText()).text;

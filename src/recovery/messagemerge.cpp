@@ -1,6 +1,7 @@
 #include "messagemerge.h"
 
 #include "jobprogress.h"
+#include "messagerecycledb.h"
 #include "messagetext.h"
 
 #include <QDebug>
@@ -89,7 +90,7 @@ void MessageMerge::open()
 
 bool MessageMerge::isRefused(const _MsgMessage &message)
 {
-    if (!MessagePlacing::hasKnownChat(message))
+    if (!MessagePlacing::hasKnownChat(message) || isOfUnknownAddress(*message.chat))
         return true;
     const QString &service = message.chat->service_name;
     if (service == "SMS"_L1 || service == "iMessage"_L1)

@@ -75,7 +75,6 @@ constexpr std::array numberFields = {
 };
 
 constexpr std::array textFields = {
-    std::pair{"guid"_L1, &_MsgMessage::guid},
     std::pair{"text"_L1, &_MsgMessage::text},
     std::pair{"service_center"_L1, &_MsgMessage::service_center},
     std::pair{"subject"_L1, &_MsgMessage::subject},
@@ -97,6 +96,7 @@ constexpr std::array handleFields = {
 std::vector<MessageField> messageFields()
 {
     std::vector<MessageField> fields = {{"rowid"_L1, &_MsgMessage::rowid},
+                                        {"guid"_L1, &_MsgMessage::guid},
                                         {"handle_id"_L1, &_MsgMessage::handle_id},
                                         {"attributedBody"_L1, &_MsgMessage::attributedBody},
                                         {"cache_has_attachments"_L1, &_MsgMessage::cache_has_attachments}};
@@ -107,21 +107,37 @@ std::vector<MessageField> messageFields()
     return fields;
 }
 
-Sqlite3Row messageRow(const _MsgMessage &message)
+QVariant unlessEmpty(const QString &text)
 {
-    Sqlite3Row row;
+    return text.isEmpty() ? QVariant() : QVariant(text);
+}
+
+/// Its parameters are those of `addMessage`, chat, handle and row number in the source.
+const QString &insertStatement()
+{
+    static const QString statement = [] {
+        QStringList columns = {u"guid"_s, u"handle_id"_s, u"attributedBody"_s, u"cache_has_attachments"_s};
+        for (const auto &[column, member] : numberFields)
+            columns.append(column);
+        for (const auto &[column, member] : textFields)
+            columns.append(column);
+        columns.append({u"chat_identifier"_s, u"handle"_s, u"src_rowid"_s});
+        return u"insert into message(%1) values(?%2)"_s.arg(columns.join(u','),
+                                                            u",?"_s.repeated(columns.size() - 1));
+    }();
+    return statement;
+}
+
+void addMessage(Sqlite3Sql &sql, const _MsgMessage &message)
+{
+    sql.addTextParam(isGuid(message.guid) ? message.guid : newMessageGuid());
+    sql.addInt64Param(message.handle_id);
+    sql.addParam(message.attributedBody.isEmpty() ? QVariant() : QVariant(message.attributedBody));
+    sql.addIntParam(message.attachments.isEmpty() ? 0 : 1);
     for (const auto &[column, member] : numberFields)
-        row[column] = message.*member;
-    for (const auto &[column, member] : textFields) {
-        if (!(message.*member).isEmpty())
-            row[column] = message.*member;
-    }
-    row[u"guid"_s] = isGuid(message.guid) ? message.guid : newMessageGuid();
-    row[u"handle_id"_s] = message.handle_id;
-    if (!message.attributedBody.isEmpty())
-        row[u"attributedBody"_s] = message.attributedBody;
-    row[u"cache_has_attachments"_s] = message.attachments.isEmpty() ? 0 : 1;
-    return row;
+        sql.addIntParam(message.*member);
+    for (const auto &[column, member] : textFields)
+        sql.addParam(unlessEmpty(message.*member));
 }
 
 QString notNull(const QString &value)
@@ -178,48 +194,24 @@ qint64 MessageRecycleDb::firstRowid(const Sqlite3Sql &sql)
 qint64 MessageRecycleDb::insertMessage(const _MsgMessage &message, const QString &chatIdentifier,
                                        const QString &handle, qint64 srcRowid)
 {
-    Sqlite3Row row = messageRow(message);
-    row[u"chat_identifier"_s] = notNull(chatIdentifier);
-    row[u"handle"_s] = notNull(handle);
-    if (srcRowid > 0)
-        row[u"src_rowid"_s] = srcRowid;
-    const qint64 rowid = insertRow(row, u"message"_s, {});
-    if (undated && message.date == 0 && !message.text.isEmpty())
-        undated->insert({message.is_from_me, message.text}, rowid);
-    return rowid;
+    openDb();
+    Sqlite3Sql sql(insertStatement());
+    addMessage(sql, message);
+    sql.addTextParam(chatIdentifier);
+    sql.addTextParam(handle);
+    sql.addParam(srcRowid > 0 ? QVariant(srcRowid) : QVariant());
+    executeThrow(sql);
+    return lastInsertId();
 }
 
 qint64 MessageRecycleDb::findMessage(const _MsgMessage &message)
 {
-    if (message.date == 0)
-        return findUndated(message);
     Sqlite3Sql sql("select rowid from message where guid=? or (date=? and is_from_me=? and text=?)");
     sql.addTextParam(message.guid);
     sql.addIntParam(message.date);
     sql.addIntParam(message.is_from_me);
     sql.addTextParam(message.text);
     return firstRowid(sql);
-}
-
-qint64 MessageRecycleDb::findUndated(const _MsgMessage &message)
-{
-    Sqlite3Sql sql("select rowid from message where guid=?");
-    sql.addTextParam(message.guid);
-    const qint64 rowid = firstRowid(sql);
-    if (rowid != 0)
-        return rowid;
-    if (!undated)
-        loadUndated();
-    return undated->value({message.is_from_me, message.text});
-}
-
-void MessageRecycleDb::loadUndated()
-{
-    undated.emplace();
-    Sqlite3Cursor cursor =
-        queryThrow(Sqlite3Sql("select is_from_me, text, rowid from message where date=0 and text<>''"));
-    while (cursor.moveNextThrow())
-        undated->insert({cursor.getInt(0), cursor.getText(1)}, cursor.getInt64(2));
 }
 
 qint64 MessageRecycleDb::findWordless(const _RecycleMessage &recycled)

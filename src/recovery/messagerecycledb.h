@@ -4,11 +4,8 @@
 #include "deletedrows.h"
 
 #include <QDir>
-#include <QHash>
 #include <QList>
 #include <QString>
-
-#include <optional>
 
 /// Keeps the deleted messages and handles that were found in a source's message database, in the file
 /// "recycle.db" beside it: what was found once stays, whatever becomes of the message database. The
@@ -49,17 +46,14 @@ public:
     static void mergeInto(_MsgStore &store, const QList<_RecycleMessage> &messages);
 
 private:
-    using DirectedText = std::pair<int, QString>; // `is_from_me` and `text`
-
     void createSchema();
     qint64 firstRowid(const Sqlite3Sql &sql);
-    qint64 findUndated(const _MsgMessage &message);
-    void loadUndated();
 
     QString path;
-    // Many rows have lost their date. Looking them up by it would read all of them each time.
-    std::optional<QHash<DirectedText, qint64>> undated;
 };
 
 /// Whether `text` has the shape of a guid.
 bool isGuid(const QString &text);
+/// Whether `chat` was made by `mergeInto` for somebody whose address nobody knows, or was kept from such a
+/// one in a Local Database. It means nothing to a phone.
+bool isOfUnknownAddress(const _MsgChat &chat);

@@ -50,11 +50,6 @@ int varintLength(qint64 value)
     return int(fits - mostFor.begin()) + 1;
 }
 
-quint8 readByte(QByteArrayView range, qint64 p)
-{
-    return p >= 0 && p < range.size() ? quint8(range[p]) : quint8(0);
-}
-
 QByteArrayView readBytes(QByteArrayView range, qint64 p, qint64 n)
 {
     if (p < 0 || p >= range.size() || n < 1)
@@ -116,6 +111,18 @@ QVariant RawValues::next(qint64 serialType)
     case 8: return 0;
     case 9: return 1;
     default: return {};
+    }
+}
+
+std::optional<qint64> RawValues::numberAtEnd(qint64 serialType) const
+{
+    if (bytes.size() - p != contentLength(serialType))
+        return std::nullopt;
+    switch (serialType) {
+    case 2: return readBigEndian<qint16>(bytes.sliced(p));
+    case 4: return readBigEndian<qint32>(bytes.sliced(p));
+    case 6: return readBigEndian<qint64>(bytes.sliced(p));
+    default: return std::nullopt;
     }
 }
 

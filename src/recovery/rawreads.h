@@ -6,6 +6,7 @@
 #include <QByteArrayView>
 #include <QVariant>
 
+#include <optional>
 #include <span>
 
 // Reads of the raw reader. A range begins at position 0 and ends with its last byte; any position may be
@@ -26,7 +27,10 @@ RawVarint readVarint(QByteArrayView range, qint64 p);
 int varintLength(qint64 value);
 
 /// 0 outside of the range.
-quint8 readByte(QByteArrayView range, qint64 p);
+inline quint8 readByte(QByteArrayView range, qint64 p)
+{
+    return p >= 0 && p < range.size() ? quint8(range[p]) : quint8(0);
+}
 
 /// Big-endian integer; 0 where it doesn't end before the range does.
 template <typename Integer>
@@ -53,6 +57,9 @@ public:
     /// The next value: invalid for NULL, else a 32-bit or 64-bit integer, a double, a string or a byte
     /// array.
     QVariant next(qint64 serialType);
+
+    /// The number that comes next, where `next` reads 0 instead because it ends with the content.
+    std::optional<qint64> numberAtEnd(qint64 serialType) const;
 
 private:
     int threeBytes(qint64 at) const;

@@ -23,9 +23,9 @@ int recoverIos6(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress &progr
     recoverHandles(db, recycle, &progress);
     throwIfCancelled(progress);
     progress.updateProgress(QObject::tr("IDS_RECOVERING_SMS"), 0, {});
-    _MsgStorePtr live = _MsgStorePtr::create();
-    db.chats(live);
-    return recoverMessages(db, recycle, live->chats.values(), &progress);
+    _MsgStore live;
+    db.readChatsAndHandles(live);
+    return recoverMessages(db, recycle, live.chats.values(), &progress);
 }
 
 int recoverIos5(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress &progress)

@@ -3,6 +3,8 @@
 #include "messagerecycledb.h"
 #include "messagestore.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <unordered_map>
 
@@ -35,10 +37,6 @@ public:
                   [](const _MsgChat *a, const _MsgChat *b) { return a->rowid < b->rowid; });
         for (_MsgChat *chat : std::as_const(chats))
             tableFor(chat->service_name).insert(chat->chat_identifier, chat);
-        for (const _MsgHandle *handle : std::as_const(store.handles)) {
-            if (!handle->_ct_name.isEmpty())
-                named.insert(handle->id, handle);
-        }
     }
 
     void add(const _RecycleMessage &recycled)
@@ -66,10 +64,9 @@ private:
     {
         const _MsgMessage &message = recycled.message;
         if (recycled.chat_identifier.isEmpty()) {
-            _MsgChat *&chat = otherChats[u"unknown%1"_s.arg(message.handle_id)];
-            return chat ? chat
-                        : chat = makeChat(u"unknown%1"_s.arg(message.handle_id), highestUnknownChat, message,
-                                          u"SMS"_s);
+            const QString identifier = u"unknown%1"_s.arg(message.handle_id);
+            _MsgChat *&chat = otherChats[identifier];
+            return chat ? chat : chat = makeChat(identifier, highestUnknownChat, message, u"SMS"_s);
         }
         _MsgChat *&chat = tableFor(message.service)[recycled.chat_identifier];
         if (!chat)
@@ -111,10 +108,6 @@ private:
         handle->rowid = chat.rowid;
         handle->id = chat.chat_identifier;
         handle->service = chat.service_name;
-        if (const _MsgHandle *known = named.value(handle->id)) {
-            handle->_ct_name = known->_ct_name;
-            handle->_photo = known->_photo;
-        }
         store.handles.insert(handle->rowid, handle);
         chat.handles.insert(QString::number(handle->rowid), handle);
     }
@@ -132,10 +125,15 @@ private:
     ChatsByIdentifier iMessageChats;
     ChatsByIdentifier otherChats;
     std::unordered_map<qint64, qint64> nextFree; // by the number wanted
-    QHash<QString, const _MsgHandle *> named;    // by address: the contact's name goes with it
 };
 
 } // namespace
+
+bool isOfUnknownAddress(const _MsgChat &chat)
+{
+    static const QRegularExpression pattern(u"^SMS;-;unknown-?[0-9]+\\z"_s);
+    return pattern.match(chat.guid).hasMatch();
+}
 
 void MessageRecycleDb::mergeInto(_MsgStore &store, const QList<_RecycleMessage> &messages)
 {

@@ -26,6 +26,7 @@ public:
         , firstLength(std::max(firstColumnLength, 0))
         , usable(usableSize)
         , range(source.all().first(std::clamp<qint64>(rangeEnd, 0, source.fileSize)))
+        , types(size_t(std::max<qsizetype>(tbCols.size() - 1, 0)))
     {
     }
 
@@ -33,7 +34,7 @@ public:
     {
         QList<Sqlite3RawRow> rows;
         qint64 p = std::max<qint64>(start, 0);
-        while (p < range.size() && !file.isCancelled()) {
+        while ((p = nextBeginning(p)) < range.size() && !file.isCancelled()) {
             std::optional<Sqlite3RawRow> row = candidate(p);
             if (row && (!filter || filter(*row))) {
                 rows.append(std::move(*row));
@@ -57,27 +58,43 @@ private:
         const QByteArray content = gather();
         row.values.reserve(columns.size());
         row.values.append(firstLength < 1 ? QVariant() : QVariant(content.first(firstWithin(content))));
-        RawValues values(content, firstWithin(content));
-        for (const qint64 type : types)
-            row.values.append(values.next(type));
+        row.append(content, firstWithin(content), types);
         return row;
+    }
+
+    // Most bytes can't begin a record at all, and a scan is little else than passing over them.
+    qint64 nextBeginning(qint64 p) const
+    {
+        if (columns.size() < 2)
+            return p;
+        const char *const bytes = range.data();
+        while (p < range.size() && !columns.mayBeginWith(1, quint8(bytes[p])))
+            ++p;
+        return p;
     }
 
     // The first column is a row number, which stands as NULL ahead of `p`: the types begin with the second.
     bool readTypes(qint64 p)
     {
         q = p;
-        types.clear();
         if (columns.size() < 2) {
             qWarning("tbCols size < 2.");
             return false;
         }
         for (qsizetype column = 1; column < columns.size(); ++column) {
+            const quint8 byte = readByte(range, q);
+            if (q < range.size() && byte < 0x80) {
+                if (!columns.mayBeginWith(column, byte))
+                    return false;
+                types[size_t(column - 1)] = byte;
+                ++q;
+                continue;
+            }
             const RawVarint type = readVarint(range, q);
             if (!columns.allows(column, type.value))
                 return false;
             q += type.length;
-            types.push_back(type.value);
+            types[size_t(column - 1)] = type.value;
         }
         return true;
     }

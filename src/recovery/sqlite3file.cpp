@@ -16,6 +16,7 @@ constexpr qint64 firstTrunkPlace = 32;
 constexpr qint64 freelistCountPlace = 36;
 
 constexpr int smallestRealPage = 512;
+constexpr size_t mostColumns = 32767; // that SQLite can be built for
 
 void throwFailure(const QString &step, const QFile &file)
 {
@@ -24,6 +25,18 @@ void throwFailure(const QString &step, const QFile &file)
 }
 
 } // namespace
+
+void Sqlite3RawRow::append(QByteArrayView content, qint64 start, const std::vector<qint64> &types)
+{
+    RawValues decoder(content, start);
+    for (const qint64 type : types) {
+        if (const std::optional<qint64> number = decoder.numberAtEnd(type)) {
+            lastColumn = values.size();
+            lastNumber = *number;
+        }
+        values.append(decoder.next(type));
+    }
+}
 
 Sqlite3File::Sqlite3File(const QString &fileName) : QFile(fileName)
 {
@@ -184,16 +197,14 @@ Sqlite3RawRow Sqlite3File::rowData(const Sqlite3Cell &cell) const
     qint64 place = headerLength.length;
     while (place < headerLength.value) {
         const RawVarint type = readVarint(payload, place);
-        if (type.length == 0) {
+        if (type.length == 0 || types.size() == mostColumns) {
             qWarning("Sqlite3File::rowData, read column type failed.");
             return row;
         }
         types.push_back(type.value);
         place += type.length;
     }
-    RawValues values(payload, place);
-    for (const qint64 type : types)
-        row.values.append(values.next(type));
+    row.append(payload, place, types);
     return row;
 }
 

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <functional>
+#include <vector>
 
 /// One page of a tree. Places are counted in bytes from the start of the file, as all that follow.
 struct Sqlite3Page {
@@ -52,6 +53,11 @@ struct Sqlite3FreelistTrunk {
 struct Sqlite3RawRow {
     qint64 rowid = 0;
     QList<QVariant> values;
+    qsizetype lastColumn = -1; ///< of a number that ends with the row, 0 in `values`; -1 for none
+    qint64 lastNumber = 0;     ///< that number
+
+    /// Adds values of these serial types, which stand one behind the other from `start` on in `content`.
+    void append(QByteArrayView content, qint64 start, const std::vector<qint64> &types);
 };
 
 /// Reads the bytes of an SQLite file without SQLite, to find rows that SQLite doesn't see any more. It

@@ -108,7 +108,6 @@ bool IOS6MessageDb::hasOwnTables() const
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
 {
-    openDb();
     readChatsAndHandles(*store);
     if (!tables.value(u"chat"_s).contains("_last INTEGER"_L1, Qt::CaseInsensitive))
         deriveNewestDates(*store, isModern ? newestModernDates() : newestDates);
@@ -116,6 +115,7 @@ void IOS6MessageDb::chats(_MsgStorePtr &store)
 
 void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
 {
+    openDb();
     parts.openContacts();
     readChats(store);
     readHandles(store, handlesOfChats);

@@ -31,6 +31,8 @@ public:
     void openDb() override;
     const QString &databasePath() const { return path; }
     void chats(_MsgStorePtr &store) override;
+    /// `chats` without the dates, which take a look at every message.
+    void readChatsAndHandles(_MsgStore &store);
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
@@ -92,7 +94,6 @@ public:
     void deleteMessage(const _MsgMessage &message);
 
 private:
-    void readChatsAndHandles(_MsgStore &store);
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store, const char *sql);
     void readHandles(_MsgStore &store, const char *sql);

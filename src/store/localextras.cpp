@@ -69,6 +69,11 @@ void LocalExtras::read(_MsgStore &store)
 {
     readReactions(store);
     readPartTexts(store);
+    const QSet<qint64> rows = recovered();
+    for (const qint64 rowid : rows) {
+        if (_MsgMessage *message = store.messages.value(rowid))
+            message->isRecovered = true;
+    }
 }
 
 void LocalExtras::readReactions(_MsgStore &store)
@@ -197,6 +202,22 @@ QSet<qint64> LocalExtras::recentlyDeleted()
 void LocalExtras::takeBackDeletion(qint64 messageId)
 {
     Sqlite3Sql sql("update message set _delete_date=0 where rowid=?");
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+QSet<qint64> LocalExtras::recovered()
+{
+    // A file that is only read may be older.
+    if (!db.tbInfo(u"message"_s).contains(u"_is_recovered"_s))
+        return {};
+    return rowids("select rowid from message where _is_recovered > 0");
+}
+
+void LocalExtras::setRecovered(qint64 messageId, bool isRecovered)
+{
+    Sqlite3Sql sql("update message set _is_recovered=? where rowid=?");
+    sql.addIntParam(isRecovered ? 1 : 0);
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
 }

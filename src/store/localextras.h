@@ -30,7 +30,7 @@ public:
     /// Selects the handles that stand in no chat: of reactions, of messages without a conversation, and of
     /// partners who write in one chat by several services.
     static const char *looseHandles;
-    /// Gives the messages of `store` their reactions and texts of parts.
+    /// Gives the messages of `store` their reactions and texts of parts, and marks the recovered ones.
     void read(_MsgStore &store);
 
     /// A reaction that is there already, by its guid, stays single.
@@ -47,6 +47,10 @@ public:
     /// Messages that stand in "Recently Deleted".
     QSet<qint64> recentlyDeleted();
     void takeBackDeletion(qint64 messageId);
+
+    /// Messages that came in as recovered ones only.
+    QSet<qint64> recovered();
+    void setRecovered(qint64 messageId, bool isRecovered);
 
     /// Messages that stand in the made-up chat of those without a conversation.
     QSet<qint64> withoutConversation();

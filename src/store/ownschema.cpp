@@ -30,6 +30,7 @@ QList<OwnColumn> ownColumns()
 {
     QList<OwnColumn> columns = {{u"handle"_s, u"_person_centric_id"_s, u"TEXT"_s},
                                 {u"handle"_s, u"_contact"_s, u"TEXT"_s},
+                                {u"message"_s, u"_is_recovered"_s, u"INTEGER"_s},
                                 {u"attachment"_s, u"_is_sticker"_s, u"INTEGER"_s},
                                 {u"attachment"_s, u"_hide_attachment"_s, u"INTEGER"_s},
                                 {u"attachment"_s, u"_emoji_image_short_description"_s, u"TEXT"_s}};

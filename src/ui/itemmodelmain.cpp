@@ -3,6 +3,7 @@
 #include "messagestore.h"
 #include "programicon.h"
 #include "samepersons.h"
+#include "stylesheet.h"
 
 #include <QColor>
 #include <QImage>
@@ -62,7 +63,7 @@ QVariant ItemModelMain::data(const QModelIndex &index, int role) const
     case Qt::DecorationRole: return iconOf(node);
     case Qt::ForegroundRole:
         if (node->type == ChatSessionNode && static_cast<const _ChatSessionItemNode *>(node)->isRecovered())
-            return QColor(Qt::red);
+            return recoveredColour();
         return {};
     default: return {};
     }

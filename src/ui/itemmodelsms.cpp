@@ -51,7 +51,7 @@ QVariant backgroundOf(const _MsgMessage &message)
 QVariant foregroundOf(const _MsgMessage &message)
 {
     if (message.isRecovered)
-        return QColor(Qt::red);
+        return recoveredColour();
     return isRecentlyDeleted(message) ? QVariant(QColor(Qt::gray)) : QVariant();
 }
 

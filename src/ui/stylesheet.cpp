@@ -20,3 +20,8 @@ bool isDarkPalette()
     const QPalette palette = QGuiApplication::palette();
     return palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
 }
+
+QColor recoveredColour()
+{
+    return isDarkPalette() ? QColor(255, 110, 110) : QColor(Qt::red);
+}

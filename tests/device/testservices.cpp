@@ -184,6 +184,9 @@ void TestServices::standsUpToBadManners_data()
          u"unknown NotificationProxy command '' received!"_s},
         {"com.apple.mobilebackup2", link("com.apple.mobilebackup2"), noAgreement},
         {"com.apple.mobilesync", link("com.apple.mobilesync"), noAgreement},
+        {"com.apple.mobile.house_arrest",
+         [](void *phone) { AfcConnection(phone).connect(u"org.example.app"_s); },
+         u"can not find org.example.app."_s},
         {"com.apple.afc", listMedia, u"read AFC header failed."_s},
     };
     QTest::addColumn<QString>("service");
@@ -387,6 +390,8 @@ void TestServices::wrongKindsGiveDefaults()
     QVERIFY(!nothing.deepCopy().ref() && nothing.toText().isEmpty() && nothing.dictionaryKeys().isEmpty());
     QCOMPARE(CFType::fromInt32(7).toBool(true), true);
     QCOMPARE(CFType::fromString(u"7"_s).toInt(3), 3);
+    QCOMPARE(CFType::fromDouble(1e300).toInt(3), 3);
+    QCOMPARE(CFType::fromInt64(std::numeric_limits<qint64>::max()).toInt(3), 3);
     QVERIFY(!CFType::fromBool(true).dictionaryValue(u"x"_s).ref());
     QVERIFY(!CFType::fromPropertyListBytes("<plist").ref());
     QCOMPARE(CFType::fromInt64(Q_INT64_C(-9'000'000'000)).toText(), u"-9000000000"_s);

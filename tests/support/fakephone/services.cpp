@@ -108,7 +108,8 @@ void serveService(FakePhone &phone, const QString &name, Stream &stream)
     const Manners manners = phone.manners.value(name, Manners::Good);
     if (manners != Manners::Good && name == u"com.apple.afc"_s)
         stream.receive(42); // what asks for the list of "/"
-    if (manners != Manners::Good && name == u"com.apple.mobile.file_relay"_s)
+    const QStringList asked = {u"com.apple.mobile.file_relay"_s, u"com.apple.mobile.house_arrest"_s};
+    if (manners != Manners::Good && asked.contains(name))
         stream.receiveList();
     switch (manners) {
     case Manners::Good: break;
