@@ -369,10 +369,10 @@ void TestDeviceJobs::saysWhyARestoreFailed()
     QFETCH(QString, refusal);
     QFETCH(QString, text);
     FakePhone &phone = newFullPhone();
+    phone.restoreRefusal = refusal;
     IOSDevice device = plugIn(phone);
     RecordingProgress notes;
     QVERIFY(backUp(device, phone, notes) && notes.outcome.isEmpty());
-    phone.restoreRefusal = refusal;
     phone.trust = refusal.isEmpty() ? Trust::PasscodeWanted : Trust::Given;
     putBack(device, phone, notes);
     const QRegularExpression wanted(text, QRegularExpression::DotMatchesEverythingOption);
