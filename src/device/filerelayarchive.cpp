@@ -37,6 +37,7 @@ ArchiveReader openPacked(const QString &path)
     archive_read_support_filter_gzip(reader.get());
     archive_read_support_filter_bzip2(reader.get());
     archive_read_support_format_raw(reader.get());
+    archive_read_support_format_empty(reader.get()); // a phone may have nothing to hand out
     const int code = archive_read_open_filename(reader.get(), QFile::encodeName(path).constData(), chunkSize);
     if (code != ARCHIVE_OK)
         throw std::runtime_error(u"open %1(%2) error."_s.arg(path).arg(code).toStdString());

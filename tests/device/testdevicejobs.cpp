@@ -202,6 +202,7 @@ void TestDeviceJobs::unpacksOnlyBelowItsFolder_data()
     row("drive", {{"C:", S_IFREG, "x"}}, {"C:x", log});
     QTest::newRow("tar") << bytesOf(QStringLiteral(CORPUS "archive/tar"))
                          << QByteArrayList({"d/f:hello", log});
+    QTest::newRow("nothing") << QByteArray() << QByteArrayList({log});
     row("an endless name ends it", {{"a", S_IFREG, "x"}, {QByteArray(70'000, 'b')}}, {"a:x", log});
     row("a new database, an old log", {{"sms/sms.db", S_IFREG, "x"}}, {"sms/sms.db:x"});
 }
