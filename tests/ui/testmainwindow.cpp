@@ -22,12 +22,14 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDropEvent>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
 #include <QPrintPreviewDialog>
 #include <QPrintPreviewWidget>
 #include <QPrinter>
@@ -142,6 +144,20 @@ private:
     QWidget *window;
 };
 
+/// Whether the window took the folder.
+bool dropOn(QWidget &window, const QString &folder)
+{
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(folder)});
+    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    enter.ignore();
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    if (enter.isAccepted())
+        QApplication::sendEvent(&window, &drop);
+    return enter.isAccepted();
+}
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -151,7 +167,7 @@ class TestMainWindow : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void importsWithPasswordWrongThenRight();
+    void importsWhatIsDroppedWithPasswordWrongThenRight();
     void showsDeletedMessagesInRed();
     void searchWraps();
     void headerThatIsNotDateTurnsToNewestFirst();
@@ -230,20 +246,22 @@ QStringList TestMainWindow::contents() const
     return texts;
 }
 
-void TestMainWindow::importsWithPasswordWrongThenRight()
+void TestMainWindow::importsWhatIsDroppedWithPasswordWrongThenRight()
 {
     const QString sms = SmsDbBuilder(dir->path()).chat(u"+34612345678"_s).received(u"Hola"_s).write();
-    BackupBuilder backup(QDir(defaultBackupRoot()).filePath(u"phone"_s));
-    backup.iterations(1000).password(u"moon"_s).messages(sms).write();
+    BackupBuilder backup(QDir(dir->filePath(u"phone"_s)));
+    const QString folder = backup.iterations(1000).password(u"moon"_s).messages(sms).write();
     open();
+    QVERIFY(!dropOn(*window, dir->path())); // is no backup
     const BoxReader boxes;
     const DialogPlayer player(
         {loadFirst(), typePassword(u"sun"_s), typePassword(u"moon"_s), nameDatabase(u"Mine"_s)});
-    window->miImportItunes();
+    QVERIFY(dropOn(*window, folder));
+    QTRY_COMPARE(boxes.texts.size(), 2);
     QVERIFY(player.isDone());
     QCOMPARE(boxes.texts,
              QStringList({u"Invalid password."_s, u"Successfully Backup 1 SMS to local Database."_s}));
-    QCOMPARE(contents(), QStringList({u"Hola"_s}));
+    QTRY_COMPARE(contents(), QStringList({u"Hola"_s}));
     QVERIFY(findLocalDatabase(u"mine"_s));
 }
 
