@@ -5,9 +5,9 @@
 #include "benchtable.h"
 #include "filerelay.h"
 #include "iosdevice.h"
-#include "jobprogress.h"
 #include "phonestand.h"
 #include "servicesocket.h"
+#include "silentprogress.h"
 
 #include <QCoreApplication>
 
@@ -21,15 +21,6 @@ namespace
 constexpr qint64 allBytes = 200 * 1024 * 1024;
 constexpr qint64 pieceSize = 512 * 1024;
 constexpr qint64 pictureSize = 2 * 1024 * 1024;
-
-class Silence final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 /// A thread sends all in pieces of `size`, this one receives them into `sink`. `OnDemand` waits for a word
 /// before each piece, as Apple File Conduit is made.
@@ -85,7 +76,7 @@ void benchFileConduit(void *handle)
 void benchFileRelay(void *handle, const QDir &folder)
 {
     const IOSDevice phone = readDevice(handle);
-    Silence silence;
+    SilentProgress silence;
     compareWithFloor(
         "file relay: 200 MB to the disk", 2.0, 10, [&] { loadFileRelay(phone, silence); },
         [&] {

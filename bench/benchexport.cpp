@@ -2,10 +2,10 @@
 // columns of the same database to a file.
 #include "benchtable.h"
 #include "exportsmsthread.h"
-#include "jobprogress.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
 #include "samplephone.h"
+#include "silentprogress.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -17,15 +17,6 @@ namespace
 {
 
 constexpr int rounds = 3;
-
-class NoProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 void printWithShell(const QString &database, const QString &out)
 {
@@ -55,7 +46,7 @@ int main(int argc, char **argv)
     openMessageDb(QDir(dir.path()), u"214"_s)->messages(store, 0);
     const QList<_MsgMessage *> messages = sortMessages(allMessages(store));
 
-    NoProgress progress;
+    SilentProgress progress;
     const auto shell = [&] { printWithShell(messageDbPath(QDir(dir.path())), dir.filePath(u"floor"_s)); };
     const auto ours = [&](ExportFormat format) {
         return [&, format] { exportMessages(messages, {dir.filePath(u"ours"_s), format}, progress); };

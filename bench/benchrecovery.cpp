@@ -1,10 +1,10 @@
 // How fast the bytes of a message database are searched for deleted rows.
 #include "benchtable.h"
 #include "deletedrows.h"
-#include "jobprogress.h"
 #include "openmessagedb.h"
 #include "recoverdeletedthread.h"
 #include "samplephone.h"
+#include "silentprogress.h"
 #include "sqlite3file.h"
 
 #include <QCoreApplication>
@@ -20,15 +20,6 @@ namespace
 
 constexpr int conversations = 300;
 constexpr int rounds = 3;
-
-class NoProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 void deleteMessages(const QDir &root)
 {
@@ -73,7 +64,7 @@ void compareScan(const QString &path)
 void measureRun(const char *name, const QDir &root)
 {
     const double megabytes = double(QFileInfo(messageDbPath(root)).size()) / 1e6;
-    NoProgress progress;
+    SilentProgress progress;
     int found = 0;
     const double seconds =
         secondsOf([&] { found = recoverDeleted(*openMessageDb(root, u"214"_s), progress); });

@@ -2,11 +2,11 @@
 // person waits for each thing.
 #include "datalocations.h"
 #include "exportsmsthread.h"
-#include "jobprogress.h"
 #include "mainwindow.h"
 #include "messagepane.h"
 #include "mytreeview.h"
 #include "samplephone.h"
+#include "silentprogress.h"
 #include "sourcepane.h"
 #include "texts.h"
 
@@ -24,15 +24,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-class NoProgress final : public JobProgress
-{
-public:
-    void updateProgress(const QString &, int, const QString &) override {}
-    void errorOccurred(const QString &) override {}
-    void succeed(const QString &) override {}
-    void tipsWait(const QString &) override {}
-};
 
 void timed(const char *what, const std::function<void()> &work)
 {
@@ -63,7 +54,7 @@ void search(MainWindow &window)
 void exportAll(MainWindow &window, const QDir &dir)
 {
     const QList<_MsgMessage *> messages = window.findChild<MessagePane *>()->messages();
-    NoProgress progress;
+    SilentProgress progress;
     const auto to = [&](const QString &name, ExportFormat format) {
         exportMessages(messages, {dir.filePath(name), format}, progress);
     };
