@@ -114,14 +114,14 @@ QVariant RawValues::next(qint64 serialType)
     }
 }
 
-std::optional<qint64> RawValues::numberAtEnd(qint64 serialType) const
+std::optional<qint64> RawValues::numberAtEnd(qint64 serialType, QByteArrayView whole) const
 {
-    if (bytes.size() - p != contentLength(serialType))
+    if (whole.size() - p != contentLength(serialType))
         return std::nullopt;
     switch (serialType) {
-    case 2: return readBigEndian<qint16>(bytes.sliced(p));
-    case 4: return readBigEndian<qint32>(bytes.sliced(p));
-    case 6: return readBigEndian<qint64>(bytes.sliced(p));
+    case 2: return readBigEndian<qint16>(whole.sliced(p));
+    case 4: return readBigEndian<qint32>(whole.sliced(p));
+    case 6: return readBigEndian<qint64>(whole.sliced(p));
     default: return std::nullopt;
     }
 }

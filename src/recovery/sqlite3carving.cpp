@@ -58,7 +58,7 @@ private:
         const QByteArray content = gather();
         row.values.reserve(columns.size());
         row.values.append(firstLength < 1 ? QVariant() : QVariant(content.first(firstWithin(content))));
-        row.append(content, firstWithin(content), types);
+        row.append(content, firstWithin(content), types, wholeOf(content));
         return row;
     }
 
@@ -156,6 +156,15 @@ private:
             page = next;
         }
         return content;
+    }
+
+    // A row that was deleted alone leaves free space of just its size: the range ends with it, and its last
+    // byte, which is that of a date, is past what is read.
+    QByteArrayView wholeOf(const QByteArray &content) const
+    {
+        const bool lacksLastByte = overflowPage == 0 && content.size() == total - 1;
+        return lacksLastByte && total <= file.fileSize - q ? file.all().sliced(q, total)
+                                                           : QByteArrayView(content);
     }
 
     qint64 firstWithin(const QByteArray &content) const

@@ -26,11 +26,12 @@ void throwFailure(const QString &step, const QFile &file)
 
 } // namespace
 
-void Sqlite3RawRow::append(QByteArrayView content, qint64 start, const std::vector<qint64> &types)
+void Sqlite3RawRow::append(QByteArrayView content, qint64 start, const std::vector<qint64> &types,
+                           QByteArrayView whole)
 {
     RawValues decoder(content, start);
     for (const qint64 type : types) {
-        if (const std::optional<qint64> number = decoder.numberAtEnd(type)) {
+        if (const std::optional<qint64> number = decoder.numberAtEnd(type, whole)) {
             lastColumn = values.size();
             lastNumber = *number;
         }
@@ -204,7 +205,7 @@ Sqlite3RawRow Sqlite3File::rowData(const Sqlite3Cell &cell) const
         types.push_back(type.value);
         place += type.length;
     }
-    row.append(payload, place, types);
+    row.append(payload, place, types, payload);
     return row;
 }
 

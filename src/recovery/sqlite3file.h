@@ -57,7 +57,8 @@ struct Sqlite3RawRow {
     qint64 lastNumber = 0;     ///< that number
 
     /// Adds values of these serial types, which stand one behind the other from `start` on in `content`.
-    void append(QByteArrayView content, qint64 start, const std::vector<qint64> &types);
+    /// `whole` is the content again, with its last byte where that is missing: for `lastNumber` only.
+    void append(QByteArrayView content, qint64 start, const std::vector<qint64> &types, QByteArrayView whole);
 };
 
 /// Reads the bytes of an SQLite file without SQLite, to find rows that SQLite doesn't see any more. It

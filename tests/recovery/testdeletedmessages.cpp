@@ -96,6 +96,7 @@ private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void findsWhatIsLeft_data();
     void findsWhatIsLeft();
+    void sentOnesOfFewWordsKeepTheirDates();
     void aTrunkThatAnOldTreeNamesIsWalked();
     void aConversationThatWasDeletedComesBack_data();
     void aConversationThatWasDeletedComesBack();
@@ -165,6 +166,25 @@ void TestDeletedMessages::findsWhatIsLeft()
     QTEST(recoveredNumbers(root()), "expected");
     QCOMPARE(bytesOf(path), before);
     QCOMPARE(recover(root()), 0);
+}
+
+// Each leaves free space of just its size, and its date is the last thing in it.
+void TestDeletedMessages::sentOnesOfFewWordsKeepTheirDates()
+{
+    const QString path = writePhone(root(), IosVersion::Ios6, 1024, 2);
+    change(path, u"update message set date_read=0, date_delivered=0, text=rowid%5; VACUUM; delete from "
+                 "message where rowid % 2"_s);
+    recover(root());
+    QSet<int> numbers;
+    const _MsgStorePtr store = storeOf(root());
+    for (const _MsgMessage *message : std::as_const(store->messages)) {
+        if (message->isRecovered)
+            numbers.insert((message->date - firstDate) / 60 + 1);
+    }
+    QSet<int> expected;
+    for (int number = 1; number <= 37; number += 2)
+        expected.insert(number);
+    QCOMPARE(numbers, expected);
 }
 
 // Its page was given up and used again, after the tree that it was part of.
