@@ -201,17 +201,43 @@ qint64 MessageRecycleDb::insertMessage(const _MsgMessage &message, const QString
     sql.addTextParam(handle);
     sql.addParam(srcRowid > 0 ? QVariant(srcRowid) : QVariant());
     executeThrow(sql);
-    return lastInsertId();
+    const qint64 rowid = lastInsertId();
+    if (undated && message.date == 0 && !message.text.isEmpty())
+        undated->insert({message.is_from_me, message.text}, rowid);
+    return rowid;
 }
 
 qint64 MessageRecycleDb::findMessage(const _MsgMessage &message)
 {
+    if (message.date == 0)
+        return findUndated(message);
     Sqlite3Sql sql("select rowid from message where guid=? or (date=? and is_from_me=? and text=?)");
     sql.addTextParam(message.guid);
     sql.addIntParam(message.date);
     sql.addIntParam(message.is_from_me);
     sql.addTextParam(message.text);
     return firstRowid(sql);
+}
+
+qint64 MessageRecycleDb::findUndated(const _MsgMessage &message)
+{
+    Sqlite3Sql sql("select rowid from message where guid=?");
+    sql.addTextParam(message.guid);
+    const qint64 rowid = firstRowid(sql);
+    if (rowid != 0 || message.text.isEmpty())
+        return rowid;
+    if (!undated)
+        loadUndated();
+    return undated->value({message.is_from_me, message.text});
+}
+
+void MessageRecycleDb::loadUndated()
+{
+    undated.emplace();
+    Sqlite3Cursor cursor =
+        queryThrow(Sqlite3Sql("select is_from_me, text, rowid from message where date=0 and text<>''"));
+    while (cursor.moveNextThrow())
+        undated->insert({cursor.getInt(0), cursor.getText(1)}, cursor.getInt64(2));
 }
 
 qint64 MessageRecycleDb::findWordless(const _RecycleMessage &recycled)

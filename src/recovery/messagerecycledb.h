@@ -4,8 +4,11 @@
 #include "deletedrows.h"
 
 #include <QDir>
+#include <QHash>
 #include <QList>
 #include <QString>
+
+#include <optional>
 
 /// Keeps the deleted messages and handles that were found in a source's message database, in the file
 /// "recycle.db" beside it: what was found once stays, whatever becomes of the message database. The
@@ -46,10 +49,16 @@ public:
     static void mergeInto(_MsgStore &store, const QList<_RecycleMessage> &messages);
 
 private:
+    using DirectedText = std::pair<int, QString>; // `is_from_me` and `text`
+
     void createSchema();
     qint64 firstRowid(const Sqlite3Sql &sql);
+    qint64 findUndated(const _MsgMessage &message);
+    void loadUndated();
 
     QString path;
+    // Of many rows the date is lost. Looking them up by it would read all of them each time.
+    std::optional<QHash<DirectedText, qint64>> undated;
 };
 
 /// Whether `text` has the shape of a guid.
