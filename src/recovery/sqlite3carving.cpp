@@ -10,8 +10,8 @@
 namespace
 {
 
-// No file holds a longer value, and fifty of this length can be added up.
-constexpr qint64 longestValue = qint64(1) << 50;
+// In pages. Sound ones don't overlap, and all fit into one page.
+constexpr qint64 mostFreeblockPages = 4;
 
 } // namespace
 
@@ -115,11 +115,15 @@ private:
     {
         headerEnd = q;
         total = firstLength;
+        const qint64 mostBytes = std::min(file.fileSize, Sqlite3File::longestRecord);
         for (const qint64 type : types) {
-            if (contentLength(type) > longestValue)
+            // Each by itself: what is added up stays far from the largest number.
+            if (contentLength(type) > mostBytes)
                 return false;
             total += contentLength(type);
         }
+        if (total > mostBytes)
+            return false;
         const qint64 headerSize = q - p + 1;
         qint64 size = total + headerSize;
         size += varintLength(size);
@@ -208,8 +212,12 @@ QList<Sqlite3RawRow> Sqlite3File::carveFreeSpace(const CarveColumns &tbCols, int
     QList<Sqlite3RawRow> rows;
     if (page.contentStart > 0)
         rows += carve(page.base + leafHeader, page.base + page.contentStart);
+    qint64 bytes = 0;
     for (const qint64 block : page.freeblocks) {
         const auto size = readStrict<qint16>(all(), block + 2);
+        bytes += std::max<qint64>(size, 0);
+        if (bytes > mostFreeblockPages * pageSize)
+            break;
         rows += carve(block + 4, block + size);
     }
     return rows;

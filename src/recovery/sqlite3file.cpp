@@ -2,6 +2,7 @@
 
 #include "rawreads.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -15,7 +16,6 @@ constexpr qint64 pageSizePlace = 16;
 constexpr qint64 firstTrunkPlace = 32;
 constexpr qint64 freelistCountPlace = 36;
 
-constexpr int smallestRealPage = 512;
 constexpr size_t mostColumns = 32767; // that SQLite can be built for
 
 void throwFailure(const QString &step, const QFile &file)
@@ -102,8 +102,9 @@ void Sqlite3File::readCellPointers(Sqlite3Page &page) const
         page.rightChild = readStrict<quint32>(all(), place);
         place += 4;
     }
-    const auto count = readStrict<qint16>(all(), page.header + 3);
-    for (int i = 0; i < count; ++i, place += 2)
+    const qint64 room = (page.base + pageSize - place) / 2;
+    const qint64 count = std::min<qint64>(readStrict<qint16>(all(), page.header + 3), room);
+    for (qint64 i = 0; i < count; ++i, place += 2)
         page.cells.append(page.base + readStrict<qint16>(all(), place));
 }
 
@@ -162,7 +163,7 @@ void Sqlite3File::readLocalSize(const Sqlite3Page &page, Sqlite3Cell &cell) cons
 QByteArray Sqlite3File::readPayload(const Sqlite3Cell &cell) const
 {
     QByteArray payload;
-    qint64 remaining = cell.payloadSize;
+    qint64 remaining = std::min(cell.payloadSize, longestRecord);
     if (remaining <= 0)
         return payload;
     if (cell.localSize > 0) {
@@ -171,7 +172,8 @@ QByteArray Sqlite3File::readPayload(const Sqlite3Cell &cell) const
     }
     QSet<quint32> seen;
     quint32 page = cell.overflowPage;
-    while (remaining > 0 && page >= 2 && page <= quint32(pageCount()) && !seen.contains(page)) {
+    while (remaining > 0 && page >= 2 && page <= quint32(pageCount()) && !seen.contains(page) &&
+           !isCancelled()) {
         seen.insert(page);
         const qint64 base = placeOf(page);
         const qint64 length = std::min<qint64>(remaining, pageSize - 4);
@@ -251,7 +253,7 @@ void Sqlite3File::visitLeafPages(const Sqlite3Page &page, QSet<quint32> &seen, c
         return;
     }
     std::vector<Step> path = {{page}}; // no recursion: the depth is the file's say
-    while (!path.empty()) {
+    while (!path.empty() && !isCancelled()) {
         Step &step = path.back();
         if (step.next == step.page.cells.size()) {
             path.pop_back();

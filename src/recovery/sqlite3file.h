@@ -77,6 +77,10 @@ public:
 
     explicit Sqlite3File(const QString &fileName);
 
+    static constexpr int smallestRealPage = 512;
+    /// Bytes. A longer one is damage; SQLite takes a text of this length, whatever becomes of it.
+    static constexpr qint64 longestRecord = qint64(64) << 20;
+
     using QFile::open;
     /// Maps the file; comes before anything else. Nobody may write to the file while this object lives.
     /// Throws `std::runtime_error`.

@@ -160,15 +160,17 @@ void TestSqlite3File::walksEndInACircle()
     put(bytes, pageSize * 2, "05 0000 0002 0000 00 00000002 0064 00C8");
     put(bytes, pageSize * 2 + 0x64, "00000003 01");
     put(bytes, pageSize * 2 + 0xC8, "00000004 01");
-    put(bytes, pageSize * 3, "0D 0014"); // the leaf's freeblocks run in a circle
+    put(bytes, pageSize * 3, "0D 0014 7FFF"); // the leaf's freeblocks run in a circle
     put(bytes, pageSize * 3 + 0x14, "0028 0008");
-    put(bytes, pageSize * 3 + 0x28, "0014 0008");
+    put(bytes, pageSize * 3 + 0x28, "0014 7FFF"); // longer than all that free space can be
     const std::unique_ptr<Sqlite3File> file = openBytes(bytes);
     QCOMPARE(file->readFreelistTrunk(2).leaves.size(), bytes.size() / 512);
     const QList<Sqlite3Page> leaves = file->collectLeafPages(file->readPage(3));
     QCOMPARE(leaves.size(), 1);
     QCOMPARE(leaves.first().pageNo, 4U);
     QCOMPARE(leaves.first().freeblocks.size(), 2);
+    QCOMPARE(leaves.first().cells.size(), (pageSize - 8) / 2);
+    QCOMPARE(file->carveFreeSpace(twoColumns(false), 0, leaves.first(), {}).size(), 1);
 }
 
 void TestSqlite3File::scansWhatColumnsAllow()
