@@ -11,9 +11,6 @@ namespace
 
 constexpr int tableLeaf = 13;
 
-// A freelist names each page once; damage may make it name some again and again.
-constexpr qint64 mostEntriesPerPage = 64;
-
 } // namespace
 
 DeletedRowSearch::DeletedRowSearch(AbsIOSMessageDb &source, MessageRecycleDb &target, JobProgress *waiting)
@@ -35,16 +32,18 @@ int DeletedRowSearch::run(const DeletedRowKind &kind)
     db.exec(u"PRAGMA wal_checkpoint(PASSIVE);"_s, ignored);
     file.open();
     recycle.beginTransaction();
-    int kept = searchFreelist(kind);
+    int found = searchFreelist(kind);
     addLivePages(kind.table);
-    kept += searchPages(kind);
+    found += searchPages(kind);
     recycle.endTransaction(true);
-    return kept;
+    return found;
 }
 
 // A page that comes again would bring nothing but rows that the recycle database holds by then.
 void DeletedRowSearch::addPage(quint32 pageNo)
 {
+    if (pageNo > quint32(file.pageCount()) + 1) // the last one may be cut
+        return;
     const qsizetype before = listed.size();
     listed.insert(pageNo);
     if (listed.size() == before)
@@ -56,8 +55,9 @@ void DeletedRowSearch::addPage(quint32 pageNo)
 
 int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
 {
-    qint64 entriesLeft = (qint64(file.pageCount()) + 1) * mostEntriesPerPage;
-    int kept = 0;
+    // A freelist names each page once; damage may make it name some again and again.
+    qint64 entriesLeft = file.size() / Sqlite3File::smallestRealPage;
+    int found = 0;
     QSet<quint32> trunks;
     for (quint32 next = file.firstFreelistTrunk(); next > 0 && !trunks.contains(next) && !isCancelled();) {
         trunks.insert(next);
@@ -65,12 +65,12 @@ int DeletedRowSearch::searchFreelist(const DeletedRowKind &kind)
         const Sqlite3FreelistTrunk trunk = file.readFreelistTrunk(next);
         for (const quint32 pageNo : trunk.leaves) {
             if (isCancelled() || --entriesLeft < 0)
-                return kept;
-            kept += searchFreePage(kind, pageNo);
+                return found;
+            found += searchFreePage(kind, pageNo);
         }
         next = trunk.nextTrunk;
     }
-    return kept;
+    return found;
 }
 
 int DeletedRowSearch::searchFreePage(const DeletedRowKind &kind, quint32 pageNo)
@@ -81,24 +81,24 @@ int DeletedRowSearch::searchFreePage(const DeletedRowKind &kind, quint32 pageNo)
         return 0;
     }
     // It was part of a tree and may still lead to whole pages.
-    int kept = 0;
+    int found = 0;
     file.visitLeafPages(page, walked, [&](const Sqlite3Page &leaf) {
         addPage(leaf.pageNo);
-        kept += leaf.flags == tableLeaf ? takeFreedRows(kind, leaf) : 0;
+        found += leaf.flags == tableLeaf ? takeFreedRows(kind, leaf) : 0;
         return !isCancelled();
     });
-    return kept;
+    return found;
 }
 
 int DeletedRowSearch::takeFreedRows(const DeletedRowKind &kind, const Sqlite3Page &leaf)
 {
-    int kept = 0;
+    int found = 0;
     for (const qint64 cell : leaf.cells) {
         if (isCancelled())
             break;
-        kept += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
+        found += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
     }
-    return kept;
+    return found;
 }
 
 void DeletedRowSearch::addLivePages(const QString &table)
@@ -120,13 +120,13 @@ int DeletedRowSearch::searchPages(const DeletedRowKind &kind)
     const std::vector<CarveColumns> lists(kind.columns.begin(), kind.columns.end());
     const auto total = qint64(pages.size());
     ProgressPace pace(total);
-    int kept = 0;
+    int found = 0;
     for (qint64 i = 0; i < total && !isCancelled(); ++i) {
         if (pace.isDue(i + 1))
             report(percentOf(i + 1, total), {});
-        kept += searchPage(kind, lists, pages[size_t(i)]);
+        found += searchPage(kind, lists, pages[size_t(i)]);
     }
-    return kept;
+    return found;
 }
 
 int DeletedRowSearch::searchPage(const DeletedRowKind &kind, const std::vector<CarveColumns> &lists,
@@ -137,13 +137,13 @@ int DeletedRowSearch::searchPage(const DeletedRowKind &kind, const std::vector<C
     for (const CarveColumns &columns : lists)
         rows += page.isBTreePage() ? file.carveFreeSpace(columns, 0, page, kind.filter)
                                    : file.carvePage(columns, 0, pageNo, 0, kind.filter);
-    int kept = 0;
+    int found = 0;
     for (const Sqlite3RawRow &row : std::as_const(rows)) {
         if (isCancelled())
             break;
-        kept += kind.takeCarvedRow(row);
+        found += kind.takeCarvedRow(row);
     }
-    return kept;
+    return found;
 }
 
 void DeletedRowSearch::report(int percent, const QString &text) const
