@@ -4,7 +4,6 @@
 #include "deletedrowsearch.h"
 #include "ios5messagedb.h"
 #include "ios6messagedb.h"
-#include "messagedbparts.h"
 #include "messagerecycledb.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
@@ -90,10 +89,17 @@ private:
             recycled->chat_identifier = tie->first->chat_identifier;
             recycled->handle = tie->second->id;
         } else {
-            recycled->handle = recycle.handleBySourceRowid(recycled->message.handle_id).id;
+            recycled->handle = addressOf(recycled->message.handle_id);
             recycled->chat_identifier = recycled->handle;
         }
         return recycled;
+    }
+
+    // Of a handle without a chat. One that is there still is the truth, the others were found.
+    QString addressOf(qint64 handleId)
+    {
+        const QString live = db.handleAddress(handleId);
+        return live.isEmpty() ? recycle.handleBySourceRowid(handleId).id : live;
     }
 
     bool isLive(const _RecycleMessage &recycled)
@@ -108,17 +114,11 @@ private:
 };
 
 /// The people of chats that were made anew have names too.
-void nameNewcomers(const AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
+void nameNewcomers(AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
 {
-    if (store.handles.size() == before.size())
-        return;
-    MessageDbParts people(db.rootFolder(), db.countryCode(), u"loadRecycled"_s);
-    people.openContacts();
     for (_MsgHandle *handle : std::as_const(store.handles)) {
-        if (before.contains(handle->rowid))
-            continue;
-        people.nameHandle(*handle);
-        people.nameHandleByMail(*handle);
+        if (!before.contains(handle->rowid))
+            db.nameHandle(*handle);
     }
 }
 
@@ -165,10 +165,10 @@ int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *p
     return search.run({u"message"_s, ios5MessageColumns(), isPlausibleIos5Row, keep, keep});
 }
 
-int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
+void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
 {
     if (!QFile::exists(recycleDbPath(db.rootFolder())))
-        return 0;
+        return;
     MessageRecycleDb recycle(db.rootFolder());
     QList<_RecycleMessage> messages = recycle.loadMessages();
     if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
@@ -177,5 +177,4 @@ int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
     const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
     nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));
-    return int(messages.size());
 }

@@ -23,6 +23,5 @@ int recoverMessages(IOS6MessageDb &db, MessageRecycleDb &recycle, const QList<_M
 int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress);
 
 /// Adds what was found earlier to the chats of `store`, which holds the chats and messages of `db`; but
-/// no message that is in `db` again. Changes nothing where nobody has looked yet. Returns how many
-/// messages were added.
-int loadRecycled(AbsIOSMessageDb &db, _MsgStore &store);
+/// no message that is in `db` again. Changes nothing where nobody has looked yet.
+void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store);

@@ -140,6 +140,14 @@ void addMessage(Sqlite3Sql &sql, const _MsgMessage &message)
         sql.addParam(unlessEmpty(message.*member));
 }
 
+/// What was found between rows has no number of its own any more: the type of its second value stands for
+/// it, which is that of the country, 17 for all of two letters. A handle that really had that number can't be
+/// told from these.
+bool hasNumberOfCountry(const _MsgHandle &handle, qint64 srcRowid)
+{
+    return srcRowid == 13 + 2 * handle.country.toUtf8().size();
+}
+
 QString notNull(const QString &value)
 {
     return value.isNull() ? u""_s : value;
@@ -278,9 +286,12 @@ _MsgHandle MessageRecycleDb::handleBySourceRowid(qint64 rowid)
 {
     openDb();
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(u"select * from handle where src_rowid=%1"_s.arg(rowid)));
-    if (!cursor.moveNextThrow())
-        return {};
-    return *RecordReader<_MsgHandle>(cursor, handleFields).read(cursor);
+    RecordReader<_MsgHandle> reader(cursor, handleFields);
+    QList<_MsgHandle> handles;
+    while (cursor.moveNextThrow())
+        handles.append(*reader.read(cursor));
+    handles.removeIf([&](const _MsgHandle &handle) { return hasNumberOfCountry(handle, rowid); });
+    return handles.size() == 1 ? handles.first() : _MsgHandle();
 }
 
 QList<_RecycleMessage> MessageRecycleDb::loadMessages()

@@ -35,7 +35,8 @@ public:
     qint64 insertHandle(const _MsgHandle &handle, qint64 srcRowid);
     qint64 findHandle(const _MsgHandle &handle);
 
-    /// The handle that had this row in the source; empty when there is none.
+    /// The handle that had this row in the source; empty when there is none, or when it isn't sure: a wrong
+    /// person would be worse than none.
     _MsgHandle handleBySourceRowid(qint64 rowid);
     /// All messages that are to be shown, in the order in which they were found, with rowids that no
     /// message of a source has.

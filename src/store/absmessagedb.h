@@ -32,6 +32,10 @@ public:
     /// 5 or 6.
     virtual int dbVersion() = 0;
 
+    /// Gives somebody what `chats`, which comes before it, gives those whom it finds: name and photo of the
+    /// address book, and the phone's country for want of another where the file would have one.
+    virtual void nameHandle(_MsgHandle &handle) = 0;
+
     /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
     virtual bool isLocalDatabase() { return false; }
 

@@ -30,6 +30,7 @@ public:
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 5; }
+    void nameHandle(_MsgHandle &handle) override { parts.nameHandle(handle); }
 
 private:
     using ChatsByIdentifier = QHash<QString, _MsgChat *>;

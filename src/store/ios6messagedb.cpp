@@ -170,11 +170,28 @@ void IOS6MessageDb::readHandles(_MsgStore &store, const char *sql)
 void IOS6MessageDb::completeHandle(_MsgHandle &handle)
 {
     handle.id = parts.normalAddress(handle.country, handle.id);
+    nameHandle(handle);
+}
+
+void IOS6MessageDb::nameHandle(_MsgHandle &handle)
+{
     if (handle.country.isEmpty())
         handle.country = parts.ownCountry();
     parts.nameHandle(handle);
     if (isModern) // addresses of older phones were never looked up, and their names stay as they were
         parts.nameHandleByMail(handle);
+}
+
+QString IOS6MessageDb::handleAddress(qint64 rowid)
+{
+    openDb();
+    if (!tables.contains(u"handle"_s))
+        return {};
+    Sqlite3Sql sql("select * from handle where rowid=?");
+    sql.addInt64Param(rowid);
+    Sqlite3Cursor cursor = queryThrow(sql);
+    return cursor.moveNextThrow() ? parts.normalAddress(cursor.getText(u"country"_s), cursor.getText(u"id"_s))
+                                  : QString();
 }
 
 QString IOS6MessageDb::messageQuery(qint64 chatId)

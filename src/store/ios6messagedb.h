@@ -36,6 +36,7 @@ public:
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
+    void nameHandle(_MsgHandle &handle) override;
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
     bool keepsExtras();
@@ -56,6 +57,8 @@ public:
     qint64 attachmentRowid(const QString &guid);
     qint64 messageRowid(const QString &guid);
     qint64 handleRowid(const _MsgHandle &handle);
+    /// The normal form of the address that a row of "handle" has; empty when there is no such row.
+    QString handleAddress(qint64 rowid);
     /// The row of a message with the same `logicHash`; 0 in a file without that column.
     qint64 messageRowidByHash(const _MsgMessage &message);
     /// The same for a hash that is at hand.

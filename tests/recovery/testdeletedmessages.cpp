@@ -214,28 +214,39 @@ void TestDeletedMessages::aTrunkThatAnOldTreeNamesIsWalked()
     QCOMPARE(recoveredNumbers(root()), u"10-12 15-33"_s);
 }
 
-// A handle that was found between rows has lost its number: only one that the recycle database knows by its
-// number tells who took part.
+// A handle that was found between rows has lost its number: only one that is there still, or that the recycle
+// database alone knows by its number, tells who took part.
 void TestDeletedMessages::aConversationThatWasDeletedComesBack_data()
 {
-    QTest::addColumn<bool>("isHandleKnown");
+    QTest::addColumn<qint64>("rowid"); // of the handle
+    QTest::addColumn<bool>("isLive");
+    QTest::addColumn<QStringList>("found"); // that claim its row
     QTest::addColumn<QString>("identifier");
-    QTest::newRow("with a known handle") << true << bob;
-    QTest::newRow("with an unknown one") << false << u"unknown2"_s;
+    QTest::newRow("with a handle that is there still") << 2LL << true << QStringList(ann) << bob;
+    QTest::newRow("with a known handle") << 2LL << false << QStringList(bob) << bob;
+    QTest::newRow("with an unknown one") << 2LL << false << QStringList() << u"unknown2"_s;
+    QTest::newRow("two claim the row") << 2LL << false << QStringList({ann, bob}) << u"unknown2"_s;
+    QTest::newRow("a number that all of a country have")
+        << 17LL << false << QStringList(ann) << u"unknown17"_s;
 }
 
 void TestDeletedMessages::aConversationThatWasDeletedComesBack()
 {
-    QFETCH(bool, isHandleKnown);
+    QFETCH(qint64, rowid);
+    QFETCH(bool, isLive);
+    QFETCH(QStringList, found);
     QFETCH(QString, identifier);
-    if (isHandleKnown) {
+    for (const QString &id : found) {
         _MsgHandle handle;
-        handle.id = bob;
-        MessageRecycleDb(root()).insertHandle(handle, 2);
+        handle.id = id;
+        handle.country = u"es"_s;
+        MessageRecycleDb(root()).insertHandle(handle, rowid);
     }
     const QString path = writePhone(root(), IosVersion::Ios6, 4096, 30);
     change(path, u"delete from chat_handle_join where chat_id=2; delete from chat where rowid=2; delete from "
-                 "chat_message_join where chat_id=2; delete from message where rowid > 7"_s);
+                 "chat_message_join where chat_id=2; update message set handle_id=%1 where handle_id=2; "
+                 "update handle set rowid=%2 where rowid=2; delete from message where rowid > 7"_s.arg(rowid)
+                     .arg(isLive ? rowid : 999));
     QVERIFY(recover(root()) > 0);
     const _MsgStorePtr store = storeOf(root());
     QList<_MsgSession> sessions = groupChatSessions(store);
@@ -244,14 +255,14 @@ void TestDeletedMessages::aConversationThatWasDeletedComesBack()
     });
     const _MsgChat &chat = *sessions.first().chats.first();
     QCOMPARE(chat.chat_identifier, identifier);
-    QCOMPARE(chat.rowid, isHandleKnown ? -1947483649 : -2047483649);
+    QCOMPARE(chat.rowid, (identifier == bob ? -1947483647 : -2047483647) - rowid);
     QCOMPARE(chat.messages.size(), 2);
     for (const _MsgMessage *message : chat.messages) {
         QVERIFY(message->isRecovered && message->text.startsWith(u"Bob"_s));
         QCOMPARE(message->handle->id, identifier);
         QCOMPARE(message->src_rowid, -message->rowid);
     }
-    QCOMPARE(isOfUnknownAddress(chat), !isHandleKnown);
+    QCOMPARE(isOfUnknownAddress(chat), identifier != bob);
     const QString kept = dir->filePath(u"kept.db"_s);
     RecordingProgress progress;
     for (int run = 0; run < 2; ++run)
