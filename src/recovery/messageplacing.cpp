@@ -1,5 +1,6 @@
 #include "messageplacing.h"
 
+#include "messagerecycledb.h"
 #include "messagestore.h"
 
 #include <QDebug>
@@ -10,9 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-// Chats with rows below this were made up for messages whose address nobody knows.
-constexpr qint64 lowestKnownChat = -2047483646;
 
 /// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
 /// handles, of which one takes part.
@@ -34,7 +32,7 @@ bool MessagePlacing::hasKnownChat(const _MsgMessage &message)
         qDebug("IOS6RestoreMessagesThread skip message with empty chat.");
         return false;
     }
-    if (message.chat->rowid < lowestKnownChat) {
+    if (message.chat->rowid <= highestUnknownChat) {
         qDebug("IOS6RestoreMessagesThread skip message with unknown chat.");
         return false;
     }

@@ -10,6 +10,9 @@
 
 #include <optional>
 
+/// Chats with this number and below were made for messages whose address nobody knows.
+constexpr qint64 highestUnknownChat = -2047483647;
+
 /// Keeps the deleted messages and handles that were found in a source's message database, in the file
 /// "recycle.db" beside it: what was found once stays, whatever becomes of the message database. The
 /// file is made by the first call.

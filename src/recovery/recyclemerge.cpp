@@ -13,11 +13,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// Made-up chats lie below these, so that the number tells what a chat is.
-constexpr qint64 highestUnknownChat = -2047483647;
+// Made-up chats lie below this, so that the number tells what a chat is.
 constexpr qint64 highestMadeChat = -1947483647;
 // Above it, numbers of the second kind would run into those of the first.
 constexpr qint64 highestHandle = 99'999'999;
+
+constexpr auto unknownPrefix = "unknown"_L1;
 
 using ChatsByIdentifier = QHash<QString, _MsgChat *>;
 
@@ -64,7 +65,7 @@ private:
     {
         const _MsgMessage &message = recycled.message;
         if (recycled.chat_identifier.isEmpty()) {
-            const QString identifier = u"unknown%1"_s.arg(message.handle_id);
+            const QString identifier = unknownPrefix + QString::number(message.handle_id);
             _MsgChat *&chat = otherChats[identifier];
             return chat ? chat : chat = makeChat(identifier, highestUnknownChat, message, u"SMS"_s);
         }
@@ -131,7 +132,7 @@ private:
 
 bool isOfUnknownAddress(const _MsgChat &chat)
 {
-    static const QRegularExpression pattern(u"^SMS;-;unknown-?[0-9]+\\z"_s);
+    static const QRegularExpression pattern("^SMS;-;"_L1 + unknownPrefix + "-?[0-9]+\\z"_L1);
     return pattern.match(chat.guid).hasMatch();
 }
 
