@@ -2,6 +2,7 @@
 
 #include "attachmentmatch.h"
 #include "attachmentpaths.h"
+#include "messagerecycledb.h"
 #include "messagestore.h"
 #include "messagetext.h"
 
@@ -49,12 +50,12 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     const auto [known, by] = keptRow(message, hash);
     if (known != 0)
         extras.addToKept(known, message, hash, by);
-    if (known != 0 && isNoConversation(*message.chat))
+    if (known != 0 && (isNoConversation(*message.chat) || isOfUnknownAddress(*message.chat)))
         return; // it may be in a conversation here, and stays there
     const qint64 chatId = placing.chatRowid(*message.chat);
     const qint64 handleId = placing.personRowid(*message.chat, chatId, message.handle);
     const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
-    if (known != 0 && extras.hasComeBack(known, message, chatId))
+    if (known != 0 && extras.hasComeBack(known, message, {chatId, handleId}, hash))
         raiseNewest(chatId, message);
     placing.noteAddressed(message, chatId);
     if (!message.attachments.isEmpty())

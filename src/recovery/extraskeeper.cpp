@@ -1,6 +1,7 @@
 #include "extraskeeper.h"
 
 #include "ios6messagedb.h"
+#include "messagerecycledb.h"
 #include "messagestore.h"
 #include "messagesummary.h"
 #include "messagetext.h"
@@ -43,6 +44,7 @@ void ExtrasKeeper::begin()
     deleted = isKeeping ? rows.recentlyDeleted() : QSet<qint64>();
     lost = isKeeping ? rows.withoutConversation() : QSet<qint64>();
     recovered = isKeeping ? rows.recovered() : QSet<qint64>();
+    unknown = isKeeping ? rows.ofUnknownAddress() : QSet<qint64>();
 }
 
 bool ExtrasKeeper::takeReaction(const _MsgMessage &message)
@@ -65,6 +67,8 @@ void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
     if (isKeeping && message.isRecovered) {
         rows.setRecovered(messageId, true);
         recovered.insert(messageId);
+        if (isOfUnknownAddress(*message.chat))
+            unknown.insert(messageId);
     }
 }
 
@@ -80,21 +84,24 @@ void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const
         rows.setRecovered(messageId, false);
 }
 
-bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId)
+bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash)
 {
     const bool isBack = !isInRecentlyDeleted(message) && deleted.remove(messageId);
     if (isBack)
         rows.takeBackDeletion(messageId);
     const bool isFound = !isNoConversation(*message.chat) && lost.remove(messageId);
-    if (isFound)
-        rows.moveToChat(messageId, chatId);
-    return isBack || isFound;
+    const bool isTold = !message.isRecovered && unknown.remove(messageId);
+    if (isTold)
+        rows.updateOrigin(messageId, message.date, place.handleId, hash);
+    if (isFound || isTold)
+        rows.moveToChat(messageId, place.chatId);
+    return isBack || isFound || isTold;
 }
 
 void ExtrasKeeper::finish()
 {
     if (isKeeping)
-        rows.dropEmptyNoConversation();
+        rows.dropEmptyMadeUpChats();
 }
 
 void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)

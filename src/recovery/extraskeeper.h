@@ -19,7 +19,8 @@ class IOS6MessageDb;
 ///   since keeps its text, and says that it was unsent.
 /// - A message stands in "Recently Deleted", or without a conversation, as long as no source has it
 /// elsewhere.
-/// - A recovered message is marked as one as long as no source has it undeleted.
+/// - A recovered message is marked as one as long as no source has it undeleted. One of an unknown address
+///   then gets the date, the person and the chat that it has there.
 class ExtrasKeeper
 {
 public:
@@ -38,9 +39,14 @@ public:
     /// row.
     enum class KnownBy { Content, Guid };
     void addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known);
-    /// Whether the message has left "Recently Deleted" or the chat of those without a conversation: `chatId`,
-    /// the row of its chat, has it now.
-    bool hasComeBack(qint64 messageId, const _MsgMessage &message, qint64 chatId);
+    /// Rows of a message's chat and of who wrote it, 0 for nobody.
+    struct Place {
+        qint64 chatId = 0;
+        qint64 handleId = 0;
+    };
+    /// Whether the message has left "Recently Deleted", the chat of those without a conversation or that of
+    /// an unknown address: it is at `place` now.
+    bool hasComeBack(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash);
     /// Call it when the run ends.
     void finish();
 
@@ -58,4 +64,5 @@ private:
     QSet<qint64> deleted; ///< in "Recently Deleted"
     QSet<qint64> lost;    ///< without a conversation
     QSet<qint64> recovered;
+    QSet<qint64> unknown; ///< of an unknown address
 };

@@ -55,6 +55,9 @@ QString updateSql()
     return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
 }
 
+constexpr auto madeUpChats = "chat_identifier = 'no-conversation' or guid glob 'SMS;-;unknown[0-9]*' or guid "
+                             "glob 'SMS;-;unknown-[0-9]*'"_L1;
+
 } // namespace
 
 const char *LocalExtras::looseHandles =
@@ -229,22 +232,36 @@ QSet<qint64> LocalExtras::withoutConversation()
         "where c.chat_identifier = 'no-conversation'");
 }
 
+QSet<qint64> LocalExtras::ofUnknownAddress()
+{
+    return rowids("select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = "
+                  "c.rowid where c.guid glob 'SMS;-;unknown[0-9]*' or c.guid glob 'SMS;-;unknown-[0-9]*'");
+}
+
 // As an update: a row that leaves a chat would have the file look for orphans among all messages.
 void LocalExtras::moveToChat(qint64 messageId, qint64 chatId)
 {
-    Sqlite3Sql sql(
-        "update or replace chat_message_join set chat_id=? where message_id=? and chat_id in (select "
-        "rowid from chat where chat_identifier = 'no-conversation')");
+    Sqlite3Sql sql(u"update or replace chat_message_join set chat_id=? where message_id=? and chat_id in "
+                   "(select rowid from chat where %1)"_s.arg(madeUpChats));
     sql.addInt64Param(chatId);
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
 }
 
-void LocalExtras::dropEmptyNoConversation()
+void LocalExtras::updateOrigin(qint64 messageId, int date, qint64 handleId, const QString &logicHash)
 {
-    db.executeThrow(
-        Sqlite3Sql("delete from chat where chat_identifier = 'no-conversation' and not exists (select 1 "
-                   "from chat_message_join where chat_id = chat.rowid)"));
+    Sqlite3Sql sql("update message set date=?, handle_id=?, logic_hash=? where rowid=?");
+    sql.addIntParam(date);
+    sql.addInt64Param(handleId);
+    sql.addTextParam(logicHash);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::dropEmptyMadeUpChats()
+{
+    db.executeThrow(Sqlite3Sql(u"delete from chat where (%1) and not exists (select 1 from "
+                               "chat_message_join where chat_id = chat.rowid)"_s.arg(madeUpChats)));
 }
 
 QSet<qint64> LocalExtras::rowids(const char *sql)

@@ -54,10 +54,14 @@ public:
 
     /// Messages that stand in the made-up chat of those without a conversation.
     QSet<qint64> withoutConversation();
-    /// Moves one of them to the chat that it belongs to.
+    /// Messages that stand in the made-up chat of somebody whose address nobody knows.
+    QSet<qint64> ofUnknownAddress();
+    /// Moves one of either to the chat that it belongs to.
     void moveToChat(qint64 messageId, qint64 chatId);
-    /// Deletes that made-up chat when nothing stands in it.
-    void dropEmptyNoConversation();
+    /// Writes what a recovered message may have lost.
+    void updateOrigin(qint64 messageId, int date, qint64 handleId, const QString &logicHash);
+    /// Deletes those made-up chats in which nothing stands.
+    void dropEmptyMadeUpChats();
 
 private:
     void readReactions(_MsgStore &store);

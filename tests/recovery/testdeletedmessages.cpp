@@ -271,6 +271,31 @@ void TestDeletedMessages::aConversationThatWasDeletedComesBack()
     QCOMPARE(rowsOf(kept, u"select h.id, count(*), min(m._is_recovered) from message m join handle h on "
                           "m.handle_id=h.rowid where m.text like 'Bob%' group by 1"_s),
              {identifier + u"|2|1"_s});
+
+    // Another phone has them still, and the date that is lost.
+    _MsgHandle person;
+    person.id = bob;
+    person.service = u"SMS"_s;
+    _MsgChat live = chat;
+    live.guid = u"SMS;-;"_s + bob;
+    live.chat_identifier = bob;
+    live.rowid = 1;
+    live.handles = {{u"1"_s, &person}};
+    for (const _MsgMessage *message : chat.messages) {
+        _MsgMessage back = *message;
+        back.isRecovered = false;
+        back.chat = &live;
+        back.handle = &person;
+        back.date += identifier == bob ? 0 : 7;
+        backupMessages({&back}, root(), kept, progress);
+        QCOMPARE(
+            rowsOf(kept, u"select c.guid, h.id, m.date, m._is_recovered from message m join handle h on "
+                         "m.handle_id=h.rowid join chat_message_join j on j.message_id=m.rowid join chat c "
+                         "on c.rowid=j.chat_id where m.guid='%1'"_s.arg(back.guid)),
+            {u"%1|%2|%3|0"_s.arg(live.guid, bob).arg(back.date)});
+    }
+    QCOMPARE(rowsOf(kept, u"select count(*) from chat union all select count(*) from handle"_s),
+             QStringList({u"2"_s, u"2"_s}));
 }
 
 void TestDeletedMessages::mergesIntoChats()
