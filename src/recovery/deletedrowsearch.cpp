@@ -94,9 +94,10 @@ int DeletedRowSearch::takeFreedRows(const DeletedRowKind &kind, const Sqlite3Pag
 {
     int found = 0;
     for (const qint64 cell : leaf.cells) {
+        const Sqlite3RawRow row = file.rowData(file.readCell(leaf, cell));
         if (isCancelled())
-            break;
-        found += kind.takeFreedRow(file.rowData(file.readCell(leaf, cell)));
+            break; // it may be cut short
+        found += kind.takeFreedRow(row);
     }
     return found;
 }
