@@ -107,9 +107,7 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
     const QDir cache = device.cacheDir();
     const QString archive = cache.absoluteFilePath(u"file-relay.cpio"_s);
     QLockFile lock(cache.absolutePath() + u".lock"_s); // it may be pulled and come again while a run unpacks
-    if (!takeLock(lock))
-        throw std::runtime_error(cache.absolutePath().toStdString() +
-                                 ": this phone is being loaded already. Try again when that is done.");
+    lockThrow(lock, cache, u"this phone is being loaded already"_s);
     ServiceSocket socket;
     mobiledevice_file_relay_start(device.device, socket.target());
     const CFType request = sendRequest(socket.descriptor(), {u"UserDatabases"_s});
