@@ -151,6 +151,7 @@ private Q_SLOTS:
     void saysWhyARestoreFailed();
     void refusesAsThePhoneIsSet();
     void remembersTheVolume();
+    void keepsBackupsToItself();
 
 private:
     IOSDevice plugIn(FakePhone &phone);
@@ -424,6 +425,23 @@ void TestDeviceJobs::remembersTheVolume()
     clearIosBackupTemp();
     const QString place = QFileInfo(iosBackupTempDir().path()).path();
     QVERIFY(QFileInfo(place).isDir() && QFileInfo(place).isWritable());
+}
+
+void TestDeviceJobs::keepsBackupsToItself()
+{
+    const QString folder = iosBackupTempDir().absolutePath();
+    IOSDevice phone;
+    phone.uniqueDeviceID = u"me"_s;
+    QVERIFY(QDir().mkpath(folder) && QFile::setPermissions(folder, QFile::Permissions(0x7775)));
+    {
+        const PhoneBackupLock first(phone);
+        QVERIFY(failureOf([&] { PhoneBackupLock second(phone); }).contains(u"loaded already"_s));
+    }
+    QCOMPARE(int(QFileInfo(folder).permissions()) & 0x77, 0);
+    clearIosBackupTemp();
+    QVERIFY(QFile::link(QDir::tempPath(), iosBackupTempDir().absolutePath()));
+    QVERIFY(failureOf(makeIosBackupTempDir).contains(u"no folder of yours"_s));
+    QVERIFY(QFile::remove(iosBackupTempDir().absolutePath()));
 }
 
 QTEST_GUILESS_MAIN(TestDeviceJobs)
