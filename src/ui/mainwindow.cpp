@@ -152,8 +152,12 @@ void MainWindow::dropEvent(QDropEvent *event)
 
 void MainWindow::iosDeviceConnected(void *p)
 {
+    phonesHere.insert(p);
     runFlow([&] {
-        if (const std::optional<ReadPhone> phone = readPhone(p, this))
+        const std::optional<ReadPhone> phone = readPhone(p, this);
+        if (phone && !phonesHere.contains(p)) // else it would stand in the tree for good
+            throw std::runtime_error("The phone was disconnected. Connect it and try again.");
+        if (phone)
             showPhone(*phone);
     });
     menus->follow(state());
@@ -173,6 +177,7 @@ void MainWindow::showPhone(const ReadPhone &phone)
 
 void MainWindow::iosDeviceDisconnected(void *p)
 {
+    phonesHere.remove(p);
     if (_IOSDeviceItemNode *phone = sources->device(p))
         sources->model().removeNode(phone);
     menus->follow(state());

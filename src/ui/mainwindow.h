@@ -4,6 +4,7 @@
 #include "windowmenus.h"
 
 #include <QMainWindow>
+#include <QSet>
 
 #include <functional>
 
@@ -121,6 +122,7 @@ private:
     ViewSwitches *views;
     QLabel *advLabel;
     DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
+    QSet<void *> phonesHere;
     int flowsRunning = 0;
     bool closeWanted = false;
 };
