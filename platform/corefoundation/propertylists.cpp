@@ -84,12 +84,18 @@ QString stringOf(plist_t node)
 const Value *toArray(plist_t node)
 {
     auto *array = new ArrayValue;
-    for (uint32_t i = 0; i < plist_array_get_size(node); ++i) {
-        const Value *item = toValue(plist_array_get_item(node, i));
+    plist_array_iter rawIterator = nullptr;
+    plist_array_new_iter(node, &rawIterator);
+    const std::unique_ptr<void, decltype(&free)> iterator(rawIterator, free);
+    while (true) {
+        plist_t child = nullptr;
+        plist_array_next_item(node, iterator.get(), &child);
+        if (!child)
+            return array;
+        const Value *item = toValue(child);
         array->append(item);
         release(item);
     }
-    return array;
 }
 
 const Value *toDictionary(plist_t node)

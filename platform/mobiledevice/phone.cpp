@@ -129,17 +129,29 @@ int Phone::pair()
     return client ? lockdownd_pair(client, nullptr) : LOCKDOWN_E_INVALID_ARG;
 }
 
-// Phones since iOS 7 have no request of their own for this: a session that opens is the proof. A phone that
-// was wiped, or whose owner took the trust back, doesn't know this computer any more and is asked again.
+// The handshake also asks for the system version, without which the library keeps to the oldest cipher rules,
+// and has old phones confirm the pairing. Newer ones have no request for that: a session that opens is the
+// proof. A phone that was wiped, or whose owner took the trust back, doesn't know this computer any more and
+// is asked again.
 int Phone::validatePairing()
 {
-    int code = startSession();
+    int code = handshake();
     if (code == LOCKDOWN_E_INVALID_HOST_ID) {
         code = pair();
         if (code == 0)
-            code = startSession();
+            code = handshake();
     }
-    stopSession();
+    return code;
+}
+
+int Phone::handshake()
+{
+    if (!device)
+        return LOCKDOWN_E_INVALID_ARG;
+    lockdownd_client_t opened = nullptr;
+    const int code = lockdownd_client_new_with_handshake(device, &opened, clientLabel);
+    if (opened)
+        lockdownd_client_free(opened);
     return code;
 }
 

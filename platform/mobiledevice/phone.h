@@ -41,6 +41,7 @@ public:
 
 private:
     std::string hostId() const;
+    int handshake();
 
     std::string identifier;
     idevice_t device = nullptr;

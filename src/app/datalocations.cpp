@@ -42,7 +42,10 @@ QDir dataRoot()
         root = readRedirect();
     if (root.isEmpty())
         root = defaultDataParent() + u"/"_s + productIdentifier();
+    const bool isNew = !QFileInfo::exists(root);
     QDir().mkpath(root);
+    if (isNew) // other people's messages lie in it
+        QFile::setPermissions(root, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     return QDir(root);
 }
 

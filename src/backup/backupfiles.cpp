@@ -36,11 +36,20 @@ QByteArray readWholeFile(QFile &file, qint64 mostBytes)
     return content;
 }
 
-bool takeLock(QLockFile &lock)
+void lockThrow(QLockFile &lock, const QDir &folder, const QString &holder)
 {
     // A half-written lock names no process and only its age tells that nobody holds it. One that is held
     // can't be taken away, however old it is.
     constexpr int oldLock = 1000; // milliseconds
     lock.setStaleLockTime(oldLock);
-    return lock.tryLock(3 * oldLock);
+    if (lock.tryLock(3 * oldLock))
+        return;
+    // A program that was killed in the middle of locking left a file that looks alive. Only one that
+    // still runs holds the file itself, which then can't be removed.
+    const bool isHeld = lock.error() == QLockFile::LockFailedError;
+    if (isHeld && lock.removeStaleLockFile() && lock.tryLock())
+        return;
+    const QString text =
+        isHeld ? u"%1: %2. Try again when that is done."_s : u"%1: the folder can't be made or written to."_s;
+    throw std::runtime_error(text.arg(folder.absolutePath(), holder).toStdString());
 }

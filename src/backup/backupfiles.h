@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
 
 class QLockFile;
@@ -16,6 +17,7 @@ void openForReading(QFile &file);
 /// All of a file that is at most `mostBytes` long. Throws naming the file. `file` stays open.
 QByteArray readWholeFile(QFile &file, qint64 mostBytes);
 
-/// Takes `lock`, also from a program that was killed while it held it or was just writing it. False when
-/// another program holds it or the file can't be made.
-[[nodiscard]] bool takeLock(QLockFile &lock);
+/// Takes `lock`, which guards `folder`, also from a program that was killed while it held it or was just
+/// writing it. Throws naming the folder: with what its holder does ("another program is loading this
+/// backup"), or that the lock's file can't be made.
+void lockThrow(QLockFile &lock, const QDir &folder, const QString &holder);

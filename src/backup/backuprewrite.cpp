@@ -18,6 +18,7 @@ namespace
 constexpr auto stagingName = "marrowlight-new"_L1;
 constexpr auto decidedPrefix = "marrowlight-ready-"_L1; // and the time of the change
 constexpr auto lockName = "marrowlight.lock"_L1;
+constexpr auto changedText = "another program is changing this backup"_L1;
 constexpr auto baseName = "old-manifest.sha1"_L1; // of the manifest that the change was made from
 
 std::filesystem::path nativePath(const QString &path)
@@ -31,16 +32,6 @@ void renameThrow(const QString &from, const QString &to)
     std::filesystem::rename(nativePath(from), nativePath(to), error);
     if (error)
         throw std::runtime_error(to.toStdString() + ": " + error.message());
-}
-
-void lockThrow(QLockFile &lock, const QDir &backup)
-{
-    if (takeLock(lock))
-        return;
-    const QString text = lock.error() == QLockFile::LockFailedError
-                             ? u"%1: another program is changing this backup. Try again when it is done."_s
-                             : u"%1: the backup can't be written to."_s;
-    throw std::runtime_error(text.arg(backup.absolutePath()).toStdString());
 }
 
 QString decidedFolder(const QDir &backup)
@@ -157,7 +148,7 @@ BackupRewrite::BackupRewrite(const QDir &backupDir, const QStringList &names)
     , staging(backupDir.absoluteFilePath(stagingName))
     , lock(backupDir.absoluteFilePath(lockName))
 {
-    lockThrow(lock, backup);
+    lockThrow(lock, backup, changedText);
     finishLeftOvers(backup);
     for (const QString &name : names) {
         if (backup.exists(name))
@@ -228,7 +219,7 @@ void finishRewrite(const QDir &backupDir)
     if (!hasLeftOvers)
         return;
     QLockFile lock(backupDir.absoluteFilePath(lockName));
-    lockThrow(lock, backupDir);
+    lockThrow(lock, backupDir, changedText);
     finishLeftOvers(backupDir);
 }
 

@@ -43,21 +43,6 @@ MessageFolders findFolders(const _ManifestNode &root)
     return found;
 }
 
-/// Two programs in one cache folder would take each other's files away.
-void lockThrow(QLockFile &lock, const QDir &cacheDir)
-{
-    if (takeLock(lock))
-        return;
-    // A program that was killed in the middle of locking left a file that looks alive. Only one that
-    // still runs holds the file itself, which then can't be removed.
-    if (lock.error() == QLockFile::LockFailedError && lock.removeStaleLockFile() && lock.tryLock())
-        return;
-    const QString text = lock.error() == QLockFile::LockFailedError
-                             ? u"%1: another program is loading this backup. Try again when it is done."_s
-                             : u"%1: the folder can't be made or written to."_s;
-    throw std::runtime_error(text.arg(cacheDir.absolutePath()).toStdString());
-}
-
 // The list of a modern backup that was broken off names files that never came.
 void checkDatabase(const BackupManifest &manifest)
 {
@@ -111,7 +96,8 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     checkRoomThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
     QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
     QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
-    lockThrow(lock, cacheDir);
+    // Two programs in one cache folder would take each other's files away.
+    lockThrow(lock, cacheDir, u"another program is loading this backup"_s);
     try {
         copyFolders(manifest, folders, cacheDir, progress);
     } catch (...) {

@@ -117,7 +117,12 @@ void AfcConnection::connect(const QString &bundleIdentifier)
         return;
     }
     mobiledevice_start_service(device, "com.apple.mobile.house_arrest", socket.target());
-    vendContainer(socket.descriptor(), bundleIdentifier);
+    try {
+        vendContainer(socket.descriptor(), bundleIdentifier);
+    } catch (...) {
+        close(); // a connection without a folder answers nothing
+        throw;
+    }
 }
 
 AfcFile AfcConnection::open(const QString &path, AfcMode mode)

@@ -28,8 +28,16 @@ QByteArray headerBytes(int socket, AfcOperation operation, quint64 parameters, q
            afcNumber(quint64(operation));
 }
 
-[[noreturn]] void failSending(const QString &text, AfcOperation operation)
+/// Out of step for good: the answer to one request would pass for the answer to the next.
+[[noreturn]] void giveUp(int socket, const char *text)
 {
+    socket_hang_up(socket);
+    throw std::runtime_error(text);
+}
+
+[[noreturn]] void failSending(int socket, const QString &text, AfcOperation operation)
+{
+    socket_hang_up(socket); // the phone waits for the rest of a packet
     throw std::runtime_error(text.arg(quint64(operation)).toStdString());
 }
 
@@ -43,11 +51,11 @@ AfcHeader receiveHeader(int socket)
     std::array<char, headerSize> bytes = {};
     const QByteArrayView view(bytes);
     if (!receiveWhole(socket, bytes.data(), int(bytes.size())) || !view.startsWith(magic))
-        throw std::runtime_error("read AFC header failed.");
+        giveUp(socket, "read AFC header failed.");
     const AfcHeader header = {*readLittleEndian<quint64>(view.sliced(8)),
                               *readLittleEndian<quint64>(view.sliced(32))};
     if (header.entireLength < headerSize)
-        throw std::runtime_error("read AFC header failed.");
+        giveUp(socket, "read AFC header failed.");
     return header;
 }
 
@@ -60,7 +68,7 @@ QByteArray receivePayload(int socket, quint64 length)
         const int piece = int(std::min<quint64>(length - quint64(before), largestPiece));
         payload.resize(before + piece);
         if (!receiveWhole(socket, payload.data() + before, piece))
-            throw std::runtime_error("read AFC file block data failed.");
+            giveUp(socket, "read AFC file block data failed.");
     }
     return payload;
 }
@@ -104,11 +112,11 @@ void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, Q
         headerBytes(socket, operation, quint64(parameters.size()), quint64(data.size())) + parameters;
     const int sent = socket_send(socket, packet.constData(), int(packet.size()), serviceTimeoutMs);
     if (sent < int(headerSize))
-        failSending(u"send AFC header (%1) error."_s, operation);
+        failSending(socket, u"send AFC header (%1) error."_s, operation);
     if (sent < packet.size())
-        failSending(u"send AFC content (%1) error."_s, operation);
+        failSending(socket, u"send AFC content (%1) error."_s, operation);
     if (socket_send(socket, data.data(), int(data.size()), serviceTimeoutMs) < data.size())
-        throw std::runtime_error("write AFC file error.");
+        giveUp(socket, "write AFC file error.");
 }
 
 QByteArray receiveAfc(int socket, AfcOperation asked, quint64 *status)
@@ -134,7 +142,7 @@ qint64 receiveAfcData(int socket, char *target, qint64 length)
     }
     // More than was asked for would be missing from the next piece.
     if (payload > quint64(length) || !receiveWhole(socket, target, int(payload)))
-        throw std::runtime_error("read AFC file block data failed.");
+        giveUp(socket, "read AFC file block data failed.");
     return qint64(payload);
 }
 

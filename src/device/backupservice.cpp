@@ -93,7 +93,7 @@ CFType mobiledevice_backup2_recv_response(int socket, int &errorCode, const CFTy
 void mobiledevice_backup2_request_backup(int socket, const QString &target, bool forceFull)
 {
     qDebug("Requesting backup from device, %s", forceFull ? "Full backup mode" : "Incremental backup mode");
-    const CFType options = forceFull ? optionsWith(u"ForceFullBackup"_s, true) : CFType(nullptr, true);
+    const CFType options = forceFull ? optionsWith(u"ForceFullBackup"_s, true) : CFType::none();
     mobiledevice_backup2_send_request(socket, u"Backup"_s, target, target, options);
 }
 

@@ -1,7 +1,9 @@
 #include "backuptempdir.h"
 
+#include "backupfiles.h"
 #include "datalocations.h"
 #include "filetools.h"
+#include "iosdevice.h"
 
 using namespace Qt::StringLiterals;
 
@@ -29,6 +31,16 @@ void remember(const QString &volume)
         file.write(volume.toUtf8());
 }
 
+/// Beside the backup: a tool may empty the folder itself.
+QString lockPath(const IOSDevice &phone)
+{
+    const std::optional<QString> folder = pathBelow(iosBackupTempDir(), phone.uniqueDeviceID);
+    if (!folder)
+        throw std::runtime_error("The phone gives an identifier that names no folder.");
+    makeIosBackupTempDir();
+    return *folder + u".lock"_s;
+}
+
 } // namespace
 
 QDir iosBackupTempDir()
@@ -39,6 +51,18 @@ QDir iosBackupTempDir()
         remember(volume);
     }
     return QDir(QDir(volume).absoluteFilePath(u"__marrowlight_iosbk_temp"_s));
+}
+
+void makeIosBackupTempDir()
+{
+    const QString folder = iosBackupTempDir().absolutePath();
+    QDir().mkpath(QFileInfo(folder).absolutePath());
+    makePrivateFolder(folder);
+}
+
+PhoneBackupLock::PhoneBackupLock(const IOSDevice &phone) : lock(lockPath(phone))
+{
+    lockThrow(lock, iosBackupTempDir(), u"this phone is being loaded already"_s);
 }
 
 void clearIosBackupTemp()

@@ -1,14 +1,36 @@
 #pragma once
 
 #include <QDir>
+#include <QLockFile>
+
+struct IOSDevice;
 
 /// The folder in which phones are backed up before they are read or written: one folder a phone below it.
 /// The volume with the most room is chosen once and remembered until the cache is cleared. The folder
 /// itself isn't made.
 QDir iosBackupTempDir();
 
+/// Makes that folder, for this user's eyes only: whole phones lie in it. Throws `std::runtime_error` when it
+/// can't be made, or when somebody else may have put it there.
+void makeIosBackupTempDir();
+
+/// Keeps other flows away from the backup of a phone in that folder: one that began before the phone was
+/// pulled may still write into it.
+class PhoneBackupLock
+{
+public:
+    /// Makes the folder. Throws `std::runtime_error` when another flow or program has this phone's backup.
+    explicit PhoneBackupLock(const IOSDevice &phone);
+
+private:
+    QLockFile lock;
+};
+
 /// Removes that folder and forgets the choice. An empty or missing one is no failure.
 void clearIosBackupTemp();
+
+/// Makes `folder`, whose parent is there, readable and writable for this user alone. Throws as above.
+void makePrivateFolder(const QString &folder);
 
 /// Root of the volume to choose where no choice is remembered: fixed, writable, with the most free bytes.
 QString roomiestVolume();

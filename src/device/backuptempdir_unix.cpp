@@ -4,6 +4,9 @@
 
 #include <QStorageInfo>
 
+#include <cerrno>
+
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -45,6 +48,22 @@ bool isFixed(const QStorageInfo &volume)
 }
 
 } // namespace
+
+void makePrivateFolder(const QString &folder)
+{
+    const QByteArray path = QFile::encodeName(folder);
+    if (::mkdir(path.constData(), S_IRWXU) == 0)
+        return;
+    if (errno != EEXIST)
+        throw std::runtime_error(path.toStdString() + ": " + qt_error_string(errno).toStdString());
+    struct stat status = {};
+    if (::lstat(path.constData(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != ::geteuid())
+        throw std::runtime_error(path.toStdString() +
+                                 ": this is no folder of yours, so no phone is backed up into it. "
+                                 "Remove it and try again.");
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && ::chmod(path.constData(), S_IRWXU) != 0)
+        qWarning("%s stays open to others: %ls", path.constData(), qUtf16Printable(qt_error_string(errno)));
+}
 
 QString roomiestVolume()
 {

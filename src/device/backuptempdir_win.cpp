@@ -35,6 +35,13 @@ qint64 freeBytes(const QDir &drive)
 
 } // namespace
 
+// It takes its rights from the drive, as all that programs make there.
+void makePrivateFolder(const QString &folder)
+{
+    if (!QDir().mkpath(folder))
+        throw std::runtime_error(folder.toStdString() + ": the folder can't be made.");
+}
+
 QString roomiestVolume()
 {
     QString best;

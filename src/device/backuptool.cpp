@@ -16,7 +16,9 @@ namespace
 
 constexpr int startTimeoutMs = 60'000;
 constexpr int tickMs = 200;
-constexpr int mostTicksAlone = 10;          // a tool may look for ever for a phone that was pulled
+constexpr int mostTicksAlone = 10;           // a tool may look for ever for a phone that was pulled
+constexpr int mostTicksAloneRestoring = 300; // it may be back, under a new handle, or restart at the end
+constexpr auto goneText = "The phone was disconnected. Connect it and try again.";
 constexpr qint64 usualSeconds = 60;         // where the phone doesn't say how full it is
 constexpr double secondsPerMegabyte = 0.03; // of used space, for backup and restore alike
 constexpr double mostPercent = 99.0;        // the end of the job closes the dialog
@@ -148,7 +150,7 @@ std::string backup2tool::trouble(int op)
     if (op == 0 && disk.isValid() && disk.bytesAvailable() < leastRoom)
         return fullDiskText(root);
     ticksAlone = mobiledevice_is_here(device) ? 0 : ticksAlone + 1;
-    return ticksAlone > mostTicksAlone ? "The phone was disconnected. Connect it and try again." : "";
+    return ticksAlone > (op == 1 ? mostTicksAloneRestoring : mostTicksAlone) ? goneText : "";
 }
 
 void backup2tool::run(const backup2tool_op &op)
@@ -156,6 +158,8 @@ void backup2tool::run(const backup2tool_op &op)
     percent = 0;
     const qint64 estimate = estimatedSeconds();
     const BackupToolCommand command = backupToolCommand(op.op, target, root);
+    if (!cancelled && !mobiledevice_is_here(device))
+        throw std::runtime_error(goneText);
     ToolOutput output;
     QProcess tool;
     tool.start(command.program, command.arguments, QIODevice::ReadOnly);
@@ -178,7 +182,7 @@ void backup2tool::run(const backup2tool_op &op)
     }
     output.take(tool);
     qDebug().noquote() << output.text();
-    if (why.empty())
+    if (why.empty() && !cancelled)
         why = trouble(op.op);
     if (!why.empty())
         throw std::runtime_error(why);

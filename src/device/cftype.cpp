@@ -36,11 +36,6 @@ const void *arrayCallBacks()
     return found;
 }
 
-CFType none()
-{
-    return CFType(nullptr, true);
-}
-
 CFType newNumber(CFIndex type, const void *source)
 {
     return CFType(
@@ -61,6 +56,11 @@ CFType::CFType(CFTypeRef reference, bool owned) : value(QSharedPointer<CFHolder>
 }
 
 CFType::~CFType() = default;
+
+CFType CFType::none()
+{
+    return CFType(nullptr, true);
+}
 
 CFType CFType::fromBool(bool isTrue)
 {

@@ -35,6 +35,8 @@ public:
     CFType(const CFType &) = default;
     CFType &operator=(const CFType &) = default;
 
+    /// A null reference.
+    static CFType none();
     static CFType fromBool(bool value);
     static CFType fromInt8(qint8 value);
     static CFType fromInt16(qint16 value);

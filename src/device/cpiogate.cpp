@@ -39,17 +39,19 @@ std::optional<qint64> entryLength(QByteArrayView header)
     return inWords(headerSize + numberAt(header, nameSizeAt)) + inWords(numberAt(header, fileSizeAt));
 }
 
-QByteArrayView nextBlock(archive *source)
+} // namespace
+
+QByteArrayView CpioGate::nextBlock()
 {
     const void *block = nullptr;
     size_t size = 0;
     la_int64_t offset = 0;
-    if (archive_read_data_block(source, &block, &size, &offset) != ARCHIVE_OK)
+    const int code = archive_read_data_block(source, &block, &size, &offset);
+    isBroken = code != ARCHIVE_OK && code != ARCHIVE_EOF;
+    if (code != ARCHIVE_OK)
         return {};
     return {static_cast<const char *>(block), qsizetype(size)};
 }
-
-} // namespace
 
 /// How many of `bytes` may be handed out.
 qsizetype CpioGate::lookThrough(QByteArrayView bytes)
@@ -72,7 +74,7 @@ QByteArrayView CpioGate::next()
 {
     handedOut = std::exchange(held, {});
     while (!isShut) {
-        const QByteArrayView block = nextBlock(source);
+        const QByteArrayView block = nextBlock();
         if (block.isEmpty()) {
             isShut = true;
             return handedOut;

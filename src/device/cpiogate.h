@@ -17,7 +17,11 @@ public:
     /// Some more bytes, good until the next call; empty at the end.
     QByteArrayView next();
 
+    /// Whether the unpacking broke off: its end isn't the archive's.
+    bool isCut() const { return isBroken; }
+
 private:
+    QByteArrayView nextBlock();
     qsizetype lookThrough(QByteArrayView bytes);
 
     archive *source;
@@ -27,4 +31,5 @@ private:
     bool isStart = true;
     bool hasHeaders = false; ///< of the kind that needs looking at
     bool isShut = false;
+    bool isBroken = false;
 };

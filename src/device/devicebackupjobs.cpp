@@ -101,7 +101,7 @@ void IOSMobileBackupThread::run()
     try {
         if (!folder)
             throw std::runtime_error("The phone gives an identifier that names no folder.");
-        root.mkpath(u"."_s); // not every tool makes it
+        makeIosBackupTempDir(); // not every tool makes it
         if (QFileInfo::exists(*folder) && !canContinueBackup(QDir(*folder), device->productVersion))
             removeTree(*folder);
         tool->run({0});

@@ -8,11 +8,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-CFType none()
-{
-    return CFType(nullptr, true);
-}
-
 QString nameOf(const CFType &message)
 {
     return message.arrayCount() > 0 ? message.arrayValue(0).toQString() : QString();
@@ -35,7 +30,7 @@ CFType messageArray(const QList<CFType> &elements)
 
 void mobiledevice_link_version_exchange(int socket)
 {
-    if (isDeviceReady(mobiledevice_recmsg(socket, none(), serviceTimeoutMs)))
+    if (isDeviceReady(mobiledevice_recmsg(socket, CFType::none(), serviceTimeoutMs)))
         return;
     const CFType agreement = messageArray(
         {CFType::fromString(u"DLMessageVersionExchange"_s), CFType::fromString(u"DLVersionsOk"_s)});
@@ -76,12 +71,12 @@ void mobiledevice_link_sc_recv_dlmessaeg(int socket, CFType &message, QString &n
 
 void mobiledevice_link_recv(int socket, CFType &message, QString &name)
 {
-    mobiledevice_link_sc_recv_dlmessaeg(socket, message, name, none());
+    mobiledevice_link_sc_recv_dlmessaeg(socket, message, name, CFType::none());
 }
 
 CFType mobiledevice_link_sc_recv_process_message(int socket, const CFType &lastSent, CFType *whole)
 {
-    CFType message = none();
+    CFType message = CFType::none();
     QString name;
     mobiledevice_link_sc_recv_dlmessaeg(socket, message, name, lastSent);
     if (name != "DLMessageProcessMessage"_L1) {
@@ -91,5 +86,5 @@ CFType mobiledevice_link_sc_recv_process_message(int socket, const CFType &lastS
     }
     if (whole)
         *whole = message;
-    return message.arrayCount() > 1 ? message.arrayValue(1).deepCopy() : none();
+    return message.arrayCount() > 1 ? message.arrayValue(1).deepCopy() : CFType::none();
 }

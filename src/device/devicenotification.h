@@ -4,7 +4,7 @@
 
 /// What the phone library tells its subscriber about a phone that came or went, in its own layout.
 struct DeviceNotificationInfo {
-    void *device; ///< opaque; the same phone comes with the same handle
+    void *device; ///< opaque; a phone goes with the one it came with, and may come back with another
     std::uint32_t message;
     void *subscription;
 };

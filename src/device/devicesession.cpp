@@ -74,7 +74,7 @@ private:
 
 CFType nameOrNull(const QString &name)
 {
-    return name.isEmpty() ? CFType(nullptr, true) : CFType::fromString(name);
+    return name.isEmpty() ? CFType::none() : CFType::fromString(name);
 }
 
 } // namespace

@@ -16,39 +16,10 @@ namespace
 
 constexpr int chunkSize = 0x80000;              // bytes
 constexpr int acknowledgeTimeoutMs = 3'600'000; // the phone packs first
-constexpr int tickMs = 200;                     // how long a cancel may go unnoticed
-constexpr int pieceSize = 64 * 1024;            // bytes
-constexpr int pieceGapMs = 1;                   // after which a piece is taken as it is
 
 [[noreturn]] void failWith(const QString &text, const QFile &file)
 {
     throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
-}
-
-/// Waits until the phone says something or has been silent for a minute. False for silence.
-bool awaitPhone(int socket, const JobProgress &progress)
-{
-    for (int waited = 0; waited < serviceTimeoutMs; waited += tickMs) {
-        throwIfCancelled(progress);
-        if (socket_wait(socket, tickMs, true) != 0)
-            return true;
-    }
-    return false;
-}
-
-/// Fills `chunk` as far as the phone goes. A full chunk from a slow phone takes its time, in which the person
-/// may give up.
-int receiveChunk(int socket, QByteArray &chunk, const JobProgress &progress)
-{
-    int received = 0;
-    while (received < chunk.size() && awaitPhone(socket, progress)) {
-        const int wanted = std::min(int(chunk.size()) - received, pieceSize);
-        const int count = socket_receive(socket, chunk.data() + received, wanted, pieceGapMs);
-        if (count == 0)
-            break;
-        received += count;
-    }
-    return received;
 }
 
 /// Saves what comes until the phone closes the socket, or is silent for a minute.
@@ -59,7 +30,9 @@ void saveStream(int socket, const QString &path, JobProgress &progress)
         failWith(u"create %1 failed. %2"_s, file);
     QByteArray chunk(chunkSize, Qt::Uninitialized);
     qint64 total = 0;
-    while (const int received = receiveChunk(socket, chunk, progress)) {
+    const auto heedPerson = [&] { throwIfCancelled(progress); };
+    while (const int received =
+               socket_receive(socket, chunk.data(), int(chunk.size()), serviceTimeoutMs, heedPerson)) {
         throwIfCancelled(progress);
         total += received;
         progress.updateProgress({}, 99, u"Received:%L1KB"_s.arg(total / 1024));
@@ -81,9 +54,9 @@ CFType sendRequest(int socket, const QStringList &sources)
     return request;
 }
 
-void receiveAcknowledgement(int socket, const CFType &request)
+void receiveAcknowledgement(int socket, const CFType &request, const std::function<void()> &atTick)
 {
-    const CFType reply = mobiledevice_recmsg(socket, request, acknowledgeTimeoutMs);
+    const CFType reply = mobiledevice_recmsg(socket, request, acknowledgeTimeoutMs, atTick);
     const QString status = reply.dictionaryValue(u"Status"_s).toQString();
     if (status.compare("Acknowledged"_L1, Qt::CaseInsensitive) != 0)
         throw std::runtime_error("invalid feedback.\n" + messageText(reply).toStdString());
@@ -98,7 +71,7 @@ void mobiledevice_file_relay_start(void *device, int *socket)
 
 void mobiledevice_file_relay_request(int socket, const QStringList &sources)
 {
-    receiveAcknowledgement(socket, sendRequest(socket, sources));
+    receiveAcknowledgement(socket, sendRequest(socket, sources), [] {});
 }
 
 bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
@@ -107,15 +80,11 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
     const QDir cache = device.cacheDir();
     const QString archive = cache.absoluteFilePath(u"file-relay.cpio"_s);
     QLockFile lock(cache.absolutePath() + u".lock"_s); // it may be pulled and come again while a run unpacks
-    if (!takeLock(lock))
-        throw std::runtime_error(cache.absolutePath().toStdString() +
-                                 ": this phone is being loaded already. Try again when that is done.");
+    lockThrow(lock, cache, u"this phone is being loaded already"_s);
     ServiceSocket socket;
     mobiledevice_file_relay_start(device.device, socket.target());
     const CFType request = sendRequest(socket.descriptor(), {u"UserDatabases"_s});
-    if (!awaitPhone(socket.descriptor(), progress))
-        socket_hang_up(socket.descriptor()); // it had its time
-    receiveAcknowledgement(socket.descriptor(), request);
+    receiveAcknowledgement(socket.descriptor(), request, [&] { throwIfCancelled(progress); });
     cache.mkpath(u"."_s);
     saveStream(socket.descriptor(), archive, progress);
     socket.close();

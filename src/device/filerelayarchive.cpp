@@ -173,5 +173,5 @@ bool extractArchive(const QString &archivePath, const QDir &folder, JobProgress 
         throwIfCancelled(progress);
         extraction.extract(entry);
     }
-    return code == ARCHIVE_EOF;
+    return code == ARCHIVE_EOF && !gate.isCut();
 }

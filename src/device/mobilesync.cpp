@@ -30,7 +30,7 @@ bool isNamed(const CFType &reply, QLatin1StringView name)
 
 CFType element(const CFType &message, long index)
 {
-    return index < message.arrayCount() ? message.arrayValue(index) : CFType(nullptr, true);
+    return index < message.arrayCount() ? message.arrayValue(index) : CFType::none();
 }
 
 [[noreturn]] void refuse(const char *request, const CFType &reply)

@@ -33,7 +33,7 @@ bool isCommand(const QString &received, QLatin1StringView name)
 
 QString mobiledevice_notification_get_throw(int socket)
 {
-    const CFType message = mobiledevice_recmsg(socket, CFType(nullptr, true), notificationTimeoutMs);
+    const CFType message = mobiledevice_recmsg(socket, CFType::none(), notificationTimeoutMs);
     const QString received = message.dictionaryValue(u"Command"_s).toText();
     if (isCommand(received, "RelayNotification"_L1)) {
         const QString name = message.dictionaryValue(u"Name"_s).toQString();

@@ -28,14 +28,14 @@ constexpr qint64 largestPiece = 16 * 1024 * 1024; // bytes
 }
 
 /// Up to `length` bytes. The buffer grows with what really comes: a length is only the sender's word.
-QByteArray receiveBody(int socket, qint64 length, int timeoutMs)
+QByteArray receiveBody(int socket, qint64 length, int timeoutMs, const std::function<void()> &atTick)
 {
     QByteArray body;
     while (body.size() < length) {
         const qint64 before = body.size();
         const qint64 piece = std::min(length - before, std::clamp(before, firstPiece, largestPiece));
         body.resize(before + piece);
-        const int received = socket_receive(socket, body.data() + before, int(piece), timeoutMs);
+        const int received = socket_receive(socket, body.data() + before, int(piece), timeoutMs, atTick);
         body.resize(before + received);
         if (received < piece)
             break;
@@ -63,14 +63,16 @@ void mobiledevice_sendmsg(int socket, const CFType &message, bool binary, int ti
         failSending(u"mobiledevice_sendmsg(msg) error.\n%1"_s, message);
 }
 
-CFType mobiledevice_recmsg(int socket, const CFType &lastSent, int timeoutMs)
+CFType mobiledevice_recmsg(int socket, const CFType &lastSent, int timeoutMs,
+                           const std::function<void()> &atTick)
 {
     std::array<char, sizeof(quint32)> lengthBytes = {};
-    const int received = socket_receive(socket, lengthBytes.data(), sizeof(quint32), serviceTimeoutMs);
+    const int received =
+        socket_receive(socket, lengthBytes.data(), sizeof(quint32), serviceTimeoutMs, atTick);
     if (received < int(sizeof(quint32)))
         failReceiving(u"mobiledevice_recmsg(msg-length) error, received length: %1."_s, received, lastSent);
     const quint32 length = *readBigEndian<quint32>(lengthBytes);
-    const QByteArray body = receiveBody(socket, length, timeoutMs);
+    const QByteArray body = receiveBody(socket, length, timeoutMs, atTick);
     if (body.size() < qint64(length))
         failReceiving(u"mobiledevice_recmsg(msg) error, received length: %1."_s, body.size(), lastSent);
     return CFType::fromPropertyListBytes(body);

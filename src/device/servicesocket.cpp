@@ -61,6 +61,7 @@ void closeDescriptor(int socket)
 }
 #endif
 
+constexpr int tickMs = 200;
 constexpr int surelyFits = 1024; // bytes that a socket has room for when it has any
 
 /// Room for some bytes is no room for all: without this, `send` waits for the rest without limit.
@@ -100,6 +101,27 @@ int socket_receive(int socket, void *data, int length, int timeoutMs)
         if (count < 1)
             break;
         received += int(count);
+    }
+    return received;
+}
+
+int socket_receive(int socket, void *data, int length, int timeoutMs, const std::function<void()> &atTick)
+{
+    int received = 0;
+    int silentMs = 0;
+    while (received < length && silentMs < timeoutMs) {
+        atTick();
+        const int ready = socket_wait(socket, std::min(tickMs, timeoutMs), true);
+        if (ready == 0) {
+            silentMs += tickMs;
+            continue;
+        }
+        char *const target = static_cast<char *>(data) + received;
+        const auto count = ready < 0 ? 0 : ::recv(socket, target, size_t(length - received), 0);
+        if (count < 1)
+            break;
+        received += int(count);
+        silentMs = 0;
     }
     return received;
 }

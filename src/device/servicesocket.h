@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 // Bytes over the socket of a service. Times in milliseconds; 0 or less waits without limit. Nothing here
 // throws: a short count tells.
 
@@ -17,6 +19,10 @@ int socket_send(int socket, const void *data, int length, int timeoutMs);
 int socket_receive(int socket, void *data, int length, int timeoutMs);
 
 void mobiledevice_close_socket(int socket);
+
+/// The same, and asks `atTick` five times a second at least, which may throw to give up. `timeoutMs` is
+/// above 0.
+int socket_receive(int socket, void *data, int length, int timeoutMs, const std::function<void()> &atTick);
 
 /// Ends the conversation: whoever waits for the socket, on any thread, finds it at its end.
 void socket_hang_up(int socket);

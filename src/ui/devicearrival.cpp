@@ -1,6 +1,7 @@
 #include "devicearrival.h"
 
 #include "backupmanifest.h"
+#include "backuptempdir.h"
 #include "boxes.h"
 #include "countrylibdb.h"
 #include "countryselform.h"
@@ -53,6 +54,7 @@ bool readByBackup(const IOSDevice &phone, QWidget *window)
 {
     if (!checkBackupOptions(phone, true, false))
         return false;
+    const PhoneBackupLock lock(phone);
     const std::optional<QDir> folder = backUpPhone(phone, window);
     if (!folder)
         return false;

@@ -14,8 +14,8 @@ struct IOSDevice;
 /// can't be reached.
 bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption);
 
-/// Backs the phone up into the temporary folder. The folder of its backup, or nothing when that failed or was
-/// cancelled; the person knows.
+/// Backs the phone up into the temporary folder, which a `PhoneBackupLock` of the caller's guards. The folder
+/// of its backup, or nothing when that failed or was cancelled; the person knows.
 std::optional<QDir> backUpPhone(IOSDevice phone, QWidget *window);
 
 /// Puts the backup in `folder`, which `backUpPhone` made, back on the phone. False as above.

@@ -2,6 +2,7 @@
 
 #include "backupexport.h"
 #include "backupmanifest.h"
+#include "backuptempdir.h"
 #include "boxes.h"
 #include "datasourceselform.h"
 #include "devicejobs.h"
@@ -68,6 +69,7 @@ void transferToPhone(const QList<_MsgMessage *> &messages, SourcePane &sources, 
     const IOSDevice phone = node->device; // the node goes when the phone is pulled
     if (!checkBackupOptions(phone, true, true) || !isConfirmed(phone))
         return;
+    const PhoneBackupLock lock(phone);
     const std::optional<QDir> folder = backUpPhone(phone, window);
     if (!folder)
         return;

@@ -13,6 +13,7 @@
 #include "testtools.h"
 
 #include <QDirIterator>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -30,7 +31,14 @@ struct Entry {
     QByteArray content = {};
 };
 
-/// A compressed "cpio" archive. Nobody looks at the sums at its end.
+/// Nobody looks at the sums at its end.
+QByteArray compressed(const QByteArray &bytes)
+{
+    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\0", 10) + qCompress(bytes).mid(6).chopped(4) +
+           QByteArray(8, '\0');
+}
+
+/// A compressed "cpio" archive.
 QByteArray archiveOf(const QList<Entry> &entries)
 {
     QByteArray bytes;
@@ -44,8 +52,7 @@ QByteArray archiveOf(const QList<Entry> &entries)
         bytes += entry.content;
         fillUp();
     }
-    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\0", 10) + qCompress(bytes).mid(6).chopped(4) +
-           QByteArray(8, '\0');
+    return compressed(bytes);
 }
 
 /// Runs `job` to its end; what stands in for the person's "Cancel" is the flag in `notes`.
@@ -133,6 +140,7 @@ private Q_SLOTS:
     void cleanup() { qputenv("PATH", path); }
     void unpacksOnlyBelowItsFolder_data();
     void unpacksOnlyBelowItsFolder();
+    void noticesACutArchive();
     void endsWellInEachStage_data();
     void endsWellInEachStage();
     void keepsTwoPhonesApart();
@@ -143,6 +151,7 @@ private Q_SLOTS:
     void saysWhyARestoreFailed();
     void refusesAsThePhoneIsSet();
     void remembersTheVolume();
+    void keepsBackupsToItself();
 
 private:
     IOSDevice plugIn(FakePhone &phone);
@@ -221,6 +230,22 @@ void TestDeviceJobs::unpacksOnlyBelowItsFolder()
     QCOMPARE(cache.entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList({u"file-relay"_s}));
     const QFileInfo file(cache.filePath(u"file-relay/abc"_s));
     QVERIFY(!file.exists() || file.lastModified().toSecsSinceEpoch() == 1'400'000'000);
+}
+
+// Cut where a piece that is unpacked and an entry end alike: what came looks whole.
+void TestDeviceJobs::noticesACutArchive()
+{
+    const QByteArray tar = bytesOf(QStringLiteral(CORPUS "archive/tar"));
+    const QByteArray piece = tar.first(512).repeated(126) + tar.mid(512, 1024);
+    FakePhone &phone = stand.newPhone();
+    QList<quint32> noise(1000); // doesn't shrink
+    QRandomGenerator(1).fillRange(noise.data(), noise.size());
+    const QByteArray rest(reinterpret_cast<const char *>(noise.constData()), noise.size() * 4);
+    phone.relayArchive = compressed(piece + rest).chopped(1000);
+    const IOSDevice device = plugIn(phone);
+    RecordingProgress notes;
+    QVERIFY(!loadFileRelay(device, notes));
+    QCOMPARE(filesIn(device.cacheDir().filePath(u"file-relay"_s)), QByteArrayList({"d/f:hello"}));
 }
 
 void TestDeviceJobs::endsWellInEachStage_data()
@@ -400,6 +425,23 @@ void TestDeviceJobs::remembersTheVolume()
     clearIosBackupTemp();
     const QString place = QFileInfo(iosBackupTempDir().path()).path();
     QVERIFY(QFileInfo(place).isDir() && QFileInfo(place).isWritable());
+}
+
+void TestDeviceJobs::keepsBackupsToItself()
+{
+    const QString folder = iosBackupTempDir().absolutePath();
+    IOSDevice phone;
+    phone.uniqueDeviceID = u"me"_s;
+    QVERIFY(QDir().mkpath(folder) && QFile::setPermissions(folder, QFile::Permissions(0x7775)));
+    {
+        const PhoneBackupLock first(phone);
+        QVERIFY(failureOf([&] { PhoneBackupLock second(phone); }).contains(u"loaded already"_s));
+    }
+    QCOMPARE(int(QFileInfo(folder).permissions()) & 0x77, 0);
+    clearIosBackupTemp();
+    QVERIFY(QFile::link(QDir::tempPath(), iosBackupTempDir().absolutePath()));
+    QVERIFY(failureOf(makeIosBackupTempDir).contains(u"no folder of yours"_s));
+    QVERIFY(QFile::remove(iosBackupTempDir().absolutePath()));
 }
 
 QTEST_GUILESS_MAIN(TestDeviceJobs)

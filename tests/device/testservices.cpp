@@ -242,6 +242,12 @@ void TestServices::stopsWaitingForTheRest()
     line.say("\xFF\xFF\xFF\xF0");
     const QString error = failureOf([&] { mobiledevice_recmsg(program, sent, 30); });
     QCOMPARE(error.section(u'\n', 1).size(), 800);
+    line.say("\xFF\xFF\xFF\xF0"); // nor is a person who gives up kept waiting for an hour
+    const auto giveUp = [turn = 0]() mutable {
+        if (++turn > 2)
+            throw std::runtime_error("given up");
+    };
+    QCOMPARE(failureOf([&] { mobiledevice_recmsg(program, sent, 3'600'000, giveUp); }), u"given up"_s);
     mobiledevice_sendmsg(phone, CFType(nullptr, true), true, 30);
     QCOMPARE(socket_wait(program, 10, true), 0);
     // A phone that stops reading holds nobody either.
