@@ -116,7 +116,8 @@ QVariant RawValues::next(qint64 serialType)
 
 std::optional<qint64> RawValues::numberAtEnd(qint64 serialType, QByteArrayView whole) const
 {
-    if (whole.size() - p != contentLength(serialType))
+    const qint64 end = p + contentLength(serialType);
+    if (end < bytes.size() || end > whole.size())
         return std::nullopt;
     switch (serialType) {
     case 2: return readBigEndian<qint16>(whole.sliced(p));

@@ -58,7 +58,7 @@ public:
     /// array.
     QVariant next(qint64 serialType);
 
-    /// The number that comes next, where `next` reads 0 instead because it ends with the content. `whole` is
+    /// The number that comes next, where `next` reads 0 instead because the content ends with it. `whole` is
     /// the content again, with its last byte where that is missing.
     std::optional<qint64> numberAtEnd(qint64 serialType, QByteArrayView whole) const;
 

@@ -96,6 +96,7 @@ private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void findsWhatIsLeft_data();
     void findsWhatIsLeft();
+    void sentOnesOfFewWordsKeepTheirDates_data();
     void sentOnesOfFewWordsKeepTheirDates();
     void aTrunkThatAnOldTreeNamesIsWalked();
     void aConversationThatWasDeletedComesBack_data();
@@ -168,12 +169,24 @@ void TestDeletedMessages::findsWhatIsLeft()
     QCOMPARE(recover(root()), 0);
 }
 
-// Each leaves free space of just its size, and its date is the last thing in it.
+// Each leaves free space of just its size, and its date is the last thing in it, or there is a byte behind.
+void TestDeletedMessages::sentOnesOfFewWordsKeepTheirDates_data()
+{
+    QTest::addColumn<IosVersion>("version");
+    QTest::addColumn<QString>("behind");
+    QTest::addColumn<int>("last"); ///< the last page isn't visited
+    QTest::newRow("iOS 6") << IosVersion::Ios6 << QString() << 37;
+    QTest::newRow("iOS 8") << IosVersion::Ios8 << u", other_handle=-1"_s << 41;
+}
+
 void TestDeletedMessages::sentOnesOfFewWordsKeepTheirDates()
 {
-    const QString path = writePhone(root(), IosVersion::Ios6, 1024, 2);
-    change(path, u"update message set date_read=0, date_delivered=0, text=rowid%5; VACUUM; delete from "
-                 "message where rowid % 2"_s);
+    QFETCH(IosVersion, version);
+    QFETCH(QString, behind);
+    QFETCH(int, last);
+    const QString path = writePhone(root(), version, 1024, 2);
+    change(path, u"update message set date_read=0, date_delivered=0, text=rowid%5%1; VACUUM; delete from "
+                 "message where rowid % 2"_s.arg(behind));
     recover(root());
     QSet<int> numbers;
     const _MsgStorePtr store = storeOf(root());
@@ -182,7 +195,7 @@ void TestDeletedMessages::sentOnesOfFewWordsKeepTheirDates()
             numbers.insert((message->date - firstDate) / 60 + 1);
     }
     QSet<int> expected;
-    for (int number = 1; number <= 37; number += 2)
+    for (int number = 1; number <= last; number += 2)
         expected.insert(number);
     QCOMPARE(numbers, expected);
 }
