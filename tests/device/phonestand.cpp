@@ -19,8 +19,9 @@ DeviceWatchTarget target; // outlives the stand, as the watch wants it
 PhoneStand::PhoneStand() : server(folder.filePath(u"socket"_s))
 {
     qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
-    target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
-    mobiledevice_subscribe(&target);
+    QString error;
+    if (!mobiledevice_load_frameworks(error))
+        throw std::runtime_error(error.toStdString());
 }
 
 PhoneStand::~PhoneStand()
@@ -36,8 +37,13 @@ FakePhone &PhoneStand::newPhone()
     return phone;
 }
 
+// The watch has a thread that reads the environment, to which QTest adds at its start: that has to be over.
 void *PhoneStand::plugIn(FakePhone &phone)
 {
+    if (!target.receiver) {
+        target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
+        mobiledevice_subscribe(&target);
+    }
     const int before = arrivals;
     server.plugIn(phone);
     return QTest::qWaitFor([&] { return arrivals > before; }) ? present.last() : nullptr;
