@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QString>
 
 #include <sqlite3.h>
 
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -73,6 +75,19 @@ private:
     int columns = 0;
     std::vector<sqlite3_value *> values;
 };
+
+/// Fills a new database at `path` with nothing but the bare statements.
+inline void makeBare(const QString &path, const QByteArray &schema, const std::deque<TableRows> &tables)
+{
+    QFile::remove(path);
+    const Db db = openBare(path);
+    runBare(db.get(), "PRAGMA cache_size=-65536");
+    runBare(db.get(), schema);
+    runBare(db.get(), "begin");
+    for (const TableRows &table : tables)
+        table.insertInto(db.get());
+    runBare(db.get(), "commit");
+}
 
 /// What makes the tables, indexes and triggers of a finished database.
 inline QByteArray schemaOf(sqlite3 *db)

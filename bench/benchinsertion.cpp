@@ -112,17 +112,7 @@ void compareInsertion(const QTemporaryDir &dir)
         for (const char *table : {"chat", "handle", "chat_handle_join", "message", "chat_message_join"})
             tables.emplace_back(full.get(), table);
     }
-    const auto bareInserts = [&] {
-        const QString path = dir.filePath(u"bare.db"_s);
-        QFile::remove(path);
-        const Db db = openBare(path);
-        runBare(db.get(), "PRAGMA cache_size=-65536");
-        runBare(db.get(), schema);
-        runBare(db.get(), "begin");
-        for (const TableRows &table : tables)
-            table.insertInto(db.get());
-        runBare(db.get(), "commit");
-    };
+    const auto bareInserts = [&] { makeBare(dir.filePath(u"bare.db"_s), schema, tables); };
     compareWithFloor(
         "200,000 messages into an empty Local Database", 2.0, rounds,
         [&] {

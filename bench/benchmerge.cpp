@@ -33,17 +33,7 @@ public:
         for (const char *table : {"message", "chat_message_join", "message_attachment_join"})
             tables.emplace_back(db.get(), table);
     }
-    void insert() const
-    {
-        QFile::remove(path);
-        const Db db = openBare(path);
-        runBare(db.get(), "PRAGMA cache_size=-65536");
-        runBare(db.get(), schema);
-        runBare(db.get(), "begin");
-        for (const TableRows &table : tables)
-            table.insertInto(db.get());
-        runBare(db.get(), "commit");
-    }
+    void insert() const { makeBare(path, schema, tables); }
 
 private:
     QString path;

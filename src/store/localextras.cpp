@@ -55,8 +55,13 @@ QString updateSql()
     return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
 }
 
-constexpr auto madeUpChats = "chat_identifier = 'no-conversation' or guid glob 'SMS;-;unknown[0-9]*' or guid "
-                             "glob 'SMS;-;unknown-[0-9]*'"_L1;
+// Recovery makes these for messages under an address that nobody knows.
+constexpr auto unknownChats = "guid glob 'SMS;-;unknown[0-9]*' or guid glob 'SMS;-;unknown-[0-9]*'"_L1;
+
+QString madeUpChats()
+{
+    return "chat_identifier = 'no-conversation' or "_L1 + unknownChats;
+}
 
 } // namespace
 
@@ -199,7 +204,7 @@ void LocalExtras::updateText(qint64 messageId, const _MsgMessage &message, const
 
 QSet<qint64> LocalExtras::recentlyDeleted()
 {
-    return rowids("select rowid from message where _delete_date > 0");
+    return rowids(u"select rowid from message where _delete_date > 0"_s);
 }
 
 void LocalExtras::takeBackDeletion(qint64 messageId)
@@ -214,7 +219,7 @@ QSet<qint64> LocalExtras::recovered()
     // A file that is only read may be older.
     if (!db.tbInfo(u"message"_s).contains(u"_is_recovered"_s))
         return {};
-    return rowids("select rowid from message where _is_recovered > 0");
+    return rowids(u"select rowid from message where _is_recovered > 0"_s);
 }
 
 void LocalExtras::setRecovered(qint64 messageId, bool isRecovered)
@@ -228,21 +233,21 @@ void LocalExtras::setRecovered(qint64 messageId, bool isRecovered)
 QSet<qint64> LocalExtras::withoutConversation()
 {
     return rowids(
-        "select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid "
-        "where c.chat_identifier = 'no-conversation'");
+        u"select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid "
+        "where c.chat_identifier = 'no-conversation'"_s);
 }
 
 QSet<qint64> LocalExtras::ofUnknownAddress()
 {
-    return rowids("select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = "
-                  "c.rowid where c.guid glob 'SMS;-;unknown[0-9]*' or c.guid glob 'SMS;-;unknown-[0-9]*'");
+    return rowids(u"select message_id from chat_message_join where chat_id in (select rowid from chat where "
+                  "%1)"_s.arg(unknownChats));
 }
 
 // As an update: a row that leaves a chat would have the file look for orphans among all messages.
 void LocalExtras::moveToChat(qint64 messageId, qint64 chatId)
 {
     Sqlite3Sql sql(u"update or replace chat_message_join set chat_id=? where message_id=? and chat_id in "
-                   "(select rowid from chat where %1)"_s.arg(madeUpChats));
+                   "(select rowid from chat where %1)"_s.arg(madeUpChats()));
     sql.addInt64Param(chatId);
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
@@ -261,10 +266,10 @@ void LocalExtras::updateOrigin(qint64 messageId, int date, qint64 handleId, cons
 void LocalExtras::dropEmptyMadeUpChats()
 {
     db.executeThrow(Sqlite3Sql(u"delete from chat where (%1) and not exists (select 1 from "
-                               "chat_message_join where chat_id = chat.rowid)"_s.arg(madeUpChats)));
+                               "chat_message_join where chat_id = chat.rowid)"_s.arg(madeUpChats())));
 }
 
-QSet<qint64> LocalExtras::rowids(const char *sql)
+QSet<qint64> LocalExtras::rowids(const QString &sql)
 {
     QSet<qint64> rows;
     Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(sql));

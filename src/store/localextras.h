@@ -66,7 +66,7 @@ public:
 private:
     void readReactions(_MsgStore &store);
     void readPartTexts(_MsgStore &store);
-    QSet<qint64> rowids(const char *sql);
+    QSet<qint64> rowids(const QString &sql);
 
     Sqlite3DB &db;
 };
