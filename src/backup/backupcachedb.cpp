@@ -7,13 +7,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-Sqlite3Sql lookUp(const QString &fileName)
-{
-    Sqlite3Sql sql("select last_date from manifest where file_name like ?");
-    sql.addTextParam(fileName);
-    return sql;
-}
-
 QString schema()
 {
     QFile file(u":res/cache_db.sql"_s);
@@ -42,8 +35,6 @@ void BackupCacheDb::open()
     if (db.isOpen())
         return;
     db.openThrow(path, QFile::exists(path) ? sqliteReadWrite : sqliteReadWriteCreate);
-    // Lets "like" with a whole name use the index.
-    execute(u"PRAGMA case_sensitive_like=ON"_s);
     // A run that was killed early may have left an empty file.
     if (db.tbInfo(u"manifest"_s).isEmpty())
         execute(schema());
@@ -57,41 +48,26 @@ void BackupCacheDb::execute(const QString &sql)
         throw std::runtime_error(u"%1: %2"_s.arg(path, error).toStdString());
 }
 
-int BackupCacheDb::lastDate(const QString &fileName)
+std::optional<int> BackupCacheDb::keptDate(const QString &fileName)
 {
     open();
-    Sqlite3Cursor cursor = db.queryThrow(lookUp(fileName));
-    return cursor.moveNextThrow() ? cursor.getInt(0) : 0;
+    Sqlite3Sql sql("select last_date from manifest where file_name=?");
+    sql.addTextParam(fileName);
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    return cursor.moveNextThrow() ? std::optional(cursor.getInt(0)) : std::nullopt;
+}
+
+int BackupCacheDb::lastDate(const QString &fileName)
+{
+    return keptDate(fileName).value_or(0);
 }
 
 void BackupCacheDb::setLastDate(const QString &fileName, int date)
 {
     open();
-    Sqlite3Cursor cursor = db.queryThrow(lookUp(fileName));
-    const bool isKnown = cursor.moveNextThrow();
-    if (isKnown && cursor.getInt(0) == date)
-        return;
-    if (isKnown)
-        updateDate(fileName, date);
-    else
-        insertDate(fileName, date);
-}
-
-void BackupCacheDb::insertDate(const QString &fileName, int date)
-{
-    Sqlite3Sql sql("insert into manifest(file_name,last_date) values(?,?)");
+    Sqlite3Sql sql("replace into manifest(file_name,last_date) values(?,?)");
     sql.addTextParam(fileName);
     sql.addIntParam(date);
-    db.executeThrow(sql);
-}
-
-// The order of the values is the insert's, so the update finds no row. As text the date lets "like" use
-// the index.
-void BackupCacheDb::updateDate(const QString &fileName, int date)
-{
-    Sqlite3Sql sql("update manifest set last_date=? where file_name like ?");
-    sql.addTextParam(fileName);
-    sql.addTextParam(QString::number(date));
     db.executeThrow(sql);
 }
 
@@ -101,6 +77,15 @@ void BackupCacheDb::removeEntry(const QString &fileName)
     Sqlite3Sql sql("delete from manifest where file_name=?");
     sql.addTextParam(fileName);
     db.executeThrow(sql);
+}
+
+void BackupCacheDb::forgetNow(const QString &fileName)
+{
+    if (!keptDate(fileName))
+        return;
+    removeEntry(fileName);
+    db.commitTran();
+    db.beginTran();
 }
 
 void BackupCacheDb::commit()

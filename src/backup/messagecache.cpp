@@ -132,6 +132,7 @@ void MessageCache::copyFile(const _ManifestNode &node, const QString &name, cons
         removeLeftOvers(node, *target);
     else if (const QString damage = manifest.damageOf(node.record); !damage.isEmpty())
         return qWarning("%ls is left out: %ls", qUtf16Printable(*target), qUtf16Printable(damage));
+    cacheDb.forgetNow(hash);
     replaceFile(node, *target);
     cacheDb.setLastDate(hash, date);
 }

@@ -237,8 +237,25 @@ void TestBackup::onlyChangedFilesAreCopiedAgain()
     cache(BackupBuilder(others).file(home, smsDb, "new").mtime(2000));
     QCOMPARE(found(), QStringList({u"SMS/sms.db"_s, dates}));
     QCOMPARE(bytesOf(database), "new"_ba);
-    cache(others.file(home, smsDb, "newer").mtime(2000)); // the old date stays, so the copy comes again
-    QCOMPARE(bytesOf(database), "newer"_ba);
+    cache(BackupBuilder(others).file(home, smsDb, "unseen").mtime(2000)); // a copy is known by its new date
+    QCOMPARE(bytesOf(database), "new"_ba);
+    cache(BackupBuilder(others).file(home, smsDb, "old").mtime(1000)); // the folder was put back
+    QCOMPARE(bytesOf(database), "old"_ba);
+    open(BackupBuilder(others).file(home, smsDb, "killed").mtime(3000).file(home, u"Library/SMS/z"_s, "z"));
+    resultOfChild([this] {
+        RecordingProgress progress;
+        progress.act = [&] {
+            if (bytesOf(cached(u"SMS/sms.db"_s)) == "killed"_ba)
+                _exit(1);
+            ++progress.actAtUpdate;
+        };
+        progress.actAtUpdate = 1;
+        cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+        return QString();
+    });
+    QCOMPARE(bytesOf(database), "killed"_ba);
+    cache(others.file(home, smsDb, "old").mtime(1000));
+    QCOMPARE(bytesOf(database), "old"_ba);
 }
 
 void TestBackup::anEmptyFileIsAFolder()
