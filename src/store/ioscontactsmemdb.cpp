@@ -105,11 +105,11 @@ void IOSContactsMemDb::openDb()
     // Where the folder can't be written, the copy in memory serves this time.
 }
 
-/// Opens the cache if it is as new as its source and was made for this country: its numbers are in the
-/// normal form of that one. A damaged cache is logged and counts as none.
+/// Opens the cache if it is exactly as old as its source and was made for this country: its numbers are in
+/// the normal form of that one. A damaged cache is logged and counts as none.
 bool IOSContactsMemDb::openCache(qint64 sourceTime)
 {
-    if (!QFile::exists(cacheFile()) || modificationTime(cacheFile()) < sourceTime)
+    if (!QFile::exists(cacheFile()) || modificationTime(cacheFile()) != sourceTime)
         return false;
     try {
         openThrow(cacheFile(), sqliteReadOnly);
