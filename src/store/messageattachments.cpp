@@ -23,8 +23,8 @@ using AttachmentField = RecordField<_MsgAttachment>;
 constexpr std::array attachmentFields = {
     AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
     AttachmentField{"guid"_L1, &_MsgAttachment::guid},
-    AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
-    AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
+    AttachmentField{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}},
+    AttachmentField{"start_date"_L1, RecordDate{&_MsgAttachment::start_date}},
     AttachmentField{"filename"_L1, &_MsgAttachment::filename},
     AttachmentField{"uti"_L1, repeatingText(&_MsgAttachment::uti)},
     AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
@@ -44,8 +44,8 @@ constexpr std::array attachmentFields = {
 constexpr std::array madridFields = {
     AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
     AttachmentField{"attachment_guid"_L1, &_MsgAttachment::guid},
-    AttachmentField{"created_date"_L1, &_MsgAttachment::created_date},
-    AttachmentField{"start_date"_L1, &_MsgAttachment::start_date},
+    AttachmentField{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}},
+    AttachmentField{"start_date"_L1, RecordDate{&_MsgAttachment::start_date}},
     AttachmentField{"filename"_L1, &_MsgAttachment::filename},
     AttachmentField{"uti_type"_L1, repeatingText(&_MsgAttachment::uti)},
     AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
@@ -74,7 +74,7 @@ template <size_t size>
 void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fields, const QDir &root,
               _MsgStore &store)
 {
-    RecordReader<_MsgAttachment> reader(cursor, fields);
+    RecordReader<_MsgAttachment> reader(cursor, fields, {}, DateUnit::EachItsOwn);
     const int rowid = cursor.columnIndex(u"rowid"_s);
     const int messageId = cursor.columnIndex(u"message_id"_s);
     const int incoming = cursor.columnIndex(u"is_incoming"_s); // before iOS 6

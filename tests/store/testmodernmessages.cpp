@@ -48,13 +48,18 @@ private:
 
 void TestModernMessages::tellsTheUnitOfEachDate()
 {
-    SmsDbBuilder builder = phone().chat(ann).received(u"a"_s).sent(u"b"_s).sent(u"c"_s);
+    SmsDbBuilder builder = phone().chat(ann).received(u"a"_s).attachment(u"a.jpg"_s).sent(u"b"_s);
+    builder.sent(u"c"_s);
     runOn(builder.chat(ben).sent(u"d"_s).write(),
           u"update message set date=700000000 where rowid=1;"
           "update message set date=700000060999999999, date_read=700000070000000000 where rowid=2;"
           "update message set date=700000030, date_delivered=-5 where rowid=3;"
-          "update message set date='no number' where rowid=4"_s);
-    const _MsgStorePtr store = read();
+          "update message set date='no number' where rowid=4;"
+          "update attachment set created_date=700000060999999999, start_date=700000030"_s);
+    _MsgStorePtr store = read();
+    openMessageDb(root->path(), u"214"_s)->attachments(store);
+    const _MsgAttachment *picture = store->attachments.value(1);
+    QCOMPARE(QList({picture->created_date, picture->start_date}), QList({700000060, 700000030}));
     QCOMPARE(store->messages.value(1)->date, 700000000);
     QCOMPARE(store->messages.value(2)->date, 700000060);
     QCOMPARE(store->messages.value(2)->date_read, 700000070);
