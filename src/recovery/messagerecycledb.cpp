@@ -8,7 +8,6 @@
 #include <QRegularExpression>
 
 #include <array>
-#include <limits>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -42,6 +41,9 @@ constexpr auto schema =
 
 // Pages that SQLite keeps in memory, in KiB when negative: guids land all over their index.
 constexpr auto cachePages = "PRAGMA cache_size=-65536";
+
+// Recovered messages have the numbers below, which no row of a file has.
+constexpr qint64 aboveRecovered = -2047483648;
 
 using MessageField = RecordField<_MsgMessage>;
 using HandleField = RecordField<_MsgHandle>;
@@ -305,7 +307,7 @@ QList<_RecycleMessage> MessageRecycleDb::loadMessages()
     while (cursor.moveNextThrow()) {
         _RecycleMessage recycled{*reader.read(cursor), cursor.getText(chatIdentifier),
                                  cursor.getText(handle)};
-        recycled.message.rowid = std::numeric_limits<qint32>::min() - recycled.message.rowid;
+        recycled.message.rowid = aboveRecovered - recycled.message.rowid;
         messages.append(recycled);
     }
     return messages;

@@ -362,7 +362,7 @@ void TestDeletedMessages::damagedGuidsAreReplaced()
     QVERIFY(db.findMessage(words) > 0);
     QVERIFY(db.findMessage(wordless.message) == 0 && db.findWordless(wordless) > 0);
     QVERIFY(isGuid(db.loadMessages().first().message.guid));
-    QCOMPARE(db.loadMessages().last().message.rowid, -2147483650);
+    QCOMPARE(db.loadMessages().last().message.rowid, -2047483650);
     words.is_from_me = 1;
     QCOMPARE(db.findMessage(words), 0);
     const qint64 rowid = db.insertMessage(words, ann, ann, 4);
