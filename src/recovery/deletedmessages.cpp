@@ -2,6 +2,7 @@
 
 #include "countrylibdb.h"
 #include "deletedrowsearch.h"
+#include "ios5liverows.h"
 #include "ios5messagedb.h"
 #include "ios6messagedb.h"
 #include "messagerecycledb.h"
@@ -113,6 +114,13 @@ private:
     QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
 };
 
+void removeLive(QList<_RecycleMessage> &messages, IOS5MessageDb &phone)
+{
+    CountryLibDb countries(phone.countryCode());
+    const Ios5LiveRows live(phone, countries);
+    messages.removeIf([&](const _RecycleMessage &recycled) { return live.contains(recycled); });
+}
+
 /// The people of chats that were made anew have names too.
 void nameNewcomers(AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &before)
 {
@@ -151,6 +159,7 @@ int recoverMessages(IOS6MessageDb &db, MessageRecycleDb &recycle, const QList<_M
 int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
 {
     CountryLibDb countries(db.countryCode());
+    const Ios5LiveRows live(db, countries);
     const auto keep = [&](const Sqlite3RawRow &row) {
         const std::optional<_RecycleMessage> recycled = rowToIos5Message(row, countries);
         if (!recycled)
@@ -159,7 +168,7 @@ int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *p
         if (isKnown(recycle, *recycled, isSms ? Guid::Made : guidOf(recycled->message)))
             return 0;
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
-        return 1;
+        return live.contains(*recycled) ? 0 : 1;
     };
     DeletedRowSearch search(db, recycle, progress);
     return search.run({u"message"_s, ios5MessageColumns(), isPlausibleIos5Row, keep, keep});
@@ -174,6 +183,8 @@ void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
     if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
         messages.removeIf(
             [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
+    if (auto *phone = dynamic_cast<IOS5MessageDb *>(&db))
+        removeLive(messages, *phone);
     const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
     nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));
