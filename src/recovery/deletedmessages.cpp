@@ -8,6 +8,8 @@
 #include "messagerecycledb.h"
 #include "messagestore.h"
 #include "openmessagedb.h"
+#include "rawvalues.h"
+#include "reactions.h"
 
 #include <QFile>
 
@@ -33,12 +35,24 @@ Guid guidOf(const _MsgMessage &message)
     return isGuid(message.guid) ? Guid::Own : Guid::Made;
 }
 
+/// Place of a column in the rows of "message"; -1 where there is none.
+qsizetype columnPlace(AbsDb &db, const char *name)
+{
+    Sqlite3Sql sql("select cid from pragma_table_info('message') where name=?");
+    sql.addTextParam(QLatin1StringView(name));
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    return cursor.moveNextThrow() ? cursor.getInt(0) : -1;
+}
+
 /// Ties deleted messages of iOS 6 and later to chats, and keeps them.
 class Ios6Keeper
 {
 public:
     Ios6Keeper(IOS6MessageDb &source, MessageRecycleDb &target, const QList<_MsgChat *> &chats)
-        : db(source), recycle(target), hasMessages(!source.tbInfo(u"message"_s).isEmpty())
+        : db(source)
+        , recycle(target)
+        , hasMessages(!source.tbInfo(u"message"_s).isEmpty())
+        , reactionColumn(columnPlace(source, "associated_message_type"))
     {
         QList<const _MsgChat *> sorted(chats.begin(), chats.end());
         std::sort(sorted.begin(), sorted.end(),
@@ -79,8 +93,17 @@ private:
         }
     }
 
+    /// It belongs to another message, and the recycle database can't hold to which.
+    bool isReaction(const Sqlite3RawRow &row) const
+    {
+        return reactionColumn >= 0 && reactionColumn < row.values.size() &&
+               isReactionType(intOf(row.values.at(reactionColumn)));
+    }
+
     std::optional<_RecycleMessage> messageOf(const Sqlite3RawRow &row)
     {
+        if (isReaction(row))
+            return std::nullopt;
         std::optional<_RecycleMessage> recycled = rowToIos6Message(row);
         if (!recycled || recycled->message.item_type != 0)
             return std::nullopt;
@@ -111,6 +134,7 @@ private:
     IOS6MessageDb &db;
     MessageRecycleDb &recycle;
     bool hasMessages;
+    qsizetype reactionColumn;
     QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
 };
 

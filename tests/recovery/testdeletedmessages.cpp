@@ -144,6 +144,12 @@ void TestDeletedMessages::findsWhatIsLeft_data()
     QTest::newRow("but pages tell their own") << Ios7 << 4096 << 30 << stretch << u"28-33"_s;
     QTest::newRow("iOS 11") << Ios11 << 4096 << 30 << stretch << u"32-33"_s;
     QTest::newRow("words of iOS 26 are in the body") << Ios26 << 4096 << 30 << stretch << u"32-33"_s;
+    QTest::newRow("reactions are no messages")
+        << Ios11 << 4096 << 30
+        << u"=0; update message set associated_message_type=2000 where rowid=33; delete from message where "
+           "rowid "_s +
+               stretch
+        << u"32"_s;
     QTest::newRow("iOS 5") << Ios5 << 4096 << 30 << three << u"4-6"_s;
     QTest::newRow("iOS 5 rows that only moved") << Ios5 << 1024 << 30 << three << u"6"_s;
     QTest::newRow("overwritten in part")
