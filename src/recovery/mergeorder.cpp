@@ -12,7 +12,8 @@ constexpr qint64 nearDates = 120; // seconds
 
 bool standClose(const MergeItem &a, const MergeItem &b)
 {
-    return std::abs(a.rowid - b.rowid) <= nearRows && std::abs(a.date - b.date) <= nearDates;
+    return a.rowid != 0 && b.rowid != 0 && std::abs(a.rowid - b.rowid) <= nearRows &&
+           std::abs(a.date - b.date) <= nearDates;
 }
 
 bool isOlder(const MergeItem &a, const MergeItem &b)
@@ -20,11 +21,12 @@ bool isOlder(const MergeItem &a, const MergeItem &b)
     return a.date < b.date;
 }
 
-/// Puts out rows in their order: always the oldest one that no row close before it has to go ahead of.
-class PhoneOrder
+/// Puts out rows of one file in their order: always the oldest one that no row close before it has to go
+/// ahead of.
+class FileOrder
 {
 public:
-    explicit PhoneOrder(const std::vector<MergeItem> &phoneRows) : rows(phoneRows), waitsFor(rows.size(), 0)
+    explicit FileOrder(const std::vector<MergeItem> &byRowid) : rows(byRowid), waitsFor(rows.size(), 0)
     {
         for (size_t i = 0; i < rows.size(); ++i) {
             forEachCloseBehind(i, [this](size_t behind) { ++waitsFor[behind]; });
@@ -53,6 +55,8 @@ private:
     template <typename Visit>
     void forEachCloseBehind(size_t i, Visit visit) const
     {
+        if (rows[i].rowid == 0) // of these there may be many
+            return;
         for (size_t k = i + 1; k < rows.size() && rows[k].rowid - rows[i].rowid <= nearRows; ++k) {
             if (standClose(rows[i], rows[k]))
                 visit(k);
@@ -72,29 +76,34 @@ private:
     std::priority_queue<size_t, std::vector<size_t>, IsLater> free{IsLater{rows}};
 };
 
+std::vector<MergeItem> ordered(const std::vector<MergeItem> &byRowid)
+{
+    // Most phones need nothing: their rows came in the order of their dates.
+    const bool isOrdered = std::is_sorted(byRowid.begin(), byRowid.end(), isOlder);
+    return isOrdered ? byRowid : FileOrder(byRowid).ordered();
+}
+
 } // namespace
 
 bool mergesBefore(const MergeItem &a, const MergeItem &b)
 {
-    const bool isOfPhone = !a.message;
-    if (isOfPhone && !b.message && standClose(a, b))
+    const bool isOfOneFile = !a.message == !b.message;
+    if (isOfOneFile && standClose(a, b))
         return a.rowid < b.rowid;
     if (a.date != b.date)
         return a.date < b.date;
-    return isOfPhone && b.message;
+    return !a.message && b.message;
 }
 
 std::vector<MergeItem> mergeOrder(const std::vector<MergeItem> &phoneRows, std::vector<MergeItem> chosen)
 {
-    std::stable_sort(chosen.begin(), chosen.end(), isOlder);
-    // Most phones need nothing: their rows came in the order of their dates.
-    const std::vector<MergeItem> ordered = std::is_sorted(phoneRows.begin(), phoneRows.end(), isOlder)
-                                               ? phoneRows
-                                               : PhoneOrder(phoneRows).ordered();
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [](const MergeItem &a, const MergeItem &b) { return a.rowid < b.rowid; });
+    chosen = ordered(chosen);
     std::vector<MergeItem> merged;
-    merged.reserve(ordered.size() + chosen.size());
+    merged.reserve(phoneRows.size() + chosen.size());
     auto next = chosen.cbegin();
-    for (const MergeItem &row : ordered) {
+    for (const MergeItem &row : ordered(phoneRows)) {
         while (next != chosen.cend() && isOlder(*next, row))
             merged.push_back(*next++);
         merged.push_back(row);

@@ -28,6 +28,12 @@ QString quoted(QString name)
     return u'"' + name.replace(u'"', "\"\""_L1) + u'"';
 }
 
+/// The number that tells the order in the source; 0 where only the date does.
+qint64 rowInSource(const _MsgMessage &message)
+{
+    return message.isRecovered ? 0 : message.src_rowid;
+}
+
 /// The statement that copies the rows of `table` whose `key` lies between ?2 and ?3; ?1 is added to it.
 QString copyStatement(Sqlite3DB &db, const QString &table, const QString &key)
 {
@@ -119,7 +125,7 @@ void MessageMerge::choose(const QList<_MsgMessage *> &messages)
         if (isTwin || db.messageRowid(message->guid) != 0)
             known.append(message);
         else
-            fresh.push_back({0, message->date, message});
+            fresh.push_back({rowInSource(*message), message->date, message});
     }
 }
 

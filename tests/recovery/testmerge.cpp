@@ -160,14 +160,17 @@ void TestMerge::ordersWhateverCircles()
     const _MsgMessage message;
     for (int round = 0; round < 3000; ++round) {
         const int spread = round % 2 ? 300 : 100'000; // seconds
-        std::vector<MergeItem> rows;
-        std::vector<MergeItem> added;
-        qint64 rowid = 0;
-        for (int i = random.bounded(60); i > 0; --i)
-            rows.push_back(
-                {rowid += 1 + random.bounded(round % 3 ? 2 : 15), random.bounded(spread), nullptr});
-        for (int i = random.bounded(20); i > 0; --i)
-            added.push_back({0, random.bounded(spread), &message});
+        const auto makeRows = [&](int most, const _MsgMessage *chosenOne) {
+            std::vector<MergeItem> rows;
+            qint64 rowid = 0;
+            for (int i = random.bounded(most); i > 0; --i)
+                rows.push_back(
+                    {rowid += 1 + random.bounded(round % 3 ? 2 : 15), random.bounded(spread), chosenOne});
+            return rows;
+        };
+        const std::vector<MergeItem> rows = makeRows(60, nullptr);
+        std::vector<MergeItem> added = makeRows(20, &message);
+        added.push_back({0, random.bounded(spread), &message});
         const std::vector<MergeItem> merged = mergeOrder(rows, added);
         QCOMPARE(merged.size(), rows.size() + added.size());
         QSet<qint64> found;
@@ -176,7 +179,8 @@ void TestMerge::ordersWhateverCircles()
                 found.insert(merged[i].rowid);
             QVERIFY(i == 0 || !mergesBefore(merged[i], merged[i - 1]));
             for (size_t k = 0; k < i; ++k) {
-                const bool isClose = !merged[i].message && !merged[k].message &&
+                const bool isClose = merged[i].message == merged[k].message && merged[i].rowid != 0 &&
+                                     merged[k].rowid != 0 &&
                                      std::abs(merged[i].rowid - merged[k].rowid) < 21 &&
                                      std::abs(merged[i].date - merged[k].date) < 121;
                 QVERIFY(!isClose || merged[k].rowid < merged[i].rowid);
@@ -208,16 +212,17 @@ void TestMerge::keepsAllThatThePhoneHeld()
     Records records(u"N"_s);
     records.chat(u"+34612345678"_s).received(u"before all"_s).last().date = start - 1;
     records.received(u"between \U0001F600"_s).last().date = start + 10;
+    records.received(u"as the clock was set back"_s).last().date = start + 5;
     records.group({u"+34611111111"_s, u"+34622222222"_s}).received(u"new group"_s).last().date = start + 2000;
-    QCOMPARE(merge(records.list()).written, 3);
+    QCOMPARE(merge(records.list()).written, 4);
     QCOMPARE(rowsOf(databasePath(), u"pragma integrity_check"_s), QStringList(u"ok"_s));
     QCOMPARE(keptContent(databasePath()), keptBefore);
     QStringList after = grownContent(databasePath());
     for (const QString &row : before)
         QVERIFY2(after.removeOne(row), qPrintable(row));
-    QCOMPARE(after.filter(u"'N-"_s).size(), 3);
+    QCOMPARE(after.filter(u"'N-"_s).size(), 4);
     QCOMPARE(rowsOf(databasePath(), u"select group_concat(substr(text, 1, 6), ',') from message"_s),
-             QStringList(u"last,before,one,betwee,two,four,five \U0001F600,three,nobody,new gr"_s));
+             QStringList(u"last,before,one,betwee,as the,two,four,five \U0001F600,three,nobody,new gr"_s));
     QCOMPARE(rowsOf(databasePath(), u"select count(*) from chat where properties not null"_s),
              QStringList(u"0"_s));
     const QHash<QString, QByteArray> files = filesOf(backup);
