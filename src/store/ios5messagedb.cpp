@@ -3,6 +3,7 @@
 #include "chatlinks.h"
 #include "messageattachments.h"
 #include "messagestore.h"
+#include "noconversation.h"
 #include "openmessagedb.h"
 #include "participants.h"
 #include "recordreader.h"
@@ -121,6 +122,20 @@ std::unique_ptr<_MsgChat> madridChat(const Sqlite3Cursor &row, const QString &id
     return chat;
 }
 
+/// Adds somebody whom no row of the file stands for.
+_MsgHandle *addHandle(_MsgStore &store, MessageDbParts &parts, const QString &id, const QString &service)
+{
+    qint64 rowid = ~qint64(store.handles.size());
+    while (store.handles.contains(rowid)) // a member of a group with a negative number
+        --rowid;
+    auto handle = std::make_unique<_MsgHandle>();
+    handle->rowid = rowid;
+    handle->service = service;
+    handle->id = id;
+    parts.nameHandle(*handle);
+    return *store.handles.insert(rowid, handle.release());
+}
+
 QString messageQuery(qint64 chatId)
 {
     QString sql = u"select m.* from message as m"_s;
@@ -186,6 +201,12 @@ private:
             message.handle = *chat.handles.cbegin();
     }
 
+    void putElsewhere(_MsgMessage &message)
+    {
+        message.chat = &noConversation(store);
+        links.addDated(*message.chat, message, false);
+    }
+
     QString partnerAddress()
     {
         return partners.text(cursor.getUtf8(handle),
@@ -198,8 +219,10 @@ private:
         const QString room = sharedText(roomname);
         const QString partner = partnerAddress();
         _MsgChat *chat = byIdentifier.value(room.isEmpty() ? partner : room);
-        if (!chat)
-            return;
+        if (!chat) {
+            message.handle = stranger(partner, message.service);
+            return putElsewhere(message);
+        }
         putIntoChat(message, *chat);
         if (chat->handles.size() > 1 && message.is_from_me == 0)
             message.handle = chat->handles.value(partner);
@@ -213,12 +236,24 @@ private:
         message.date_delivered = message.date;
         message.is_from_me = cursor.getInt(flags) == sentFlags ? 1 : 0;
         _MsgChat *chat = store.chats.value(cursor.getInt64(groupId));
-        if (!chat)
-            return;
+        if (!chat) {
+            message.handle = stranger(writer(), message.service);
+            return putElsewhere(message);
+        }
         putIntoChat(message, *chat);
         if (chat->handles.size() > 1 && message.is_from_me == 0)
-            message.handle =
-                chat->handles.value(parts.normalAddress(sharedText(country), sharedText(address)));
+            message.handle = chat->handles.value(writer());
+    }
+
+    QString writer() { return parts.normalAddress(sharedText(country), sharedText(address)); }
+
+    /// Somebody who takes part in no chat; null where the row names nobody.
+    _MsgHandle *stranger(const QString &id, const QString &service)
+    {
+        if (id.isEmpty())
+            return nullptr;
+        _MsgHandle *&known = strangers[{id, service}];
+        return known ? known : known = addHandle(store, parts, id, service);
     }
 
     const Sqlite3Cursor &cursor;
@@ -229,7 +264,8 @@ private:
     RecordReader<_MsgMessage> madrid;
     ChatLinks links;
     SharedTexts shared;
-    SharedTexts partners; // in normal form, by what is stored
+    SharedTexts partners;                                       // in normal form, by what is stored
+    QHash<std::pair<QString, QString>, _MsgHandle *> strangers; // by address and service
     // Positions of columns.
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
 };
@@ -270,8 +306,9 @@ void IOS5MessageDb::chats(_MsgStorePtr &store)
 void IOS5MessageDb::readGroups(_MsgStore &store)
 {
     Sqlite3Cursor cursor =
-        queryThrow(Sqlite3Sql("select g.*,m.date-978307200 as last_date from msg_group as g inner join "
-                              "message as m on g.newest_message=m.rowid"));
+        queryThrow(Sqlite3Sql("select g.*, coalesce(m.date, (select max(date) from message where group_id = "
+                              "g.rowid)) - 978307200 as last_date from msg_group as g left join message as m "
+                              "on g.newest_message = m.rowid where last_date is not null"));
     while (cursor.moveNextThrow()) {
         const qint64 rowid = cursor.getInt64(u"rowid"_s);
         if (store.chats.contains(rowid))
@@ -333,16 +370,8 @@ IOS5MessageDb::ChatsByIdentifier IOS5MessageDb::readMadridChats(_MsgStore &store
 void IOS5MessageDb::addParticipants(_MsgStore &store, _MsgChat &chat, const QStringList &participants)
 {
     for (const QString &participant : participants) {
-        qint64 rowid = ~qint64(store.handles.size());
-        while (store.handles.contains(rowid)) // a member of a group with a negative number
-            --rowid;
-        auto handle = std::make_unique<_MsgHandle>();
-        handle->rowid = rowid;
-        handle->service = u"iMessage"_s;
-        handle->id = parts.normalAddress(participant);
-        parts.nameHandle(*handle);
-        chat.handles.insert(handle->id, handle.get());
-        store.handles.insert(rowid, handle.release());
+        _MsgHandle *handle = addHandle(store, parts, parts.normalAddress(participant), u"iMessage"_s);
+        chat.handles.insert(handle->id, handle);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "localschema.h"
 #include "messageattachments.h"
 #include "messagerows.h"
+#include "noconversation.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
 #include "untoucheddb.h"
@@ -205,6 +206,21 @@ QString IOS6MessageDb::messageQuery(qint64 chatId)
     return sql;
 }
 
+// Messages that no row of a chat names. Their writers need not take part in a chat.
+void IOS6MessageDb::readUnplaced(_MsgStore &store, MessageRows &rows)
+{
+    QString text = u"select m.* from message as m where m.rowid not in (select j.message_id from "
+                   "chat_message_join as j inner join chat as c on c.rowid = j.chat_id where j.message_id is "
+                   "not null)"_s;
+    if (const QString shown = shownCondition(); !shown.isEmpty())
+        text += u" and "_s + shown;
+    const Sqlite3Sql sql(text);
+    if (!queryThrow(sql).moveNextThrow())
+        return;
+    readLooseHandles(store);
+    rows.readUnplaced(queryThrow(sql), noConversation(store));
+}
+
 void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
@@ -219,7 +235,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
         readModernMessages(*store, rows, chatId);
         return;
     }
-    rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    const bool areAllPlaced = rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
+    const bool isComplete = areAllPlaced && store->messages.size() == rowCount(u"message"_s);
+    if (chatId == 0 && !isComplete)
+        readUnplaced(*store, rows);
     rows.finish();
     if (holdsExtras)
         LocalExtras(*this).read(*store);

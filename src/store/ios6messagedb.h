@@ -101,6 +101,7 @@ private:
     void deriveNewestDates(_MsgStore &store, const char *sql);
     void readHandles(_MsgStore &store, const char *sql);
     QString messageQuery(qint64 chatId);
+    void readUnplaced(_MsgStore &store, MessageRows &rows);
     void completeHandle(_MsgHandle &handle);
     qint64 firstRowid(const Sqlite3Sql &sql);
     QSet<qint64> chatsOf(qint64 messageId);

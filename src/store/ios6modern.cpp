@@ -5,7 +5,7 @@
 
 #include "appledates.h"
 #include "messagerows.h"
-#include "messagestore.h"
+#include "noconversation.h"
 #include "typedstream.h"
 
 #include <QSet>
@@ -14,37 +14,6 @@
 #include <tuple>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-constexpr qint64 lowestChat = -2047483647; // made-up chats from here down can't go onto a phone
-
-/// The chat for messages that stand in none. Of a rowid that is taken, the next free one below.
-_MsgChat &noConversation(_MsgStore &store)
-{
-    qint64 rowid = lowestChat;
-    for (; store.chats.contains(rowid); --rowid) {
-        if (isNoConversation(*store.chats.value(rowid)))
-            return *store.chats.value(rowid);
-    }
-    auto *chat = new _MsgChat;
-    chat->rowid = rowid;
-    chat->guid = u"any;-;"_s + noConversationIdentifier;
-    chat->chat_identifier = noConversationIdentifier;
-    chat->service_name.clear();
-    chat->display_name = QObject::tr("IDS_NO_CONVERSATION");
-    store.chats.insert(rowid, chat);
-    return *chat;
-}
-
-void dropUnused(_MsgStore &store, _MsgChat &chat)
-{
-    if (chat.messages.isEmpty())
-        delete store.chats.take(chat.rowid);
-}
-
-} // namespace
 
 bool IOS6MessageDb::hasModernColumns()
 {

@@ -141,8 +141,9 @@ QStringList MessageRows::columnsOf(const QSet<QString> &existing)
     return columns;
 }
 
-void MessageRows::read(Sqlite3Cursor cursor)
+bool MessageRows::read(Sqlite3Cursor cursor)
 {
+    bool areAllPlaced = true;
     Reader reader(cursor, DateUnit::Seconds);
     const int chatColumn = cursor.columnIndex(u"chat_id"_s);
     while (cursor.moveNextThrow()) {
@@ -153,7 +154,9 @@ void MessageRows::read(Sqlite3Cursor cursor)
         }
         link(store, *message);
         enter(*message, store.chats.value(cursor.getInt64(chatColumn)));
+        areAllPlaced = areAllPlaced && message->chat;
     }
+    return areAllPlaced;
 }
 
 void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &places, _MsgChat *elsewhere)
@@ -174,7 +177,7 @@ void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &pla
         if (here.empty())
             continue;
         if (isReactionType(cursor.getInt(typeColumn)) && !store.messages.contains(key)) {
-            addReaction(reader.read(), here);
+            addReaction(reader.read(), here, elsewhere);
             continue;
         }
         _MsgMessage *&message = store.messages[key];
@@ -186,16 +189,37 @@ void MessageRows::readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &pla
         link(store, *message);
         for (const Place &at : here)
             enterPlaced(*message, store.chats.value(at.chat), at.isDeleted);
+        if (!message->chat)
+            enterPlaced(*message, elsewhere, here.front().isDeleted);
     }
 }
 
-void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places)
+void MessageRows::readUnplaced(Sqlite3Cursor cursor, _MsgChat &elsewhere)
+{
+    Reader reader(cursor, DateUnit::Seconds);
+    while (cursor.moveNextThrow()) {
+        _MsgMessage *&message = store.messages[reader.key()];
+        if (!message) {
+            message = reader.read().release();
+            complete(*message);
+        }
+        link(store, *message);
+        enterPlaced(*message, &elsewhere, message->extras && message->extras->delete_date != 0);
+    }
+}
+
+void MessageRows::addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places,
+                              _MsgChat *elsewhere)
 {
     link(store, *record);
     Reaction &reaction = reactions.try_emplace(reactions.end(), record->rowid)->second;
     reaction.record = std::move(record);
-    for (const Place &place : places)
-        reaction.chats.append(store.chats.value(place.chat));
+    for (const Place &place : places) {
+        if (_MsgChat *chat = store.chats.value(place.chat))
+            reaction.chats.append(chat);
+    }
+    if (reaction.chats.isEmpty() && elsewhere)
+        reaction.chats.append(elsewhere);
 }
 
 void MessageRows::enter(_MsgMessage &message, _MsgChat *chat)
@@ -280,7 +304,7 @@ void MessageRows::settleReactions()
         index.add(*message);
         for (_MsgChat *chat : std::as_const(reaction.chats)) {
             enterPlaced(*message, chat, false);
-            if (chat && chat->_last != 0)
+            if (chat->_last != 0)
                 chat->_last = std::max(chat->_last, message->date);
         }
     }

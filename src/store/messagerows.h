@@ -28,11 +28,16 @@ public:
     explicit MessageRows(_MsgStore &target) : store(target) {}
 
     /// Reads rows of `message`, up to iOS 9 or of a Local Database, with the `chat_id` that they stand in.
-    /// Messages that the store has already are linked, not read again.
-    void read(Sqlite3Cursor cursor);
+    /// Messages that the store has already are linked, not read again. Returns whether the store has the
+    /// chats of all of them.
+    bool read(Sqlite3Cursor cursor);
+
+    /// The same for rows that no chat names: they stand in `elsewhere`.
+    void readUnplaced(Sqlite3Cursor cursor, _MsgChat &elsewhere);
 
     /// Reads rows of a modern phone's `message` by ascending rowid. `places` go by message; a row that none
-    /// of them names stands in `elsewhere`, and is left out when that is null. Reactions wait for `finish`.
+    /// of them names stands in `elsewhere`, and is left out when that is null. One whose chats the store
+    /// lacks stands there too. Reactions wait for `finish`.
     void readPlaced(Sqlite3Cursor cursor, const std::vector<Place> &places, _MsgChat *elsewhere);
 
     /// The columns that are read of a table with these, in lower case: leaving out the rest saves a third
@@ -51,7 +56,7 @@ private:
 
     class Reader;
 
-    void addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places);
+    void addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places, _MsgChat *elsewhere);
     void complete(_MsgMessage &message);
     void complete(_MsgMessage &message, const Place &place);
     void decodeText(_MsgMessage &message);
