@@ -2,14 +2,13 @@
 
 #include "attachmentlist.h"
 #include "messagerecords.h"
+#include "messagewords.h"
 
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPrinter>
-#include <QTextLayout>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -21,57 +20,6 @@ constexpr int lineGap = 5;       // below date and title of a message; pixels, a
 constexpr int messageGap = 30;   // below a message
 constexpr int pageNumberGap = 2; // between the box and the page number
 constexpr int pageNumberHeight = 18;
-
-/// The text, and a line for each attachment.
-QString wordsOf(const _MsgMessage &message, EmojiStyle emoji)
-{
-    QString words = fullText(message, emoji);
-    for (const _MsgAttachment *attachment : shownAttachments(message))
-        words += u'\n' + attachmentLine(*attachment);
-    return words;
-}
-
-/// A text broken into lines of a width. Words break only where they are longer than a line.
-class WrappedText
-{
-public:
-    WrappedText(QString text, const QFont &font, QPaintDevice *device, int width)
-        : layout(text.replace(u'\r', u' ').replace(u'\n', QChar::LineSeparator), font, device)
-    {
-        QTextOption option;
-        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-        layout.setTextOption(option);
-        layout.setCacheEnabled(true); // draws what it measured
-        const qreal leading = QFontMetricsF(font, device).leading();
-        qreal bottom = 0;
-        layout.beginLayout();
-        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-            line.setLineWidth(width);
-            line.setPosition({0, bottom});
-            bottom += line.height() + leading;
-        }
-        layout.endLayout();
-        wholeHeight = int(std::ceil(bottom - leading));
-    }
-
-    int height() const { return wholeHeight; }
-    /// How many characters stand on lines that end above `height`.
-    qsizetype charactersAbove(int height) const
-    {
-        qsizetype count = 0;
-        for (int i = 0; i < layout.lineCount(); ++i) {
-            const QTextLine line = layout.lineAt(i);
-            if (line.y() + line.height() <= height)
-                count = line.textStart() + line.textLength();
-        }
-        return count;
-    }
-    void draw(QPainter &painter, int x, int y) const { layout.draw(&painter, QPointF(x, y)); }
-
-private:
-    QTextLayout layout;
-    int wholeHeight = 0;
-};
 
 } // namespace
 
@@ -107,23 +55,44 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
 {
     if (!painter.isActive())
         return;
-    const int width = right - left + 1;
-    const WrappedText date(dates.systemShort(message.date), font, printer, width);
-    const WrappedText title(titleLine(message), font, printer, width);
-    const WrappedText text(wordsOf(message, emoji), font, printer, width);
-    const int height = date.height() + lineGap + title.height() + lineGap + text.height();
-    ensureRoom(height);
-    if (height > bottom - y + 1)
-        qWarning("message %lld is taller than a page and runs off at its bottom", message.rowid);
+    const QColor colour = message.is_from_me != 0 ? QColor(0, 128, 64) : QColor(0, 0, 255);
+    PageText text(font, printer, right - left + 1, pictures);
+    text.add(dates.systemShort(message.date), PageText::Words::Programs, colour);
+    text.add(titleLine(message), PageText::Words::Programs, colour, lineGap);
+    const qsizetype headLines = text.lines().size();
+    addWords(text, message);
+    const QList<PageText::Line> lines = text.lines();
 
-    painter.setPen(message.is_from_me != 0 ? QColor(0, 128, 64) : QColor(0, 0, 255));
-    date.draw(painter, left, y);
-    y += date.height() + lineGap;
-    title.draw(painter, left, y);
-    y += title.height() + lineGap;
-    painter.setPen(Qt::black);
-    text.draw(painter, left, y);
-    y += text.height() + messageGap;
+    // Of what is taller than a page the head stays with the first line below it.
+    const qreal height = heightOf(lines);
+    const bool fitsOnAPage = height <= bottom - top + 1 - top;
+    if (!hasRoom(fitsOnAPage ? height : heightOf(lines.mid(0, headLines + 1))))
+        startPage();
+    drawLines(lines);
+    y += messageGap;
+}
+
+void SmsPageRenderer::addWords(PageText &text, const _MsgMessage &message) const
+{
+    const auto whose = message.item_type == 0 ? PageText::Words::Peoples : PageText::Words::Programs;
+    const QString own = renderText(message, emoji);
+    if (!own.isEmpty())
+        text.add(own, whose, Qt::black, lineGap);
+    for (const QString &line : wordsUnder(message))
+        text.add(u'[' + withEmoji(line, emoji) + u']', PageText::Words::Programs);
+    for (const _MsgAttachment *attachment : shownAttachments(message))
+        text.add(attachmentLine(*attachment), PageText::Words::Programs);
+}
+
+void SmsPageRenderer::drawLines(const QList<PageText::Line> &lines)
+{
+    for (const PageText::Line &line : lines) {
+        if (y > top && !hasRoom(line.gap + line.height()))
+            startPage();
+        y += line.gap;
+        line.draw(painter, left, y);
+        y += line.height();
+    }
 }
 
 void SmsPageRenderer::drawPageNumber()
@@ -132,11 +101,14 @@ void SmsPageRenderer::drawPageNumber()
     painter.drawText(box, Qt::AlignCenter | Qt::TextDontClip, QString::number(pageNumber));
 }
 
-void SmsPageRenderer::ensureRoom(int height)
+bool SmsPageRenderer::hasRoom(qreal height) const
 {
     // `y` counts from the edge of the paper, so that a page keeps the height of its margin free.
-    if (height <= bottom - top + 1 - y)
-        return;
+    return height <= bottom - top + 1 - y;
+}
+
+void SmsPageRenderer::startPage()
+{
     printer->newPage();
     y = top;
     ++pageNumber;
@@ -149,14 +121,21 @@ const QString &SmsPageRenderer::titleLine(const _MsgMessage &message)
     QString &line = titleLines[{message.chat, isSent}];
     if (line.isEmpty()) {
         const QString title = message.chat ? chatTitle(*message.chat, true) : QString();
-        line = onHalfAPage((isSent ? u"To: "_s : u"From: "_s) + title);
+        line = onHalfAPage((isSent ? u"To: "_s : u"From: "_s) + title.simplified());
     }
     return line;
 }
 
-QString SmsPageRenderer::onHalfAPage(const QString &text) const
+QString SmsPageRenderer::onHalfAPage(const QString &text)
 {
-    const qsizetype fitting =
-        WrappedText(text, font, printer, right - left + 1).charactersAbove((bottom - top) / 2);
-    return fitting == text.size() ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');
+    PageText measured(font, printer, right - left + 1, pictures);
+    measured.add(text, PageText::Words::Peoples);
+    qreal height = 0;
+    qsizetype fitting = 0;
+    for (const PageText::Line &line : measured.lines()) {
+        height += line.height();
+        if (height <= (bottom - top) / 2)
+            fitting += line.line.textLength();
+    }
+    return fitting >= text.size() ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "emojipictures.h"
 #include "localdatetext.h"
 #include "messagetext.h"
+#include "pagetext.h"
 
 #include <QFont>
 #include <QHash>
@@ -15,8 +17,8 @@ struct _MsgChat;
 struct _MsgMessage;
 
 /// Paints messages on numbered pages, for PDF files and for paper. A message stands whole on a page: where
-/// the rest of a page is too short for it, it goes to the next one, and one that is taller than a page
-/// runs off at its bottom. A title is cut where it would take more than half a page from its messages.
+/// the rest of a page is too short for it, it goes to the next one. One that is taller than a page runs on
+/// over as many as it needs. A title is cut where it would take more than half a page from its messages.
 class SmsPageRenderer
 {
 public:
@@ -30,21 +32,26 @@ public:
 
 private:
     void drawPageNumber();
-    void ensureRoom(int height);
+    void startPage();
+    /// Whether so much fits below `y`.
+    bool hasRoom(qreal height) const;
+    void addWords(PageText &text, const _MsgMessage &message) const;
+    void drawLines(const QList<PageText::Line> &lines);
     const QString &titleLine(const _MsgMessage &message);
-    QString onHalfAPage(const QString &text) const;
+    QString onHalfAPage(const QString &text);
 
     QPrinter *printer = nullptr;
     int left = 0; ///< of the box for text, in pixels of the printer; so are the next four
     int top = 0;
     int right = 0;
     int bottom = 0;
-    int y = 0; ///< where the next line goes
+    qreal y = 0; ///< where the next line goes
     int pageNumber = 1;
 
     QPainter &painter;
     EmojiStyle emoji;
     QFont font;
+    EmojiPictures pictures;
     LocalDateText dates;
     QHash<std::pair<const _MsgChat *, bool>, QString> titleLines; ///< by direction too
 };

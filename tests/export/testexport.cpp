@@ -6,10 +6,12 @@
 #include "testtools.h"
 
 #include <QDir>
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QLocale>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -34,6 +36,9 @@ private Q_SLOTS:
     void attachmentsStandBesideThePage();
     void pdfTextIsFound();
     void pdfMessagesMoveWholeToTheNextPage();
+    void pdfRunsOnWhereAMessageIsTallerThanAPage();
+    void pdfDrawsEmojiInColours();
+    void pdfTextFromRightToLeftKeepsItsPlace();
     void csvFields();
     void csvHasHeaderDateAndDirection();
     void textHasColumnsAndALineForEachMessage();
@@ -48,16 +53,22 @@ private:
         return bytesOf(path);
     }
     QStringList files() const { return QDir(folder).entryList(QDir::Files, QDir::Name); }
+    /// What `program` prints of the conversation's file.
+    QByteArray readFromPdf(const Records &records, const QString &program, const QStringList &options)
+    {
+        exportMessages(records.list(), {folder, ExportPdf, true, {}, EmojiStyle::Characters}, progress);
+        QProcess reader;
+        reader.setWorkingDirectory(folder);
+        reader.start(program, QStringList(options).replaceInStrings(u"FILE"_s, files().value(0)));
+        reader.waitForFinished();
+        return reader.readAllStandardOutput();
+    }
     /// The text of each page of the conversation's file.
     QStringList pdfPages(const Records &records)
     {
-        exportMessages(records.list(), {folder, ExportPdf}, progress);
-        QProcess reader;
-        reader.start(u"pdftotext"_s,
-                     {u"-layout"_s, u"-enc"_s, u"UTF-8"_s, folder + u'/' + files().value(0), u"-"_s});
-        reader.waitForFinished();
-        return QString::fromUtf8(reader.readAllStandardOutput())
-            .split(u'\f'); // each page ends in a form feed
+        const QByteArray text =
+            readFromPdf(records, u"pdftotext"_s, {u"-layout"_s, u"-enc"_s, u"UTF-8"_s, u"FILE"_s, u"-"_s});
+        return QString::fromUtf8(text).split(u'\f'); // each page ends in a form feed
     }
 
     std::unique_ptr<QTemporaryDir> dir;
@@ -253,17 +264,68 @@ void TestExport::pdfMessagesMoveWholeToTheNextPage()
     records.chat(u"+34611"_s);
     for (int i = 0; i < 6; ++i)
         records.received(u"m%1 line\n"_s.arg(i).repeated(14));
-    records.received(u"tall line\n"_s.repeated(20'000)).received(u"after"_s);
     const QStringList pages = pdfPages(records);
-    // Two messages fit on a page, a third doesn't. What is taller than a page runs off it.
-    QCOMPARE(pages.size(), 6); // nothing stands after the last form feed
+    // Two messages fit on a page, a third doesn't.
+    QCOMPARE(pages.size(), 4); // nothing stands after the last form feed
     for (int page = 0; page < 3; ++page) {
         QCOMPARE(pages.at(page).trimmed().section(u'\n', -1).trimmed(), QString::number(page + 1));
         for (const int message : {page * 2, page * 2 + 1})
             QCOMPARE(pages.at(page).count(u"m%1 line"_s.arg(message)), 14);
     }
-    QVERIFY(pages.at(3).contains(u"tall"_s));
-    QVERIFY(pages.at(4).contains(u"after"_s) && !pages.at(4).contains(u"tall"_s));
+}
+
+void TestExport::pdfRunsOnWhereAMessageIsTallerThanAPage()
+{
+    if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
+        QSKIP("pdftotext is not installed");
+    QStringList words;
+    for (int i = 0; i < 6000; ++i)
+        words.append(u"w%1"_s.arg(i));
+    const Records records = Records().chat(u"+34611"_s).received(words.join(u' ')).received(u"after"_s);
+    QStringList pages = pdfPages(records);
+    QVERIFY(pages.first().contains(u"w0 "_s));
+    for (QString &page : pages)
+        page = page.simplified().section(u' ', 0, -2); // without its number
+    QStringList found = pages.join(u' ').split(u' ', Qt::SkipEmptyParts);
+    QCOMPARE(found.takeLast(), u"after"_s);
+    QCOMPARE(found.filter(u"w"_s), words);
+}
+
+void TestExport::pdfDrawsEmojiInColours()
+{
+    const bool hasFont = !QFontDatabase::families().filter(u"Color Emoji"_s).isEmpty();
+    if (!hasFont || QStandardPaths::findExecutable(u"pdfimages"_s).isEmpty())
+        QSKIP("pdfimages or a font of emoji is not installed");
+    // A skin tone, a family, two flags, a heart on fire, a keycap; then signs that fonts of text have.
+    const Records records =
+        Records()
+            .chat(u"+34611"_s)
+            .received(u"a👍🏽b👨‍👩‍👧c🇪🇸🇫🇷❤️‍🔥1️⃣ 1 © → ☎︎"_s);
+    const QList<QByteArray> rows = readFromPdf(records, u"pdfimages"_s, {u"-list"_s, u"FILE"_s}).split('\n');
+    QSet<QByteArray> pictures;
+    for (const QByteArray &row : rows)
+        if (row.contains(" image "))
+            pictures.insert(row.simplified().split(' ').value(10));
+    QCOMPARE(pictures.size(), 6);
+}
+
+void TestExport::pdfTextFromRightToLeftKeepsItsPlace()
+{
+    if (QStandardPaths::findExecutable(u"pdftotext"_s).isEmpty())
+        QSKIP("pdftotext is not installed");
+    Records records;
+    records.talk({person(u"+34611"_s, u"דנה לוי"_s), person(u"+34622"_s, u"רון"_s)});
+    records.received(u"שלום 12\rleft"_s);
+    const QString words =
+        QString::fromUtf8(readFromPdf(records, u"pdftotext"_s, {u"-bbox"_s, u"FILE"_s, u"-"_s}));
+    const auto leftOf = [&](const QString &word) {
+        const QRegularExpression box(u"xMin=\"([0-9.]+)\"[^>]*>"_s + QRegularExpression::escape(word) + u'<');
+        return box.match(words).captured(1).toDouble();
+    };
+    QVERIFY(leftOf(u"From:"_s) < leftOf(u"ד"_s) && leftOf(u"ד"_s) < leftOf(u"(+34611),"_s));
+    QVERIFY(leftOf(u"(+34611),"_s) < leftOf(u"(+34622)"_s));
+    QVERIFY2(leftOf(u"12"_s) > 400, "a line from right to left stands at the right");
+    QVERIFY2(leftOf(u"left"_s) > 0 && leftOf(u"left"_s) < 50, "a carriage return ends a line");
 }
 
 void TestExport::csvFields()
