@@ -5,7 +5,6 @@
 #include "filetools.h"
 #include "jobprogress.h"
 #include "mbdbreader.h"
-#include "messagetext.h"
 #include "readernames.h"
 
 #include <QDateTime>
@@ -127,15 +126,11 @@ void BackupFilling::emptyCompanions()
     }
 }
 
-void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages, const JobProgress &progress)
+void BackupFilling::stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress)
 {
-    for (const _MsgMessage *message : messages) {
-        if (message->attachments.isEmpty())
-            continue;
-        for (const _MsgAttachment *attachment : sortedAttachments(*message)) {
-            if (QFileInfo(attachment->localFile).isFile())
-                addAttachment(*attachment);
-        }
+    for (const _MsgAttachment &attachment : attachments) {
+        if (QFileInfo(attachment.localFile).isFile())
+            addAttachment(attachment);
     }
     qint64 bytes = 0;
     for (const AddedFile &file : std::as_const(added))
@@ -153,21 +148,34 @@ void BackupFilling::stageAttachments(const QList<const _MsgMessage *> &messages,
     addBackupFiles(records, added);
 }
 
+std::optional<QString> BackupFilling::pathInDomain(const QString &filename) const
+{
+    const qsizetype library = filename.indexOf("Library/"_L1);
+    if (library < 0)
+        return std::nullopt;
+    const QString relative = filename.mid(library);
+    return pathBelow(backup, relative) ? std::optional(relative) : std::nullopt;
+}
+
+std::optional<QString> BackupFilling::attachmentPlace(const QString &filename) const
+{
+    const std::optional<QString> relative = pathInDomain(filename);
+    return relative ? std::optional(backup.absoluteFilePath(mbdbFileName(mediaDomain, *relative)))
+                    : std::nullopt;
+}
+
 void BackupFilling::addAttachment(const _MsgAttachment &attachment)
 {
-    const qsizetype library = attachment.filename.indexOf("Library/"_L1);
-    if (library < 0)
-        return;
-    const QString relative = attachment.filename.mid(library);
-    if (!pathBelow(backup, relative)) {
-        qWarning("The attachment \"%ls\" is not copied: its path leaves the folder.",
+    const std::optional<QString> relative = pathInDomain(attachment.filename);
+    if (!relative) {
+        qWarning("The attachment \"%ls\" is not copied: a backup has no place for it.",
                  qUtf16Printable(attachment.filename));
         return;
     }
     const qsizetype before = addedPaths.size();
-    addedPaths.insert(relative);
+    addedPaths.insert(*relative);
     if (addedPaths.size() > before)
-        added.append({attachment.localFile, mediaDomain, relative});
+        added.append({attachment.localFile, mediaDomain, *relative});
 }
 
 void BackupFilling::stageManifest()

@@ -10,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 class BackupRewrite;
 class JobProgress;
 
@@ -28,11 +30,16 @@ public:
     /// Throws unless the database at `source` is the one that the backup holds.
     void checkIsCopy(const QString &source) const;
     void stageDatabase(const QString &path);
-    void stageAttachments(const QList<const _MsgMessage *> &messages, const JobProgress &progress);
+    /// Where the file of an attachment that the phone calls `filename` lies or would lie in the backup;
+    /// nothing when it can't be there.
+    std::optional<QString> attachmentPlace(const QString &filename) const;
+    /// Those that have a file. One that is there already stays.
+    void stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress);
     void stageManifest();
 
 private:
     void addAttachment(const _MsgAttachment &attachment);
+    std::optional<QString> pathInDomain(const QString &filename) const;
     void stageFile(const QString &from, const QString &name);
     bool isListed(const QString &name) const;
     void emptyCompanions();

@@ -78,8 +78,9 @@ qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
     for (const _MsgMessage *message : messages) {
         for (const _MsgAttachment *attachment : message->attachments) {
             const std::optional<QString> target = attachmentTarget(root, attachment->filename);
-            if (!attachment->localFile.isEmpty() && target && !QFile::exists(*target))
-                bytes += QFileInfo(attachment->localFile).size();
+            const qint64 size = QFileInfo(attachment->localFile).size();
+            if (target && QFileInfo(*target).size() != size) // a file of other content stays, too
+                bytes += size;
         }
     }
     return bytes;

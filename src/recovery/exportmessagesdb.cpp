@@ -25,6 +25,7 @@ ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
     , placing(db)
     , extras(db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); })
+    , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
     , root(rootFolder)
 {
 }
@@ -117,9 +118,11 @@ void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
 void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
 {
     for (const _MsgAttachment *attachment : sortedAttachments(message)) {
-        if (QFileInfo(attachment->localFile).isFile())
-            copyFile(*attachment);
-        placing.joinAttachment(*attachment, messageId);
+        _MsgAttachment kept = *attachment;
+        kept.filename = names.pathFor(*attachment);
+        if (QFileInfo(kept.localFile).isFile())
+            copyFile(kept);
+        placing.joinAttachment(kept, messageId);
     }
     renewHash(db, messageId, message, hash);
 }
@@ -143,6 +146,7 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
 void ExportMessagesDb::forgetRun()
 {
     placing.forget();
+    names.forget();
     newestDates.clear();
     newestDeleted.clear();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "absformatexport.h"
+#include "attachmentnames.h"
 #include "extraskeeper.h"
 #include "ios6messagedb.h"
 #include "messageplacing.h"
@@ -47,6 +48,7 @@ private:
     IOS6MessageDb db;
     MessagePlacing placing; ///< into `db`
     ExtrasKeeper extras;
+    AttachmentNames names;
     QDir root;
 
     // Written once at the end instead of once a message.

@@ -37,12 +37,13 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     filling.checkIsCopy(path);
     checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
     WorkingCopies copies(path);
-    MessageMerge merge(copies.phone, copies.merged, progress);
+    const auto place = [&](const QString &filename) { return filling.attachmentPlace(filename); };
+    MessageMerge merge(copies.phone, copies.merged, place, progress);
     const MergeCounts counts = merge.run(messages);
     if (copies.hadLogMode)
         setJournalMode(copies.merged, u"wal"_s);
     filling.stageDatabase(copies.merged);
-    filling.stageAttachments(merge.taken(), progress);
+    filling.stageAttachments(merge.attachments(), progress);
     filling.stageManifest();
     throwIfCancelled(progress);
     rewrite.commit();

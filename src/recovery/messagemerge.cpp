@@ -53,8 +53,13 @@ QString copyStatement(Sqlite3DB &db, const QString &table, const QString &key)
 
 } // namespace
 
-MessageMerge::MessageMerge(const QString &phoneFile, const QString &mergedPath, JobProgress &jobProgress)
-    : phonePath(phoneFile), progress(jobProgress), db(QDir(), mergedPath, QString(), false), placing(db)
+MessageMerge::MessageMerge(const QString &phoneFile, const QString &mergedPath,
+                           const AttachmentNames::Place &place, JobProgress &jobProgress)
+    : phonePath(phoneFile)
+    , progress(jobProgress)
+    , db(QDir(), mergedPath, QString(), false)
+    , placing(db)
+    , names(db, place)
 {
 }
 
@@ -119,7 +124,6 @@ void MessageMerge::choose(const QList<_MsgMessage *> &messages)
         if ((message->item_type != 0 && !holdsEvents) || isToCome)
             continue;
         ++counts.validCount;
-        valid.append(message);
         const bool isTwin = guids.contains(message->guid);
         guids.insert(message->guid);
         if (isTwin || db.messageRowid(message->guid) != 0)
@@ -228,6 +232,9 @@ void MessageMerge::joinAttachments(const _MsgMessage &message, qint64 messageId)
 {
     if (message.attachments.isEmpty())
         return;
-    for (const _MsgAttachment *attachment : sortedAttachments(message))
-        placing.joinAttachment(*attachment, messageId);
+    for (const _MsgAttachment *attachment : sortedAttachments(message)) {
+        joined.append(*attachment);
+        joined.last().filename = names.pathFor(*attachment);
+        placing.joinAttachment(joined.last(), messageId);
+    }
 }

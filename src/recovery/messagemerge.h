@@ -1,5 +1,6 @@
 #pragma once
 
+#include "attachmentnames.h"
 #include "ios6messagedb.h"
 #include "mergeorder.h"
 #include "messageplacing.h"
@@ -35,15 +36,16 @@ class MessageMerge
 {
 public:
     /// `phonePath` is the phone's database without a log beside it, and isn't changed. `mergedPath` is a
-    /// copy of it, which becomes the result.
-    MessageMerge(const QString &phonePath, const QString &mergedPath, JobProgress &progress);
+    /// copy of it, which becomes the result. `place` tells where files of attachments go.
+    MessageMerge(const QString &phonePath, const QString &mergedPath, const AttachmentNames::Place &place,
+                 JobProgress &progress);
 
     /// Throws `std::runtime_error`, and the integer -1 when cancelled; the file at `mergedPath` is then of
     /// no use.
     MergeCounts run(const QList<_MsgMessage *> &messages);
 
-    /// The messages taken.
-    const QList<const _MsgMessage *> &taken() const { return valid; }
+    /// The attachments of the messages taken, with their paths in the result.
+    const QList<_MsgAttachment> &attachments() const { return joined; }
 
 private:
     struct Run {
@@ -72,10 +74,11 @@ private:
     JobProgress &progress;
     IOS6MessageDb db;
     MessagePlacing placing;
+    AttachmentNames names;
     MergeCounts counts;
-    QList<const _MsgMessage *> valid;
-    QList<const _MsgMessage *> known; ///< of `valid`: those whose row is there
+    QList<const _MsgMessage *> known; ///< of those taken: the ones whose row is there
     std::vector<MergeItem> fresh;     ///< the others
-    QStringList copies;               ///< statements that copy rows, see `copyRun`
-    qint64 lastRow = 0;               ///< the number given last
+    QList<_MsgAttachment> joined;
+    QStringList copies; ///< statements that copy rows, see `copyRun`
+    qint64 lastRow = 0; ///< the number given last
 };

@@ -31,10 +31,15 @@ QString withSafeName(const QString &path)
 
 } // namespace
 
-std::optional<QString> attachmentTarget(const QDir &root, const QString &filename)
+QString pathBelowRoot(const QString &filename)
 {
     static const QRegularExpression forbidden(u"[:*?\"<>|]"_s);
-    return pathBelow(root, pathOnPhone(filename).remove(forbidden));
+    return pathOnPhone(filename).remove(forbidden);
+}
+
+std::optional<QString> attachmentTarget(const QDir &root, const QString &filename)
+{
+    return pathBelow(root, pathBelowRoot(filename));
 }
 
 QString attachmentFile(const QDir &root, const QString &filename)

@@ -1,3 +1,4 @@
+#include "attachmentpaths.h"
 #include "backupsmsthread.h"
 #include "datalocations.h"
 #include "deletemessagesthread.h"
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void messagesWithoutAKnownChatAreLeftOut();
     void chatsKnowTheirLatestButNoNewMembers();
     void attachmentsStayInsideAndAsTheyWere();
+    void filesOfOnePathStayApart();
     void attachmentsReadOrNotMakeNoDoubles_data();
     void attachmentsReadOrNotMakeNoDoubles();
     void aCancelledBackupLeavesNothing();
@@ -175,6 +177,29 @@ void TestLocalJobs::attachmentsStayInsideAndAsTheyWere()
     QCOMPARE(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), before);
     QCOMPARE(countsOf(file), u"1|1|1|7|1|1|7"_s);
     QCOMPARE(bytesOf(root.filePath(u"var/mobile/Library/IMG1.JPG"_s)), QByteArray("JPEG"));
+}
+
+void TestLocalJobs::filesOfOnePathStayApart()
+{
+    const QTemporaryDir dir;
+    const QDir root(sample.path);
+    const auto import = [&](const QString &phone, const QByteArray &content) {
+        const QString picture = dir.filePath(u"none"_s);
+        QFile::remove(picture);
+        QVERIFY(content.isEmpty() || writeFile(picture, content));
+        Records records(phone);
+        records.chat(u"1"_s).received(phone).attachment(u"~/Library/SMS/Parts/01/1-1.jpg"_s, picture);
+        append(records.list());
+    };
+    int phone = 0;
+    for (const char *content : {"one", "two", "", "one", ""})
+        import(u"phone %1"_s.arg(++phone), content);
+    import(u"phone 3"_s, "three"); // found in a later backup
+    import(u"phone 2"_s, "two");
+    QStringList contents;
+    for (const QString &name : rows(u"select filename from attachment order by rowid"_s))
+        contents.append(QString::fromUtf8(bytesOf(attachmentFile(root, name)))); // "unreadable" for none
+    QCOMPARE(contents, QStringList({u"one"_s, u"two"_s, u"three"_s, u"one"_s, u"unreadable"_s}));
 }
 
 void TestLocalJobs::attachmentsReadOrNotMakeNoDoubles_data()

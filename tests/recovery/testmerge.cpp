@@ -326,7 +326,8 @@ void TestMerge::placesWhatIsThereOrMissing()
     QCOMPARE(counts.written, 2); // the first and the one with files
     QCOMPARE(counts.validCount, 4);
     QCOMPARE(counts.unknownCount, 1);
-    QCOMPARE(backup.entryList(QDir::Files).size(), filesBefore + 3); // database and manifest aside, new.jpg
+    QCOMPARE(backup.entryList(QDir::Files).size(),
+             filesBefore + 4); // database and manifest aside, two pictures
     QCOMPARE(bytesOf(kept), "kept"_ba);
     QStringList added;
     QList<quint32> inodes;
@@ -341,10 +342,10 @@ void TestMerge::placesWhatIsThereOrMissing()
     }
     added.sort();
     QCOMPARE(added, QStringList({u" 0"_s, u" 0"_s, u"Attachments 0"_s, u"Attachments/k 0"_s,
-                                 u"Attachments/k/kept.jpg 4"_s, u"Attachments/n 0"_s,
-                                 u"Attachments/n/new.jpg 7"_s}));
+                                 u"Attachments/k/1 0"_s, u"Attachments/k/1/kept.jpg 7"_s,
+                                 u"Attachments/n 0"_s, u"Attachments/n/new.jpg 7"_s}));
     std::sort(inodes.begin(), inodes.end());
-    QCOMPARE(inodes.last() - inodes.first(), 6U);
+    QCOMPARE(inodes.last() - inodes.first(), 7U);
     const QString attached =
         u"select text, cache_has_attachments, count(attachment_id) from message left join "
         "message_attachment_join on message_id=message.rowid where guid %1 group by guid"_s;
