@@ -1,10 +1,12 @@
 #include "exportsmspdf.h"
 
+#include "disksync.h"
 #include "filetools.h"
 #include "messagerecords.h"
 #include "product.h"
 
 #include <QFile>
+#include <QScopeGuard>
 
 #include <filesystem>
 
@@ -65,10 +67,12 @@ void ExportSMSPdf::end()
     if (!painter.isActive())
         return;
     painter.end();
+    const auto removePart = qScopeGuard([this] { QFile::remove(partPath); });
     std::error_code error;
-    if (isWholePdf(partPath))
+    if (isWholePdf(partPath)) {
+        syncToDisk(partPath); // a name that outlives a loss of power must not name an empty file
         std::filesystem::rename(nativePath(partPath), nativePath(path), error);
-    QFile::remove(partPath);
+    }
     if (error)
         qWarning("%s: %s", qUtf8Printable(path), error.message().c_str());
 }

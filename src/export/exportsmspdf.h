@@ -10,8 +10,9 @@
 struct _MsgMessage;
 
 /// One PDF file on A4 paper. It is written beside its path, under the name with ".part", and comes under
-/// its own name in `end`, complete. A file that can't be written is none, and nothing is thrown: look
-/// whether it is there. Its bytes hold the time of writing.
+/// its own name in `end`, complete and on the disk; that throws `std::runtime_error` when the disk can't keep
+/// it. A painter that can't write it keeps silent: look whether it is there. Its bytes hold the time of
+/// writing.
 class ExportSMSPdf final : public AbsFormatExport<_MsgMessage>
 {
 public:
