@@ -28,17 +28,19 @@ QString htmlText(const QString &text)
     html.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar unit = text.at(i);
+        if (unit == u'\r' && i + 1 < text.size() && text.at(i + 1) == u'\n')
+            continue; // both are one end of a line
         if (unit == u'&')
             html += "&amp;"_L1;
         else if (unit == u'<')
             html += "&lt;"_L1;
         else if (unit == u'>')
             html += "&gt;"_L1;
-        else if (unit == u'\n')
+        else if (unit == u'\n' || unit == u'\r')
             html += "<br/>"_L1;
         else if (isForbidden(text, i))
             html += QChar::ReplacementCharacter;
-        else if (unit != u'\r' || i + 1 == text.size() || text.at(i + 1) != u'\n')
+        else
             html += unit;
     }
     return html;

@@ -26,7 +26,7 @@ QString flagText(const _MsgMessage &message)
 
 QString onOneLine(QString text)
 {
-    return text.remove(u'\r').replace(u'\n', u' ');
+    return text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n').replace(u'\n', u' ');
 }
 
 void writeLine(QTextStream &stream, const QString &date, const QString &flag, const QString &paddedName,

@@ -179,7 +179,7 @@ void TestExport::htmlIsEscapedAndValid()
     if (QStandardPaths::findExecutable(u"xmllint"_s).isEmpty())
         QSKIP("xmllint is not installed");
     Records records;
-    records.talk({person(u"+34611"_s, u"]]><script>%1"_s)}).sent(u"a<b\r\nc & d %2 😄"_s);
+    records.talk({person(u"+34611"_s, u"]]><script>%1"_s)}).sent(u"a<b\r\nc & d %2 😄\re"_s);
     for (char16_t unit = 0; unit < 0x100; ++unit)
         records.received(QString(QChar(unit)) + u'x');
     for (const char16_t unit : {0xD83E, 0xDC00, 0xFDD0, 0xFFFE, 0xFFFF, 0x2028, 0x202E})
@@ -197,7 +197,7 @@ void TestExport::htmlIsEscapedAndValid()
     QCOMPARE(html.count("<a name="), records.list().size());
     QVERIFY(html.contains("<a name=\"sms1\"></a><div style=\"color:#008040;font-size:16px;\"><div>"));
     QVERIFY(html.contains("</div><div>To: ]]&gt;&lt;script&gt;%1 (+34611)</div></div><div "
-                          "style=\"font-size:14px;\">a&lt;b<br/>c &amp; d %2 [EMOJI]</div>"));
+                          "style=\"font-size:14px;\">a&lt;b<br/>c &amp; d %2 [EMOJI]<br/>e</div>"));
 }
 
 void TestExport::attachmentsStandBesideThePage()
@@ -357,7 +357,7 @@ void TestExport::csvHasHeaderDateAndDirection()
 void TestExport::textHasColumnsAndALineForEachMessage()
 {
     Records records;
-    records.talk({person(u"+34611"_s, u"Ana\nBerg"_s)}).received(u"a\r\nb\nc"_s).sent(u"Sí"_s);
+    records.talk({person(u"+34611"_s, u"Ana\nBerg"_s)}).received(u"a\r\nb\nc\rd"_s).sent(u"Sí"_s);
     records.received({}).last().item_type = 3;
     records.received(u"x"_s).last().chat = nullptr;
     const QStringList lines = QString::fromUtf8(exported(records, ExportText)).split(u'\n');
@@ -367,7 +367,7 @@ void TestExport::textHasColumnsAndALineForEachMessage()
     const QDateTime time = appleDateTime(records.list().first()->date);
     const QString date = QLocale::system().toString(time, QLocale::ShortFormat).leftJustified(30);
     const QString name = u"Ana Berg (+34611)"_s.leftJustified(40);
-    QCOMPARE(lines.at(1), date + u"From  "_s + name + u"a b c"_s);
+    QCOMPARE(lines.at(1), date + u"From  "_s + name + u"a b c d"_s);
     QCOMPARE(lines.at(2).mid(30), u"To    "_s + name + u"Sí"_s);
     const QString event =
         QString(6, u' ') + u"Ana Berg"_s.leftJustified(40) + u"Ana Berg left the conversation. "_s;
