@@ -2,6 +2,7 @@
 
 #include "jobprogress.h"
 #include "messagerecycledb.h"
+#include "messagestore.h"
 #include "messagetext.h"
 
 #include <QDebug>
@@ -51,7 +52,35 @@ QString copyStatement(Sqlite3DB &db, const QString &table, const QString &key)
         table, columns.join(u','), values.join(u','), key);
 }
 
+const auto anyService = "any;"_L1;
+
+bool isKnownService(const QString &service)
+{
+    return service == "SMS"_L1 || service == "iMessage"_L1;
+}
+
+/// The service of the chat that the message belongs to on a phone whose chats are of one each.
+const QString &serviceOf(const _MsgMessage &message)
+{
+    const bool isOfAny = message.chat->guid.startsWith(anyService) && isKnownService(message.service);
+    return isOfAny ? message.service : message.chat->service_name;
+}
+
 } // namespace
+
+MessageMerge::ChatOfService::ChatOfService(const _MsgChat &anyChat, const QString &service) : chat(anyChat)
+{
+    chat.guid = service + chat.guid.sliced(anyService.size() - 1);
+    if (chat.service_name != service) {
+        chat.account_id.clear();
+        chat.account_login = _MsgChat().account_login;
+        chat.service_name = service;
+    }
+    for (_MsgHandle *&handle : chat.handles) {
+        handle = &members.emplace_back(*handle);
+        handle->service = service;
+    }
+}
 
 MessageMerge::MessageMerge(const QString &phoneFile, const QString &mergedPath,
                            const AttachmentNames::Place &place, JobProgress &jobProgress)
@@ -101,10 +130,11 @@ void MessageMerge::open()
 
 bool MessageMerge::isRefused(const _MsgMessage &message)
 {
-    if (!MessagePlacing::hasKnownChat(message) || isOfUnknownAddress(*message.chat))
+    if (!MessagePlacing::hasKnownChat(message) || isOfUnknownAddress(*message.chat) ||
+        isNoConversation(*message.chat))
         return true;
-    const QString &service = message.chat->service_name;
-    if (service == "SMS"_L1 || service == "iMessage"_L1)
+    const QString &service = serviceOf(message);
+    if (isKnownService(service))
         return false;
     qDebug("a message is left out: a phone with this database doesn't know the service %ls",
            qUtf16Printable(service));
@@ -192,11 +222,21 @@ void MessageMerge::copyRun(const Run &run)
     lastRow += run.last - run.first + 1;
 }
 
+const _MsgChat &MessageMerge::phoneChat(const _MsgMessage &message)
+{
+    const _MsgChat &chat = *message.chat;
+    if (!chat.guid.startsWith(anyService))
+        return chat;
+    const QString &service = serviceOf(message);
+    return chatsOfService.try_emplace({chat.guid, service}, chat, service).first->second.chat;
+}
+
 MessageMerge::Place MessageMerge::place(const _MsgMessage &message)
 {
-    const qint64 chatId = placing.chatRowid(*message.chat);
+    const _MsgChat &chat = phoneChat(message);
+    const qint64 chatId = placing.chatRowid(chat);
     placing.noteAddressed(message, chatId);
-    return {chatId, placing.personRowid(*message.chat, chatId, message.handle)};
+    return {chatId, placing.personRowid(chat, chatId, message.handle)};
 }
 
 // What the phone's own triggers do for a new message: the names of its rooms.

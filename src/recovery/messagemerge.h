@@ -8,6 +8,9 @@
 #include <QList>
 #include <QString>
 
+#include <list>
+#include <map>
+#include <utility>
 #include <vector>
 
 class JobProgress;
@@ -30,8 +33,9 @@ struct MergeCounts {
 /// attachments that it lacks are joined. Of what newer phones keep beside a message, an old one holds
 /// nothing: reactions, replies and effects stay behind, an edited message goes with its last text, one from
 /// "Recently Deleted" as any other, for somebody chose it. A reaction whose message is missing is its own
-/// words, as old phones were sent them. Left out are messages that are still to be sent, and those of a
-/// service that is neither SMS nor iMessage.
+/// words, as old phones were sent them. A message of a chat of any service, as iOS 26 has them, goes to the
+/// chat that the phone has, or would have, with that address by the service of the message. Left out are
+/// messages that are still to be sent, and those of a service that is neither SMS nor iMessage.
 class MessageMerge
 {
 public:
@@ -58,6 +62,16 @@ private:
         qint64 handle; ///< 0 for nobody
     };
 
+    /// A chat of any service as one of a certain service.
+    struct ChatOfService {
+        ChatOfService(const _MsgChat &anyChat, const QString &service);
+        ChatOfService(const ChatOfService &) = delete;
+        ChatOfService &operator=(const ChatOfService &) = delete;
+
+        _MsgChat chat;
+        std::list<_MsgHandle> members;
+    };
+
     void open();
     void choose(const QList<_MsgMessage *> &messages);
     bool isRefused(const _MsgMessage &message);
@@ -65,6 +79,7 @@ private:
     void clear();
     void write(const std::vector<MergeItem> &items);
     void copyRun(const Run &run);
+    const _MsgChat &phoneChat(const _MsgMessage &message);
     Place place(const _MsgMessage &message);
     void insertChosen(const _MsgMessage &message);
     void completeKnown();
@@ -79,6 +94,7 @@ private:
     QList<const _MsgMessage *> known; ///< of those taken: the ones whose row is there
     std::vector<MergeItem> fresh;     ///< the others
     QList<_MsgAttachment> joined;
+    std::map<std::pair<QString, QString>, ChatOfService> chatsOfService; ///< by guid and service
     QStringList copies; ///< statements that copy rows, see `copyRun`
     qint64 lastRow = 0; ///< the number given last
 };

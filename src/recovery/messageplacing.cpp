@@ -12,16 +12,27 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Since iOS 26 a chat is no longer one of a service: somebody's messages by SMS and iMessage come from two
-/// handles, of which one takes part.
+/// Whether somebody takes part in `chat`, but by another service: messages by SMS and iMessage come from two
+/// handles. Since iOS 26 they stand in one chat, of which one handle is a member.
 bool isMemberByOtherService(const _MsgChat &chat, const _MsgHandle &handle)
 {
-    if (!chat.guid.startsWith("any;"_L1))
-        return false;
-    const auto isSame = [&](const _MsgHandle *member) { return member == &handle; };
+    const auto isSame = [&](const _MsgHandle *member) {
+        return member->id == handle.id && member->service == handle.service;
+    };
     const auto hasAddress = [&](const _MsgHandle *member) { return member->id == handle.id; };
     return std::none_of(chat.handles.begin(), chat.handles.end(), isSame) &&
            std::any_of(chat.handles.begin(), chat.handles.end(), hasAddress);
+}
+
+/// Row of the phone's own chat with the same address under another guid; 0 when there is none.
+qint64 rowidOfAddress(IOS6MessageDb &phone, const _MsgChat &chat)
+{
+    Sqlite3Sql sql("select rowid from chat where chat_identifier=? and style=? and service_name=?");
+    sql.addTextParam(chat.chat_identifier);
+    sql.addIntParam(chat.style);
+    sql.addTextParam(chat.service_name);
+    Sqlite3Cursor cursor = phone.queryThrow(sql);
+    return cursor.moveNextThrow() ? cursor.getInt64(0) : 0;
 }
 
 } // namespace
@@ -44,6 +55,8 @@ qint64 MessagePlacing::chatRowid(const _MsgChat &chat)
     qint64 &rowid = chatIds[chat.guid];
     if (rowid == 0)
         rowid = db.chatRowid(chat.guid);
+    if (rowid == 0 && !db.isLocalDatabase())
+        rowid = rowidOfAddress(db, chat);
     if (rowid == 0)
         rowid = db.insertChat(chat);
     return rowid;

@@ -20,6 +20,7 @@ public:
     /// Whether the message's chat is one that people know; logs it otherwise.
     static bool hasKnownChat(const _MsgMessage &message);
 
+    /// By guid; in a phone's file, else by address, style and service.
     qint64 chatRowid(const _MsgChat &chat);
     qint64 handleRowid(const _MsgHandle &handle);
     /// Row of somebody who writes in a chat or is spoken of there, joined to it; 0 for nobody. The made-up

@@ -93,6 +93,7 @@ private Q_SLOTS:
     void whatCantBeDoneChangesNothing_data();
     void whatCantBeDoneChangesNothing();
     void placesWhatIsThereOrMissing();
+    void aChatOfAnyServiceJoinsThePhonesOwn();
 
 private:
     QString writePhone(IosVersion version, bool hasLog);
@@ -352,6 +353,27 @@ void TestMerge::placesWhatIsThereOrMissing()
     QCOMPARE(rowsOf(databasePath(), attached.arg(u"='"_s + phoneGuid + u'\'')), QStringList(u"one|1|1"_s));
     QCOMPARE(rowsOf(databasePath(), attached.arg(u"like 'N-%'"_s)),
              QStringList({u"chosen|0|0"_s, u"files|1|4"_s}));
+}
+
+// As iOS 26 has them: one chat, a member by iMessage, and messages by SMS from another handle.
+void TestMerge::aChatOfAnyServiceJoinsThePhonesOwn()
+{
+    writePhone(IosVersion::Ios8, false);
+    runOn(phone, u"update chat set guid='SMS;-;612' where chat_identifier='+34612345678'"_s);
+    BackupBuilder(backup).messages(phone).write();
+    _MsgHandle *bySms = chosen.last().handle;
+    chosen.chat(u"+34612345678"_s, u"iMessage"_s).lastChat().guid = u"any;-;+34612345678"_s;
+    for (const QString &service : {u"SMS"_s, u"iMessage"_s, u"RCS"_s}) {
+        _MsgMessage &message = chosen.received(service).last();
+        message.service = service;
+        message.handle = service == "SMS"_L1 ? bySms : message.handle;
+    }
+    merge(chosen.list());
+    QCOMPARE(rowsOf(databasePath(),
+                    u"select c.guid, group_concat(m.text), (select count(*) from chat_handle_join h where "
+                    "h.chat_id=c.rowid) from message m join chat_message_join j on j.message_id=m.rowid join "
+                    "chat c on c.rowid=j.chat_id where m.guid like 'N-%' group by 1"_s),
+             QStringList({u"SMS;-;612|chosen,SMS|1"_s, u"iMessage;-;+34612345678|iMessage,RCS|1"_s}));
 }
 
 QTEST_GUILESS_MAIN(TestMerge)
