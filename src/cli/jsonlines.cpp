@@ -184,6 +184,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"date"_s, messageDateJson(message.date)},
                        {u"sender"_s, senderLabel(message)},
                        {u"handle"_s, message.handle ? QJsonValue(message.handle->id) : QJsonValue()},
+                       {u"subject"_s, textOrNull(message.subject)},
                        {u"text"_s, fullText(message, emoji)},
                        {u"body"_s, message.text},
                        {u"item_type"_s, message.item_type},

@@ -107,6 +107,14 @@ QString textWithMarkers(const _MsgMessage &message)
     return text.trimmed();
 }
 
+QString withSubject(const _MsgMessage &message, const QString &text)
+{
+    const QString subject = message.subject.trimmed();
+    if (subject.isEmpty() || text.isEmpty())
+        return subject + text;
+    return subject + u'\n' + text;
+}
+
 QString personInEvent(const _MsgHandle *handle)
 {
     return handle ? displayName(*handle, false) : u"You"_s;
@@ -181,7 +189,7 @@ QString plainText(const _MsgMessage &message)
 QString displayText(const _MsgMessage &message)
 {
     if (message.item_type == 0)
-        return textOrWords(message, textWithMarkers(message));
+        return withSubject(message, textOrWords(message, textWithMarkers(message)));
     return message.extras && message.extras->hasNewerEvent ? newerEventSentence(message)
                                                            : eventSentence(message);
 }

@@ -111,6 +111,12 @@ void TestMessageText::markers()
         records.store->attachments.value(records.store->attachments.size())->mime_type = type;
     }
     QCOMPARE(displayText(records.last()), u"Look  [VIDEO] [IMAGE] [ATTA] [VCARD]"_s);
+    records.last().subject = u" Holidays"_s;
+    QCOMPARE(displayText(records.last()), u"Holidays\nLook  [VIDEO] [IMAGE] [ATTA] [VCARD]"_s);
+    records.received({}).last().subject = u"Holidays"_s;
+    QCOMPARE(displayText(records.last()), u"Holidays"_s);
+    records.last().item_type = 5; // of events the subject is a guid
+    QVERIFY(displayText(records.last()).startsWith(u"System Information."_s));
 }
 
 void TestMessageText::emoji()
