@@ -1,6 +1,10 @@
 #include "backupdiscovery.h"
 
+#include "backupfiles.h"
 #include "datalocations.h"
+#include "plistguard.h"
+#include "plistvalue.h"
+#include "sourcecountry.h"
 
 #include <QFileInfo>
 
@@ -42,6 +46,20 @@ QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)
         }
     }
     return backups;
+}
+
+QString countryOfBackup(const QDir &folder)
+{
+    QFile file(folder.absoluteFilePath(u"Info.plist"_s));
+    if (!file.exists())
+        return {};
+    try {
+        const PlistValue info = PlistValue::parse(readWholeFile(file, largestPlist), true);
+        return countryOfPhone(info.value(u"Phone Number"_s).toString(), info.value(u"ICCID"_s).toString());
+    } catch (const std::exception &error) {
+        qWarning("the country of a backup is looked for in its messages: %s", error.what());
+        return {};
+    }
 }
 
 BackupOpening openBackup(BackupManifest &manifest, const std::optional<QString> &password,

@@ -19,6 +19,10 @@ bool isBackupFolder(const QDir &folder);
 /// and passed over.
 QList<QSharedPointer<BackupManifest>> listBackups(const QString &root);
 
+/// Mobile country code of the phone whose backup lies in `folder`, by its number and its SIM card in
+/// "Info.plist"; empty when that tells neither. A damaged one is logged.
+QString countryOfBackup(const QDir &folder);
+
 enum class BackupOpening { Ready, NeedsPassword, WrongPassword };
 
 /// Takes a backup through `loadInfo`, `unlockKeyBag` and `loadIndex`. Without a password an encrypted

@@ -93,7 +93,8 @@ std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProg
         refusal = openLocked(manifest, line, progress);
         if (refusal.status != ExitStatus::Done)
             return nullptr;
-        return openMessageDb(cacheBackup(manifest, progress), line.country);
+        const QString country = line.country.isEmpty() ? countryOfBackup(dir) : line.country;
+        return openMessageDb(cacheBackup(manifest, progress), country);
     }
     if (!line.source.isEmpty() && isPhoneFolder(dir))
         return openMessageDb(dir, line.country);

@@ -182,6 +182,7 @@ int recoverMessages(IOS6MessageDb &db, MessageRecycleDb &recycle, const QList<_M
 
 int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
 {
+    db.openDb(); // it may have to find its country first
     CountryLibDb countries(db.countryCode());
     const Ios5LiveRows live(db, countries);
     const auto keep = [&](const Sqlite3RawRow &row) {

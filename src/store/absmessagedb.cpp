@@ -1,11 +1,26 @@
 #include "absmessagedb.h"
 
+#include "sourcecountry.h"
+
+#include <QDebug>
+
 using namespace Qt::StringLiterals;
 
 AbsIOSMessageDb::AbsIOSMessageDb(const QDir &rootFolder, const QString &databasePath,
                                  const QString &countryCode)
     : root(rootFolder), path(databasePath), mcc(countryCode)
 {
+}
+
+void AbsIOSMessageDb::findCountry()
+{
+    if (!mcc.isEmpty())
+        return;
+    try {
+        mcc = commonestCountry(*this);
+    } catch (const std::exception &error) { // a damaged page; what can be read of the file is still read
+        qWarning("%ls: its country is unknown: %s", qUtf16Printable(path), error.what());
+    }
 }
 
 qsizetype AbsIOSMessageDb::rowCount(const QString &table)

@@ -42,11 +42,15 @@ public:
     /// The folder that holds "file-relay".
     const QDir &rootFolder() const { return root; }
     const QString &databasePath() const { return path; }
-    /// The phone's mobile country code; empty when unknown.
+    /// The phone's mobile country code: the one it was made with, else, once it is open, what its addresses
+    /// and messages tell. Empty when unknown.
     const QString &countryCode() const { return mcc; }
 
 protected:
     AbsIOSMessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode);
+
+    /// To be called at the end of opening: finds the country where the constructor was given none.
+    void findCountry();
 
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);

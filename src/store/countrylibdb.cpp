@@ -4,7 +4,9 @@
 
 #include <QFile>
 #include <QSaveFile>
+#include <QSet>
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -38,7 +40,28 @@ _CountryInfo countryOf(const Sqlite3Cursor &row)
             .pnum = row.getText(u"pnum"_s),
             .mmc = row.getText(u"mmc"_s),
             .numc = row.getText(u"numc"_s),
-            .mobilePattern = mobile.isEmpty() ? QString() : u'^' + mobile + u'$'};
+            .mobilePattern = mobile.isEmpty() ? QString() : u'^' + mobile + u'$',
+            .callPrefix = row.getText(u"mnc_rx"_s)};
+}
+
+/// Of the countries that share a dialling code, each time the largest.
+bool isLargest(const _CountryInfo &country)
+{
+    static const QSet<QString> largest = {u"US"_s, u"RU"_s, u"IT"_s, u"GB"_s, u"AU"_s,
+                                          u"MA"_s, u"RE"_s, u"FI"_s, u"GP"_s, u"CW"_s};
+    return largest.contains(country.sn);
+}
+
+Sqlite3Sql byMmc(const QString &mmc)
+{
+    Sqlite3Sql sql("select c.* from mmc_sn as m inner join countries as c on m.[sn] = c.sn and m.mmc=?");
+    sql.addTextParam(mmc);
+    return sql;
+}
+
+bool canBeMobile(const _CountryInfo &country, const QString &national)
+{
+    return isValidLength(country, national.size()) && isMobileNumber(country, national);
 }
 
 } // namespace
@@ -63,6 +86,13 @@ void CountryLibDb::openDb()
     }
 }
 
+void CountryLibDb::useCountry(const QString &mmc)
+{
+    mmcCode = mmc;
+    if (isOpen())
+        current = firstCountry(byMmc(mmc)).value_or(_CountryInfo());
+}
+
 const _CountryInfo &CountryLibDb::defaultCountry()
 {
     openDb();
@@ -72,9 +102,7 @@ const _CountryInfo &CountryLibDb::defaultCountry()
 _CountryInfo CountryLibDb::countryByMmc(const QString &mmc, bool *found)
 {
     openDb();
-    Sqlite3Sql sql("select c.* from mmc_sn as m inner join countries as c on m.[sn] = c.sn and m.mmc=?");
-    sql.addTextParam(mmc);
-    return orCurrent(firstCountry(sql), found);
+    return orCurrent(firstCountry(byMmc(mmc)), found);
 }
 
 _CountryInfo CountryLibDb::countryBySn(const QString &sn, bool *found)
@@ -88,6 +116,40 @@ _CountryInfo CountryLibDb::countryBySn(const QString &sn, bool *found)
         known = knownBySn.insert(upper, firstCountry(sql));
     }
     return orCurrent(*known, found);
+}
+
+std::optional<_CountryInfo> CountryLibDb::countryByNumber(const QString &number)
+{
+    constexpr qsizetype longestCode = 3;
+    const QString normal = normalizeAddress({}, number);
+    if (!normal.startsWith(u'+'))
+        return std::nullopt;
+    for (qsizetype length = std::min(longestCode, normal.size() - 1); length > 0; --length) {
+        const QList<_CountryInfo> &sharing = countriesByCode(normal.sliced(1, length));
+        const QString national = normal.sliced(1 + length);
+        const auto fits = [&](const _CountryInfo &country) { return canBeMobile(country, national); };
+        if (const auto fitting = std::find_if(sharing.begin(), sharing.end(), fits); fitting != sharing.end())
+            return *fitting;
+        if (!sharing.isEmpty())
+            return sharing.first();
+    }
+    return std::nullopt;
+}
+
+/// Those with the international dialling code `code`, the largest first.
+const QList<_CountryInfo> &CountryLibDb::countriesByCode(const QString &code)
+{
+    openDb();
+    if (const auto known = knownByCode.constFind(code); known != knownByCode.cend())
+        return *known;
+    Sqlite3Sql sql("select * from countries where pnum=? order by sn");
+    sql.addTextParam(code);
+    Sqlite3Cursor cursor = queryThrow(sql);
+    QList<_CountryInfo> countries;
+    while (cursor.moveNextThrow())
+        countries.append(countryOf(cursor));
+    std::stable_partition(countries.begin(), countries.end(), isLargest);
+    return *knownByCode.insert(code, countries);
 }
 
 std::optional<_CountryInfo> CountryLibDb::firstCountry(const Sqlite3Sql &sql)

@@ -18,6 +18,8 @@ public:
     explicit CountryLibDb(const QString &mmc);
 
     void openDb() override;
+    /// Makes `mmc` the code that the constructor was given.
+    void useCountry(const QString &mmc);
 
     /// The country of the code given to the constructor; empty when there is none. Opens the file.
     const _CountryInfo &defaultCountry();
@@ -26,14 +28,19 @@ public:
     _CountryInfo countryByMmc(const QString &mmc, bool *found = nullptr);
     /// The same by the ISO code of two letters, in either case. Answers are kept: ask as often as you like.
     _CountryInfo countryBySn(const QString &sn, bool *found = nullptr);
+    /// The country of an international phone number ("+34 612 345 678"). Of several that share a dialling
+    /// code, the one whose mobile numbers look so, else the largest. None for a number of another form.
+    std::optional<_CountryInfo> countryByNumber(const QString &number);
 
 private:
     std::optional<_CountryInfo> firstCountry(const Sqlite3Sql &sql);
+    const QList<_CountryInfo> &countriesByCode(const QString &code);
     _CountryInfo orCurrent(const std::optional<_CountryInfo> &country, bool *found) const;
 
     QString mmcCode;
     _CountryInfo current;
     QHash<QString, std::optional<_CountryInfo>> knownBySn;
+    QHash<QString, QList<_CountryInfo>> knownByCode;
 };
 
 /// One line of the list from which a person picks the phone's country.

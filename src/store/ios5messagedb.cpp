@@ -288,6 +288,8 @@ void IOS5MessageDb::openDb()
     copy = openUntouchedThrow(*this, path);
     createFunctionThrow("read", 1, isNotZero); // triggers of the phone call it
     tables = tableTexts(*this);
+    findCountry();
+    parts.useCountry(mcc);
 }
 
 void IOS5MessageDb::chats(_MsgStorePtr &store)

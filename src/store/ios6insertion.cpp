@@ -198,12 +198,17 @@ qint64 IOS6MessageDb::insertHandle(const _MsgHandle &handle)
 
 void IOS6MessageDb::tellPerson(qint64 handleRowid, const _MsgHandle &handle)
 {
-    if (!keepsExtras() || (handle.person_centric_id.isEmpty() && handle._contact.isEmpty()))
+    const bool isNamed = !handle._ct_name.isEmpty();
+    if (!keepsExtras() || (handle.person_centric_id.isEmpty() && handle._contact.isEmpty() && !isNamed))
         return;
     Sqlite3Sql sql("update handle set _person_centric_id = coalesce(nullif(?,''), _person_centric_id), "
-                   "_contact = coalesce(nullif(?,''), _contact) where rowid=?");
+                   "_contact = coalesce(nullif(?,''), _contact), "
+                   "_ct_name = coalesce(nullif(_ct_name,''), ?), "
+                   "_photo = coalesce(nullif(_photo,x''), nullif(?,x'')) where rowid=?");
     sql.addTextParam(handle.person_centric_id);
     sql.addTextParam(handle._contact);
+    sql.addTextParam(handle._ct_name);
+    sql.addBlobParam(handle._photo);
     sql.addInt64Param(handleRowid);
     executeThrow(sql);
 }

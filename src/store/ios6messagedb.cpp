@@ -100,6 +100,8 @@ void IOS6MessageDb::openDb()
     insertion = MessageInsertion(tables.value(u"message"_s));
     holdsExtras = hasOwnTables();
     isModern = hasModernColumns();
+    findCountry();
+    parts.useCountry(mcc);
 }
 
 bool IOS6MessageDb::hasOwnTables() const

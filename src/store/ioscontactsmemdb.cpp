@@ -29,6 +29,14 @@ const auto furtherSchema =
     "CREATE INDEX index_mail_address on mail(address);"
     "CREATE TABLE card(  person_id INTEGER PRIMARY KEY,  person TEXT,  guid TEXT);"_s;
 
+/// What the cache keeps in "user_version": how it is filled (counted up with each change) and for which
+/// country.
+int cacheVersion(const QString &countryCode)
+{
+    constexpr int filling = 1;
+    return filling * 1000 + countryCode.toInt();
+}
+
 QString normalMail(const QString &address)
 {
     return address.trimmed().toLower();
@@ -114,8 +122,7 @@ bool IOSContactsMemDb::openCache(qint64 sourceTime)
     try {
         openThrow(cacheFile(), sqliteReadOnly);
         Sqlite3Cursor version = queryThrow(Sqlite3Sql("pragma user_version"));
-        if (version.moveNextThrow() && version.getInt(0) == countryCode.toInt() &&
-            !tbInfo(u"card"_s).isEmpty())
+        if (version.moveNextThrow() && version.getInt(0) == cacheVersion(countryCode))
             return true;
     } catch (const std::exception &error) {
         qWarning("%s; the cache is made anew", error.what());
@@ -132,7 +139,7 @@ void IOSContactsMemDb::rebuildInMemory()
         QString error;
         if (exec(cacheSchema + furtherSchema, error) != 0)
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
-        executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(countryCode.toInt())));
+        executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(cacheVersion(countryCode))));
         beginTran();
         PhoneFile book(bookFile(u"AddressBook.sqlitedb"_s));
         copyPeople(book.db);
@@ -149,13 +156,19 @@ void IOSContactsMemDb::rebuildInMemory()
 
 void IOSContactsMemDb::copyPeople(Sqlite3DB &book)
 {
-    Sqlite3Cursor person = book.queryThrow(Sqlite3Sql("select rowid, first, last, middle from ABPerson"));
+    const QHash<QString, _SqliteCol> columns = book.tbInfo(u"ABPerson"_s);
+    const QString nickname = columns.contains(u"Nickname"_s) ? u"Nickname"_s : u"''"_s;
+    const QString organization = columns.contains(u"Organization"_s) ? u"Organization"_s : u"''"_s;
+    Sqlite3Cursor person = book.queryThrow(
+        Sqlite3Sql(u"select rowid, first, last, middle, %1, %2 from ABPerson"_s.arg(nickname, organization)));
     while (person.moveNextThrow()) {
         Sqlite3Sql insert("insert into person(rowid, first, last, middle) values(?,?,?,?)");
         insert.addInt64Param(person.getInt64(0));
-        insert.addTextParam(person.getText(1));
-        insert.addTextParam(person.getText(2));
-        insert.addTextParam(person.getText(3));
+        const _ContactInfo name{person.getText(1), person.getText(3), person.getText(2), {}};
+        const QString other = person.getText(4).trimmed().isEmpty() ? person.getText(5) : person.getText(4);
+        insert.addTextParam(contactName(name).isEmpty() ? other : name.first);
+        insert.addTextParam(name.last);
+        insert.addTextParam(name.middle);
         executeThrow(insert);
     }
 }
@@ -252,27 +265,25 @@ bool IOSContactsMemDb::saveCache(qint64 sourceTime)
 
 _ContactInfo IOSContactsMemDb::contactFor(const QString &number)
 {
-    openDb();
-    // Values of an address book without a digit are kept as empty numbers; no message comes from them.
-    if (!isOpen() || number.isEmpty())
-        return {};
-    Sqlite3Sql sql("select p.* from person as p inner join tel as t on p.rowid=t.person_id and t.number=?");
-    sql.addTextParam(number);
-    Sqlite3Cursor cursor = queryThrow(sql);
-    if (!cursor.moveNextThrow())
-        return {};
-    return contactAt(cursor);
+    return onlyOwner(u"tel"_s, u"number"_s, number);
 }
 
 _ContactInfo IOSContactsMemDb::contactForMail(const QString &address)
 {
+    return onlyOwner(u"mail"_s, u"address"_s, normalMail(address));
+}
+
+/// The one person whose row of `table` has `value` in `column`.
+_ContactInfo IOSContactsMemDb::onlyOwner(const QString &table, const QString &column, const QString &value)
+{
     openDb();
-    if (!isOpen())
+    // Values of an address book without a sign of their own are kept empty; no message comes from them.
+    if (!isOpen() || value.isEmpty())
         return {};
     Sqlite3Sql sql(
-        "select p.*, c.person as owner from person as p inner join mail as m on p.rowid=m.person_id "
-        "and m.address=? inner join card as c on c.person_id=p.rowid order by p.rowid");
-    sql.addTextParam(normalMail(address));
+        u"select p.*, c.person as owner from person as p inner join %1 as t on p.rowid=t.person_id "
+        "and t.%2=? inner join card as c on c.person_id=p.rowid order by p.rowid"_s.arg(table, column));
+    sql.addTextParam(value);
     Sqlite3Cursor cursor = queryThrow(sql);
     if (!cursor.moveNextThrow())
         return {};

@@ -8,7 +8,7 @@
 
 /// What the address book says of one person. Empty in all fields when nothing was found.
 struct _ContactInfo {
-    QString first;
+    QString first; ///< nickname, or else organisation, of a card without any name
     QString middle;
     QString last;
     QByteArray photo; ///< thumbnail; empty when none
@@ -27,16 +27,18 @@ public:
     /// may be empty.
     IOSContactsMemDb(const QDir &root, const QString &countryCode);
 
+    /// Another country than the constructor was given. To be called before the first look.
+    void useCountry(const QString &mmc) { countryCode = mmc; }
+
     /// Leaves the connection closed when there is no address book: test `isOpen()` before you ask. Throws
     /// `std::runtime_error` when the address book is damaged.
     void openDb() override;
 
-    /// The person with this number, which has to be in normal form. Empty when there is none, and when
-    /// there is no address book.
+    /// The person with this number, which has to be in normal form. Empty when there is none, when it stands
+    /// on the cards of several people, and when there is no address book.
     _ContactInfo contactFor(const QString &number);
 
-    /// The person with this e-mail address, whatever its letter case. Empty too when it stands on the cards
-    /// of several people.
+    /// The same by e-mail address, whatever its letter case.
     _ContactInfo contactForMail(const QString &address);
 
     /// What tells the person with this number (in normal form) or e-mail address: the guid of their card, of
@@ -45,6 +47,7 @@ public:
     QString cardOf(const QString &address);
 
 private:
+    _ContactInfo onlyOwner(const QString &table, const QString &column, const QString &value);
     QString cacheFile() const;
     /// A file of the phone's address book folder.
     QString bookFile(const QString &name) const;

@@ -11,6 +11,13 @@ MessageDbParts::MessageDbParts(const QDir &root, const QString &countryCode, con
 {
 }
 
+void MessageDbParts::useCountry(const QString &countryCode)
+{
+    contacts.useCountry(countryCode);
+    countryLib.useCountry(countryCode);
+    normalAddresses.clear();
+}
+
 void MessageDbParts::nameHandle(_MsgHandle &handle)
 {
     if (!contacts.isOpen())

@@ -18,6 +18,9 @@ public:
     /// `reader` stands in the log before what went wrong.
     MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader);
 
+    /// Another country than the one it was made with. To be called before anything is looked up.
+    void useCountry(const QString &countryCode);
+
     /// Opens the address book. A source without one is fine.
     void openContacts() { contacts.openDb(); }
 

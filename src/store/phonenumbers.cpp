@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-bool isLetterOrAt(QChar c)
+bool isLatinLetterOrAt(QChar c)
 {
     return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'@';
 }
@@ -36,6 +36,29 @@ const QRegularExpression &compiled(const QString &pattern)
         qWarning("pattern of mobile numbers is damaged and left out: %s (%s)", qUtf8Printable(pattern),
                  qUtf8Printable(expression.errorString()));
     return *known.insert(pattern, expression);
+}
+
+/// `number` with "+" for what is dialled in the country before international numbers; empty when it doesn't
+/// begin with that. Where the country has several such prefixes, one can be the beginning of another: there
+/// only what follows, the country's own code, tells that it ends.
+QString withoutCallPrefix(const _CountryInfo &country, const QString &number)
+{
+    constexpr qsizetype longestPrefix = 8;
+    constexpr qsizetype shortestNumber = 8; // with the country's code, which never begins with 0
+    constexpr qsizetype longestNumber = 15;
+    if (country.callPrefix.isEmpty())
+        return {};
+    const QRegularExpression &prefix = compiled(u"^(?:%1)$"_s.arg(country.callPrefix));
+    const bool isOnlyOne = !country.callPrefix.contains(u'[') && !country.callPrefix.contains(u'|');
+    for (qsizetype length = 1; length <= std::min(longestPrefix, number.size() - shortestNumber); ++length) {
+        const QString rest = number.sliced(length);
+        const bool isOwn =
+            rest.startsWith(country.pnum) && isValidLength(country, rest.size() - country.pnum.size());
+        if ((isOwn || (isOnlyOne && rest.size() <= longestNumber && !rest.startsWith(u'0'))) &&
+            prefix.isValid() && prefix.match(number.first(length)).hasMatch())
+            return u'+' + rest;
+    }
+    return {};
 }
 
 QString onlyDigitsAndPlus(const QString &address)
@@ -71,11 +94,15 @@ bool isMobileNumber(const _CountryInfo &country, const QString &number)
 
 QString normalizeAddress(const _CountryInfo &country, const QString &address)
 {
-    if (std::any_of(address.begin(), address.end(), isLetterOrAt))
+    if (std::any_of(address.begin(), address.end(), isLatinLetterOrAt))
         return address.toLower();
     const QString number = onlyDigitsAndPlus(address);
+    if (number.isEmpty()) // a sender's name in another script: all of them would be one
+        return address.toLower();
     if (number.contains(u'+'))
         return number;
+    if (const QString international = withoutCallPrefix(country, number); !international.isEmpty())
+        return international;
     const qsizetype n = number.size();
     if (isValidLength(country, n) && isMobileNumber(country, number))
         return u'+' + country.pnum + number;

@@ -12,6 +12,7 @@ struct _CountryInfo {
     QString numc; ///< lengths of a national number, comma-separated
     /// Regular expression of a national mobile number between "^" and "$"; empty where none is known.
     QString mobilePattern;
+    QString callPrefix; ///< regular expression of what is dialled before an international number: "00"
 };
 
 /// Whether a national number of the country can have `length` digits.
@@ -22,6 +23,6 @@ bool isValidLength(const _CountryInfo &country, qsizetype length);
 bool isMobileNumber(const _CountryInfo &country, const QString &number);
 
 /// The one form in which addresses are kept and compared. Phone numbers lose their separators and, where
-/// the country's rules leave no doubt, become international; mail addresses and names of senders are
-/// put in lower case.
+/// the country's rules leave no doubt, become international; mail addresses and names of senders, in
+/// whatever script, are put in lower case.
 QString normalizeAddress(const _CountryInfo &country, const QString &address);

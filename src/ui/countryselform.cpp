@@ -64,3 +64,10 @@ void CountrySelForm::confirm()
     selectedMmc = item->data(Qt::UserRole).toString();
     accept();
 }
+
+QString askCountry(QWidget *window)
+{
+    showInfo(QObject::tr("IDS_ANDROID_%1_CANT_READ_MMC_NUMBER"));
+    CountrySelForm form(window);
+    return form.exec() == QDialog::Accepted ? form.selectedMmc : QString();
+}

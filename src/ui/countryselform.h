@@ -27,3 +27,6 @@ private:
     QLineEdit *filter;
     QListWidget *list;
 };
+
+/// Says that the phone doesn't tell its country, and asks for it. Empty on cancel.
+QString askCountry(QWidget *window);

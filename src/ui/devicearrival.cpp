@@ -31,9 +31,8 @@ QString countryOf(const IOSDevice &phone, QWidget *window)
 {
     if (isKnownCountry(phone.mobileSubscriberCountryCode))
         return phone.mobileSubscriberCountryCode;
-    showInfo(QObject::tr("IDS_ANDROID_%1_CANT_READ_MMC_NUMBER"));
-    CountrySelForm form(window);
-    return form.exec() == QDialog::Accepted ? form.selectedMmc : phone.mobileSubscriberCountryCode;
+    const QString asked = askCountry(window);
+    return asked.isEmpty() ? phone.mobileSubscriberCountryCode : asked;
 }
 
 /// Phones from iOS 5 to 7 hand their databases out; so may one that doesn't say what it is.

@@ -1,8 +1,10 @@
 #include "messageworkers.h"
 
+#include "backupdiscovery.h"
 #include "backupexport.h"
 #include "backupsmsthread.h"
 #include "boxes.h"
+#include "countryselform.h"
 #include "devicetransfer.h"
 #include "exportchoice.h"
 #include "exportsmsthread.h"
@@ -67,7 +69,11 @@ std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *w
     ITunesCacheSMSThread job(manifest, &form);
     if (!runUnder(form, job))
         return nullptr;
-    return openMessageDb(job.cacheDir(), QString());
+    auto db = openMessageDb(job.cacheDir(), countryOfBackup(manifest->backupDir));
+    db->openDb();
+    if (db->countryCode().isEmpty())
+        db = openMessageDb(job.cacheDir(), askCountry(window));
+    return db;
 }
 
 } // namespace

@@ -110,6 +110,7 @@ void TestBackup::listsBackupsUnderNamesForPeople()
     QStringList names;
     for (const auto &backup : listBackups(dir->path()))
         names.append(backup->displayName);
+    QCOMPARE(countryOfBackup(QDir(path(u"old"_s))), u"214"_s);
     QCOMPARE(names, QStringList({u"Ana's iPhone"_s, u"Ana's iPhone-2014"_s, u"Ana's iPhone-old"_s}));
 }
 

@@ -108,6 +108,7 @@ private Q_SLOTS:
     void everythingReadsBackAlike();
     void whatCameSinceIsAdded_data();
     void whatCameSinceIsAdded();
+    void aNameThatWasMissingComesIn();
     void aMessageTakesItsReactionsAlong();
 
 private:
@@ -225,6 +226,18 @@ void TestKeptExtras::whatCameSinceIsAdded()
         found.sort();
         QCOMPARE(found, expected);
     }
+}
+
+void TestKeptExtras::aNameThatWasMissingComesIn()
+{
+    import(hi);
+    for (const QString &name : {u"Ann"_s, u"Other"_s, QString()}) {
+        const _MsgStorePtr store = storeOf(*kept());
+        store->handles.begin().value()->_ct_name = name;
+        RecordingProgress progress;
+        backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    }
+    QCOMPARE(storeOf(*kept())->handles.begin().value()->_ct_name, u"Ann"_s);
 }
 
 void TestKeptExtras::aMessageTakesItsReactionsAlong()

@@ -2,6 +2,7 @@
 #include "countrylibdb.h"
 #include "datalocations.h"
 #include "ioscontactsmemdb.h"
+#include "sourcecountry.h"
 #include "testdatabase.h"
 
 #include <QRegularExpression>
@@ -40,6 +41,8 @@ private Q_SLOTS:
     void damagedBookIsNamedAndLeavesNoCache();
     void worksWhereTheCacheCantBeWritten();
     void tableOfCountriesIsComplete();
+    void numbersTellTheirCountry_data();
+    void numbersTellTheirCountry();
     void normalizes_data();
     void normalizes();
 
@@ -61,11 +64,18 @@ void TestContacts::findsPeople()
 {
     AddressBookBuilder book(dir->path());
     book.person(u"Anna"_s, u"Berg"_s, u" Maria "_s).phone(u"612 345 678"_s).phone(u"91 234 56 78"_s);
-    book.photo("image").person(u"José"_s).phone(u"+49 170 1234567"_s).phone(u"#*"_s).write();
+    book.photo("image").person(u"José"_s).phone(u"+49 170 1234567"_s).phone(u"()"_s).phone(u"600000001"_s);
+    book.person({}).phone(u"0034 600000002"_s).person(u" "_s).phone(u"600000003"_s);
+    const QString file = book.person(u"Bo"_s).phone(u"600 000 001"_s).write();
+    runOn(file, u"update ABPerson set Organization='ONCE' where rowid in (1,3,4);"
+                "update ABPerson set Nickname='Pepe' where rowid in (1,4)"_s);
     QCOMPARE(contactName(contact(u"+34612345678"_s)), u"Anna Maria Berg"_s);
     QCOMPARE(contactName(contact(u"912345678"_s)), u"Anna Maria Berg"_s);
     QCOMPARE(contactName(contact(u"+491701234567"_s)), u"José"_s);
-    QCOMPARE(contactName(contact(u""_s)), QString()); // as "#*" reads once normalized
+    QCOMPARE(contactName(contact(u"+34600000001"_s)), QString()); // two people's
+    QCOMPARE(contactName(contact(u"+34600000002"_s)), u"ONCE"_s);
+    QCOMPARE(contactName(contact(u"+34600000003"_s)), u"Pepe"_s);
+    QCOMPARE(contactName(contact(u""_s)), QString());
 }
 
 void TestContacts::findsPeopleByMail()
@@ -79,7 +89,7 @@ void TestContacts::findsPeopleByMail()
         .person(u"Bo at home"_s);
     const QString file = book.email(u"home@example.org"_s).write();
     IOSContactsMemDb(QDir(dir->path()), u"214"_s).openDb();
-    runOn(cache(), u"drop table mail; drop table card"_s); // as by a release that knew no addresses
+    runOn(cache(), u"drop table mail; drop table card; pragma user_version=214"_s); // of an earlier release
     runOn(file, u"alter table ABPerson add column guid; update ABPerson set guid='card' || rowid;"
                 "update ABPerson set PersonLink=7 where rowid > 1"_s);
     IOSContactsMemDb contacts(QDir(dir->path()), u"214"_s);
@@ -168,6 +178,28 @@ void TestContacts::tableOfCountriesIsComplete()
     }
 }
 
+void TestContacts::numbersTellTheirCountry_data()
+{
+    QTest::addColumn<QString>("phone");
+    QTest::addColumn<QString>("sim");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("its own number before the SIM")
+        << u"+34 612 34 56 78"_s << u"8949123456789012345"_s << u"214"_s;
+    QTest::newRow("SIM for a national number") << u"612345678"_s << u"8949123456789012345"_s << u"262"_s;
+    QTest::newRow("North America by the area") << u"+1 (416) 555-1234"_s << QString() << u"302"_s;
+    QTest::newRow("else its largest country") << u"+1 800 5551234"_s << QString() << u"310"_s;
+    QTest::newRow("American SIM") << QString() << u"8901410321111111111"_s << u"310"_s;
+    QTest::newRow("Canadian SIM") << QString() << u"8930272041111111111"_s << u"302"_s;
+    QTest::newRow("code of nobody") << u"+"_s << u"89"_s << QString();
+}
+
+void TestContacts::numbersTellTheirCountry()
+{
+    QFETCH(QString, phone);
+    QFETCH(QString, sim);
+    QTEST(countryOfPhone(phone, sim), "expected");
+}
+
 void TestContacts::normalizes_data()
 {
     QTest::addColumn<QString>("country");
@@ -179,6 +211,15 @@ void TestContacts::normalizes_data()
     QTest::newRow("mail address is lowered") << u"ES"_s << u"A@B"_s << u"a@b"_s;
     QTest::newRow("name with digits keeps them") << u"ES"_s << u"Info 612 345 678"_s << u"info 612 345 678"_s;
     QTest::newRow("Arabic digits are no digits") << u"ES"_s << u"٦١٢345"_s << u"345"_s;
+
+    QTest::newRow("what is dialled before the country's own code goes")
+        << u"ES"_s << u"0034 612 345 678"_s << u"+34612345678"_s;
+    QTest::newRow("and before that of another") << u"ES"_s << u"0049 170 1234567"_s << u"+491701234567"_s;
+    QTest::newRow("of several such prefixes none is guessed")
+        << u"FI"_s << u"990 49 170 1234567"_s << u"990491701234567"_s;
+    QTest::newRow("where they differ, the own code tells")
+        << u"FI"_s << u"99035840123456"_s << u"+35840123456"_s;
+    QTest::newRow("other scripts are lowered") << u"ES"_s << u"ΔΕΗ"_s << u"δεη"_s;
 
     QTest::newRow("German trunk zero stays behind a middle alternative")
         << u"DE"_s << u"015112345678"_s << u"+49015112345678"_s;

@@ -91,10 +91,11 @@ private Q_SLOTS:
 
 private:
     SmsDbBuilder phone(IosVersion version) const { return SmsDbBuilder(root->path(), version); }
+    /// The addresses tell the country.
     _MsgStorePtr load(qint64 chatId = 0) const
     {
         _MsgStorePtr store(new _MsgStore);
-        openMessageDb(root->path(), u"214"_s)->messages(store, chatId);
+        openMessageDb(root->path(), {})->messages(store, chatId);
         return store;
     }
 
