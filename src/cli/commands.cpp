@@ -143,10 +143,14 @@ CommandResult importCommand(const CommandLine &line)
         return source.refusal;
     const LocalDatabase target = localDatabaseToFill(line.into);
     const InterruptScope interruptible(progress);
-    const qint64 handedIn =
+    const ImportCounts counts =
         backupMessages(chosenMessages(source, line), QDir(target.path), target.file(), progress);
     progress.clear();
-    printJsonLine({{u"messages"_s, handedIn}, {u"name"_s, target.name}});
+    printJsonLine({{u"messages"_s, counts.handedIn()},
+                   {u"added"_s, counts.added},
+                   {u"known"_s, counts.known},
+                   {u"refused"_s, counts.refused},
+                   {u"name"_s, target.name}});
     return {};
 }
 

@@ -17,7 +17,8 @@ bool hasHashes(IOS6MessageDb &db)
 
 } // namespace
 
-qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message)
+qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message,
+                               const std::function<bool(qint64 rowid, const QString &guid)> &isFree)
 {
     const bool readsAttachments = !message.attachments.isEmpty();
     if (message.item_type != 0 || (!readsAttachments && !message.text.contains(attachmentSign)) ||
@@ -26,8 +27,8 @@ qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message)
     const QString sender = message.handle ? u"in (select rowid from handle where id=?)"_s : u"= ?"_s;
     const QString others = u"select 1 from message_attachment_join where message_id=m.rowid"_s;
     Sqlite3Sql sql(
-        u"select m.rowid from message as m where m.handle_id %1 and m.date=? and m.is_from_me=? "
-        "and m.item_type=0 and ifnull(m.text,'')=? and %2 exists (%3) order by m.rowid limit 1"_s.arg(
+        u"select m.rowid, m.guid from message as m where m.handle_id %1 and m.date=? and m.is_from_me=? "
+        "and m.item_type=0 and ifnull(m.text,'')=? and %2 exists (%3) order by m.rowid"_s.arg(
             sender, readsAttachments ? u"not"_s : QString(), others));
     if (message.handle)
         sql.addTextParam(message.handle->id);
@@ -37,7 +38,11 @@ qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message)
     sql.addInt64Param(message.is_from_me);
     sql.addTextParam(message.text);
     Sqlite3Cursor cursor = db.queryThrow(sql);
-    return cursor.moveNextThrow() ? cursor.getInt64(0) : 0;
+    while (cursor.moveNextThrow()) {
+        if (isFree(cursor.getInt64(0), cursor.getText(1)))
+            return cursor.getInt64(0);
+    }
+    return 0;
 }
 
 void renewHash(IOS6MessageDb &db, qint64 rowid, const _MsgMessage &message, const QString &hash)

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <functional>
+
 class IOS6MessageDb;
 struct _MsgMessage;
 
@@ -10,9 +12,10 @@ struct _MsgMessage;
 // would come in twice.
 
 /// The row of a message that came in before with its attachments unread, where this time they are read, or
-/// the other way round: of the same sender, date, direction and text. 0 when there is none, and always
-/// in a file without hashes.
-qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message);
+/// the other way round: of the same sender, date, direction and text. `isFree` is asked of a row and its
+/// guid whether it may be that one. 0 when there is none, and always in a file without hashes.
+qint64 rowWithOtherAttachments(IOS6MessageDb &db, const _MsgMessage &message,
+                               const std::function<bool(qint64 rowid, const QString &guid)> &isFree);
 
 /// Gives the row of a message whose attachments have been joined to it the `hash` that tells them, where it
 /// still has the one without.

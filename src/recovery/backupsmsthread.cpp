@@ -108,20 +108,23 @@ void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, J
 
 } // namespace
 
-qint64 backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
-                      JobProgress &progress)
+ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
+                            JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_BACKING_UP_SMS"), 0, {});
     checkRoomThrow(root.absolutePath(), bytesToCopy(messages, root));
     NewDatabaseGuard guard(root, path);
+    ImportCounts counts;
     {
         ExportMessagesDb target(root, path);
         target.begin();
+        target.expect(messages);
         appendAll(target, sortMessages(messages), progress);
         target.finish();
         guard.keep();
+        counts = target.counts();
     }
-    return messages.size();
+    return counts;
 }
 
 BackupSMSThread::BackupSMSThread(const QList<_MsgMessage *> &messageList, const QDir &targetRoot,
@@ -133,7 +136,7 @@ BackupSMSThread::BackupSMSThread(const QList<_MsgMessage *> &messageList, const 
 void BackupSMSThread::run()
 {
     runJob(*progress, [this] {
-        const qint64 count = backupMessages(messages, root, path, *progress);
-        return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(count);
+        const ImportCounts counts = backupMessages(messages, root, path, *progress);
+        return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(counts.handedIn());
     });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "importcounts.h"
 #include "messagerecords.h"
 
 #include <QDir>
@@ -10,11 +11,11 @@
 class JobProgress;
 
 /// Copies messages, in any order, into the Local Database whose folder is `root` and whose file is `path`;
-/// it is made if it isn't there. Returns how many were handed in, those that were there already
-/// included. Throws `std::runtime_error`, and the integer -1 on cancel: the database is then as it was,
-/// and not there if it wasn't before. Attachment files that were copied into an existing one stay.
-qint64 backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
-                      JobProgress &progress);
+/// it is made if it isn't there. Throws `std::runtime_error`, and the integer -1 on cancel: the database is
+/// then as it was, and not there if it wasn't before. Attachment files that were copied into an existing one
+/// stay.
+ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
+                            JobProgress &progress);
 
 /// The job around `backupMessages`. The records have to outlive it.
 class BackupSMSThread final : public QThread

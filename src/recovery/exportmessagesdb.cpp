@@ -14,18 +14,12 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-using KnownBy = ExtrasKeeper::KnownBy;
-
-} // namespace
-
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
     , placing(db)
     , extras(db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); })
     , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
+    , knownRows(db)
     , root(rootFolder)
 {
 }
@@ -39,16 +33,30 @@ ExportMessagesDb::~ExportMessagesDb()
 void ExportMessagesDb::begin()
 {
     forgetRun();
+    messageCounts = {};
     db.beginTransaction();
     extras.begin();
 }
 
+void ExportMessagesDb::expect(const QList<_MsgMessage *> &messages)
+{
+    for (const _MsgMessage *message : messages)
+        knownRows.expect(message->guid);
+}
+
 void ExportMessagesDb::append(const _MsgMessage &message)
 {
-    if (!canHold(message) || extras.takeReaction(message))
+    if (!canHold(message)) {
+        ++messageCounts.refused;
         return;
+    }
+    if (const ExtrasKeeper::Taken taken = extras.takeReaction(message); taken != ExtrasKeeper::Taken::No) {
+        ++(taken == ExtrasKeeper::Taken::Added ? messageCounts.added : messageCounts.known);
+        return;
+    }
     const QString hash = logicHash(message);
-    const auto [known, by] = keptRow(message, hash);
+    const auto [known, by] = knownRows.rowOf(message, hash);
+    ++(known != 0 ? messageCounts.known : messageCounts.added);
     if (known != 0)
         extras.addToKept(known, message, hash, by);
     if (known != 0 && (isNoConversation(*message.chat) || isOfUnknownAddress(*message.chat)))
@@ -61,16 +69,6 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     placing.noteAddressed(message, chatId);
     if (!message.attachments.isEmpty())
         appendAttachments(message, messageId, hash);
-}
-
-std::pair<qint64, ExtrasKeeper::KnownBy> ExportMessagesDb::keptRow(const _MsgMessage &message,
-                                                                   const QString &hash)
-{
-    if (const qint64 byHash = db.messageRowidByHash(hash); byHash != 0)
-        return {byHash, KnownBy::Content};
-    if (const qint64 byGuid = db.messageRowid(message.guid); byGuid != 0)
-        return {byGuid, KnownBy::Guid};
-    return {rowWithOtherAttachments(db, message), KnownBy::Content};
 }
 
 void ExportMessagesDb::finish()
@@ -147,6 +145,7 @@ void ExportMessagesDb::forgetRun()
 {
     placing.forget();
     names.forget();
+    knownRows.forget();
     newestDates.clear();
     newestDeleted.clear();
 }

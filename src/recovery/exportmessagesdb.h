@@ -3,7 +3,9 @@
 #include "absformatexport.h"
 #include "attachmentnames.h"
 #include "extraskeeper.h"
+#include "importcounts.h"
 #include "ios6messagedb.h"
+#include "knownrows.h"
 #include "messageplacing.h"
 #include "messagerecords.h"
 
@@ -11,9 +13,9 @@
 #include <QMap>
 #include <QString>
 
-/// Writes messages of any source into a Local Database. A message that is there already, by its content
-/// or its guid, gets no second row; chat, handles and attachments around it end up present and joined, and
-/// what newer phones tell of it is brought up to date (`ExtrasKeeper`).
+/// Writes messages of any source into a Local Database. A message that is there already, by its guid or
+/// from another source by its content, gets no second row; chat, handles and attachments around it end up
+/// present and joined, and what newer phones tell of it is brought up to date (`ExtrasKeeper`).
 ///
 /// A run is `begin`, `append` for each message, `finish`: one transaction. A run that ends without
 /// `finish` leaves the database as it was, but for attachment files that were copied already.
@@ -26,11 +28,16 @@ public:
     ~ExportMessagesDb() override;
 
     void begin() override;
+    /// Tells after `begin` what comes in this run, so that the content of a message doesn't lead to the row
+    /// of another one that comes later.
+    void expect(const QList<_MsgMessage *> &messages);
     /// Throws `std::runtime_error`; the run is then over. A message without a chat, or with one of an
     /// unknown address, is left out and logged.
     void append(const _MsgMessage &message);
     /// Commits and closes.
     void finish();
+    /// Of the run, and after it.
+    const ImportCounts &counts() const { return messageCounts; }
 
     void write(const _MsgMessage &message) override { append(message); }
     void end() override { finish(); }
@@ -38,8 +45,6 @@ public:
 private:
     bool canHold(const _MsgMessage &message);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
-    /// The row of a message that is there already, 0 for a new one, and by what it is known.
-    std::pair<qint64, ExtrasKeeper::KnownBy> keptRow(const _MsgMessage &message, const QString &hash);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
     void copyFile(const _MsgAttachment &attachment) const;
@@ -49,7 +54,9 @@ private:
     MessagePlacing placing; ///< into `db`
     ExtrasKeeper extras;
     AttachmentNames names;
+    KnownRows knownRows;
     QDir root;
+    ImportCounts messageCounts;
 
     // Written once at the end instead of once a message.
     QMap<qint64, int> newestDates;   ///< by chat

@@ -47,17 +47,18 @@ void ExtrasKeeper::begin()
     unknown = isKeeping ? rows.ofUnknownAddress() : QSet<qint64>();
 }
 
-bool ExtrasKeeper::takeReaction(const _MsgMessage &message)
+ExtrasKeeper::Taken ExtrasKeeper::takeReaction(const _MsgMessage &message)
 {
     if (!isKeeping || !message.extras || !isReactionType(message.extras->associated_message_type))
-        return false;
+        return Taken::No;
     const ReactionRow row = reactionRowOf(message);
     const qint64 target = db.messageRowid(row.guid);
     if (target == 0)
-        return false;
-    if (!isRemovalType(row.reaction.associated_message_type))
-        addReaction(target, row.reaction);
-    return true;
+        return Taken::No;
+    if (isRemovalType(row.reaction.associated_message_type) || rows.hasReaction(target, row.reaction))
+        return Taken::Known;
+    addReaction(target, row.reaction);
+    return Taken::Added;
 }
 
 void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)

@@ -32,8 +32,9 @@ public:
     /// Call it when the run begins.
     void begin();
     /// Whether `message` is a reaction whose own message the source lacks, but not the target: it is put
-    /// there and is no message any more.
-    bool takeReaction(const _MsgMessage &message);
+    /// there, unless it is there already, and is no message any more.
+    enum class Taken { No, Added, Known };
+    Taken takeReaction(const _MsgMessage &message);
     void addToNew(qint64 messageId, const _MsgMessage &message);
     /// `hash` is the `logicHash` of `message`. `known` tells by what it is known to be the message of that
     /// row.

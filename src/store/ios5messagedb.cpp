@@ -215,6 +215,9 @@ private:
 
     void completeMadrid(_MsgMessage &message)
     {
+        if (message.guid.isEmpty())
+            message.guid = messageGuidFromData(
+                u"%1 %2 %3"_s.arg(message.src_rowid).arg(message.date).arg(message.text).toUtf8());
         message.is_from_me = message.date_delivered > 0 ? 1 : 0;
         const QString room = sharedText(roomname);
         const QString partner = partnerAddress();

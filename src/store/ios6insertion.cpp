@@ -119,20 +119,6 @@ qint64 IOS6MessageDb::handleRowid(const _MsgHandle &handle)
     return firstRowid(sql);
 }
 
-qint64 IOS6MessageDb::messageRowidByHash(const _MsgMessage &message)
-{
-    openDb();
-    return insertion.hasLogicHash() ? messageRowidByHash(logicHash(message)) : 0;
-}
-
-qint64 IOS6MessageDb::messageRowidByHash(const QString &logicHash)
-{
-    openDb();
-    return insertion.hasLogicHash()
-               ? firstRowid(withText(u"select rowid from message where logic_hash=?"_s, logicHash))
-               : 0;
-}
-
 bool IOS6MessageDb::chatHasHandle(qint64 chatId, qint64 handleId)
 {
     return firstRowid(withRows(u"select 1 from chat_handle_join where chat_id=? and handle_id=?"_s,

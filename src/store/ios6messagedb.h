@@ -59,10 +59,6 @@ public:
     qint64 handleRowid(const _MsgHandle &handle);
     /// The normal form of the address that a row of "handle" has; empty when there is no such row.
     QString handleAddress(qint64 rowid);
-    /// The row of a message with the same `logicHash`; 0 in a file without that column.
-    qint64 messageRowidByHash(const _MsgMessage &message);
-    /// The same for a hash that is at hand.
-    qint64 messageRowidByHash(const QString &logicHash);
     bool chatHasHandle(qint64 chatId, qint64 handleId);
     /// Messages that people see, once for each chat they stand in.
     qint64 countMessages();

@@ -147,6 +147,14 @@ void LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction,
     db.executeThrow(sql);
 }
 
+bool LocalExtras::hasReaction(qint64 messageId, const MessageReaction &reaction)
+{
+    Sqlite3Sql sql("select 1 from _reaction where message_id=? and guid=?");
+    sql.addInt64Param(messageId);
+    sql.addTextParam(reactionGuid(reaction));
+    return db.queryThrow(sql).moveNextThrow();
+}
+
 void LocalExtras::removeReactionLine(const QString &guid)
 {
     Sqlite3Sql sql("delete from message where guid=? and _associated_message_type >= 1000");

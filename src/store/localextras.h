@@ -33,6 +33,7 @@ public:
     /// Gives the messages of `store` their reactions and texts of parts, and marks the recovered ones.
     void read(_MsgStore &store);
 
+    bool hasReaction(qint64 messageId, const MessageReaction &reaction);
     /// A reaction that is there already, by its guid, stays single.
     void addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId);
     /// Deletes the message as which a reaction came in when its own message was not there.

@@ -254,6 +254,7 @@ void TestCli::keepsAndDeletesMessagesOfALocalDatabase()
         const Run result = run(u"import %1 --into %2"_s.arg(backup, name));
         QCOMPARE(result.values(u"messages"_s), QStringList{u"4"_s});
         QCOMPARE(result.values(u"name"_s), QStringList{u"Kept"_s});
+        QCOMPARE(result.values(name == "Kept"_L1 ? u"added"_s : u"known"_s), QStringList{u"4"_s});
     }
     const Run kept = run(u"messages KEPT"_s);
     const Run source = run(u"messages "_s + backup);

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void cleanup() { localDatabasesDir().removeRecursively(); }
     void lookAlikes_data();
     void lookAlikes();
+    void alikeInOneSourceAreTwo();
     void aSecondRunChangesNothing();
     void messagesWithoutAKnownChatAreLeftOut();
     void chatsKnowTheirLatestButNoNewMembers();
@@ -105,6 +106,27 @@ void TestLocalJobs::lookAlikes()
     append(first.list());
     append(second.list());
     QCOMPARE(rows(u"select guid from message"_s), QStringList({u"first-1"_s, u"second-1"_s}).first(kept));
+}
+
+void TestLocalJobs::alikeInOneSourceAreTwo()
+{
+    // One text to several people and pictures in the cloud, all of one second.
+    const auto import = [this](const QString &phone, int chats, int pictures) {
+        Records records(phone);
+        for (int i = 0; i < chats; ++i)
+            records.chat(u"+3461234567%1"_s.arg(i)).sent(u"Feliz año"_s).last().handle = nullptr;
+        for (int i = 0; i < pictures; ++i)
+            records.chat(u"+34611111111"_s).received(u"\uFFFC"_s).attachment(QString());
+        for (_MsgMessage *message : records.list())
+            message->date = 400'000'000;
+        const ImportCounts counts = backupMessages(records.list(), QDir(sample.path), file, progress);
+        return u"%1 added %2 known"_s.arg(counts.added).arg(counts.known);
+    };
+    QCOMPARE(import(u"first"_s, 4, 5), u"9 added 0 known"_s);
+    QCOMPARE(rows(u"select count(*) from message_attachment_join group by message_id"_s),
+             QStringList(5, u"1"_s));
+    QCOMPARE(import(u"first"_s, 4, 5), u"0 added 9 known"_s);
+    QCOMPARE(import(u"second"_s, 5, 2), u"1 added 6 known"_s);
 }
 
 void TestLocalJobs::aSecondRunChangesNothing()
