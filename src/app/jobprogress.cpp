@@ -1,5 +1,6 @@
 #include "jobprogress.h"
 
+#include <QDebug>
 #include <QtMath>
 
 namespace
@@ -19,6 +20,12 @@ void throwIfCancelled(const JobProgress &progress)
 int percentOf(qint64 done, qint64 total)
 {
     return total <= 0 ? 100 : qRound(double(done) / double(total) * 100);
+}
+
+void failJob(JobProgress &progress, const QString &err)
+{
+    qWarning().noquote() << err;
+    progress.errorOccurred(err);
 }
 
 bool ProgressPace::isDue(qint64 done)

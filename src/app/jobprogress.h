@@ -68,15 +68,18 @@ void workThrough(const Items &items, JobProgress &progress, const QString &patte
     }
 }
 
+/// Logs a failure and tells `errorOccurred` of it.
+void failJob(JobProgress &progress, const QString &err);
+
 /// The one way a job ends: `work` returns the text for `succeed`, an exception goes to
-/// `errorOccurred`, a cancel says nothing.
+/// `failJob`, a cancel says nothing.
 template <typename Work>
 void runJob(JobProgress &progress, Work work)
 {
     try {
         progress.succeed(work());
     } catch (const std::exception &error) {
-        progress.errorOccurred(QString::fromUtf8(error.what()));
+        failJob(progress, QString::fromUtf8(error.what()));
     } catch (int) {
         // Cancelled: whoever cancelled knows, and nobody is left to tell.
     }

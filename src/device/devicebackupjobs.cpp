@@ -109,7 +109,7 @@ void IOSMobileBackupThread::run()
     } catch (const std::exception &error) {
         if (folder)
             removeTree(*folder);
-        progress->errorOccurred(backupFailureText(QString::fromUtf8(error.what())));
+        failJob(*progress, backupFailureText(QString::fromUtf8(error.what())));
     }
 }
 
@@ -126,6 +126,6 @@ void IOSMobileRestoreThread::run()
         tool->run({1});
         progress->succeed({});
     } catch (const std::exception &error) {
-        progress->errorOccurred(restoreFailureText(QString::fromUtf8(error.what())));
+        failJob(*progress, restoreFailureText(QString::fromUtf8(error.what())));
     }
 }

@@ -118,11 +118,17 @@ void TestApp::jobsTellWhyTheyFailedUnlessCancelled()
     for (const bool isCancelled : {false, true}) {
         RecordingProgress progress;
         progress.cancelled = isCancelled;
+        static QStringList logged;
+        logged.clear();
+        const QtMessageHandler before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext &, const QString &text) { logged.append(text); });
         runJob(progress, [&]() -> QString {
             throwIfCancelled(progress);
             throw std::runtime_error("ñ");
         });
+        qInstallMessageHandler(before);
         QCOMPARE(progress.outcome, isCancelled ? u"not reported"_s : u"ñ"_s);
+        QCOMPARE(logged, isCancelled ? QStringList() : QStringList(u"ñ"_s));
     }
 }
 
