@@ -184,6 +184,14 @@
         <translation>(and %1 more)</translation>
     </message>
     <message>
+        <source>IDS_SOURCE_%1_IN_USE</source>
+        <translation>&quot;%1&quot; is being read or changed just now. Wait until that is done, then try again.</translation>
+    </message>
+    <message>
+        <source>IDS_NOT_ON_VIEW</source>
+        <translation>The messages of what is selected are not on view. Select it again, then repeat what you wanted.</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

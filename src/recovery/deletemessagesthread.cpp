@@ -97,6 +97,18 @@ bool removeMember(IOS6MessageDb &db, const ChatMember &member)
     return true;
 }
 
+/// Throws where the row of `message` has come to hold another one since it was read.
+void checkUnchangedThrow(IOS6MessageDb &db, const _MsgMessage &message)
+{
+    Sqlite3Cursor cursor =
+        db.queryThrow(withRows(u"select guid from message where rowid=?"_s, {message.rowid}));
+    if (cursor.moveNextThrow() && cursor.getText(0) != message.guid)
+        throw std::runtime_error(
+            u"%1: the messages were changed by another program since they were read. Read them again, then "
+            "delete."_s.arg(db.databasePath())
+                .toStdString());
+}
+
 qint64 removeMembers(IOS6MessageDb &db, const QList<ChatMember> &members, JobProgress &progress)
 {
     qint64 removed = 0;
@@ -113,7 +125,10 @@ qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, J
 {
     progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
     return deleteInTransaction(db, progress, [&] {
-        workThrough(messages, progress, {}, [&](const _MsgMessage *message) { db.deleteMessage(*message); });
+        workThrough(messages, progress, {}, [&](const _MsgMessage *message) {
+            checkUnchangedThrow(db, *message);
+            db.deleteMessage(*message);
+        });
         return qint64(messages.size());
     });
 }

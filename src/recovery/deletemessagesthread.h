@@ -11,7 +11,7 @@ class IOS6MessageDb;
 class JobProgress;
 
 /// Deletes messages from a Local Database, all or none. Returns their number. Throws
-/// `std::runtime_error`, and the integer -1 on cancel.
+/// `std::runtime_error`, also where a row holds another message by now, and the integer -1 on cancel.
 qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, JobProgress &progress);
 
 /// Deletes the conversations with these `chat_identifier`s, all or none, empty chats too. A message that

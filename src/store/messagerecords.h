@@ -145,12 +145,18 @@ struct _MsgStore {
         qDeleteAll(messages);
         qDeleteAll(handles);
         qDeleteAll(chats);
+        qDeleteAll(removedMessages);
+        qDeleteAll(removedChats);
     }
 
     QHash<qint64, _MsgChat *> chats;
     QHash<qint64, _MsgHandle *> handles;
     QHash<qint64, _MsgMessage *> messages;
     QHash<qint64, _MsgAttachment *> attachments;
+
+    // Records that were taken out above. They live on for whoever still shows them.
+    QList<_MsgMessage *> removedMessages;
+    QList<_MsgChat *> removedChats;
 };
 
 using _MsgStorePtr = QSharedPointer<_MsgStore>;

@@ -52,7 +52,7 @@ QString doneText(const IOS6RestoreMessagesThread &job)
 
 } // namespace
 
-void exportToItunesBackup(const QList<_MsgMessage *> &messages, QWidget *window)
+void exportToItunesBackup(const MessageList &list, QWidget *window)
 {
     LoadItunesBackupDlg dialog(window);
     if (dialog.exec() != QDialog::Accepted || !dialog.selected())
@@ -60,19 +60,18 @@ void exportToItunesBackup(const QList<_MsgMessage *> &messages, QWidget *window)
     BackupManifest *manifest = dialog.selected().data();
     if (manifest->isEncrypted)
         return showWarning(QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_ENCRYPT"));
-    if (const std::optional<QString> done = writeIntoBackup(messages, *manifest, window))
+    if (const std::optional<QString> done = writeIntoBackup(list, *manifest, window))
         showInfo(*done);
 }
 
-std::optional<QString> writeIntoBackup(const QList<_MsgMessage *> &messages, BackupManifest &manifest,
-                                       QWidget *window)
+std::optional<QString> writeIntoBackup(const MessageList &list, BackupManifest &manifest, QWidget *window)
 {
     openForMessages(manifest);
     if (!fillCache(&manifest, window))
         return std::nullopt;
     const std::unique_ptr<IOS6MessageDb> phone = cachedPhone(manifest);
     ProgressForm form(QString(), window);
-    IOS6RestoreMessagesThread job(&messages, phone.get(), manifest.backupDir, &form, nullptr);
+    IOS6RestoreMessagesThread job(&list.messages, phone.get(), manifest.backupDir, &form, nullptr);
     if (!runUnder(form, job))
         return std::nullopt;
     return doneText(job);

@@ -21,14 +21,14 @@ namespace
 constexpr int newestWritable = 9;
 
 /// All phones but the one that the messages come from; null when the person gives up.
-_IOSDeviceItemNode *pickPhone(SourcePane &sources, QWidget *window)
+_IOSDeviceItemNode *pickPhone(const _MsgStorePtr &origin, SourcePane &sources, QWidget *window)
 {
     DataSourceSelForm form(window);
     form.setHeading(QObject::tr("IDS_SEL_ONE_IOS_DEVICE"));
     for (AbsTreeItemModel::_ItemNode *node : std::as_const(sources.model().rootDevice->children)) {
-        if (node != sources.currentSource())
-            form.addItem(programIcon(u":res/iphone.png"_s), node->text,
-                         static_cast<_IOSDeviceItemNode *>(node));
+        auto *phone = static_cast<_IOSDeviceItemNode *>(node);
+        if (phone->store != origin)
+            form.addItem(programIcon(u":res/iphone.png"_s), phone->text, phone);
     }
     form.exec();
     // A phone may have been pulled meanwhile.
@@ -61,9 +61,9 @@ bool isConfirmed(const IOSDevice &phone)
 
 } // namespace
 
-void transferToPhone(const QList<_MsgMessage *> &messages, SourcePane &sources, QWidget *window)
+void transferToPhone(const MessageList &list, SourcePane &sources, QWidget *window)
 {
-    const _IOSDeviceItemNode *node = pickPhone(sources, window);
+    const _IOSDeviceItemNode *node = pickPhone(list.store, sources, window);
     if (!node || !isWritable(*node))
         return;
     const IOSDevice phone = node->device; // the node goes when the phone is pulled
@@ -74,7 +74,7 @@ void transferToPhone(const QList<_MsgMessage *> &messages, SourcePane &sources, 
     if (!folder)
         return;
     BackupManifest manifest(folder->absolutePath());
-    const std::optional<QString> done = writeIntoBackup(messages, manifest, window);
+    const std::optional<QString> done = writeIntoBackup(list, manifest, window);
     if (done && restorePhone(phone, *folder, window))
         showInfo(*done);
 }

@@ -103,7 +103,7 @@ void ItemModelMain::loadSessions(_AbsDBItemNode *node)
     QList<_ItemNode *> sessions;
     const QList<_MsgSession> all = groupChatSessions(node->store);
     for (const _MsgSession &session : joinsPersons ? joinSamePersons(all) : all)
-        sessions.append(new _ChatSessionItemNode(session));
+        sessions.append(new _ChatSessionItemNode(session, node->store));
     appendNodes(node, sessions);
 }
 

@@ -71,7 +71,7 @@ QModelIndex ItemModelSms::index(int row, int column, const QModelIndex &parent) 
     if (!hasIndex(row, column, parent))
         return {};
     // Only the first column carries the message, so that a selection of whole rows yields each once.
-    return createIndex(row, column, column == Date ? list.at(row) : nullptr);
+    return createIndex(row, column, column == Date ? messages().at(row) : nullptr);
 }
 
 QModelIndex ItemModelSms::parent(const QModelIndex &) const
@@ -81,7 +81,7 @@ QModelIndex ItemModelSms::parent(const QModelIndex &) const
 
 int ItemModelSms::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(list.size());
+    return parent.isValid() ? 0 : int(messages().size());
 }
 
 int ItemModelSms::columnCount(const QModelIndex &parent) const
@@ -93,7 +93,7 @@ QVariant ItemModelSms::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
         return {};
-    const _MsgMessage &message = *list.at(index.row());
+    const _MsgMessage &message = *messages().at(index.row());
     switch (role) {
     case Qt::ToolTipRole:
         if (index.column() == Content)
@@ -116,7 +116,7 @@ QVariant ItemModelSms::headerData(int section, Qt::Orientation orientation, int 
     return names.value(section);
 }
 
-void ItemModelSms::setMessages(const QList<_MsgMessage *> &shown)
+void ItemModelSms::setMessages(const MessageList &shown)
 {
     beginResetModel();
     list = shown;
@@ -131,8 +131,8 @@ void ItemModelSms::clear()
 void ItemModelSms::setEmojiStyle(EmojiStyle style)
 {
     emoji = style;
-    if (!list.isEmpty())
-        Q_EMIT dataChanged(index(0, Content), index(int(list.size()) - 1, Content));
+    if (!messages().isEmpty())
+        Q_EMIT dataChanged(index(0, Content), index(int(messages().size()) - 1, Content));
 }
 
 QModelIndex ItemModelSms::indexOfRow(int row) const

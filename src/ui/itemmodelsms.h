@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "messagelist.h"
 #include "messagetext.h"
 
 #include <QAbstractItemModel>
@@ -22,12 +22,13 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
-    /// Shows `shown` in the order given. The records are borrowed from the store of their source.
-    void setMessages(const QList<_MsgMessage *> &shown);
+    /// Shows `shown` in the order given.
+    void setMessages(const MessageList &shown);
     void clear();
     /// How the texts show emoji from now on.
     void setEmojiStyle(EmojiStyle style);
-    const QList<_MsgMessage *> &messages() const { return list; }
+    const QList<_MsgMessage *> &messages() const { return list.messages; }
+    const MessageList &messageList() const { return list; }
 
     /// Column 0 of `row`; invalid when there is no such row.
     QModelIndex indexOfRow(int row) const;
@@ -37,7 +38,7 @@ public:
 private:
     const QIcon &iconOf(const _MsgMessage &message) const;
 
-    QList<_MsgMessage *> list;
+    MessageList list;
     EmojiStyle emoji = EmojiStyle::Markers;
     const QIcon imessageSent, imessageReceived, smsSent, smsReceived;
 };

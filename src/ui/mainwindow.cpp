@@ -17,6 +17,7 @@
 #include "mobiledevice.h"
 #include "product.h"
 #include "programicon.h"
+#include "shownsource.h"
 #include "sourceloader.h"
 #include "sourcepane.h"
 #include "stylesheet.h"
@@ -65,8 +66,14 @@ MainWindow::MainWindow(QWidget *parent)
     connect(sources, &SourcePane::selectionChanged, this, &MainWindow::onMainTreeSelected);
     connect(sources, &SourcePane::contextMenuWanted, this, &MainWindow::onMainTreeContextMenu);
     connect(messages, &MessagePane::contextMenuWanted, this, &MainWindow::onSMSContextMenu);
-    // Queued: reading what is shown may open a dialog, for which the menu has to be closed.
-    connect(views, &ViewSwitches::contentChanged, this, &MainWindow::showSelected, Qt::QueuedConnection);
+    // Later: reading what is shown may open a dialog, for which menu and tree have to be done with the click.
+    selectionTimer.setSingleShot(true);
+    connect(&selectionTimer, &QTimer::timeout, this, &MainWindow::showSelected);
+    connect(views, &ViewSwitches::contentChanged, this, [this] { selectionTimer.start(); });
+    connect(sources, &SourcePane::becameIdle, this, [this] {
+        if (selectionWaits)
+            selectionTimer.start();
+    });
     fillStatusBar();
     runFlow([this] { fillSourceTree(sources->model()); });
     runFlow([this] { watchPhones(); });
@@ -199,33 +206,35 @@ SourceState MainWindow::state() const
 void MainWindow::onMainTreeSelected(const QItemSelection &, const QItemSelection &)
 {
     menus->follow(state());
+    messages->clearMessageViews(); // what fails to be read must not leave another source's messages
     const _AbsDBItemNode *source = sources->currentSource();
-    if (source && !isLoaded(*source) && isLargeSource(*source)) {
-        // Its dialog has to open after the tree is done with the click.
-        messages->clearMessageViews();
-        QTimer::singleShot(0, this, &MainWindow::showSelected);
-    } else {
+    if (source && !isLoaded(*source) && isLargeSource(*source))
+        selectionTimer.start();
+    else
         showSelected();
-    }
 }
 
 void MainWindow::showSelected()
 {
+    selectionTimer.stop();
+    selectionWaits = sources->isBusy();
+    if (selectionWaits)
+        return;
     runFlow([this] {
+        messages->clearMessageViews();
         if (_ChatSessionItemNode *conversation = sources->currentConversation())
             showConversation(conversation);
         else if (_AbsDBItemNode *source = sources->currentSource())
             showSource(source);
-        else
-            messages->clearMessageViews();
         views->tellMissing();
     });
 }
 
 void MainWindow::showSource(_AbsDBItemNode *source)
 {
-    if (sources->load(source))
-        messages->showMessages(allMessages(source->store), source->store, source->text);
+    // Something else may be selected when it is read.
+    if (sources->load(source) && sources->currentNode() == source)
+        messages->showMessages({allMessages(source->store), source->store}, source->text);
 }
 
 void MainWindow::showConversation(_ChatSessionItemNode *conversation)
@@ -233,10 +242,11 @@ void MainWindow::showConversation(_ChatSessionItemNode *conversation)
     auto *source = static_cast<_AbsDBItemNode *>(conversation->parent);
     const QList<_MsgChat *> chats = conversation->session.chats;
     if (isLoaded(*source) || chats.isEmpty())
-        return messages->showMessages(sessionMessages(chats), source->store, conversation->text);
+        return messages->showMessages({sessionMessages(chats), source->store}, conversation->text);
     const QString identifier = chats.first()->chat_identifier;
-    // A source that has no messages at all stays as it is, and so does its tree.
-    if (sources->load(source) && isLoaded(*source))
+    // Reading makes the conversations anew, so that none is selected then; but for a source that has no
+    // messages at all, which stays as it is, and so does its tree.
+    if (sources->load(source) && isLoaded(*source) && !sources->currentNode())
         sources->selectConversation(source, identifier);
 }
 
@@ -278,24 +288,18 @@ MessageChoice MainWindow::choose(Scope scope)
 {
     if (scope == Scope::Source)
         return chooseSource();
-    const _AbsDBItemNode *source = sources->currentSource();
-    MessageChoice choice;
-    choice.messages = scope == Scope::Selected ? messages->selectedMessages() : messages->messages();
-    choice.store = messages->store();
-    choice.sourceName = source ? source->text : QString();
-    return choice;
+    const _AbsDBItemNode *source = sourceOnView(*sources, *messages);
+    if (!source)
+        throw std::runtime_error(QObject::tr("IDS_NOT_ON_VIEW").toStdString());
+    return {scope == Scope::Selected ? messages->selectedMessages() : messages->onView(), source->text};
 }
 
 MessageChoice MainWindow::chooseSource()
 {
-    MessageChoice choice;
     _AbsDBItemNode *source = sources->currentSource();
-    if (source && sources->load(source) && isLoaded(*source)) {
-        choice.messages = sortMessages(allMessages(source->store));
-        choice.store = source->store;
-        choice.sourceName = source->text;
-    }
-    return choice;
+    if (!source || !sources->load(source) || !isLoaded(*source))
+        return {};
+    return {{sortMessages(allMessages(source->store)), source->store}, source->text};
 }
 
 void MainWindow::miDel()

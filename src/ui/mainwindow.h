@@ -5,6 +5,7 @@
 
 #include <QMainWindow>
 #include <QSet>
+#include <QTimer>
 
 #include <functional>
 
@@ -100,6 +101,7 @@ private:
     void showPhone(const ReadPhone &phone);
     void fillStatusBar();
     SourceState state() const;
+    /// Puts on view what is selected in the tree; when sources are in use, as soon as none is.
     void showSelected();
     void showSource(_AbsDBItemNode *source);
     void showConversation(_ChatSessionItemNode *conversation);
@@ -108,7 +110,7 @@ private:
     void work(Worker worker, Scope scope);
     /// What an entry of the main menu is about: the rows selected, else what the tree says.
     Scope dispatchedScope() const;
-    /// For any scope but the dispatched one. Without a store when there is nothing to work on.
+    /// For any scope but the dispatched one. Throws when the messages on view aren't those of a source.
     MessageChoice choose(Scope scope);
     MessageChoice chooseSource();
     /// Runs what may open dialogs or throw; a failure is logged and shown.
@@ -123,6 +125,8 @@ private:
     QLabel *advLabel;
     DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
     QSet<void *> phonesHere;
+    QTimer selectionTimer;       ///< shows what was selected last, however often that changed
+    bool selectionWaits = false; ///< for sources that are in use
     int flowsRunning = 0;
     bool closeWanted = false;
 };

@@ -11,25 +11,26 @@
 #include "sourceloader.h"
 #include "sourcepane.h"
 
-#include <QPersistentModelIndex>
-
 #include <algorithm>
 
 namespace
 {
 
-/// The Local Database selected or around the conversation selected; null for anything else.
-_LocalDBItemNode *currentDatabase(const SourcePane &sources)
+_LocalDBItemNode *asDatabase(_AbsDBItemNode *source)
 {
-    _AbsDBItemNode *source = sources.currentSource();
     return source && source->type == LocalDbNode ? static_cast<_LocalDBItemNode *>(source) : nullptr;
 }
 
-bool deleteUnderDialog(AbsMessageDb &source, const QList<_MsgMessage *> &messages, QWidget *window)
+bool deleteUnderDialog(SourcePane &sources, const _LocalDBItemNode &database, const MessageList &list,
+                       QWidget *window)
 {
-    ProgressForm form(QString(), window);
-    DeleteMessagesThread job(&dynamic_cast<IOS6MessageDb &>(source), &messages, &form, nullptr);
-    return runUnder(form, job);
+    bool isDone = false;
+    sources.use(database, [&](AbsMessageDb &db) {
+        ProgressForm form(QString(), window);
+        DeleteMessagesThread job(&dynamic_cast<IOS6MessageDb &>(db), &list.messages, &form, nullptr);
+        isDone = runUnder(form, job);
+    });
+    return isDone;
 }
 
 bool isEmptied(const AbsTreeItemModel::_ItemNode *node)
@@ -37,6 +38,11 @@ bool isEmptied(const AbsTreeItemModel::_ItemNode *node)
     const QList<_MsgChat *> &chats = static_cast<const _ChatSessionItemNode *>(node)->session.chats;
     return std::all_of(chats.begin(), chats.end(),
                        [](const _MsgChat *chat) { return chat->messages.isEmpty(); });
+}
+
+QSet<_MsgMessage *> asSet(const QList<_MsgMessage *> &messages)
+{
+    return {messages.begin(), messages.end()};
 }
 
 /// Takes conversations without messages out of the tree, and their chats, which the file has lost too, out
@@ -47,83 +53,93 @@ void removeConversations(ItemModelMain &model, const QList<AbsTreeItemModel::_It
     for (AbsTreeItemModel::_ItemNode *node : nodes) {
         const QList<_MsgChat *> chats = static_cast<_ChatSessionItemNode *>(node)->session.chats;
         model.removeNode(node);
-        for (_MsgChat *chat : chats)
-            delete store.chats.take(chat->rowid);
+        for (const _MsgChat *chat : chats)
+            if (_MsgChat *removed = store.chats.take(chat->rowid))
+                store.removedChats.append(removed);
     }
 }
 
-/// Brings the tree up to what was deleted.
-void forgetInTree(SourcePane &sources, _AbsDBItemNode *source, const QSet<_MsgMessage *> &gone)
+/// Takes messages that the file has lost out of store and tree.
+void forgetInTree(SourcePane &sources, const MessageList &gone)
 {
+    _AbsDBItemNode *source = sources.sourceOf(gone.store);
+    if (!source) // shown no more
+        return;
     QList<AbsTreeItemModel::_ItemNode *> emptied;
     for (AbsTreeItemModel::_ItemNode *node : std::as_const(source->children))
         if (!isEmptied(node))
             emptied.append(node);
-    forgetMessages(*source->store, gone);
+    forgetMessages(*gone.store, asSet(gone.messages));
     emptied.removeIf([](const AbsTreeItemModel::_ItemNode *node) { return !isEmptied(node); });
-    removeConversations(sources.model(), emptied, *source->store);
+    removeConversations(sources.model(), emptied, *gone.store);
 }
 
 /// Chats without messages, which no message takes along when it goes.
-void deleteEmptyConversation(SourcePane &sources, _AbsDBItemNode *source, _ChatSessionItemNode *node,
-                             QWidget *window)
+void deleteEmptyConversation(SourcePane &sources, const _LocalDBItemNode &database,
+                             _ChatSessionItemNode *conversation, QWidget *window)
 {
-    if (node->session.chats.isEmpty())
-        return;
     QStringList identifiers;
-    for (const _MsgChat *chat : std::as_const(node->session.chats))
+    for (const _MsgChat *chat : std::as_const(conversation->session.chats))
         identifiers.append(chat->chat_identifier);
-    ProgressForm unseen(QString(), window);
-    deleteConversations(dynamic_cast<IOS6MessageDb &>(*source->db), identifiers, unseen);
-    removeConversations(sources.model(), {node}, *source->store);
-}
-
-QSet<_MsgMessage *> asSet(const QList<_MsgMessage *> &messages)
-{
-    return {messages.begin(), messages.end()};
+    if (identifiers.isEmpty())
+        return;
+    sources.use(database, [&](AbsMessageDb &db) {
+        ProgressForm unseen(QString(), window);
+        deleteConversations(dynamic_cast<IOS6MessageDb &>(db), identifiers, unseen);
+    });
+    removeConversations(sources.model(), {conversation}, *conversation->store);
 }
 
 } // namespace
 
 void deleteSelectedMessages(SourcePane &sources, MessagePane &messages, QWidget *window)
 {
-    _LocalDBItemNode *database = currentDatabase(sources);
+    const MessageList selected = messages.selectedMessages();
+    const QString title = messages.title();
+    const _LocalDBItemNode *database = asDatabase(sources.sourceOf(selected.store));
     if (!database || !askYesNo(QObject::tr("IDS_CONFIRM_DEL_SEL_MESSAGES")))
         return;
-    const QList<_MsgMessage *> selected = messages.selectedMessages();
-    if (!deleteUnderDialog(*database->db, selected, window))
+    if (!deleteUnderDialog(sources, *database, selected, window))
         return;
-    const QSet<_MsgMessage *> gone = asSet(selected);
-    QList<_MsgMessage *> left = messages.messages();
-    left.removeIf([&](_MsgMessage *message) { return gone.contains(message); });
-    messages.showMessages(left, messages.store(), messages.title());
-    forgetInTree(sources, database, gone);
+    if (messages.onView().store == selected.store) {
+        MessageList left = messages.onView();
+        left.messages.removeIf(
+            [gone = asSet(selected.messages)](_MsgMessage *message) { return gone.contains(message); });
+        messages.showMessages(left, title);
+    }
+    forgetInTree(sources, selected);
 }
 
 void deleteConversation(SourcePane &sources, MessagePane &messages, QWidget *window)
 {
-    _LocalDBItemNode *database = currentDatabase(sources);
     _ChatSessionItemNode *conversation = sources.currentConversation();
-    if (!database || !conversation || !askYesNo(QObject::tr("IDS_CONFIRM_DEL_THIS_CHAT")))
+    const _LocalDBItemNode *database =
+        conversation ? asDatabase(sources.sourceOf(conversation->store)) : nullptr;
+    if (!database)
         return;
-    const QList<_MsgMessage *> all = sessionMessages(conversation->session.chats);
-    if (all.isEmpty())
-        return deleteEmptyConversation(sources, database, conversation, window);
-    if (!deleteUnderDialog(*database->db, all, window))
+    const MessageList all{sessionMessages(conversation->session.chats), conversation->store};
+    if (!askYesNo(QObject::tr("IDS_CONFIRM_DEL_THIS_CHAT")))
         return;
-    messages.clearMessageViews();
-    forgetInTree(sources, database, asSet(all));
+    if (all.messages.isEmpty())
+        return deleteEmptyConversation(sources, *database, conversation, window);
+    if (!deleteUnderDialog(sources, *database, all, window))
+        return;
+    if (messages.onView().store == all.store)
+        messages.clearMessageViews();
+    forgetInTree(sources, all);
 }
 
 void deleteDatabase(SourcePane &sources)
 {
-    _LocalDBItemNode *database = currentDatabase(sources);
+    _LocalDBItemNode *database = asDatabase(sources.currentSource());
     if (!database || !askYesNo(QObject::tr("IDS_CONFIRM_DEL_THIS_LOCALDB")))
         return;
     const QString name = database->text;
-    database->db->close();
-    if (const std::optional<LocalDatabase> folder = findLocalDatabase(name))
-        deleteLocalDatabase(*folder);
+    sources.use(*database, [&](AbsMessageDb &db) {
+        db.close();
+        if (const std::optional<LocalDatabase> folder = findLocalDatabase(name))
+            deleteLocalDatabase(*folder);
+    });
     sources.model().removeNode(database);
     showInfo(QObject::tr("IDS_DEL_LOCALDB_SUC").arg(name.toHtmlEscaped()));
 }

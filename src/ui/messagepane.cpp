@@ -114,19 +114,19 @@ void MessagePane::setUpHeader()
     connect(header, &QHeaderView::sortIndicatorChanged, this, &MessagePane::onSMSSortIndicatorChanged);
 }
 
-void MessagePane::showMessages(const QList<_MsgMessage *> &list, _MsgStorePtr owner, const QString &title)
+void MessagePane::showMessages(const MessageList &list, const QString &title)
 {
-    shownStore.swap(owner); // what was on view is let go of when nothing of it is shown any more
     setTitle(title);
-    QList<_MsgMessage *> wanted = list;
+    MessageList wanted = list;
     if (!showsDeleted)
-        wanted.removeIf([](const _MsgMessage *message) { return isRecentlyDeleted(*message); });
+        wanted.messages.removeIf([](const _MsgMessage *message) { return isRecentlyDeleted(*message); });
     showSorted(wanted);
 }
 
 void MessagePane::clearMessageViews()
 {
-    showMessages({}, nullptr, {});
+    showMessages({}, {});
+    setNotice({});
 }
 
 void MessagePane::setEmojiStyle(EmojiStyle style)
@@ -136,16 +136,16 @@ void MessagePane::setEmojiStyle(EmojiStyle style)
     txtSMS->setEmojiStyle(style);
 }
 
-void MessagePane::showSorted(const QList<_MsgMessage *> &list)
+void MessagePane::showSorted(const MessageList &list)
 {
-    QList<_MsgMessage *> sorted = sortMessages(list);
+    MessageList sorted{sortMessages(list.messages), list.store};
     if (!isAscending())
-        std::reverse(sorted.begin(), sorted.end());
+        std::reverse(sorted.messages.begin(), sorted.messages.end());
     txtSMS->clearMessages();
     smsModel->setMessages(sorted);
     txtSMS->setMessages(sorted);
-    lbSMSCount->setText(sorted.isEmpty() ? QObject::tr("Messages: 0")
-                                         : QObject::tr("Messages: %1").arg(sorted.size()));
+    const qsizetype count = sorted.messages.size();
+    lbSMSCount->setText(count == 0 ? QObject::tr("Messages: 0") : QObject::tr("Messages: %1").arg(count));
 }
 
 void MessagePane::setTitle(const QString &title)
@@ -165,20 +165,20 @@ void MessagePane::setNotice(const QStringList &lines)
     lbNotice->setVisible(!lines.isEmpty());
 }
 
-const QList<_MsgMessage *> &MessagePane::messages() const
+const MessageList &MessagePane::onView() const
 {
-    return smsModel->messages();
+    return smsModel->messageList();
 }
 
-QList<_MsgMessage *> MessagePane::selectedMessages() const
+MessageList MessagePane::selectedMessages() const
 {
     QItemSelection ranges = treeViewSMS->selectionModel()->selection();
     std::sort(ranges.begin(), ranges.end(),
               [](const QItemSelectionRange &a, const QItemSelectionRange &b) { return a.top() < b.top(); });
-    QList<_MsgMessage *> selected;
+    MessageList selected{{}, onView().store};
     for (const QItemSelectionRange &range : std::as_const(ranges))
         for (int row = range.top(); row <= range.bottom(); ++row)
-            selected.append(messages().at(row));
+            selected.messages.append(onView().messages.at(row));
     return selected;
 }
 
@@ -210,7 +210,7 @@ void MessagePane::onSMSSortIndicatorChanged(int logicalIndex, Qt::SortOrder)
     if (logicalIndex != 0)
         treeViewSMS->header()->setSortIndicator(0, Qt::DescendingOrder);
     else
-        showSorted(messages());
+        showSorted(MessageList(onView()));
 }
 
 int MessagePane::currentRow() const
@@ -224,7 +224,7 @@ void MessagePane::searchMessages()
     const QString words = txtSMSKeyword->text().trimmed();
     if (words.isEmpty())
         return;
-    const QList<_MsgMessage *> &list = messages();
+    const QList<_MsgMessage *> list = onView().messages;
     if (list.isEmpty())
         return showInfo(QObject::tr("IDS_CAN_NOT_FOUND_AND_MESSAGES"));
     const std::optional<int> found = searchWrapping(int(list.size()), currentRow() + 1, [&](int row) {

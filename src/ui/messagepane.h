@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "messagelist.h"
 #include "messagetext.h"
 
 #include <QWidget>
@@ -21,9 +21,9 @@ class MessagePane : public QWidget
 public:
     explicit MessagePane(QWidget *parent);
 
-    /// Shows `list` under `title`, in the order that the header tells. The records belong to `owner`, which
-    /// is kept as long as they are on view.
-    void showMessages(const QList<_MsgMessage *> &list, _MsgStorePtr owner, const QString &title);
+    /// Shows `list` under `title`, in the order that the header tells.
+    void showMessages(const MessageList &list, const QString &title);
+    /// Also takes the notice away.
     void clearMessageViews();
     /// How list, conversation and search take emoji from now on.
     void setEmojiStyle(EmojiStyle style);
@@ -33,13 +33,11 @@ public:
     /// Lines above the conversation, the first few in sight; none hides them.
     void setNotice(const QStringList &lines);
 
-    /// All that is on view, in its order.
-    const QList<_MsgMessage *> &messages() const;
+    /// All that is on view, in its order; without a store when nothing is.
+    const MessageList &onView() const;
     /// What is selected in the list, in the order of the list.
-    QList<_MsgMessage *> selectedMessages() const;
+    MessageList selectedMessages() const;
     bool hasSelection() const;
-    /// The store behind the messages on view; null when there are none.
-    const _MsgStorePtr &store() const { return shownStore; }
     const QString &title() const { return shownTitle; }
     bool isAscending() const;
     void focusSearch();
@@ -59,7 +57,7 @@ private:
     void buildConversation(QSplitter *splitter);
     void setUpHeader();
     void setTitle(const QString &title);
-    void showSorted(const QList<_MsgMessage *> &list);
+    void showSorted(const MessageList &list);
     int currentRow() const;
 
     ItemModelSms *smsModel;
@@ -69,7 +67,6 @@ private:
     QLabel *lbNotice;
     SmsBrowser *txtSMS;
     QLabel *lbSMSCount;
-    _MsgStorePtr shownStore;
     QString shownTitle;
     EmojiStyle emoji = EmojiStyle::Markers;
     bool showsDeleted = false;

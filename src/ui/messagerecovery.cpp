@@ -3,9 +3,9 @@
 #include "boxes.h"
 #include "jobrunner.h"
 #include "messagepane.h"
-#include "messagestore.h"
 #include "progressform.h"
 #include "recoverdeletedthread.h"
+#include "shownsource.h"
 #include "sourcepane.h"
 
 #include <algorithm>
@@ -30,19 +30,15 @@ void sayRecovered(const _MsgStore &store)
 void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget *window)
 {
     _AbsDBItemNode *source = sources.currentSource();
-    const QSharedPointer<AbsIOSMessageDb> db =
-        source ? source->db.dynamicCast<AbsIOSMessageDb>() : QSharedPointer<AbsIOSMessageDb>();
-    if (!db || source->type != IosDeviceNode)
+    if (!source || source->type != IosDeviceNode)
         return;
     const QPersistentModelIndex place(sources.model().indexOf(source));
-    if (!lookForDeleted(*db, window) || !place.isValid()) // the phone may have gone meanwhile
+    bool isSearched = false;
+    sources.use(*source, [&](AbsMessageDb &db) {
+        isSearched = lookForDeleted(dynamic_cast<AbsIOSMessageDb &>(db), window);
+    });
+    if (!isSearched || !place.isValid()) // the phone may have gone meanwhile
         return;
-    messages.clearMessageViews();
-    sources.unload(source);
-    if (!sources.load(source))
-        return;
-    const _MsgStorePtr store = source->store;
-    sources.select(source); // which it was before, unless a conversation was
-    messages.showMessages(allMessages(store), store, source->text);
-    sayRecovered(*store);
+    if (const _MsgStorePtr store = showAnew(source, sources, messages))
+        sayRecovered(*store);
 }

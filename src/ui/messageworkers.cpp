@@ -19,6 +19,7 @@
 #include "openmessagedb.h"
 #include "passcodedlg.h"
 #include "progressform.h"
+#include "shownsource.h"
 #include "smsprinter.h"
 #include "sourceloader.h"
 #include "sourcepane.h"
@@ -95,19 +96,25 @@ void MessageWorkers::backupToLocalDb(const QString &name, const MessageChoice &c
     if (form.selectedName().isEmpty())
         return;
     const LocalDatabase target = localDatabaseToFill(form.selectedName());
-    if (_LocalDBItemNode *node = sources->localDatabase(target.name))
-        node->db->close();
-    ProgressForm progress(QString(), window);
-    BackupSMSThread job(choice.messages, QDir(target.path), target.file(), &progress, nullptr);
-    if (!runUnder(progress, job))
+    if (!fillDatabase(target, choice))
         return;
     _LocalDBItemNode *node = sources->localDatabase(target.name);
-    if (node)
-        sources->unload(node);
-    else
-        node = addLocalDatabase(sources->model(), target);
-    sources->load(node);
-    sources->select(node);
+    showAnew(node ? node : addLocalDatabase(sources->model(), target), *sources, *messages);
+}
+
+bool MessageWorkers::fillDatabase(const LocalDatabase &target, const MessageList &list)
+{
+    ProgressForm progress(QString(), window);
+    BackupSMSThread job(list.messages, QDir(target.path), target.file(), &progress, nullptr);
+    const _LocalDBItemNode *node = sources->localDatabase(target.name);
+    if (!node)
+        return runUnder(progress, job);
+    bool isFilled = false;
+    sources->use(*node, [&](AbsMessageDb &db) {
+        db.close(); // the job has a connection of its own
+        isFilled = runUnder(progress, job);
+    });
+    return isFilled;
 }
 
 void MessageWorkers::exportMessages(const MessageChoice &choice)
@@ -133,12 +140,12 @@ void MessageWorkers::print(const MessageChoice &choice)
 
 void MessageWorkers::restoreToDevice(const MessageChoice &choice)
 {
-    transferToPhone(choice.messages, *sources, window);
+    transferToPhone(choice, *sources, window);
 }
 
 void MessageWorkers::exportToBackup(const MessageChoice &choice)
 {
-    exportToItunesBackup(choice.messages, window);
+    exportToItunesBackup(choice, window);
 }
 
 void MessageWorkers::importBackup(const QString &folder, const QString &name)
@@ -154,5 +161,5 @@ void MessageWorkers::importBackup(const QString &folder, const QString &name)
     if (recovered == Recovered::Shown)
         sayRecovered(*store);
     const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;
-    backupToLocalDb(proposal, {allMessages(store), store, manifest->deviceName});
+    backupToLocalDb(proposal, {{allMessages(store), store}, manifest->deviceName});
 }

@@ -1,17 +1,16 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "messagelist.h"
 
 #include <QObject>
 
 class MessagePane;
 class QWidget;
 class SourcePane;
+struct LocalDatabase;
 
-/// What an action works on. The store keeps the messages alive whatever becomes of the tree.
-struct MessageChoice {
-    QList<_MsgMessage *> messages;
-    _MsgStorePtr store; ///< null when there is nothing to work on
+/// What an action works on. Without a store when there is nothing to work on.
+struct MessageChoice : MessageList {
     QString sourceName; ///< of the source that they come from
 };
 
@@ -42,6 +41,8 @@ public:
     void importBackup(const QString &folder, const QString &name);
 
 private:
+    bool fillDatabase(const LocalDatabase &target, const MessageList &list);
+
     SourcePane *sources;
     MessagePane *messages;
     QWidget *window;

@@ -29,12 +29,13 @@ PagePictures::PagePictures(QTextEdit *shownIn) : QObject(shownIn), view(shownIn)
     connect(&thumbnails, &Thumbnails::ready, this, &PagePictures::onReady);
 }
 
-void PagePictures::turnTo(const QList<_MsgMessage *> &messages)
+void PagePictures::turnTo(const MessageList &page)
 {
     thumbnails.forgetWaiting();
     readyFiles.clear();
     shown.clear();
-    for (const _MsgMessage *message : messages) {
+    store = page.store;
+    for (const _MsgMessage *message : page.messages) {
         for (const _MsgAttachment *attachment : message->attachments) {
             if (!attachment->localFile.isEmpty())
                 shown.insert(attachment->rowid, attachment);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "messagelist.h"
 #include "thumbnails.h"
 
 #include <QTimer>
@@ -18,7 +18,7 @@ public:
     explicit PagePictures(QTextEdit *view);
 
     /// The page was turned: these messages are shown from now on.
-    void turnTo(const QList<_MsgMessage *> &messages);
+    void turnTo(const MessageList &page);
     /// What stands for an address of `attachmentsHtml`; null for any other address.
     QImage image(const QUrl &address);
 
@@ -30,6 +30,7 @@ private:
 
     QTextEdit *view;
     Thumbnails thumbnails;
+    _MsgStorePtr store;                          ///< owns what is shown
     QHash<qint64, const _MsgAttachment *> shown; ///< by rowid
     QSet<QString> readyFiles;
     QTimer gathering; ///< many pictures come at once, the page is laid out once for them

@@ -31,12 +31,13 @@ SmsBrowser::SmsBrowser(QWidget *parent) : QTextBrowser(parent), pictures(new Pag
     connect(this, &QTextBrowser::anchorClicked, this, &SmsBrowser::onAnchorClicked);
 }
 
-void SmsBrowser::setMessages(const QList<_MsgMessage *> &shown)
+void SmsBrowser::setMessages(const MessageList &shown)
 {
-    messages = shown;
+    list = shown;
     openHistories.clear();
     page = 0;
-    if (messages.isEmpty())
+    pictures->turnTo({});
+    if (list.messages.isEmpty())
         clear();
     else
         firstPage();
@@ -56,17 +57,17 @@ void SmsBrowser::setEmojiStyle(EmojiStyle style)
 
 int SmsBrowser::pageCount() const
 {
-    return pagesFor(messages.size());
+    return pagesFor(list.messages.size());
 }
 
 void SmsBrowser::showMessage(int row)
 {
-    if (row < 0 || row >= messages.size())
+    if (row < 0 || row >= list.messages.size())
         return;
     const int wanted = pagesFor(row + 1);
     if (wanted != page)
         render(wanted);
-    const QString anchor = u"sms_%1"_s.arg(messages.at(row)->rowid);
+    const QString anchor = u"sms_%1"_s.arg(list.messages.at(row)->rowid);
     // Queued: a new page has no layout yet.
     QMetaObject::invokeMethod(
         this, [this, anchor] { scrollToAnchor(anchor); }, Qt::QueuedConnection);
@@ -103,10 +104,10 @@ void SmsBrowser::goToPage(int number, QTextCursor::MoveOperation cursorTo)
 void SmsBrowser::render(int number)
 {
     page = number;
-    pictures->turnTo(messages.mid((page - 1) * messagesPerPage, messagesPerPage));
+    pictures->turnTo({list.messages.mid((page - 1) * messagesPerPage, messagesPerPage), list.store});
     setUpdatesEnabled(false);
     document()->clear(); // the pictures of the page before
-    setHtml(smsPageHtml(messages, page, emoji, openHistories));
+    setHtml(smsPageHtml(list.messages, page, emoji, openHistories));
     setUpdatesEnabled(true);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagerecords.h"
+#include "messagelist.h"
 #include "messagetext.h"
 
 #include <QTextBrowser>
@@ -15,8 +15,8 @@ class SmsBrowser : public QTextBrowser
 public:
     explicit SmsBrowser(QWidget *parent = nullptr);
 
-    /// Shows the first page of `shown`. The records are borrowed from the store of their source.
-    void setMessages(const QList<_MsgMessage *> &shown);
+    /// Shows the first page of `shown`.
+    void setMessages(const MessageList &shown);
     void clearMessages();
     /// How the texts show emoji from now on; the page stays.
     void setEmojiStyle(EmojiStyle style);
@@ -48,7 +48,7 @@ private:
     void toggleHistory(qint64 rowid);
     void applyColours();
 
-    QList<_MsgMessage *> messages;
+    MessageList list;
     PagePictures *pictures;
     int page = 0;
     QSet<qint64> openHistories; ///< rowids of messages that show what they said before

@@ -102,5 +102,5 @@ void forgetMessages(_MsgStore &store, const QSet<_MsgMessage *> &gone)
     for (_MsgChat *chat : std::as_const(store.chats))
         chat->messages.removeIf([&](const auto &entry) { return gone.contains(entry.value()); });
     store.messages.removeIf([&](const auto &entry) { return gone.contains(entry.value()); });
-    qDeleteAll(gone);
+    store.removedMessages.append(QList<_MsgMessage *>(gone.begin(), gone.end()));
 }

@@ -36,6 +36,5 @@ _LocalDBItemNode *addLocalDatabase(ItemModelMain &model, const LocalDatabase &da
 /// their conversations. A folder that can't be read is logged and told in a box.
 void fillSourceTree(ItemModelMain &model);
 
-/// Takes messages that were deleted out of a store and deletes their records. Views must have let go of
-/// them.
+/// Takes messages that were deleted out of a store.
 void forgetMessages(_MsgStore &store, const QSet<_MsgMessage *> &gone);

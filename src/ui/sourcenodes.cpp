@@ -41,8 +41,8 @@ _LocalDBItemNode::_LocalDBItemNode(const QSharedPointer<AbsMessageDb> &source, c
 {
 }
 
-_ChatSessionItemNode::_ChatSessionItemNode(const _MsgSession &shown)
-    : _ItemNode(ChatSessionNode, titleOf(shown)), session(shown)
+_ChatSessionItemNode::_ChatSessionItemNode(const _MsgSession &shown, const _MsgStorePtr &owner)
+    : _ItemNode(ChatSessionNode, titleOf(shown)), session(shown), store(owner)
 {
 }
 

@@ -44,10 +44,11 @@ struct _LocalDBItemNode : _AbsDBItemNode {
     _LocalDBItemNode(const QSharedPointer<AbsMessageDb> &source, const QString &name);
 };
 
-/// A conversation of the source above it, whose store owns the records.
+/// A conversation of the source above it.
 struct _ChatSessionItemNode : AbsTreeItemModel::_ItemNode {
-    explicit _ChatSessionItemNode(const _MsgSession &shown);
+    _ChatSessionItemNode(const _MsgSession &shown, const _MsgStorePtr &owner);
     /// True for one that lives on in deleted messages only.
     bool isRecovered() const;
     _MsgSession session;
+    _MsgStorePtr store; ///< owns the records
 };

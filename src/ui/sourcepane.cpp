@@ -8,11 +8,12 @@
 
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QScopeGuard>
 #include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <utility>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 using Node = AbsTreeItemModel::_ItemNode;
@@ -117,18 +118,41 @@ _IOSDeviceItemNode *SourcePane::device(const void *handle) const
     return nullptr;
 }
 
+_AbsDBItemNode *SourcePane::sourceOf(const _MsgStorePtr &store) const
+{
+    for (const QList<Node *> &nodes : {mainModel->rootDevice->children, mainModel->rootLocalDb->children})
+        for (Node *node : nodes)
+            if (static_cast<_AbsDBItemNode *>(node)->store == store)
+                return static_cast<_AbsDBItemNode *>(node);
+    return nullptr;
+}
+
+void SourcePane::use(const _AbsDBItemNode &source, const std::function<void(AbsMessageDb &db)> &work)
+{
+    const QSharedPointer<AbsMessageDb> db = source.db; // the node may go meanwhile
+    if (inUse.contains(db.data()))
+        throw std::runtime_error(QObject::tr("IDS_SOURCE_%1_IN_USE").arg(source.text).toStdString());
+    inUse.insert(db.data());
+    const auto end = qScopeGuard([this, used = db.data()] {
+        inUse.remove(used);
+        if (!isBusy())
+            Q_EMIT becameIdle();
+    });
+    work(*db);
+}
+
 bool SourcePane::load(_AbsDBItemNode *source)
 {
     if (isLoaded(*source))
         return true;
     const QPersistentModelIndex place(mainModel->indexOf(source));
-    const QSharedPointer<AbsMessageDb> db = source->db;
     const Recovered recovered = source->type == IosDeviceNode ? Recovered::Shown : Recovered::LeftOut;
-    const _MsgStorePtr store = readSource(*db, messageFileOf(*source), window(), recovered);
+    const QString file = messageFileOf(*source);
+    _MsgStorePtr store;
+    use(*source, [&](AbsMessageDb &db) { store = readSource(db, file, window(), recovered); });
     if (!place.isValid())
         return false;
-    // The conversations of before point into their store until they are gone.
-    const _MsgStorePtr before = std::exchange(source->store, store);
+    source->store = store;
     mainModel->loadSessions(source);
     QTimer::singleShot(0, treeViewDS, [this, place] { treeViewDS->expand(place); });
     return true;
@@ -136,7 +160,7 @@ bool SourcePane::load(_AbsDBItemNode *source)
 
 void SourcePane::unload(_AbsDBItemNode *source)
 {
-    const _MsgStorePtr before = std::exchange(source->store, _MsgStorePtr::create());
+    source->store = _MsgStorePtr::create();
     mainModel->removeChildren(source);
 }
 

@@ -2,7 +2,10 @@
 
 #include "itemmodelmain.h"
 
+#include <QSet>
 #include <QWidget>
+
+#include <functional>
 
 class MyTreeView;
 class QItemSelection;
@@ -31,9 +34,17 @@ public:
     bool hasDevice() const;
     /// The first phone with this handle, null when there is none.
     _IOSDeviceItemNode *device(const void *handle) const;
+    /// The source whose records `store` owns; null when it was read anew or went since.
+    _AbsDBItemNode *sourceOf(const _MsgStorePtr &store) const;
 
+    /// Runs `work`, which may wait under a dialog for another thread, on the database of a source. One
+    /// connection serves one at a time: throws `std::runtime_error` when it is in use, and what `work`
+    /// throws.
+    void use(const _AbsDBItemNode &source, const std::function<void(AbsMessageDb &db)> &work);
+    /// Whether any source is in use.
+    bool isBusy() const { return !inUse.isEmpty(); }
     /// Reads a source that isn't loaded, and makes its conversations. False when it went away meanwhile.
-    /// Throws what the reader throws; the tree is then as it was.
+    /// Throws as `use` does; the tree is then as it was.
     bool load(_AbsDBItemNode *source);
     /// Throws away what was read of a source; its conversations go.
     void unload(_AbsDBItemNode *source);
@@ -50,6 +61,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected);
     void contextMenuWanted();
+    /// No source is in use any more.
+    void becameIdle();
 
 private:
     void build();
@@ -57,4 +70,5 @@ private:
     ItemModelMain *mainModel;
     QLineEdit *txtHandleKeyword;
     MyTreeView *treeViewDS;
+    QSet<const AbsMessageDb *> inUse;
 };

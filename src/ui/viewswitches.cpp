@@ -4,6 +4,7 @@
 #include "datalocations.h"
 #include "jobrunner.h"
 #include "messagepane.h"
+#include "shownsource.h"
 #include "sourceloader.h"
 #include "sourcepane.h"
 
@@ -52,37 +53,46 @@ QAction *ViewSwitches::add(const QString &name, const QString &text, const Apply
     return action;
 }
 
-const MessageGaps &ViewSwitches::gapsOf(AbsIOSMessageDb &db, const _AbsDBItemNode &source)
+const MessageGaps &ViewSwitches::gapsOf(const _AbsDBItemNode &source)
 {
-    if (readStore.toStrongRef() == source.store)
+    const _MsgStorePtr store = source.store;
+    if (readStore.toStrongRef() == store)
         return gaps;
-    gaps = {};
-    readStore = source.store;
-    const auto read = [&] { gaps = messageGaps(db, *source.store); };
-    if (isLargeSource(source))
-        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), sources->window(), read);
-    else
-        read();
+    MessageGaps found;
+    const bool isLarge = isLargeSource(source);
+    sources->use(source, [&](AbsMessageDb &db) {
+        const auto read = [&] { found = messageGaps(dynamic_cast<AbsIOSMessageDb &>(db), *store); };
+        if (isLarge)
+            runBusy(QObject::tr("IDS_LOADING_MESSAGES"), sources->window(), read);
+        else
+            read();
+    });
+    gaps = found;
+    readStore = store;
     return gaps;
 }
 
 QStringList ViewSwitches::missingLines()
 {
-    const _AbsDBItemNode *source = sources->currentSource();
+    const _AbsDBItemNode *source = sourceOnView(*sources, *messages);
     if (!missing->isChecked() || !source || !isLoaded(*source))
         return {};
-    auto &db = dynamic_cast<AbsIOSMessageDb &>(*source->db);
-    if (db.isLocalDatabase())
-        return {QObject::tr("IDS_GAPS_NOT_IN_LOCALDB")};
-    const MessageGaps &all = gapsOf(db, *source);
     const _ChatSessionItemNode *conversation = sources->currentConversation();
+    const std::optional<_MsgSession> session =
+        conversation ? std::optional(conversation->session) : std::nullopt;
+    if (dynamic_cast<AbsIOSMessageDb &>(*source->db).isLocalDatabase())
+        return {QObject::tr("IDS_GAPS_NOT_IN_LOCALDB")};
+    const MessageGaps &all = gapsOf(*source);
     QStringList lines;
-    for (const MessageGap &gap : conversation ? gapsOfSession(all, conversation->session) : all.list)
+    for (const MessageGap &gap : session ? gapsOfSession(all, *session) : all.list)
         lines.append(gapText(gap));
     return lines.isEmpty() ? QStringList{QObject::tr("IDS_GAPS_NONE")} : lines;
 }
 
 void ViewSwitches::tellMissing()
 {
-    messages->setNotice(missingLines());
+    const _MsgStorePtr store = messages->onView().store;
+    const QStringList lines = missingLines();
+    if (messages->onView().store == store) // something else may have come on view while they were counted
+        messages->setNotice(lines);
 }

@@ -11,7 +11,6 @@ class MessagePane;
 class QAction;
 class QMenu;
 class SourcePane;
-class AbsIOSMessageDb;
 struct _AbsDBItemNode;
 
 /// The entries of the "View" menu: what of the messages a person wants to see. They are remembered from run
@@ -37,7 +36,7 @@ private:
 
     QAction *add(const QString &name, const QString &text, const Apply &apply);
     QStringList missingLines();
-    const MessageGaps &gapsOf(AbsIOSMessageDb &db, const _AbsDBItemNode &source);
+    const MessageGaps &gapsOf(const _AbsDBItemNode &source);
 
     QMenu *menu;
     SourcePane *sources;

@@ -33,6 +33,7 @@
 #include <QPrintPreviewDialog>
 #include <QPrintPreviewWidget>
 #include <QPrinter>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -172,6 +173,10 @@ private Q_SLOTS:
     void searchWraps();
     void headerThatIsNotDateTurnsToNewestFirst();
     void deletesSelectionThenConversationThenDatabase();
+    void whatFailsToLoadLeavesNothingToDelete_data();
+    void whatFailsToLoadLeavesNothingToDelete();
+    void importIntoTheOneOnViewShowsItAnew();
+    void quickSelectionsReadOneSourceOnce();
     void actionsFollowTheNode();
     void exportsEachFormatWhateverLeaves_data();
     void exportsEachFormatWhateverLeaves();
@@ -198,6 +203,15 @@ private:
     bool isOn(const QString &action) const { return part<QAction>(action)->isEnabled(); }
     int rows() const { return part<MyTreeView>(u"treeViewSMS"_s)->model()->rowCount(); }
     QStringList contents() const;
+    /// Deletes the first row of the list.
+    void deleteFirst()
+    {
+        const BoxReader yes(QMessageBox::Yes);
+        const BoxReader ok;
+        auto *list = part<MyTreeView>(u"treeViewSMS"_s);
+        list->setCurrentIndex(list->model()->index(0, 0));
+        window->miDelSel();
+    }
     void open() { window = std::make_unique<MainWindow>(); }
 
     QTranslator translator;
@@ -345,6 +359,96 @@ void TestMainWindow::deletesSelectionThenConversationThenDatabase()
     QVERIFY(!findLocalDatabase(u"Mine"_s));
     QCOMPARE(yes.texts.size(), 3);
     QCOMPARE(ok.texts.last(), u"Successfully Deleted Database Mine."_s);
+}
+
+void TestMainWindow::whatFailsToLoadLeavesNothingToDelete_data()
+{
+    QTest::addColumn<bool>("isLocked");
+    QTest::newRow("locked by another program") << true;
+    QTest::newRow("damaged") << false;
+}
+
+void TestMainWindow::whatFailsToLoadLeavesNothingToDelete()
+{
+    QFETCH(bool, isLocked);
+    fill(localDatabasesDir().filePath(u"Bob"_s));
+    const LocalDatabase bob = *findLocalDatabase(u"Bob"_s);
+    openMine();
+    const QByteArray whole = bytesOf(bob.file());
+    {
+        Sqlite3DB other;
+        other.openThrow(bob.file(), sqliteReadWrite);
+        if (isLocked)
+            other.executeThrow(Sqlite3Sql("begin exclusive"));
+        else
+            QVERIFY(writeFile(bob.file(), QByteArray(4096, 'x')));
+        const BoxReader boxes;
+        select(u"Bob"_s);
+        QCOMPARE(boxes.texts.size(), 1);
+        QCOMPARE(rows(), 0); // and none of the database before
+    }
+    QVERIFY(isLocked || writeFile(bob.file(), whole));
+    deleteFirst();
+    const BoxReader boxes;
+    window->miExportSel();
+    window->miBackupSel();
+    QVERIFY2(boxes.texts.size() == 2 && boxes.texts.first().contains(u"not on view"),
+             qPrintable(boxes.texts.join(u'|')));
+    select(u"Mine"_s);
+    deleteFirst();
+    QCOMPARE(rows(), 2);
+    QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), 2);
+    QCOMPARE(countMessages(bob), 3);
+}
+
+void TestMainWindow::importIntoTheOneOnViewShowsItAnew()
+{
+    const QString sms = SmsDbBuilder(dir->path()).chat(u"+34611111111"_s).received(u"Nuevo"_s).write();
+    BackupBuilder(QDir(defaultBackupRoot()).filePath(u"phone"_s)).messages(sms).write();
+    openMine();
+    {
+        const BoxReader boxes;
+        const DialogPlayer player({loadFirst(), nameDatabase(u"Mine"_s)});
+        window->miImportToLocalDb();
+        QVERIFY(player.isDone());
+    }
+    QCOMPARE(rows(), 4);
+    QVERIFY(contents().contains(u"Nuevo"_s));
+    deleteFirst();
+    QCOMPARE(rows(), 3);
+    select(u"Local Databases"_s);
+    select(u"Mine"_s);
+    QCOMPARE(rows(), 3);
+    QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), 3);
+}
+
+void TestMainWindow::quickSelectionsReadOneSourceOnce()
+{
+    const QString makeLarge = u"create table big(x); insert into big values(zeroblob(5000000))"_s;
+    fill(localDatabasesDir().filePath(u"Bob"_s));
+    fill(localDatabasesDir().filePath(u"Mine"_s));
+    for (const LocalDatabase &database : localDatabases())
+        runOn(database.file(), makeLarge);
+    open();
+    auto *sources = window->findChild<SourcePane *>();
+    const QSignalSpy readings(sources, &SourcePane::becameIdle);
+    select(u"Mine"_s);
+    select(u"Bob"_s);
+    QTRY_COMPARE(rows(), 3);
+    QCOMPARE(readings.count(), 1);
+    const BoxReader boxes;
+    sources->use(*sources->localDatabase(u"Mine"_s), [&](AbsMessageDb &) {
+        select(u"Mine"_s);
+        QCoreApplication::processEvents();
+        window->miExportAll();
+        deleteFirst();
+    });
+    QVERIFY2(boxes.texts.size() == 1 && boxes.texts.first().contains(u"is being read"),
+             qPrintable(boxes.texts.join(u'|')));
+    QTRY_COMPARE(rows(), 3);
+    QCOMPARE(readings.count(), 3);
+    deleteFirst();
+    QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), 2);
 }
 
 void TestMainWindow::actionsFollowTheNode()

@@ -93,7 +93,7 @@ void TestModels::messageRows()
     event->chat = nullptr;
     ItemModelSms model;
     const QAbstractItemModelTester tester(&model, Mode::QtTest);
-    model.setMessages(records.list());
+    model.setMessages({records.list(), records.store});
     QStringList rows;
     for (int row = 0; row < 4; ++row) {
         rows.append(QString());

@@ -34,8 +34,8 @@ void TestSmsBrowser::pagesShowEachMessageOnce()
     Records before; // of which nothing stays
     Records records;
     SmsBrowser browser;
-    browser.setMessages(before.upTo(60));
-    browser.setMessages(records.upTo(messages));
+    browser.setMessages({before.upTo(60), before.store});
+    browser.setMessages({records.upTo(messages), records.store});
     QCOMPARE(browser.pageCount(), pages);
     QStringList shown;
     QStringList expected;
@@ -59,7 +59,7 @@ void TestSmsBrowser::rowsAreFoundOnTheirPage()
     Records records;
     SmsBrowser browser;
     browser.resize(500, 200);
-    browser.setMessages(records.upTo(120));
+    browser.setMessages({records.upTo(120), records.store});
     browser.show();
     for (const int row : {-1, 120, 50, 49, 95}) {
         browser.showMessage(row);
@@ -76,7 +76,7 @@ void TestSmsBrowser::wordsAreNoMarkupAndStandOnTheirSide()
     records.received(u"<img src=\"/etc/passwd\"> &amp; 1\r\n2\n3"_s);
     SmsBrowser browser;
     browser.resize(600, 400);
-    browser.setMessages(records.upTo(2)); // one received, one sent
+    browser.setMessages({records.upTo(2), records.store}); // one received, one sent
     browser.show();
     const QString shown = browser.toPlainText().replace(QChar::LineSeparator, u'\n');
     QVERIFY2(shown.contains(u"<img src=\"/etc/passwd\"> &amp; 1\n2\n3"_s), qPrintable(shown));
@@ -106,7 +106,7 @@ void TestSmsBrowser::picturesComeInTheirPlace()
     records.received(u"\uFFFCwords"_s).last().attachments = {
         {u"7"_s, &picture}, {u"8"_s, &gone}, {u"9"_s, &hidden}};
     SmsBrowser browser;
-    browser.setMessages(records.upTo(60));
+    browser.setMessages({records.upTo(60), records.store});
     browser.show();
     const auto shown = [&](const char *address) {
         return browser.document()
@@ -137,7 +137,7 @@ void TestSmsBrowser::longOnesStayQuick()
     browser.show();
     QElapsedTimer timer;
     timer.start();
-    browser.setMessages(records.upTo(200'000));
+    browser.setMessages({records.upTo(200'000), records.store});
     browser.grab();
     QVERIFY(browser.toPlainText().contains(QString(100, u'x')));
     QVERIFY(timer.elapsed() < 10'000);

@@ -1,0 +1,24 @@
+#include "shownsource.h"
+
+#include "messagepane.h"
+#include "messagestore.h"
+#include "sourcepane.h"
+
+_AbsDBItemNode *sourceOnView(const SourcePane &sources, const MessagePane &messages)
+{
+    return sources.sourceOf(messages.onView().store);
+}
+
+_MsgStorePtr showAnew(_AbsDBItemNode *source, SourcePane &sources, MessagePane &messages)
+{
+    messages.clearMessageViews();
+    sources.unload(source);
+    if (!sources.load(source))
+        return nullptr;
+    const _MsgStorePtr store = source->store;
+    const QString title = source->text;
+    sources.select(source); // which says nothing where it was selected before
+    if (messages.onView().store != store)
+        messages.showMessages({allMessages(store), store}, title);
+    return store;
+}
