@@ -192,6 +192,10 @@
         <translation>The messages of what is selected are not on view. Select it again, then repeat what you wanted.</translation>
     </message>
     <message>
+        <source>IDS_OPEN_UNSAFE_FILE_%1</source>
+        <translation>&quot;%1&quot; came with a message and may be a program, which could do harm. Open it all the same?</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

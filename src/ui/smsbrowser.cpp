@@ -1,11 +1,13 @@
 #include "smsbrowser.h"
 
+#include "boxes.h"
 #include "fileopener.h"
 #include "pagepictures.h"
 #include "smspagehtml.h"
 #include "stylesheet.h"
 
 #include <QEvent>
+#include <QFileInfo>
 #include <QScrollBar>
 
 using namespace Qt::StringLiterals;
@@ -120,7 +122,14 @@ void SmsBrowser::onAnchorClicked(const QUrl &url)
     else if (url.path() == "/history"_L1)
         toggleHistory(url.query().toLongLong());
     else if (url.isLocalFile())
-        openWithShell(url.toLocalFile());
+        openAttachment(url.toLocalFile());
+}
+
+void SmsBrowser::openAttachment(const QString &file)
+{
+    const QString name = QFileInfo(file).fileName().toHtmlEscaped();
+    if (isSafeToOpen(file) || askYesNo(QObject::tr("IDS_OPEN_UNSAFE_FILE_%1").arg(name)))
+        openWithShell(file);
 }
 
 QVariant SmsBrowser::loadResource(int type, const QUrl &name)

@@ -33,7 +33,8 @@ public:
     int pageCount() const;
 
 public Q_SLOTS:
-    /// Turns the page, shows or hides a message's history, or opens a local file.
+    /// Turns the page, shows or hides a message's history, or opens a local file, after asking where it may
+    /// be a program.
     void onAnchorClicked(const QUrl &url);
 
     /// Pictures of the page; nothing else is loaded, from nowhere.
@@ -47,6 +48,7 @@ private:
     void render(int number);
     void toggleHistory(qint64 rowid);
     void applyColours();
+    void openAttachment(const QString &file);
 
     MessageList list;
     PagePictures *pictures;

@@ -1,7 +1,10 @@
+#include "boxreader.h"
 #include "records.h"
 #include "smsbrowser.h"
+#include "testtools.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,6 +20,7 @@ private Q_SLOTS:
     void rowsAreFoundOnTheirPage();
     void wordsAreNoMarkupAndStandOnTheirSide();
     void picturesComeInTheirPlace();
+    void opensWhatMayBeAProgramOnlyWhenTold();
     void longOnesStayQuick();
 };
 
@@ -127,6 +131,30 @@ void TestSmsBrowser::picturesComeInTheirPlace()
                     .isNull());
     browser.nextPage();
     QVERIFY(shown("thumbnail:7").isNull()); // the page's pictures went with it
+}
+
+void TestSmsBrowser::opensWhatMayBeAProgramOnlyWhenTold()
+{
+    const QTemporaryDir dir;
+    const QString opener = dir.filePath(u"xdg-open"_s);
+    QVERIFY(writeFile(opener, "#!/bin/sh\necho \"$1\" >> \"${0%/*}/opened\"\n"));
+    QVERIFY(QFile::setPermissions(opener, QFile::ReadOwner | QFile::ExeOwner));
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", dir.path().toUtf8() + ':' + path);
+    const auto restore = qScopeGuard([&] { qputenv("PATH", path); });
+    SmsBrowser browser;
+    const auto click = [&](const QString &name) {
+        browser.onAnchorClicked(QUrl::fromLocalFile(dir.filePath(name)));
+    };
+    const BoxReader no(QMessageBox::No);
+    for (const char *name : {"game.desktop", "photo.jpg.exe", "page.html", "noending", "list.csv."})
+        click(QLatin1String(name));
+    QCOMPARE(no.texts.size(), 5);
+    QVERIFY(no.texts.at(1).contains(u"photo.jpg.exe"_s));
+    click(u"photo.JPG"_s);
+    const QByteArray opened = dir.filePath(u"photo.JPG"_s).toUtf8() + '\n';
+    QTRY_COMPARE(bytesOf(dir.filePath(u"opened"_s)), opened);
+    QCOMPARE(no.texts.size(), 5); // nothing was asked for a picture
 }
 
 void TestSmsBrowser::longOnesStayQuick()
