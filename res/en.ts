@@ -196,6 +196,22 @@
         <translation>&quot;%1&quot; came with a message and may be a program, which could do harm. Open it all the same?</translation>
     </message>
     <message>
+        <source>IDS_PHONES_NEED_%1</source>
+        <translation>iPhones that are plugged in can't be read yet: %1. Backups and Local Databases can.</translation>
+    </message>
+    <message>
+        <source>IDS_NO_PHONE_LIBRARY</source>
+        <translation>the library for phones is missing (package libimobiledevice6)</translation>
+    </message>
+    <message>
+        <source>IDS_NO_PHONE_SERVICE</source>
+        <translation>the service for phones doesn't answer (package usbmuxd)</translation>
+    </message>
+    <message>
+        <source>IDS_NO_PHONE_BACKUP_TOOL</source>
+        <translation>idevicebackup2 is missing (package libimobiledevice-utils)</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

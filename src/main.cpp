@@ -4,6 +4,7 @@
 #include "log.h"
 #include "mainwindow.h"
 #include "mobiledevice.h"
+#include "phonenotice.h"
 #include "product.h"
 #include "progressform.h"
 #include "sqlite3db.h"
@@ -20,10 +21,14 @@ namespace
 constexpr int accessLayerVersion = 6;
 constexpr int logFilesKept = 10;
 
-void warnWithoutDeviceLibraries()
+void warnWithoutDeviceLibraries([[maybe_unused]] MainWindow &window)
 {
+#ifdef Q_OS_WIN
     if (!mobiledevice_can_reach_phones())
         showWarning(QObject::tr("IDS_NONE_INSTALL_ITUNES").arg(websiteAddress().toHtmlEscaped()));
+#else
+    showPhoneNotice(window, missingForPhones());
+#endif
 }
 
 /// Converts databases of the old format. True when there were some: the window then shows what was
@@ -59,7 +64,7 @@ int main(int argc, char *argv[])
     mobiledevice_load_frameworks(missingLibraries);
     MainWindow window;
     window.setVisible(true);
-    warnWithoutDeviceLibraries();
+    warnWithoutDeviceLibraries(window);
     if (upgradeLocalDatabases())
         QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
     return QApplication::exec();

@@ -33,6 +33,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QUrl>
+#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -106,8 +107,17 @@ void MainWindow::build()
     splitter->setSizes({290, 830});
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
-    setCentralWidget(splitter);
+    setCentralWidget(new QWidget(this));
+    auto *column = new QVBoxLayout(centralWidget());
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(splitter, 1);
     resize(preferredSize.boundedTo(screen()->availableSize() * 0.92));
+}
+
+void MainWindow::showOnTop(QWidget *widget)
+{
+    static_cast<QVBoxLayout *>(centralWidget()->layout())->insertWidget(0, widget);
 }
 
 void MainWindow::fillStatusBar()

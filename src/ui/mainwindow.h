@@ -29,6 +29,9 @@ public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
+    /// Puts a widget above the tree and the messages, and owns it.
+    void showOnTop(QWidget *widget);
+
 public Q_SLOTS:
     // Told by the watch on phones, with the phone's handle.
     void iosDeviceConnected(void *p);

@@ -10,19 +10,13 @@
 
 #include <QAction>
 #include <QMenu>
-#include <QSettings>
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-QSettings remembered()
+QSettings viewSettings()
 {
     return QSettings(dataRoot().filePath(u"view.ini"_s), QSettings::IniFormat);
 }
-
-} // namespace
 
 ViewSwitches::ViewSwitches(QMenu *viewMenu, SourcePane *sourcePane, MessagePane *messagePane)
     : QObject(viewMenu), menu(viewMenu), sources(sourcePane), messages(messagePane)
@@ -43,11 +37,11 @@ QAction *ViewSwitches::add(const QString &name, const QString &text, const Apply
     QAction *action = menu->addAction(text);
     action->setObjectName(name);
     action->setCheckable(true);
-    action->setChecked(remembered().value(name).toBool());
+    action->setChecked(viewSettings().value(name).toBool());
     if (action->isChecked())
         apply(true);
     connect(action, &QAction::toggled, this, [name, apply](bool isOn) {
-        remembered().setValue(name, isOn);
+        viewSettings().setValue(name, isOn);
         apply(isOn);
     });
     return action;

@@ -3,6 +3,7 @@
 #include "messagegaps.h"
 
 #include <QObject>
+#include <QSettings>
 #include <QWeakPointer>
 
 #include <functional>
@@ -13,8 +14,11 @@ class QMenu;
 class SourcePane;
 struct _AbsDBItemNode;
 
+/// What the window remembers from run to run: "view.ini" in the data root.
+QSettings viewSettings();
+
 /// The entries of the "View" menu: what of the messages a person wants to see. They are remembered from run
-/// to run, in "view.ini" in the data root. All are off at first.
+/// to run. All are off at first.
 class ViewSwitches : public QObject
 {
     Q_OBJECT

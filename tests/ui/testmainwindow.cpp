@@ -12,6 +12,7 @@
 #include "mytreeview.h"
 #include "openmessagedb.h"
 #include "passcodedlg.h"
+#include "phonenotice.h"
 #include "progressform.h"
 #include "smsbrowser.h"
 #include "smsdbbuilder.h"
@@ -36,6 +37,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QTranslator>
 
 using namespace Qt::StringLiterals;
@@ -184,6 +186,7 @@ private Q_SLOTS:
     void cancelledJobsLeaveAllAsItWas();
     void manyAndLongConversationsStayQuick();
     void switchesShowWhatIsHiddenAndAreRemembered();
+    void whatPhonesNeedIsSaidUntilItIsClosed();
 
 private:
     void fill(const QString &folder);
@@ -626,6 +629,22 @@ void TestMainWindow::switchesShowWhatIsHiddenAndAreRemembered()
     addPhone();
     QCOMPARE(conversations(), 1);
     QVERIFY(isOn(u"showEmoji"_s) && part<QAction>(u"showEmoji"_s)->isChecked());
+}
+
+void TestMainWindow::whatPhonesNeedIsSaidUntilItIsClosed()
+{
+    open();
+    showPhoneNotice(*window, {});
+    QVERIFY(!part<QWidget>(u"phoneNotice"_s));
+    showPhoneNotice(*window, {u"no service (package usbmuxd)"_s});
+    window->show();
+    auto *bar = part<QWidget>(u"phoneNotice"_s);
+    QVERIFY(bar->isVisible() && bar->findChild<QLabel *>()->text().contains(u"usbmuxd"_s));
+    QTest::mouseClick(part<QToolButton>(u"btnCloseNotice"_s), Qt::LeftButton);
+    QVERIFY(!bar->isVisible());
+    open();
+    showPhoneNotice(*window, {u"no service (package usbmuxd)"_s});
+    QVERIFY(!part<QWidget>(u"phoneNotice"_s));
 }
 
 QTEST_MAIN(TestMainWindow)

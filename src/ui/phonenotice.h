@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QStringList>
+
+class MainWindow;
+
+/// What is missing for phones that are plugged in to be read, each with the package that brings it. Asks the
+/// daemon.
+QStringList missingForPhones();
+
+/// Says what is `missing` in a bar above all else in `window`, the program's. Does nothing where nothing is,
+/// and where such a bar was closed in this or an earlier run.
+void showPhoneNotice(MainWindow &window, const QStringList &missing);
