@@ -3,6 +3,7 @@
 #include "chatlinks.h"
 #include "messageattachments.h"
 #include "messagestore.h"
+#include "mmsparts.h"
 #include "noconversation.h"
 #include "openmessagedb.h"
 #include "participants.h"
@@ -406,6 +407,7 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));
+    readMmsTexts(*this, root, *store);
 }
 
 void IOS5MessageDb::attachments(_MsgStorePtr &store)

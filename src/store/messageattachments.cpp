@@ -3,12 +3,10 @@
 #include "attachmentpaths.h"
 #include "messagestore.h"
 #include "messagetext.h"
+#include "mmsparts.h"
 #include "recordreader.h"
 #include "sqlite3db.h"
 #include "untoucheddb.h"
-
-#include <QDirIterator>
-#include <QFileInfo>
 
 #include <array>
 
@@ -60,15 +58,6 @@ void giveGuid(_MsgAttachment &attachment, const _MsgMessage &message)
             messageGuidFromData(u"%1 %2"_s.arg(message.guid, QString::number(attachment.rowid)).toUtf8());
 }
 
-void link(_MsgMessage &message, _MsgAttachment &attachment)
-{
-    QString key = attachment.guid;
-    const _MsgAttachment *known = message.attachments.value(key);
-    if (known && known != &attachment) // two rows of one guid
-        key += QString::number(attachment.rowid);
-    message.attachments.insert(key, &attachment);
-}
-
 /// The rows of `cursor`, each beside the rowid of a message in the column "message_id".
 template <size_t size>
 void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fields, const QDir &root,
@@ -90,61 +79,20 @@ void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fie
                 attachment->is_outgoing = cursor.getInt(incoming) == 0;
             giveGuid(*attachment, *message);
         }
-        link(*message, *attachment);
-    }
-}
-
-// Below the message folder, in two folders that differ by phone: "<rowid of the message>-<number>.jpg".
-QHash<QString, QString> partFiles(const QDir &root)
-{
-    const QDir phone(root.absoluteFilePath(u"file-relay/var/mobile"_s));
-    QHash<QString, QString> files;
-    QDirIterator it(phone.filePath(u"Library/SMS/Parts"_s), QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        if (!it.fileName().contains("-preview"_L1))
-            files.insert(it.fileInfo().completeBaseName(), phone.relativeFilePath(path));
-    }
-    return files;
-}
-
-std::unique_ptr<_MsgAttachment> partOf(const _MsgMessage &message, const Sqlite3Cursor &piece)
-{
-    auto part = std::make_unique<_MsgAttachment>();
-    part->rowid = ~piece.getInt64(0); // clear of the rows of "madrid_attachment"
-    part->mime_type = piece.getText(3);
-    part->transfer_name = QFileInfo(piece.getText(4)).fileName();
-    part->is_outgoing = message.is_from_me;
-    part->created_date = part->start_date = message.date;
-    return part;
-}
-
-void readPieces(Sqlite3DB &db, const QDir &root, _MsgStore &store)
-{
-    Sqlite3Cursor cursor =
-        db.queryThrow(Sqlite3Sql("select rowid, message_id, part_id, content_type, content_loc from "
-                                 "msg_pieces where content_type not in ('text/plain','application/smil')"));
-    std::optional<QHash<QString, QString>> files;
-    while (cursor.moveNextThrow()) {
-        _MsgMessage *message = store.messages.value(cursor.getInt64(1));
-        if (!message || store.attachments.contains(~cursor.getInt64(0)))
-            continue;
-        if (!files)
-            files = partFiles(root);
-        _MsgAttachment *part = partOf(*message, cursor).release();
-        store.attachments.insert(part->rowid, part);
-        const QString number = QString::number(cursor.getInt(2));
-        const auto file = files->constFind(u"%1-%2"_s.arg(cursor.getInt64(1)).arg(number));
-        part->filename = file == files->cend() ? part->transfer_name : u"~/"_s + *file;
-        part->localFile = attachmentFile(root, part->filename);
-        _MsgMessage bare = *message;
-        bare.attachments.clear();
-        part->guid = messageGuidFromData(QString(logicHash(bare) + u'-' + number).toUtf8());
-        link(*message, *part);
+        linkAttachment(*message, *attachment);
     }
 }
 
 } // namespace
+
+void linkAttachment(_MsgMessage &message, _MsgAttachment &attachment)
+{
+    QString key = attachment.guid;
+    const _MsgAttachment *known = message.attachments.value(key);
+    if (known && known != &attachment) // two rows of one guid
+        key += QString::number(attachment.rowid);
+    message.attachments.insert(key, &attachment);
+}
 
 void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
 {
@@ -162,6 +110,5 @@ void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
     if (tables.contains(u"madrid_attachment"_s))
         readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridFields, root,
                  store);
-    if (tables.contains(u"msg_pieces"_s))
-        readPieces(db, root, store);
+    readMmsAttachments(db, root, store);
 }

@@ -14,5 +14,8 @@ class Sqlite3DB;
 void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store);
 
 /// Those of phones before iOS 6: files of iMessages from "madrid_attachment", and the parts of picture
-/// messages from "msg_pieces". Parts have no guid, they get one made of their message's content.
+/// messages.
 void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store);
+
+/// Puts an attachment to its message: under its guid, and apart from another of the same guid.
+void linkAttachment(_MsgMessage &message, _MsgAttachment &attachment);

@@ -1,6 +1,7 @@
 #include "absmessagedb.h"
 #include "attachmentlist.h"
 #include "attachmentpaths.h"
+#include "messagetext.h"
 #include "openmessagedb.h"
 #include "smsdbbuilder.h"
 #include "testdatabase.h"
@@ -20,6 +21,7 @@ private Q_SLOTS:
     void eachGenerationIsRead_data();
     void eachGenerationIsRead();
     void partsOfPictureMessagesAreFoundByTheirNumbers();
+    void pictureMessagesKeepTheirWordsAndOrder();
     void damagedRowsAreHarmless();
     void linesAndTotals();
 };
@@ -107,10 +109,33 @@ void TestAttachments::partsOfPictureMessagesAreFoundByTheirNumbers()
         QCOMPARE(store->attachments.size(), 1); // the text is no attachment
         const _MsgAttachment *part = shownAttachments(*store->messages.value(1)).first();
         QCOMPARE(part->localFile, parts + u"1-1.jpg"_s);
+        QCOMPARE(part->total_bytes, 5);
         QCOMPARE(attachmentName(*part), u"IMG_1.jpg"_s);
         guids.append(part->guid);
     }
     QCOMPARE(guids.first(), guids.last()); // else each import would add it again
+}
+
+void TestAttachments::pictureMessagesKeepTheirWordsAndOrder()
+{
+    const QTemporaryDir dir;
+    SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios5);
+    runOn(phone.chat(u"+34612345678"_s).received(QString()).received(u"known"_s).write(),
+          u"insert into msg_pieces(message_id, part_id, content_type, content_loc, data) values"
+          "(1,3,'text/plain;charset=iso-8859-1','2.txt',x'53ed'),(1,2,'image/jpeg','b.jpg',null),"
+          "(1,0,'application/smil; name=x',null,'<smil>'),(1,4,'text/vcard','c.vcf','card'),"
+          "(1,1,'text/plain',null,null),(2,0,'Text/Plain; charset=utf-8','1.txt','known')"_s);
+    QVERIFY(writeFile(dir.filePath(u"file-relay/var/mobile/Library/SMS/Parts/01/01/1-1.txt"_s), "señal"));
+    _MsgStorePtr store = _MsgStorePtr::create();
+    const auto db = openMessageDb(dir.path(), u"214"_s);
+    for (int run = 0; run < 2; ++run) {
+        db->messages(store, 0);
+        db->attachments(store);
+        QCOMPARE(store->messages.value(1)->text, u"señal\uFFFC\nSí\uFFFC"_s);
+        QCOMPARE(displayText(*store->messages.value(1)), u"señal\nSí [IMAGE] [VCARD]"_s);
+        QCOMPARE(displayText(*store->messages.value(2)), u"known"_s);
+    }
+    QCOMPARE(shownAttachments(*store->messages.value(1)).last()->total_bytes, 4);
 }
 
 void TestAttachments::damagedRowsAreHarmless()
