@@ -12,8 +12,8 @@ class JobProgress;
 
 /// Copies messages, in any order, into the Local Database whose folder is `root` and whose file is `path`;
 /// it is made if it isn't there. Throws `std::runtime_error`, and the integer -1 on cancel: the database is
-/// then as it was, and not there if it wasn't before. Attachment files that were copied into an existing one
-/// stay.
+/// then as it was, and not there if it wasn't before. Of the attachment files that were copied,
+/// those stay that a row of before names.
 ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
                             JobProgress &progress);
 

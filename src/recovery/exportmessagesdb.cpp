@@ -21,13 +21,29 @@ ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
     , knownRows(db)
     , root(rootFolder)
+    , files(rootFolder)
 {
 }
 
 ExportMessagesDb::~ExportMessagesDb()
 {
-    if (db.isOpen())
-        db.rollbackTran(); // what `finish` has not committed
+    if (!db.isOpen())
+        return;
+    db.rollbackTran(); // what `finish` has not committed
+    try {
+        takeFilesBack();
+    } catch (const std::exception &error) {
+        qWarning("Attachments of a broken import may be left behind: %s", error.what());
+    }
+}
+
+void ExportMessagesDb::takeFilesBack()
+{
+    QSet<QString> named;
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select filename from attachment"));
+    while (cursor.moveNextThrow())
+        named.insert(attachmentTarget(root, cursor.getText(0)).value_or(QString()));
+    files.removeBut(named);
 }
 
 void ExportMessagesDb::begin()
@@ -81,6 +97,7 @@ void ExportMessagesDb::finish()
     placing.finish();
     extras.finish();
     db.endTransaction(true);
+    files.keep();
     db.close();
     forgetRun();
 }
@@ -125,7 +142,7 @@ void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 mess
     renewHash(db, messageId, message, hash);
 }
 
-void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
+void ExportMessagesDb::copyFile(const _MsgAttachment &attachment)
 {
     const std::optional<QString> target = attachmentTarget(root, attachment.filename);
     if (!target) {
@@ -136,7 +153,7 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment) const
     if (QFile::exists(*target))
         return;
     // A file that can't be copied is no reason to lose the message.
-    if (!QDir().mkpath(QFileInfo(*target).path()) || !QFile::copy(attachment.localFile, *target))
+    if (!files.copy(attachment.localFile, *target))
         qWarning("The attachment \"%s\" can't be copied to \"%s\".", qUtf8Printable(attachment.localFile),
                  qUtf8Printable(*target));
 }

@@ -2,6 +2,7 @@
 
 #include "absformatexport.h"
 #include "attachmentnames.h"
+#include "copiedfiles.h"
 #include "extraskeeper.h"
 #include "importcounts.h"
 #include "ios6messagedb.h"
@@ -18,7 +19,8 @@
 /// present and joined, and what newer phones tell of it is brought up to date (`ExtrasKeeper`).
 ///
 /// A run is `begin`, `append` for each message, `finish`: one transaction. A run that ends without
-/// `finish` leaves the database as it was, but for attachment files that were copied already.
+/// `finish` leaves the database as it was. Of the attachment files that it copied, those stay that a row
+/// names.
 class ExportMessagesDb final : public AbsFormatExport<_MsgMessage>
 {
 public:
@@ -47,7 +49,8 @@ private:
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
-    void copyFile(const _MsgAttachment &attachment) const;
+    void copyFile(const _MsgAttachment &attachment);
+    void takeFilesBack();
     void forgetRun();
 
     IOS6MessageDb db;
@@ -56,6 +59,7 @@ private:
     AttachmentNames names;
     KnownRows knownRows;
     QDir root;
+    CopiedFiles files;
     ImportCounts messageCounts;
 
     // Written once at the end instead of once a message.

@@ -259,10 +259,12 @@ void TestLocalJobs::attachmentsReadOrNotMakeNoDoubles()
 void TestLocalJobs::aCancelledBackupLeavesNothing()
 {
     fillSample();
+    const QTemporaryDir dir;
+    const QString photo = dir.filePath(u"photo"_s);
+    QVERIFY(writeFile(photo, "JPEG"));
     Records records;
-    records.chat(u"+34612345678"_s);
-    for (int i = 0; i < 500; ++i)
-        records.received(QString::number(i));
+    records.chat(u"+34612345678"_s).received(u"missed its files"_s).attachment(u"/x/1.jpg"_s, photo);
+    records.attachment(u"/x/2.jpg"_s, photo).received(u"new"_s).attachment(u"/x/y/z.jpg"_s, photo).upTo(500);
     const QByteArray before = bytesOf(file);
     for (const LocalDatabase &target : {sample, localDatabaseToFill(u"New"_s)}) {
         RecordingProgress dialog;
@@ -274,6 +276,8 @@ void TestLocalJobs::aCancelledBackupLeavesNothing()
     }
     QVERIFY(bytesOf(file) == before);
     QVERIFY(!findLocalDatabase(u"New"_s));
+    QCOMPARE(QDir(sample.path + u"/x"_s).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+             QStringList({u"1.jpg"_s, u"2.jpg"_s}));
 }
 
 void TestLocalJobs::namesOfDatabases()

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QDir>
+#include <QSet>
+#include <QString>
+
+/// The files that a run copies into the folder of a database. They go again when the run fails.
+class CopiedFiles
+{
+public:
+    explicit CopiedFiles(const QDir &rootFolder) : root(rootFolder) {}
+
+    /// Copies a file to a path below the root folder, which is made with its folders. False when that fails.
+    bool copy(const QString &from, const QString &to);
+    /// The run has succeeded: all stay.
+    void keep() { paths.clear(); }
+    /// The run has failed: those that aren't `named` go, with the folders that are empty then. What can't be
+    /// removed is logged.
+    void removeBut(const QSet<QString> &named);
+
+private:
+    QDir root;
+    QSet<QString> paths;
+};
