@@ -54,7 +54,7 @@ public:
     }
     bool operator()(bool MessageExtras::*) const { return cursor.getInt(position) != 0; }
     bool operator()(QString MessageExtras::*) const { return !cursor.getUtf8(position).isEmpty(); }
-    bool operator()(QByteArray MessageExtras::*) const { return mayTellOfChanges(cursor.getUtf8(position)); }
+    bool operator()(QByteArray MessageExtras::*) const { return mayTellOfChanges(cursor.getBytes(position)); }
 
 private:
     const Sqlite3Cursor &cursor;

@@ -92,7 +92,7 @@ void IOS6MessageDb::readDeletedParts(_MsgStore &store)
         _MsgMessage *message = store.messages.value(cursor.getInt64(messageId));
         if (!message || (message->extras && message->extras->delete_date != 0))
             continue; // of one that went as a whole, all parts are there
-        const std::optional<TypedStreamText> text = textOfTypedStream(cursor.getUtf8(partText));
+        const std::optional<TypedStreamText> text = textOfTypedStream(cursor.getBytes(partText));
         deleted[message].append(
             {cursor.getInt(index), wholeSeconds(cursor.getInt64(deleteDate)), text ? text->text : QString()});
     }
