@@ -1,10 +1,9 @@
 #include "manifestdb.h"
 
 #include "mbfile.h"
-#include "sqlite3db.h"
+#include "untoucheddb.h"
 
 #include <QDir>
-#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -29,11 +28,6 @@ bool isFileId(QByteArrayView name)
     for (const char c : name)
         digits += (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
     return name.size() == 40 && digits == 40;
-}
-
-bool isLogged(const QString &path, const QString &suffix)
-{
-    return QFileInfo(path + suffix).size() > 0;
 }
 
 /// Turns rows into records.
@@ -125,19 +119,6 @@ void RowReader::logOddities(const QString &path) const
                  qUtf16Printable(path), leftOut, undescribed);
 }
 
-/// Opens the database with what its log holds, if it has one: then as a copy in `room`.
-void openList(Sqlite3DB &db, const QString &path, const QTemporaryDir &room)
-{
-    if (!isLogged(path, u"-wal"_s) && !isLogged(path, u"-journal"_s))
-        return db.openImmutableThrow(path);
-    for (const QString &suffix : {QString(), u"-wal"_s, u"-journal"_s}) {
-        QFile file(path + suffix);
-        if (file.exists() && !file.copy(room.filePath(u"list"_s + suffix)))
-            throw std::runtime_error(u"%1: %2"_s.arg(file.fileName(), file.errorString()).toStdString());
-    }
-    db.openThrow(room.filePath(u"list"_s), sqliteReadWrite);
-}
-
 // A view of that name could go on for ever.
 void checkIsTable(Sqlite3DB &db)
 {
@@ -156,12 +137,10 @@ bool hasManifestDb(const QString &folder)
 
 void readManifestDb(const QString &path, ManifestList &list, TextArena &texts)
 {
-    const QTemporaryDir room;
-    Sqlite3DB db;
-    openList(db, path, room);
-    checkIsTable(db);
+    UntouchedDb file(path);
+    checkIsTable(file.db);
     Sqlite3Cursor cursor =
-        db.queryThrow(Sqlite3Sql("select fileID, domain, relativePath, flags, file from Files"));
+        file.db.queryThrow(Sqlite3Sql("select fileID, domain, relativePath, flags, file from Files"));
     RowReader reader(cursor, list, texts);
     for (qint64 rows = 0; cursor.moveNextThrow(); ++rows) {
         if (rows >= mostRows || texts.size() > mostTextBytes)

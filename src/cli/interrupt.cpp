@@ -1,6 +1,7 @@
 #include "interrupt.h"
 
 #include "exitstatus.h"
+#include "interruptdelay.h"
 #include "jobprogress.h"
 
 #include <atomic>
@@ -13,11 +14,11 @@ namespace
 std::atomic<std::atomic_bool *> cancelFlag = nullptr;
 static_assert(std::atomic<std::atomic_bool *>::is_always_lock_free && std::atomic_bool::is_always_lock_free);
 
-void onSignal(int)
+void onSignal(int signal)
 {
     if (std::atomic_bool *flag = cancelFlag.load())
         flag->store(true);
-    else
+    else if (!InterruptDelay::holdsBack(signal))
         std::_Exit(int(ExitStatus::Interrupted));
 }
 

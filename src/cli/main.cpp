@@ -68,6 +68,7 @@ std::unique_ptr<QCoreApplication> makeApplication(int &argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    installInterruptHandler(); // before anything that may take its time
     const std::unique_ptr<QCoreApplication> application = makeApplication(argc, argv);
     QTranslator translator;
     installTexts(translator);
@@ -78,7 +79,6 @@ int main(int argc, char **argv)
         std::fputs(parsed.help.toUtf8().constData(), stdout);
         return int(ExitStatus::Done);
     }
-    installInterruptHandler();
     startLog();
     return int(run(parsed.line));
 }

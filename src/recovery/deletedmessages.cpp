@@ -156,7 +156,7 @@ void nameNewcomers(AbsIOSMessageDb &db, _MsgStore &store, const QSet<qint64> &be
 
 } // namespace
 
-int recoverHandles(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
+int recoverHandles(SearchedDatabase &database, MessageRecycleDb &recycle, JobProgress *progress)
 {
     const auto keep = [&](const Sqlite3RawRow &row) {
         const std::optional<_MsgHandle> handle = rowToHandle(row);
@@ -165,22 +165,24 @@ int recoverHandles(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress *pr
         recycle.insertHandle(*handle, row.rowid);
         return 1;
     };
-    DeletedRowSearch search(db, recycle, progress);
-    return search.run({u"handle"_s, handleColumns(), isPlausibleHandleRow, keep, keep});
+    return searchDeletedRows(database, {u"handle"_s, handleColumns(), isPlausibleHandleRow, keep, keep},
+                             recycle, progress);
 }
 
-int recoverMessages(IOS6MessageDb &db, MessageRecycleDb &recycle, const QList<_MsgChat *> &chats,
-                    JobProgress *progress)
+int recoverMessages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                    const QList<_MsgChat *> &chats, JobProgress *progress)
 {
     db.openDb();
     Ios6Keeper keeper(db, recycle, chats);
-    DeletedRowSearch search(db, recycle, progress);
-    return search.run({u"message"_s, ios6MessageColumns(), isPlausibleIos6Row,
-                       [&](const Sqlite3RawRow &row) { return keeper.keepFreed(row); },
-                       [&](const Sqlite3RawRow &row) { return keeper.keepCarved(row); }});
+    return searchDeletedRows(database,
+                             {u"message"_s, ios6MessageColumns(), isPlausibleIos6Row,
+                              [&](const Sqlite3RawRow &row) { return keeper.keepFreed(row); },
+                              [&](const Sqlite3RawRow &row) { return keeper.keepCarved(row); }},
+                             recycle, progress);
 }
 
-int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *progress)
+int recoverMessages(IOS5MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                    JobProgress *progress)
 {
     db.openDb(); // it may have to find its country first
     CountryLibDb countries(db.countryCode());
@@ -195,8 +197,8 @@ int recoverMessages(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress *p
         recycle.insertMessage(recycled->message, recycled->chat_identifier, recycled->handle, row.rowid);
         return live.contains(*recycled) ? 0 : 1;
     };
-    DeletedRowSearch search(db, recycle, progress);
-    return search.run({u"message"_s, ios5MessageColumns(), isPlausibleIos5Row, keep, keep});
+    return searchDeletedRows(database, {u"message"_s, ios5MessageColumns(), isPlausibleIos5Row, keep, keep},
+                             recycle, progress);
 }
 
 void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)

@@ -1,8 +1,8 @@
 #include "deletedrowsearch.h"
 
-#include "absmessagedb.h"
 #include "jobprogress.h"
 #include "messagerecycledb.h"
+#include "searcheddatabase.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,10 +11,32 @@ namespace
 
 constexpr int tableLeaf = 13;
 
+int takeRowsThatWent(SearchedDatabase &database, const DeletedRowKind &kind, MessageRecycleDb &recycle,
+                     const JobProgress *progress)
+{
+    int found = 0;
+    recycle.beginTransaction();
+    for (const Sqlite3RawRow &row : database.rowsThatWent(kind.table, progress))
+        found += kind.takeFreedRow(row);
+    recycle.endTransaction(true);
+    return found;
+}
+
 } // namespace
 
-DeletedRowSearch::DeletedRowSearch(AbsIOSMessageDb &source, MessageRecycleDb &target, JobProgress *waiting)
-    : db(source), recycle(target), progress(waiting), file(source.databasePath())
+int searchDeletedRows(SearchedDatabase &database, const DeletedRowKind &kind, MessageRecycleDb &recycle,
+                      JobProgress *progress)
+{
+    // Whole rows come first: what is found between rows may lack something.
+    int found = takeRowsThatWent(database, kind, recycle, progress);
+    found += DeletedRowSearch(database.current(), recycle, progress).run(kind);
+    if (SearchedFile *mainFile = database.withoutLog())
+        found += DeletedRowSearch(*mainFile, recycle, progress).run(kind);
+    return found;
+}
+
+DeletedRowSearch::DeletedRowSearch(SearchedFile &source, MessageRecycleDb &target, JobProgress *waiting)
+    : searched(source), recycle(target), progress(waiting), file(source.path)
 {
     if (progress)
         file.setCancelFlag(&progress->cancelled);
@@ -27,9 +49,6 @@ bool DeletedRowSearch::isCancelled() const
 
 int DeletedRowSearch::run(const DeletedRowKind &kind)
 {
-    db.openDb();
-    QString ignored; // what is in the log only stays unseen then
-    db.exec(u"PRAGMA wal_checkpoint(PASSIVE);"_s, ignored);
     file.open();
     recycle.beginTransaction();
     int found = searchFreelist(kind);
@@ -104,9 +123,11 @@ int DeletedRowSearch::takeFreedRows(const DeletedRowKind &kind, const Sqlite3Pag
 
 void DeletedRowSearch::addLivePages(const QString &table)
 {
+    if (!searched.db.isOpen())
+        return;
     Sqlite3Sql sql("select rootpage from sqlite_master where type='table' and name=?");
     sql.addTextParam(table);
-    Sqlite3Cursor cursor = db.queryThrow(sql);
+    Sqlite3Cursor cursor = searched.db.queryThrow(sql);
     if (!cursor.moveNextThrow())
         return;
     QSet<quint32> seen;

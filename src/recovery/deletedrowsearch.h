@@ -7,8 +7,9 @@
 #include <limits>
 #include <vector>
 
-class AbsIOSMessageDb;
 class MessageRecycleDb;
+class SearchedDatabase;
+struct SearchedFile;
 
 /// Which rows to look for, and what becomes of those found: the calls answer how many finds a row is.
 struct DeletedRowKind {
@@ -19,15 +20,20 @@ struct DeletedRowKind {
     std::function<int(const Sqlite3RawRow &)> takeCarvedRow; ///< from between the rows of a page
 };
 
-/// Looks through the bytes of a message database: at the trees of pages that were given up, then at each
+/// Looks for such rows in a database, as its log leaves it and in its main file, which may hold what the log
+/// took away. `progress` may be null. Returns the number of finds. A cancelled run keeps what it has found.
+/// Throws `std::runtime_error`; a transaction on `recycle` is then open still.
+int searchDeletedRows(SearchedDatabase &database, const DeletedRowKind &kind, MessageRecycleDb &recycle,
+                      JobProgress *progress);
+
+/// Looks through the bytes of one file: at the trees of pages that were given up, then at each
 /// such page and each leaf of the table for what is left between its rows. One run is one transaction
-/// on the recycle database, which is committed also when the run is cancelled. The database file stays as
-/// it is, but that SQLite folds a write-ahead log into it.
+/// on the recycle database, which is committed also when the run is cancelled. The file stays as it is.
 class DeletedRowSearch
 {
 public:
     /// `progress` may be null. All are borrowed.
-    DeletedRowSearch(AbsIOSMessageDb &db, MessageRecycleDb &recycle, JobProgress *progress);
+    DeletedRowSearch(SearchedFile &searched, MessageRecycleDb &recycle, JobProgress *progress);
 
     /// Returns the number of finds. Throws `std::runtime_error`; the transaction is then open still.
     int run(const DeletedRowKind &kind);
@@ -43,7 +49,7 @@ private:
     void addPage(quint32 pageNo);
     void report(int percent, const QString &text) const;
 
-    AbsIOSMessageDb &db;
+    SearchedFile &searched;
     MessageRecycleDb &recycle;
     JobProgress *progress;
     ProgressPace gathering{std::numeric_limits<qint64>::max()}; // nobody knows how many it will be

@@ -114,7 +114,9 @@ qint64 countMessages(const LocalDatabase &database)
     const QString file = database.file();
     if (!QFile::exists(file) || isBlank(file))
         return 0;
-    return IOS6MessageDb(QDir(database.path), QString(), false).countMessages();
+    IOS6MessageDb db(QDir(database.path), QString(), false);
+    db.openToWrite(); // with its locks: another program may be filling it
+    return db.countMessages();
 }
 
 void deleteLocalDatabase(const LocalDatabase &database)

@@ -115,7 +115,7 @@ MergeCounts MessageMerge::run(const QList<_MsgMessage *> &messages)
 // The file is a copy that goes if anything fails: it needs no journal and no order on the disk.
 void MessageMerge::open()
 {
-    db.openDb();
+    db.openToWrite();
     db.setTriggersEnabled(false);
     execThrow(db, "pragma journal_mode=off");
     execThrow(db, "pragma synchronous=off");

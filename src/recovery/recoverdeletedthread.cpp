@@ -6,6 +6,7 @@
 #include "ios6messagedb.h"
 #include "jobprogress.h"
 #include "messagerecycledb.h"
+#include "searcheddatabase.h"
 
 #include <QFileInfo>
 #include <QObject>
@@ -17,21 +18,23 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-int recoverIos6(IOS6MessageDb &db, MessageRecycleDb &recycle, JobProgress &progress)
+int recoverIos6(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_RECOVERING_CONTACTS"), 0, {});
-    recoverHandles(db, recycle, &progress);
+    recoverHandles(database, recycle, &progress);
     throwIfCancelled(progress);
     progress.updateProgress(QObject::tr("IDS_RECOVERING_SMS"), 0, {});
     _MsgStore live;
     db.readChatsAndHandles(live);
-    return recoverMessages(db, recycle, live.chats.values(), &progress);
+    return recoverMessages(db, database, recycle, live.chats.values(), &progress);
 }
 
-int recoverIos5(IOS5MessageDb &db, MessageRecycleDb &recycle, JobProgress &progress)
+int recoverIos5(IOS5MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_RECOVERING_SMS"), 0, {});
-    return recoverMessages(db, recycle, &progress);
+    return recoverMessages(db, database, recycle, &progress);
 }
 
 /// Its pages hold what the program itself deleted because a person wanted it gone.
@@ -50,12 +53,13 @@ int recoverDeleted(AbsIOSMessageDb &db, JobProgress &progress)
             u"%1: this is a Local Database. Deleted messages are looked for in phones and backups."_s
                 .arg(db.rootFolder().absolutePath())
                 .toStdString());
+    SearchedDatabase database(db.databasePath());
     MessageRecycleDb recycle(db.rootFolder());
     int found = 0;
     if (auto *ios6 = dynamic_cast<IOS6MessageDb *>(&db))
-        found = recoverIos6(*ios6, recycle, progress);
+        found = recoverIos6(*ios6, database, recycle, progress);
     else if (auto *ios5 = dynamic_cast<IOS5MessageDb *>(&db))
-        found = recoverIos5(*ios5, recycle, progress);
+        found = recoverIos5(*ios5, database, recycle, progress);
     throwIfCancelled(progress);
     return found;
 }

@@ -12,23 +12,6 @@ QString columnName(sqlite3_stmt *statement, int index)
     return QString::fromUtf8(sqlite3_column_name(statement, index));
 }
 
-QVariant columnValue(sqlite3_stmt *statement, int index)
-{
-    switch (sqlite3_column_type(statement, index)) {
-    case SQLITE_INTEGER: return qint64(sqlite3_column_int64(statement, index));
-    case SQLITE_FLOAT: return sqlite3_column_double(statement, index);
-    case SQLITE_TEXT: {
-        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, index));
-        return QString::fromUtf8(text, sqlite3_column_bytes(statement, index));
-    }
-    case SQLITE_BLOB: {
-        const auto *bytes = static_cast<const char *>(sqlite3_column_blob(statement, index));
-        return bytes ? QByteArray(bytes, sqlite3_column_bytes(statement, index)) : QByteArray("");
-    }
-    default: return {};
-    }
-}
-
 } // namespace
 
 Sqlite3Cursor::Sqlite3Cursor(std::shared_ptr<Sqlite3Stmt> prepared) : statement(std::move(prepared))
@@ -106,10 +89,26 @@ bool Sqlite3Cursor::isNull(int index) const
     return index < 0 || sqlite3_column_type(statement->get(), index) == SQLITE_NULL;
 }
 
+QVariant Sqlite3Cursor::getValue(int index) const
+{
+    if (index < 0)
+        return {};
+    switch (sqlite3_column_type(statement->get(), index)) {
+    case SQLITE_INTEGER: return getInt64(index);
+    case SQLITE_FLOAT: return sqlite3_column_double(statement->get(), index);
+    case SQLITE_TEXT: return getText(index);
+    case SQLITE_BLOB: {
+        const QByteArrayView bytes = getBytes(index);
+        return bytes.isEmpty() ? QByteArray("") : bytes.toByteArray();
+    }
+    default: return {};
+    }
+}
+
 Sqlite3Row Sqlite3Cursor::getRow() const
 {
     Sqlite3Row row;
     for (int i = 0; i < count(); ++i)
-        row[columnName(statement->get(), i)] = columnValue(statement->get(), i);
+        row[columnName(statement->get(), i)] = getValue(i);
     return row;
 }

@@ -44,12 +44,14 @@ public:
     qint64 getInt64(int index) const;
     QByteArray getBlob(int index) const;
     bool isNull(int index) const;
+    /// The value in the variant type of its storage class; NULL is an invalid variant.
+    QVariant getValue(int index) const;
     /// The column as UTF-8, in SQLite's own memory: good until the next step.
     QByteArrayView getUtf8(int index) const;
     /// The column as bytes, in SQLite's own memory: good until the next step.
     QByteArrayView getBytes(int index) const;
 
-    /// The current row, each value in the variant type of its storage class; NULL is an invalid variant.
+    /// The current row, each value as `getValue` has it.
     Sqlite3Row getRow() const;
 
 private:

@@ -54,9 +54,10 @@ void Sqlite3DB::openThrow(const QString &path, int flags)
 
 void Sqlite3DB::openImmutableThrow(const QString &path)
 {
-    QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
-    url.setQuery(u"immutable=1"_s);
-    openNamedThrow(path, url.toEncoded(), sqliteReadOnly | SQLITE_OPEN_URI);
+    const QByteArray absolute = QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/:");
+    // The host stays empty: SQLite takes the name of a server as part of the path.
+    const QByteArray root = absolute.startsWith('/') ? "file://" : "file:///";
+    openNamedThrow(path, root + absolute + "?immutable=1", sqliteReadOnly | SQLITE_OPEN_URI);
 }
 
 /// `name` is what SQLite is given; `path` stands in what is thrown.
@@ -80,6 +81,19 @@ void Sqlite3DB::close()
 {
     statements.reset();
     connection.reset();
+}
+
+void Sqlite3DB::takeOver(Sqlite3DB &other)
+{
+    close();
+    connection = std::move(other.connection);
+    statements = std::move(other.statements);
+}
+
+void Sqlite3DB::setNameInErrors(const QString &path)
+{
+    if (statements)
+        statements->fileName = path.toStdString();
 }
 
 Sqlite3Cursor Sqlite3DB::queryThrow(const Sqlite3Sql &sql)
@@ -155,6 +169,12 @@ void Sqlite3DB::keepLogOnClose()
         sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
+void Sqlite3DB::forbidViews()
+{
+    if (connection)
+        sqlite3_db_config(connection.get(), SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+}
+
 void Sqlite3DB::setTriggersEnabled(bool enabled)
 {
     if (connection)
@@ -167,5 +187,5 @@ void Sqlite3DB::createFunctionThrow(const char *name, int arguments, int (*resul
                                                    reinterpret_cast<void *>(result), callIntFunction, nullptr,
                                                    nullptr, nullptr);
     if (created != SQLITE_OK)
-        throw std::runtime_error(sqliteMessage(connection.get()));
+        throw std::runtime_error(sqliteMessage(connection.get(), statements->fileName));
 }

@@ -41,6 +41,10 @@ public:
     void openImmutableThrow(const QString &path);
     /// Harmless when not open. Cursors that are still alive keep their rows.
     void close();
+    /// Goes on with what `other` has open, which is closed then.
+    void takeOver(Sqlite3DB &other);
+    /// What failures call the file of an open connection: of a copy, people know what it is a copy of.
+    void setNameInErrors(const QString &path);
 
     /// A cursor before the first row.
     Sqlite3Cursor queryThrow(const Sqlite3Sql &sql);
@@ -64,6 +68,9 @@ public:
     /// reading leaves a file and its log as they lie. Call it before the first read. Where no log lies,
     /// it does nothing: the empty one that SQLite makes then goes again when the connection closes.
     void keepLogOnClose();
+
+    /// A query of a view fails from now on: in a file of somebody else's it may be without an end.
+    void forbidViews();
 
     /// Whether changes set off the triggers of the file. Without them a phone's database can be written
     /// whose triggers call functions that only the phone has.

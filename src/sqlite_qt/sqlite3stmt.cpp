@@ -45,7 +45,7 @@ Sqlite3Stmt::Sqlite3Stmt(sqlite3 *db, const std::shared_ptr<StatementCache> &sta
         const QByteArray utf8 = sql.toUtf8();
         sqlite3_stmt *prepared = nullptr;
         if (sqlite3_prepare_v2(db, utf8.constData(), int(utf8.size()), &prepared, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqliteMessage(db));
+            failThrow(db);
         statement.reset(prepared);
     }
     for (qsizetype i = 0; i < params.size(); ++i)
@@ -83,7 +83,7 @@ void Sqlite3Stmt::bindThrow(int index, const QVariant &value)
     default: result = sqlite3_bind_int64(raw, index, value.toLongLong()); break;
     }
     if (result != SQLITE_OK)
-        throw std::runtime_error(sqliteMessage(sqlite3_db_handle(raw)));
+        failThrow(sqlite3_db_handle(raw));
 }
 
 bool Sqlite3Stmt::step()
@@ -102,12 +102,19 @@ bool Sqlite3Stmt::step()
 void Sqlite3Stmt::checkThrow() const
 {
     if (stepFailed)
-        throw std::runtime_error(sqliteMessage(sqlite3_db_handle(statement.get())));
+        failThrow(sqlite3_db_handle(statement.get()));
 }
 
-std::string sqliteMessage(sqlite3 *db)
+void Sqlite3Stmt::failThrow(sqlite3 *db) const
 {
-    const char *path = sqlite3_db_filename(db, "main");
+    const std::shared_ptr<StatementCache> statements = cache.lock();
+    throw std::runtime_error(sqliteMessage(db, statements ? statements->fileName : std::string()));
+}
+
+std::string sqliteMessage(sqlite3 *db, const std::string &fileName)
+{
+    const char *opened = sqlite3_db_filename(db, "main");
+    const std::string file = fileName.empty() && opened ? std::string(opened) : fileName;
     const std::string message = sqlite3_errmsg(db);
-    return path && *path ? std::string(path) + ": " + message : message;
+    return file.empty() ? message : file + ": " + message;
 }

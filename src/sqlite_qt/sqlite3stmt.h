@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <memory>
+#include <string>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -15,15 +16,16 @@ struct StatementFinalizer {
 };
 using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
-/// Prepared statements of one connection that nobody uses at the moment, by their text. Only texts
-/// with a `?` are kept: one with its numbers written in does not come again.
+/// Prepared statements of one connection that nobody uses at the moment, by their text, and what all its
+/// statements share. Only texts with a `?` are kept: one with its numbers written in does not come again.
 class StatementCache
 {
 public:
     /// An idle statement of this text, or null.
     StatementHandle take(const QString &sql);
     void giveBack(const QString &sql, StatementHandle statement);
-    void clear() { idle.clear(); }
+
+    std::string fileName; ///< as `sqliteMessage` takes it
 
 private:
     struct Entry {
@@ -47,14 +49,14 @@ public:
     ~Sqlite3Stmt();
 
     sqlite3_stmt *get() const { return statement.get(); }
-    /// One step: true on a row, false at the end and, with `failed()` set, on an error.
+    /// One step: true on a row, false at the end and on an error, which `checkThrow` tells apart.
     bool step();
-    bool failed() const { return stepFailed; }
     /// Throws with SQLite's message if the last step failed.
     void checkThrow() const;
 
 private:
     void bindThrow(int index, const QVariant &value);
+    [[noreturn]] void failThrow(sqlite3 *db) const;
 
     std::weak_ptr<StatementCache> cache;
     QString sql;
@@ -64,4 +66,5 @@ private:
 };
 
 /// The text that every failure of this layer carries: the file, then SQLite's own message.
-std::string sqliteMessage(sqlite3 *db);
+/// `fileName` is what it is called; empty for the name that it was opened by.
+std::string sqliteMessage(sqlite3 *db, const std::string &fileName);

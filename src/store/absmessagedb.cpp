@@ -1,6 +1,7 @@
 #include "absmessagedb.h"
 
 #include "sourcecountry.h"
+#include "untoucheddb.h"
 
 #include <QDebug>
 
@@ -21,6 +22,18 @@ void AbsIOSMessageDb::findCountry()
     } catch (const std::exception &error) { // a damaged page; what can be read of the file is still read
         qWarning("%ls: its country is unknown: %s", qUtf16Printable(path), error.what());
     }
+}
+
+AbsIOSMessageDb::~AbsIOSMessageDb()
+{
+    close(); // before the copy goes
+}
+
+void AbsIOSMessageDb::takeOpened(UntouchedDb &opened)
+{
+    takeOver(opened.db);
+    copy = std::move(opened.copy);
+    prepare();
 }
 
 qsizetype AbsIOSMessageDb::rowCount(const QString &table)

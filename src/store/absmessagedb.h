@@ -6,6 +6,11 @@
 #include <QDir>
 #include <QString>
 
+#include <memory>
+
+class PrivateCopy;
+struct UntouchedDb;
+
 /// A source of messages, whatever its file looks like.
 class AbsMessageDb : public AbsDb
 {
@@ -29,6 +34,8 @@ public:
 class AbsIOSMessageDb : public AbsMessageDb
 {
 public:
+    ~AbsIOSMessageDb() override;
+
     /// 5 or 6.
     virtual int dbVersion() = 0;
 
@@ -38,6 +45,9 @@ public:
 
     /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
     virtual bool isLocalDatabase() { return false; }
+
+    /// Goes on with the database as it was opened, instead of opening it in `openDb`.
+    void takeOpened(UntouchedDb &opened);
 
     /// The folder that holds "file-relay".
     const QDir &rootFolder() const { return root; }
@@ -52,10 +62,15 @@ protected:
     /// To be called at the end of opening: finds the country where the constructor was given none.
     void findCountry();
 
+    /// What a reader has to know of its file once that is open.
+    virtual void prepare() = 0;
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);
 
     QDir root;
     QString path; ///< of the database
     QString mcc;
+
+private:
+    std::unique_ptr<PrivateCopy> copy; ///< of a file that can't be read in its place
 };

@@ -10,8 +10,6 @@
 #include "recordreader.h"
 #include "untoucheddb.h"
 
-#include <QTemporaryDir>
-
 #include <algorithm>
 #include <array>
 
@@ -69,11 +67,6 @@ _MsgMessage smsModel()
     _MsgMessage model = messageModel(u"SMS"_s);
     model.account = u"e:"_s;
     return model;
-}
-
-int isNotZero(int value)
-{
-    return value != 0;
 }
 
 // Also for the one number that has no counterpart.
@@ -280,17 +273,16 @@ IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
 {
 }
 
-IOS5MessageDb::~IOS5MessageDb()
-{
-    close(); // before the copy goes
-}
-
 void IOS5MessageDb::openDb()
 {
     if (isOpen())
         return;
-    copy = openUntouchedThrow(*this, path);
-    createFunctionThrow("read", 1, isNotZero); // triggers of the phone call it
+    UntouchedDb opened(path);
+    takeOpened(opened);
+}
+
+void IOS5MessageDb::prepare()
+{
     tables = tableTexts(*this);
     findCountry();
     parts.useCountry(mcc);

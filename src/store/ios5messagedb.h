@@ -21,7 +21,6 @@ class IOS5MessageDb : public AbsIOSMessageDb
 public:
     /// `root` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
     IOS5MessageDb(const QDir &root, const QString &countryCode);
-    ~IOS5MessageDb() override;
 
     /// Throws `std::runtime_error` when the file is missing, damaged or no database.
     void openDb() override;
@@ -31,6 +30,9 @@ public:
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 5; }
     void nameHandle(_MsgHandle &handle) override { parts.nameHandle(handle); }
+
+protected:
+    void prepare() override;
 
 private:
     using ChatsByIdentifier = QHash<QString, _MsgChat *>;
@@ -45,6 +47,5 @@ private:
     class MessageLoad;
 
     MessageDbParts parts;
-    QHash<QString, QString> tables;      ///< name to the text that created it
-    std::unique_ptr<QTemporaryDir> copy; ///< of a file that can't be read in its place
+    QHash<QString, QString> tables; ///< name to the text that created it
 };

@@ -10,8 +10,6 @@
 #include "recordreader.h"
 #include "untoucheddb.h"
 
-#include <QTemporaryDir>
-
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -80,19 +78,28 @@ IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath
 {
 }
 
-IOS6MessageDb::~IOS6MessageDb()
-{
-    close(); // before the copy goes
-}
-
 void IOS6MessageDb::openDb()
 {
     if (isOpen())
         return;
-    if (upgrade)
-        openLocalDatabaseThrow(*this, path);
-    else
-        copy = openUntouchedThrow(*this, path);
+    if (!upgrade) {
+        UntouchedDb opened(path);
+        return takeOpened(opened);
+    }
+    openLocalDatabaseThrow(*this, path);
+    prepare();
+}
+
+void IOS6MessageDb::openToWrite()
+{
+    if (isOpen())
+        return;
+    openThrow(path, sqliteReadWrite);
+    prepare();
+}
+
+void IOS6MessageDb::prepare()
+{
     // Triggers of the phone call these.
     createFunctionThrow("delete_attachment_path", 1, keepsFile);
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);

@@ -24,12 +24,12 @@ public:
     IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgrade);
     /// The same for a database at a path of its own.
     IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode, bool upgrade);
-    ~IOS6MessageDb() override;
 
     /// Throws `std::runtime_error` when the file is damaged, no message database, or missing and not to be
     /// made. The connection is then closed.
     void openDb() override;
-    const QString &databasePath() const { return path; }
+    /// Opens a file of our own so that it can be changed, without the columns that a Local Database has.
+    void openToWrite();
     void chats(_MsgStorePtr &store) override;
     /// `chats` without the dates, which take a look at every message.
     void readChatsAndHandles(_MsgStore &store);
@@ -92,6 +92,9 @@ public:
     /// handles and attachments that nobody refers to any more; attachment files stay.
     void deleteMessage(const _MsgMessage &message);
 
+protected:
+    void prepare() override;
+
 private:
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store, const char *sql);
@@ -117,7 +120,6 @@ private:
     bool holdsExtras = false; ///< a Local Database that has the tables of our own
     bool isModern = false;    ///< a phone's file since iOS 10
     MessageDbParts parts;
-    QHash<QString, QString> tables;      ///< name to the text that created it
-    MessageInsertion insertion;          ///< into the columns that `tables` tells
-    std::unique_ptr<QTemporaryDir> copy; ///< of a file that can't be read in its place
+    QHash<QString, QString> tables; ///< name to the text that created it
+    MessageInsertion insertion;     ///< into the columns that `tables` tells
 };

@@ -7,7 +7,6 @@
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <QTemporaryFile>
 
 #include <filesystem>
@@ -56,14 +55,6 @@ qint64 modificationTime(const QString &path)
     const QFileInfo info(path);
     return info.exists() ? info.lastModified().toSecsSinceEpoch() : 0;
 }
-
-/// A database of the phone, read as it lies. On a read-only medium it may be a copy.
-struct PhoneFile {
-    explicit PhoneFile(const QString &path) { copy = openUntouchedThrow(db, path); }
-
-    std::unique_ptr<QTemporaryDir> copy; // goes after the connection
-    Sqlite3DB db;
-};
 
 std::filesystem::path toFilesystemPath(const QString &path)
 {
@@ -141,7 +132,7 @@ void IOSContactsMemDb::rebuildInMemory()
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
         executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(cacheVersion(countryCode))));
         beginTran();
-        PhoneFile book(bookFile(u"AddressBook.sqlitedb"_s));
+        UntouchedDb book(bookFile(u"AddressBook.sqlitedb"_s));
         copyPeople(book.db);
         copyNumbers(book.db);
         copyMails(book.db);
@@ -229,7 +220,7 @@ void IOSContactsMemDb::copyPhotos()
     const QString file = bookFile(u"AddressBookImages.sqlitedb"_s);
     if (!QFile::exists(file))
         return;
-    PhoneFile images(file);
+    UntouchedDb images(file);
     Sqlite3Cursor image = images.db.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
     while (image.moveNextThrow()) {
         Sqlite3Sql update("update person set photo=? where rowid=?");

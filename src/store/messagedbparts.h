@@ -8,8 +8,6 @@
 #include <QHash>
 #include <QString>
 
-class QTemporaryDir;
-
 /// What the readers of both generations stand on besides their file: the phone's address book and the
 /// rules of its country.
 class MessageDbParts

@@ -7,7 +7,6 @@
 #include <QCryptographicHash>
 #include <QRandomGenerator>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QtEndian>
 
 #include <algorithm>
@@ -194,11 +193,14 @@ QString newChatIdentifier(const QString &seed)
 
 int sniffMessageDbVersion(const QString &path)
 {
+    UntouchedDb file(path);
+    return messageDbVersion(file.db);
+}
+
+int messageDbVersion(Sqlite3DB &db)
+{
     static const QSet<QString> newTables = {u"chat"_s, u"handle"_s, u"chat_handle_join"_s, u"message"_s,
                                             u"chat_message_join"_s};
-    std::unique_ptr<QTemporaryDir> copy;
-    Sqlite3DB db;
-    copy = openUntouchedThrow(db, path);
     const QHash<QString, QString> tables = tableTexts(db);
     const bool isNew = std::all_of(newTables.begin(), newTables.end(),
                                    [&](const QString &table) { return tables.contains(table); });

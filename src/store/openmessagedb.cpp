@@ -3,6 +3,7 @@
 #include "ios5messagedb.h"
 #include "ios6messagedb.h"
 #include "messagestore.h"
+#include "untoucheddb.h"
 
 #include <stdexcept>
 
@@ -20,9 +21,13 @@ QString recycleDbPath(const QDir &root)
 
 std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc)
 {
-    switch (sniffMessageDbVersion(messageDbPath(root))) {
-    case 5: return std::make_unique<IOS5MessageDb>(root, mcc);
-    case 6: return std::make_unique<IOS6MessageDb>(root, mcc, false);
+    UntouchedDb file(messageDbPath(root));
+    std::unique_ptr<AbsIOSMessageDb> reader;
+    switch (messageDbVersion(file.db)) {
+    case 5: reader = std::make_unique<IOS5MessageDb>(root, mcc); break;
+    case 6: reader = std::make_unique<IOS6MessageDb>(root, mcc, false); break;
     default: throw std::runtime_error("invalid IOS db.");
     }
+    reader->takeOpened(file);
+    return reader;
 }

@@ -15,5 +15,5 @@ QString recycleDbPath(const QDir &root);
 
 /// The reader for the message database below `root`, by the generation of the file. `mcc` is the phone's
 /// mobile country code, which may be empty. Throws `std::runtime_error` when there is no such file or
-/// it is no database.
+/// it is no database. The reader has the file open.
 std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc);

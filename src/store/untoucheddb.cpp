@@ -1,12 +1,12 @@
 #include "untoucheddb.h"
 
-#include "sqlite3db.h"
+#include "diskroom.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
-#include <exception>
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -14,7 +14,10 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// The first read is where SQLite looks for the write-ahead log and wants to make its index.
+// Of what SQLite leaves beside a database, these hold content.
+constexpr std::array contentSuffixes = {"-wal"_L1, "-journal"_L1};
+
+// The first read is where SQLite finds out that a file is no database, and rolls a journal back.
 void probeThrow(Sqlite3DB &db)
 {
     Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select count(*) from sqlite_master"));
@@ -24,49 +27,73 @@ void probeThrow(Sqlite3DB &db)
 void copyThrow(const QString &from, const QString &to)
 {
     QFile source(from);
-    if (!source.copy(to))
+    if (!source.copy(to) || !QFile::setPermissions(to, QFile::ReadOwner | QFile::WriteOwner))
         throw std::runtime_error(u"%1: %2"_s.arg(from, source.errorString()).toStdString());
 }
 
-std::unique_ptr<QTemporaryDir> openCopyThrow(Sqlite3DB &db, const QString &path)
+qint64 bytesToCopy(const QString &path)
 {
-    auto folder = std::make_unique<QTemporaryDir>();
-    if (!folder->isValid())
-        throw std::runtime_error(u"%1: %2"_s.arg(folder->path(), folder->errorString()).toStdString());
-    const QString copy = folder->filePath(QFileInfo(path).fileName());
-    copyThrow(path, copy);
-    const QString log = path + u"-wal"_s;
-    if (QFile::exists(log))
-        copyThrow(log, copy + u"-wal"_s);
-    db.openThrow(copy, sqliteReadOnly); // a change would be lost with the copy
-    return folder;
+    qint64 bytes = QFileInfo(path).size();
+    for (const QLatin1StringView suffix : contentSuffixes)
+        bytes += 2 * QFileInfo(path + suffix).size(); // they are copied, then worked into the file
+    return bytes;
 }
 
 } // namespace
 
-std::unique_ptr<QTemporaryDir> openUntouchedThrow(Sqlite3DB &db, const QString &path)
+bool hasLogOrJournal(const QString &path)
 {
-    db.openThrow(path, sqliteReadWrite);
-    db.keepLogOnClose();
-    std::exception_ptr failure;
+    return std::any_of(contentSuffixes.begin(), contentSuffixes.end(),
+                       [&](QLatin1StringView suffix) { return QFileInfo(path + suffix).size() > 0; });
+}
+
+PrivateCopy::PrivateCopy(const QString &source) : file(folder.filePath(QFileInfo(source).fileName()))
+{
+    if (!folder.isValid())
+        throw std::runtime_error(u"%1: %2"_s.arg(folder.path(), folder.errorString()).toStdString());
+    checkRoomThrow(folder.path(), bytesToCopy(source));
+    copyThrow(source, file);
+    for (const QLatin1StringView suffix : contentSuffixes) {
+        if (QFile::exists(source + suffix))
+            copyThrow(source + suffix, file + suffix);
+    }
+    foldThrow(source);
+}
+
+void PrivateCopy::foldThrow(const QString &source)
+{
+    Sqlite3DB db;
+    db.openThrow(file, sqliteReadWrite);
+    db.setNameInErrors(source);
+    probeThrow(db);
+    Sqlite3Cursor mode = db.queryThrow(Sqlite3Sql("pragma journal_mode=delete"));
+    if (!mode.moveNextThrow() || mode.getText(0) != "delete"_L1)
+        throw std::runtime_error(source.toStdString() + ": its log can't be read.");
+}
+
+void openAsItLiesThrow(Sqlite3DB &db, const QString &path)
+{
+    db.openImmutableThrow(path);
     try {
+        db.forbidViews();
         probeThrow(db);
-        return nullptr;
     } catch (const std::runtime_error &) {
         db.close();
-        if (QFileInfo(QFileInfo(path).absolutePath()).isWritable())
-            throw;
-        failure = std::current_exception();
+        throw;
     }
-    // On a read-only medium a file in write-ahead mode has no place for the index of its log.
-    std::unique_ptr<QTemporaryDir> folder = openCopyThrow(db, path);
-    try {
-        probeThrow(db);
-    } catch (const std::runtime_error &) {
-        db.close();
-        std::rethrow_exception(failure); // which names the file, not its copy
+}
+
+UntouchedDb::UntouchedDb(const QString &path)
+{
+    if (!hasLogOrJournal(path)) {
+        openAsItLiesThrow(db, path);
+        return;
     }
-    return folder;
+    copy = std::make_unique<PrivateCopy>(path);
+    openAsItLiesThrow(db, copy->path());
+    db.setNameInErrors(path);
+    if (copy->unlink())
+        copy.reset();
 }
 
 QHash<QString, QString> tableTexts(Sqlite3DB &db)

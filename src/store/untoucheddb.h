@@ -1,20 +1,54 @@
 #pragma once
 
+#include "interruptdelay.h"
+#include "sqlite3db.h"
+
 #include <QHash>
 #include <QString>
+#include <QTemporaryDir>
 
 #include <memory>
 
-class QTemporaryDir;
-class Sqlite3DB;
+/// Whether SQLite has left a write-ahead log or a journal beside the database at `path`, so that its main
+/// file alone isn't the whole truth.
+bool hasLogOrJournal(const QString &path);
 
-/// Opens a database of somebody else's so that reading leaves it and its write-ahead log as they lie, and
-/// so that it can be read on a read-only medium too. Where SQLite can't do that with the file in its
-/// place, `db` gets a copy in the folder that is returned (else null): keep it as long as `db` is open.
-///
-/// The connection can write, where the file and its folder can be written. Throws `std::runtime_error`
-/// when `path` is missing, damaged at its start or no database.
-std::unique_ptr<QTemporaryDir> openUntouchedThrow(Sqlite3DB &db, const QString &path);
+/// A copy of a database that only we can read, with the log or the journal beside it worked into it: one
+/// plain file. It goes with this object, and an interrupt of the program waits for that.
+class PrivateCopy
+{
+public:
+    /// Throws `std::runtime_error` when `source` can't be copied or is no database.
+    explicit PrivateCopy(const QString &source);
+
+    const QString &path() const { return file; }
+    /// Takes the copy's name away. Whoever has it open reads on, and nothing is left whatever happens to the
+    /// program. False on systems that don't allow that: the copy then goes with this object.
+    bool unlink() { return folder.remove(); }
+
+private:
+    void foldThrow(const QString &source);
+
+    InterruptDelay delay; // longer than the folder
+    QTemporaryDir folder;
+    QString file;
+};
+
+/// A database of somebody else's that is open for reading. It, what lies beside it and its folder stay as
+/// they are: where it has a log or a journal, a private copy is read. Views can't be read: one that is
+/// named like a table might have no end.
+struct UntouchedDb {
+    /// Throws `std::runtime_error`, which names `path`, when it is missing, damaged at its start or no
+    /// database.
+    explicit UntouchedDb(const QString &path);
+
+    std::unique_ptr<PrivateCopy> copy; ///< null where nothing is left of it; else `db` has to be closed first
+    Sqlite3DB db;
+};
+
+/// Opens a file that nobody changes as it lies, as if there were no log and no journal. Throws as
+/// `UntouchedDb` does.
+void openAsItLiesThrow(Sqlite3DB &db, const QString &path);
 
 /// The tables of a database: name to the text that created it.
 QHash<QString, QString> tableTexts(Sqlite3DB &db);

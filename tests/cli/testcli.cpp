@@ -1,8 +1,12 @@
+#include "addressbookbuilder.h"
 #include "backupbuilder.h"
+#include "product.h"
 #include "samplephone.h"
 #include "smsdbbuilder.h"
 #include "testdatabase.h"
 
+#include <QCryptographicHash>
+#include <QDirIterator>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,6 +15,9 @@
 #include <QTest>
 
 #include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -54,6 +61,45 @@ Run run(const QString &line, const QByteArray &input = {})
 
 const QByteArray noise(5000, 'x');
 
+/// Takes the power from a phone that is about to change its database: a log or a journal stays.
+void breakOff(const QString &path, const QString &mode)
+{
+    const QString work = path + u"-work"_s;
+    QVERIFY(QFile::rename(path, work));
+    Sqlite3DB db;
+    db.openThrow(work, sqliteReadWrite);
+    QString error;
+    QCOMPARE(
+        db.exec(u"pragma journal_mode=%1; pragma cache_size=2; begin; create table more as with n(i) as "
+                "(select 1 union all select i+1 from n where i<99) select zeroblob(9000) from n"_s.arg(mode),
+                error),
+        0);
+    const bool isLog = mode == "wal"_L1;
+    if (isLog)
+        db.commitTran();
+    QVERIFY(QFile::copy(work, path));
+    const QString suffix = isLog ? u"-wal"_s : u"-journal"_s;
+    QVERIFY(QFile::copy(work + suffix, path + suffix));
+    db.close();
+    for (const QString &rest : {QString(), u"-wal"_s, u"-journal"_s, u"-shm"_s})
+        QFile::remove(work + rest);
+}
+
+/// Each file below `folder` and what is in it.
+QStringList stateOf(const QString &folder)
+{
+    QStringList files;
+    for (QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+         it.hasNext();) {
+        const QString file = it.next();
+        files.append(file + QString::fromLatin1(
+                                QCryptographicHash::hash(bytesOf(file), QCryptographicHash::Md5).toHex()));
+    }
+    files.sort();
+    return files;
+}
+
 } // namespace
 
 class TestCli : public QObject
@@ -75,7 +121,11 @@ private Q_SLOTS:
     void recoversDeletedMessages();
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
+    void readingLeavesAPhoneAsItLies_data();
+    void readingLeavesAPhoneAsItLies();
     void anInterruptLeavesNothingHalfMade();
+    void anInterruptLeavesNoCopy();
+    void anInterruptOfTheFirstMomentsCounts();
     void mergesIntoABackup();
 
 private:
@@ -88,7 +138,10 @@ private:
 
 void TestCli::init()
 {
+    qunsetenv("TMPDIR"); // of the test before
     dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(QDir().mkpath(path(u"tmp"_s)));
+    qputenv("TMPDIR", QFile::encodeName(path(u"tmp"_s)));
     qputenv("XDG_DATA_HOME", QFile::encodeName(path(u"data"_s))); // of the companion
     // A desktop's environment must not make the companion look for a display.
     qputenv("QT_QPA_PLATFORM", "xcb");
@@ -317,6 +370,48 @@ void TestCli::aFullStandardOutputIsAnError()
     QVERIFY(process.readAllStandardError().contains("standard output"));
 }
 
+void TestCli::readingLeavesAPhoneAsItLies_data()
+{
+    QTest::addColumn<QString>("mode"); // of what is left beside the databases
+    QTest::addColumn<bool>("isReadOnly");
+    QTest::newRow("nothing beside it") << QString() << false;
+    QTest::newRow("a log") << u"wal"_s << false;
+    QTest::newRow("a journal") << u"delete"_s << false;
+    QTest::newRow("a log in a read-only folder") << u"wal"_s << true;
+}
+
+void TestCli::readingLeavesAPhoneAsItLies()
+{
+    QFETCH(QString, mode);
+    QFETCH(bool, isReadOnly);
+    const QFileInfo sms(writeMessages());
+    const QFileInfo book(
+        AddressBookBuilder(path(u"phone"_s)).person(u"Ana"_s).phone(u"612345678"_s).photo("x").write());
+    const QString images = book.dir().filePath(u"AddressBookImages.sqlitedb"_s);
+    for (const QString &file : {sms.filePath(), book.filePath(), images}) {
+        if (!mode.isEmpty())
+            breakOff(file, mode);
+    }
+    const auto setPermissions = [&](QFile::Permissions permissions) {
+        for (const QFileInfo &file : {sms, book})
+            QFile::setPermissions(file.path(), permissions);
+    };
+    if (isReadOnly)
+        setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    const QString relay = path(u"phone/file-relay"_s);
+    const QStringList before = stateOf(relay);
+    for (const QString &words : QStringList{
+             u"chats"_s, u"messages --country 214"_s, u"gaps"_s, u"attachments"_s,
+             u"export --format csv --out "_s + path(u"out.csv"_s), u"import --into Kept"_s, u"recover"_s}) {
+        const Run result = run(words + u' ' + path(u"phone"_s));
+        QVERIFY2(result.status == 0, result.err.constData());
+        QCOMPARE(stateOf(relay), before);
+        QCOMPARE(stateOf(path(u"tmp"_s)), QStringList());
+    }
+    QCOMPARE(run(u"messages Kept"_s).objects().size(), 4);
+    setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
 void TestCli::anInterruptLeavesNothingHalfMade()
 {
     // The password never comes, so that the companion waits when the signal reaches it.
@@ -331,6 +426,42 @@ void TestCli::anInterruptLeavesNothingHalfMade()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(!QFile::exists(path(u"out.csv"_s)));
+}
+
+void TestCli::anInterruptLeavesNoCopy()
+{
+    SmsDbBuilder phone(QDir(path(u"phone"_s)));
+    phone.chat(u"+34612345678"_s);
+    for (int i = 0; i < 2000; ++i)
+        phone.received(QString(100, u'x'));
+    breakOff(phone.write(), u"wal"_s);
+    const QStringList before = stateOf(path(u"phone/file-relay"_s));
+    QProcess process;
+    process.start(QStringLiteral(COMPANION), {u"messages"_s, path(u"phone"_s)});
+    QVERIFY(process.waitForReadyRead()); // it has more to say than a pipe holds
+    QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 130);
+    QCOMPARE(stateOf(path(u"tmp"_s)), QStringList());
+    QCOMPARE(stateOf(path(u"phone/file-relay"_s)), before);
+}
+
+// The first thing that the companion may wait for is the file that tells where its data are.
+void TestCli::anInterruptOfTheFirstMomentsCounts()
+{
+    const QString folder = path(u"data/Marrowlight"_s);
+    QVERIFY(QDir().mkpath(folder));
+    const QByteArray pipe = QFile::encodeName(folder + u'/' + productIdentifier() + u".redirect"_s);
+    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+    QProcess process;
+    process.start(QStringLiteral(COMPANION), {u"export"_s, u"x"_s, u"--out"_s, u"y"_s, u"--format=pdf"_s});
+    int writer = -1;
+    QTRY_VERIFY((writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0); // there is a reader
+    QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
+    QVERIFY(process.waitForFinished());
+    ::close(writer);
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 130);
 }
 
 void TestCli::mergesIntoABackup()

@@ -104,7 +104,8 @@ private Q_SLOTS:
     void mergesIntoChats();
     void damagedGuidsAreReplaced();
     void aMessageThatCameBackIsNotShown();
-    void theLogEndsUpInTheFile();
+    void whatTheLogTookAwayIsFound_data();
+    void whatTheLogTookAwayIsFound();
     void aCancelledRunKeepsWhatItHas();
 
 private:
@@ -386,19 +387,40 @@ void TestDeletedMessages::aMessageThatCameBackIsNotShown()
     QCOMPARE(recoveredNumbers(root()), QString());
 }
 
-void TestDeletedMessages::theLogEndsUpInTheFile()
+void TestDeletedMessages::whatTheLogTookAwayIsFound_data()
 {
-    SmsDbBuilder phone(root(), IosVersion::Ios6);
-    phone.chat(ann, u"iMessage"_s);
-    for (int number = 1; number <= 20; ++number)
-        phone.received(QString::number(number));
-    const QString path = phone.restInLog().received(u"21"_s).write();
-    const QString copy = dir->filePath(u"copy.db"_s);
-    QVERIFY(QFile::copy(path, copy) && QFile::copy(path + u"-wal"_s, copy + u"-wal"_s));
-    runOn(copy, u"PRAGMA wal_checkpoint(PASSIVE)"_s);
-    recover(root());
-    QCOMPARE(bytesOf(path), bytesOf(copy));
-    QCOMPARE(bytesOf(path + u"-wal"_s), bytesOf(copy + u"-wal"_s));
+    QTest::addColumn<IosVersion>("ios");
+    QTest::newRow("iOS 5") << IosVersion::Ios5;
+    QTest::newRow("iOS 6") << IosVersion::Ios6;
+    QTest::newRow("iOS 26") << IosVersion::Ios26;
+}
+
+// The pages in the log are wiped, and those of the main file would be by a checkpoint.
+void TestDeletedMessages::whatTheLogTookAwayIsFound()
+{
+    QFETCH(IosVersion, ios);
+    const QString path = writePhone(root(), ios, 1024, 30);
+    const QString main = dir->filePath(u"main.db"_s);
+    runOn(path, u"PRAGMA journal_mode=wal"_s);
+    QVERIFY(QFile::copy(path, main));
+    {
+        Sqlite3DB db;
+        db.openThrow(path, sqliteReadWrite);
+        db.executeThrow(Sqlite3Sql("PRAGMA secure_delete=ON"));
+        db.executeThrow(Sqlite3Sql("delete from message where rowid between 2 and 40"));
+        QVERIFY(QFile::copy(path + u"-wal"_s, main + u"-wal"_s));
+    }
+    for (const QString &suffix : {QString(), u"-wal"_s}) {
+        QFile::remove(path + suffix);
+        QVERIFY(QFile::rename(main + suffix, path + suffix));
+    }
+    const QDir folder = QFileInfo(path).dir();
+    const QByteArray before = bytesOf(path) + bytesOf(path + u"-wal"_s);
+    QCOMPARE(recover(root()), 39);
+    QCOMPARE(recoveredNumbers(root()), u"2-40"_s);
+    QCOMPARE(bytesOf(path) + bytesOf(path + u"-wal"_s), before);
+    QCOMPARE(folder.entryList(QDir::Files), QStringList({u"sms.db"_s, u"sms.db-wal"_s}));
+    QCOMPARE(recover(root()), 0);
 }
 
 void TestDeletedMessages::aCancelledRunKeepsWhatItHas()

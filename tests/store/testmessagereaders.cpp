@@ -87,6 +87,7 @@ private Q_SLOTS:
     void ios5BrokenParticipantsAreNone();
     void aLocalDatabaseKeepsItsNamesAndDates();
     void withoutAllNewTablesAFileIsOfIos5();
+    void anEndlessViewIsNoTable();
     void eventsKnowWhomTheySpeakOfButNoLocations();
 
 private:
@@ -322,6 +323,14 @@ void TestMessageReaders::withoutAllNewTablesAFileIsOfIos5()
         runOn(path, u"alter table %1 rename to gone"_s.arg(table));
         QCOMPARE(sniffMessageDbVersion(path), 5);
     }
+}
+
+void TestMessageReaders::anEndlessViewIsNoTable()
+{
+    const QString path = phone(IosVersion::Ios5).chat(anna).received(u"a"_s).write();
+    runOn(path, u"alter table message rename to gone; create view message as with recursive n(rowid) as "
+                "(select 1 union all select rowid+1 from n) select rowid, 'a' as text from n"_s);
+    QVERIFY(failureOf([this] { load(); }).startsWith(path));
 }
 
 void TestMessageReaders::eventsKnowWhomTheySpeakOfButNoLocations()
