@@ -67,11 +67,8 @@ QString madeUpChats()
 
 const char *LocalExtras::looseHandles =
     "select h.* from handle as h where h.rowid not in (select handle_id from chat_handle_join where "
-    "handle_id is "
-    "not null) and (h.rowid in (select handle_id from _reaction) or exists (select 1 from message as m inner "
-    "join "
-    "chat_message_join as j on j.message_id = m.rowid inner join chat as c on c.rowid = j.chat_id where "
-    "m.handle_id = h.rowid and (c.chat_identifier = 'no-conversation' or c.guid like 'any;%')))";
+    "handle_id is not null) and (h.rowid in (select handle_id from _reaction) or exists (select 1 from "
+    "message as m where m.handle_id = h.rowid))";
 
 void LocalExtras::read(_MsgStore &store)
 {

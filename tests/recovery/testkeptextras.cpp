@@ -159,6 +159,7 @@ void TestKeptExtras::everythingReadsBackAlike()
     phone.group({ann, ben}, u"iMessage"_s).named(u"Viaje"_s).receivedFrom(ben, u"مرحبا"_s);
     phone.reactionBy(ann, 4000).event(4, ben).event(3, ann).event(2).groupTitle(u"Viaje 2"_s);
     phone.event(1, ann).about(ben).chat(ann, u"Telepathy"_s).received(u"t"_s).recentlyDeleted();
+    phone.chat(ann, u"iMessage"_s).received(u"by another service"_s).service(u"SMS"_s);
     phone.noChat().receivedFrom(ben, u"orphan"_s).reactionBy(u"+34699999999"_s, 2003).write();
     const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
     RecordingProgress progress;
