@@ -217,11 +217,13 @@ void MainWindow::onMainTreeSelected(const QItemSelection &, const QItemSelection
 {
     menus->follow(state());
     messages->clearMessageViews(); // what fails to be read must not leave another source's messages
-    const _AbsDBItemNode *source = sources->currentSource();
-    if (source && !isLoaded(*source) && isLargeSource(*source))
-        selectionTimer.start();
-    else
-        showSelected();
+    runFlow([this] {
+        const _AbsDBItemNode *source = sources->currentSource();
+        if (source && !isLoaded(*source) && isLargeSource(*source))
+            selectionTimer.start();
+        else
+            showSelected();
+    });
 }
 
 void MainWindow::showSelected()

@@ -21,8 +21,7 @@ constexpr qint64 largeFile = 4 * 1024 * 1024; // bytes
 
 void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
 {
-    db.chats(store);
-    db.messages(store, 0);
+    db.messages(store, 0); // which reads the chats too
     db.attachments(store);
     if (auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db); phone && recovered == Recovered::Shown)
         loadRecycled(*phone, *store);

@@ -16,6 +16,7 @@
 #include "progressform.h"
 #include "smsbrowser.h"
 #include "smsdbbuilder.h"
+#include "sourceloader.h"
 #include "sourcenodes.h"
 #include "sourcepane.h"
 #include "testdatabase.h"
@@ -179,6 +180,7 @@ private Q_SLOTS:
     void whatFailsToLoadLeavesNothingToDelete();
     void importIntoTheOneOnViewShowsItAnew();
     void quickSelectionsReadOneSourceOnce();
+    void chatsAreReadOnce();
     void actionsFollowTheNode();
     void exportsEachFormatWhateverLeaves_data();
     void exportsEachFormatWhateverLeaves();
@@ -452,6 +454,24 @@ void TestMainWindow::quickSelectionsReadOneSourceOnce()
     QCOMPARE(readings.count(), 3);
     deleteFirst();
     QCOMPARE(countMessages(*findLocalDatabase(u"Mine"_s)), 2);
+}
+
+void TestMainWindow::chatsAreReadOnce()
+{
+    struct CountingDb : IOS6MessageDb {
+        using IOS6MessageDb::IOS6MessageDb;
+        void chats(_MsgStorePtr &store) override
+        {
+            ++readings;
+            IOS6MessageDb::chats(store);
+        }
+        int readings = 0;
+    };
+    fill(dir->path());
+    CountingDb db(QDir(dir->path()), {}, false);
+    const _MsgStorePtr store = readSource(db, db.databasePath(), nullptr, Recovered::Shown);
+    QCOMPARE(db.readings, 1);
+    QCOMPARE(store->chats.size(), 2);
 }
 
 void TestMainWindow::actionsFollowTheNode()
