@@ -3,6 +3,7 @@
 #include "attachmentlist.h"
 #include "backupmanifest.h"
 #include "messagegaps.h"
+#include "messageparts.h"
 #include "messagerecords.h"
 #include "messagestore.h"
 #include "messagewords.h"
@@ -58,16 +59,32 @@ QJsonArray servicesJson(const _MsgSession &session)
     return QJsonArray::fromStringList(services);
 }
 
+QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
+{
+    return {{u"filename"_s, attachment.filename},
+            {u"mime_type"_s, attachment.mime_type},
+            {u"total_bytes"_s, attachment.total_bytes},
+            {u"localFile"_s, attachment.localFile}};
+}
+
 QJsonArray attachmentsJson(const _MsgMessage &message)
 {
     QJsonArray attachments;
-    for (const _MsgAttachment *attachment : sortedAttachments(message)) {
-        attachments.append(QJsonObject{{u"filename"_s, attachment->filename},
-                                       {u"mime_type"_s, attachment->mime_type},
-                                       {u"total_bytes"_s, attachment->total_bytes},
-                                       {u"localFile"_s, attachment->localFile}});
-    }
+    for (const _MsgAttachment *attachment : sortedAttachments(message))
+        attachments.append(attachmentPartJson(*attachment));
     return attachments;
+}
+
+QJsonArray partsJson(const _MsgMessage &message)
+{
+    QJsonArray parts;
+    for (const MessagePart &part : messageParts(message)) {
+        if (part.attachment)
+            parts.append(QJsonObject{{u"attachment"_s, attachmentPartJson(*part.attachment)}});
+        else
+            parts.append(QJsonObject{{u"text"_s, part.text}});
+    }
+    return parts;
 }
 
 QJsonArray reactionsJson(const MessageExtras &extras)
@@ -189,7 +206,8 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"body"_s, message.text},
                        {u"item_type"_s, message.item_type},
                        {u"recovered"_s, message.isRecovered},
-                       {u"attachments"_s, attachmentsJson(message)}};
+                       {u"attachments"_s, attachmentsJson(message)},
+                       {u"parts"_s, partsJson(message)}};
     addExtras(object, message);
     return object;
 }

@@ -35,15 +35,7 @@ QString suffixOf(const QString &name)
 
 } // namespace
 
-QString ExportedAttachments::html(const _MsgMessage &message)
-{
-    QString html;
-    for (const _MsgAttachment *attachment : shownAttachments(message))
-        html += attachmentHtml(*attachment);
-    return html;
-}
-
-QString ExportedAttachments::attachmentHtml(const _MsgAttachment &attachment)
+QString ExportedAttachments::html(const _MsgAttachment &attachment)
 {
     const QString line = htmlText(attachmentLine(attachment));
     if (!QFileInfo(attachment.localFile).isFile())

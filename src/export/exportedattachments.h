@@ -15,13 +15,11 @@ class ExportedAttachments
 public:
     explicit ExportedAttachments(ExportFolder &exportFolder) : folder(exportFolder) {}
 
-    /// What a page says of the attachments of `message`: pictures that browsers know as pictures, the rest as
-    /// links, and those that aren't there in words. Empty when it has none. Throws when a file can't be
-    /// copied.
-    QString html(const _MsgMessage &message);
+    /// What a page says of an attachment: pictures that browsers know as pictures, the rest as links, and one
+    /// that isn't there in words. Throws when its file can't be copied.
+    QString html(const _MsgAttachment &attachment);
 
 private:
-    QString attachmentHtml(const _MsgAttachment &attachment);
     /// Relative address of the copy.
     const QString &copyOf(const _MsgAttachment &attachment);
 

@@ -1,8 +1,11 @@
 #include "exportsmshtml.h"
 
+#include "attachmentlist.h"
 #include "exportedattachments.h"
 #include "htmltext.h"
+#include "messageparts.h"
 #include "messagerecords.h"
+#include "messagewords.h"
 #include "product.h"
 
 using namespace Qt::StringLiterals;
@@ -33,8 +36,33 @@ void ExportSMSHtml::write(const _MsgMessage &message)
                   << (isSent ? "#008040"_L1 : "#0000FF"_L1) << ";font-size:16px;\"><div>"_L1
                   << htmlText(dates.systemShort(message.date)) << "</div><div>"_L1
                   << (isSent ? "To: "_L1 : "From: "_L1) << title
-                  << "</div></div><div style=\"font-size:14px;\">"_L1 << htmlText(fullText(message, emoji))
-                  << (attachments ? attachments->html(message) : QString()) << "</div><br/><br/>\n"_L1;
+                  << "</div></div><div style=\"font-size:14px;\">"_L1 << body(message)
+                  << "</div><br/><br/>\n"_L1;
+}
+
+QString ExportSMSHtml::body(const _MsgMessage &message) const
+{
+    if (attachments && hasPartOrder(message))
+        return orderedBody(message);
+    QString html = htmlText(fullText(message, emoji));
+    if (attachments) {
+        for (const _MsgAttachment *attachment : shownAttachments(message))
+            html += attachments->html(*attachment);
+    }
+    return html;
+}
+
+QString ExportSMSHtml::orderedBody(const _MsgMessage &message) const
+{
+    const auto line = [this](const QString &words) -> QString {
+        return u"<div>"_s + htmlText(withEmoji(words, emoji)) + u"</div>"_s;
+    };
+    QString html = message.subject.isEmpty() ? QString() : line(message.subject);
+    for (const MessagePart &part : messageParts(message))
+        html += part.attachment ? attachments->html(*part.attachment) : line(part.text);
+    for (const QString &words : wordsUnder(message))
+        html += line(u'[' + words + u']');
+    return html;
 }
 
 void ExportSMSHtml::end()

@@ -25,6 +25,11 @@ public:
     void end() override;
 
 private:
+    /// Words, then attachments.
+    QString body(const _MsgMessage &message) const;
+    /// Both in the order of the writer.
+    QString orderedBody(const _MsgMessage &message) const;
+
     ExportTarget target;
     EmojiStyle emoji;
     ExportedAttachments *attachments;

@@ -1,6 +1,7 @@
 #include "attachmentlist.h"
 
 #include "diskroom.h"
+#include "messageparts.h"
 #include "messagerecords.h"
 #include "messagetext.h"
 #include "texts.h"
@@ -68,8 +69,13 @@ QString attachmentLine(const _MsgAttachment &attachment)
 
 QList<_MsgAttachment *> shownAttachments(const _MsgMessage &message)
 {
-    QList<_MsgAttachment *> attachments = sortedAttachments(message);
-    attachments.removeIf([](const _MsgAttachment *attachment) { return attachment->hide_attachment != 0; });
+    QList<_MsgAttachment *> attachments;
+    if (message.attachments.isEmpty())
+        return attachments;
+    for (const MessagePart &part : messageParts(message)) {
+        if (part.attachment)
+            attachments.append(part.attachment);
+    }
     return attachments;
 }
 

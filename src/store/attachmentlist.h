@@ -21,7 +21,8 @@ QString missingReason(const _MsgAttachment &attachment);
 /// Name, size and what is wrong, if anything: "IMG_1.HEIC, 1.2 MB, not in the backup".
 QString attachmentLine(const _MsgAttachment &attachment);
 
-/// The attachments that people see with the message, by rowid: not those that the phone hides.
+/// The attachments that people see with the message, in the order of its parts: not those that the phone
+/// hides.
 QList<_MsgAttachment *> shownAttachments(const _MsgMessage &message);
 
 /// An attachment beside the message that it came with.

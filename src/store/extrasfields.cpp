@@ -31,6 +31,7 @@ constexpr std::array fields = {
     ExtrasField{"schedule_type"_L1, &MessageExtras::schedule_type},
     ExtrasField{"is_text_undecodable"_L1, &MessageExtras::isTextUndecodable},
     ExtrasField{"has_newer_event"_L1, &MessageExtras::hasNewerEvent},
+    ExtrasField{"has_part_order"_L1, &MessageExtras::hasPartOrder},
 };
 
 int numberAt(const Sqlite3Cursor &cursor, int position, bool isDate)

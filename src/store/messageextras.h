@@ -62,6 +62,7 @@ struct MessageExtras : QSharedData {
     QList<MessageEdit> deletedParts; ///< parts that alone went there, by part; `date` is when
     int schedule_type = 0;           ///< 2: to be sent later
     bool isTextUndecodable = false;  ///< it has a body that can't be read
+    bool hasPartOrder = false;       ///< the body tells where attachments stand in the text
     bool hasNewerEvent = false;      ///< an event that `item_type` and `group_action_type` tell together
 };
 

@@ -1,6 +1,7 @@
 #include "messagerows.h"
 
 #include "extrasfields.h"
+#include "messageparts.h"
 #include "reactions.h"
 #include "recordreader.h"
 #include "replies.h"
@@ -251,6 +252,8 @@ void MessageRows::complete(_MsgMessage &message, const Place &place)
         decodeText(message);
     if (message.item_type != 0)
         ownExtras(message).hasNewerEvent = true;
+    if (needsPartOrder(message))
+        ownExtras(message).hasPartOrder = true;
     // Without a date of its own the message's date stands in: that it was deleted must not be lost.
     if (place.isDeleted)
         ownExtras(message).delete_date =

@@ -1,6 +1,7 @@
 #include "messagetext.h"
 
 #include "eventwords.h"
+#include "messageparts.h"
 #include "messagestore.h"
 #include "messagewords.h"
 
@@ -95,8 +96,23 @@ QString attachmentMarker(const QString &mimeType)
     return u" [ATTA]"_s;
 }
 
+QString orderedText(const _MsgMessage &message)
+{
+    QString text;
+    bool isInLine = true;
+    for (const MessagePart &part : messageParts(message)) {
+        if (!text.isEmpty())
+            text += isInLine || part.isInline ? u' ' : u'\n';
+        text += part.attachment ? attachmentMarker(part.attachment->mime_type).trimmed() : part.text;
+        isInLine = part.isInline;
+    }
+    return text;
+}
+
 QString textWithMarkers(const _MsgMessage &message)
 {
+    if (hasPartOrder(message))
+        return orderedText(message);
     QString text = plainText(message);
     if (!message.attachments.isEmpty()) {
         const QList<_MsgAttachment *> attachments = sortedAttachments(message);

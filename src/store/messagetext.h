@@ -26,8 +26,9 @@ QString senderLabel(const _MsgMessage &message);
 /// `text` without the U+FFFC that stand for attachments.
 QString plainText(const _MsgMessage &message);
 
-/// The subject on a line of its own where there is one, then the text with a marker for each attachment; or
-/// the sentence of an event with its local date. Where a newer phone keeps no text, words stand in its place.
+/// The subject on a line of its own where there is one, then the text with a marker for each attachment, or
+/// its parts, one a line, where their order is known; or the sentence of an event with its local date. Where
+/// a newer phone keeps no text, words stand in its place.
 QString displayText(const _MsgMessage &message);
 
 /// `displayText` with emoji as asked for: what views and exports show.

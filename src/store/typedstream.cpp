@@ -2,6 +2,8 @@
 
 #include "boundedbytes.h"
 
+#include <QHash>
+
 #include <array>
 #include <vector>
 
@@ -71,14 +73,37 @@ public:
     explicit Walk(QByteArrayView stream) : bytes(stream), budget(stream.size()) {}
 
     std::optional<TypedStreamText> text();
+    QList<TypedStreamAttachment> attachments();
 
 private:
+    /// An object, a class or a C string: what later ones refer to.
+    struct Label {
+        bool isString = false; ///< a string class
+        QByteArrayView text;   ///< of a string, in UTF-8
+    };
+    /// So many units of the text with the attributes of a number.
+    struct Run {
+        qint32 attributes;
+        qint32 length;
+    };
+    struct Attributes {
+        QByteArrayView guid;
+        bool isInline = false;
+    };
+
     // Each of these is false when the walk is over: for damage, or because the text is found.
 
     bool isHeader();
-    /// Groups of typed values up to the end of the object, or of the stream.
-    bool readGroups(int depth, bool isString);
+    /// Groups of typed values up to the end of the object, or of the stream. `string` is the label of what is
+    /// read, if that is a string.
+    bool readGroups(int depth, std::optional<size_t> string);
     bool readObject(int depth);
+    /// Its label.
+    std::optional<size_t> readNewObject(int depth);
+    bool readText(size_t label, int depth);
+    bool readRun();
+    /// Keys and values of a run's attributes come one by one.
+    void noteAttribute(QByteArrayView text);
     bool skipValues(QByteArrayView types, int depth);
     bool skipValue(QByteArrayView &types, int depth);
     bool skipArray(QByteArrayView &types, int depth);
@@ -97,15 +122,35 @@ private:
     ByteCursor bytes;
     qsizetype budget;                  // values that may still be read; no honest one takes no byte
     std::vector<QByteArrayView> texts; // types and names that later ones refer to
-    std::vector<bool> labels;          // objects and classes likewise; true for a string class
+    std::vector<Label> labels;         // objects and classes likewise
+    bool isForText = true;             // the walk ends at the text; else it goes on for the runs
     std::optional<TypedStreamText> found;
+    std::vector<Run> runs;
+    QHash<qint32, Attributes> attributes;
+    std::optional<QByteArrayView> key; // whose value comes next
 };
 
 std::optional<TypedStreamText> Walk::text()
 {
     if (isHeader())
-        readGroups(0, false);
+        readGroups(0, {});
     return found;
+}
+
+QList<TypedStreamAttachment> Walk::attachments()
+{
+    isForText = false;
+    if (isHeader())
+        readGroups(0, {});
+    QList<TypedStreamAttachment> places;
+    qsizetype at = 0;
+    for (const Run &run : runs) {
+        const Attributes ofRun = attributes.value(run.attributes);
+        if (!ofRun.guid.isEmpty())
+            places.append({at, QString::fromUtf8(ofRun.guid), ofRun.isInline});
+        at += run.length;
+    }
+    return places;
 }
 
 bool Walk::isHeader()
@@ -117,7 +162,7 @@ bool Walk::isHeader()
     return head && takeNumber(*head);
 }
 
-bool Walk::readGroups(int depth, bool isString)
+bool Walk::readGroups(int depth, std::optional<size_t> string)
 {
     for (;;) {
         const std::optional<uchar> head = takeHead();
@@ -126,27 +171,79 @@ bool Walk::readGroups(int depth, bool isString)
         const std::optional<QByteArrayView> types = takeSharedText(*head);
         if (!types)
             return false;
-        if (isString && depth <= 2 && *types == "+") {
-            found = takeText(bytes);
-            return false;
-        }
-        if (!skipValues(*types, depth))
+        const bool isRead = string && *types == "+"        ? readText(*string, depth)
+                            : depth == 1 && *types == "iI" ? readRun()
+                                                           : skipValues(*types, depth);
+        if (!isRead)
             return false;
     }
+}
+
+bool Walk::readText(size_t label, int depth)
+{
+    if (isForText && depth <= 2) {
+        found = takeText(bytes);
+        return false;
+    }
+    const std::optional<qsizetype> length = takeLength(bytes);
+    const std::optional<QByteArrayView> text = length ? bytes.take(*length) : std::nullopt;
+    labels[label].text = text.value_or(QByteArrayView());
+    return text.has_value();
+}
+
+bool Walk::readRun()
+{
+    const std::optional<uchar> head = takeHead();
+    const std::optional<qint32> number = head ? takeNumber(*head) : std::nullopt;
+    const std::optional<qsizetype> length = number ? takeLength(bytes) : std::nullopt;
+    if (!length || --budget < 0)
+        return false;
+    runs.push_back({*number, qint32(*length)});
+    key.reset();
+    return true;
+}
+
+void Walk::noteAttribute(QByteArrayView text)
+{
+    if (!key) {
+        key = text;
+        return;
+    }
+    Attributes &ofRun = attributes[runs.back().attributes];
+    if (*key == "__kIMFileTransferGUIDAttributeName")
+        ofRun.guid = text;
+    else if (*key == "__kIMEmojiImageAttributeName")
+        ofRun.isInline = true;
+    key.reset();
 }
 
 bool Walk::readObject(int depth)
 {
     const std::optional<uchar> head = takeHead();
-    if (!head || *head == TagNil)
-        return head.has_value();
-    if (*head != TagNew)
-        return takeReference(*head, labels.size()).has_value();
-    if (depth > deepest)
+    if (!head)
         return false;
-    labels.push_back(false);
+    std::optional<size_t> label;
+    if (*head == TagNew)
+        label = readNewObject(depth);
+    else if (*head != TagNil)
+        label = takeReference(*head, labels.size());
+    if (!label && *head != TagNil)
+        return false;
+    if (depth == 2 && !runs.empty())
+        noteAttribute(label ? labels[*label].text : QByteArrayView());
+    return true;
+}
+
+std::optional<size_t> Walk::readNewObject(int depth)
+{
+    if (depth > deepest)
+        return std::nullopt;
+    const size_t label = labels.size();
+    labels.push_back({});
     const std::optional<bool> isString = readClass(depth + 1);
-    return isString && readGroups(depth + 1, *isString);
+    if (!isString || !readGroups(depth + 1, *isString ? std::optional(label) : std::nullopt))
+        return std::nullopt;
+    return label;
 }
 
 std::optional<bool> Walk::readClass(int depth)
@@ -158,7 +255,7 @@ std::optional<bool> Walk::readClass(int depth)
         return false;
     if (*head != TagNew) {
         const std::optional<size_t> place = takeReference(*head, labels.size());
-        return place ? std::optional<bool>(labels[*place]) : std::nullopt;
+        return place ? std::optional<bool>(labels[*place].isString) : std::nullopt;
     }
     const std::optional<uchar> nameHead = takeHead();
     const std::optional<QByteArrayView> name = nameHead ? takeSharedText(*nameHead) : std::nullopt;
@@ -166,12 +263,12 @@ std::optional<bool> Walk::readClass(int depth)
     if (!version || !takeNumber(*version))
         return std::nullopt;
     const size_t label = labels.size();
-    labels.push_back(*name == "NSString");
+    labels.push_back({*name == "NSString", {}});
     const std::optional<bool> isSuperString = readClass(depth + 1);
     if (!isSuperString)
         return std::nullopt;
-    labels[label] = labels[label] || *isSuperString;
-    return labels[label];
+    labels[label].isString = labels[label].isString || *isSuperString;
+    return labels[label].isString;
 }
 
 bool Walk::skipValues(QByteArrayView types, int depth)
@@ -266,7 +363,7 @@ bool Walk::skipCString()
         return head.has_value();
     if (*head != TagNew)
         return takeReference(*head, labels.size()).has_value();
-    labels.push_back(false);
+    labels.push_back({});
     const std::optional<uchar> textHead = takeHead();
     return textHead && takeSharedText(*textHead);
 }
@@ -335,4 +432,9 @@ std::optional<TypedStreamText> textOfTypedStream(QByteArrayView stream)
         }
     }
     return Walk(stream).text();
+}
+
+QList<TypedStreamAttachment> attachmentsOfTypedStream(QByteArrayView stream)
+{
+    return Walk(stream).attachments();
 }

@@ -45,9 +45,8 @@ QSize pictureFrame(const _MsgAttachment &attachment)
     return attachment.is_sticker != 0 ? QSize(96, 96) : QSize(240, 160);
 }
 
-QString attachmentsHtml(const _MsgMessage &message)
+QString attachmentsHtml(const QList<_MsgAttachment *> &shown)
 {
-    const QList<_MsgAttachment *> shown = shownAttachments(message);
     QString html;
     for (const _MsgAttachment *attachment : shown.first(std::min(shown.size(), mostShown)))
         html += u"<div class=\"a\">"_s + pictureHtml(*attachment) + lineHtml(*attachment) + u"</div>"_s;

@@ -1,7 +1,9 @@
 #include "smspagehtml.h"
 
 #include "attachmenthtml.h"
+#include "attachmentlist.h"
 #include "htmltext.h"
+#include "messageparts.h"
 #include "messagestore.h"
 #include "messagewords.h"
 
@@ -62,10 +64,35 @@ QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOp
     return html;
 }
 
+/// Words and attachments in the order of their writer, one below the other.
+QString orderedHtml(const _MsgMessage &message, EmojiStyle emoji)
+{
+    QString html = message.subject.isEmpty()
+                       ? QString()
+                       : u"<div>"_s + cellText(withEmoji(message.subject, emoji)) + u"</div>"_s;
+    for (const MessagePart &part : messageParts(message)) {
+        if (part.attachment)
+            html += attachmentsHtml({part.attachment});
+        else
+            html += u"<div>"_s + cellText(withEmoji(part.text, emoji)) + u"</div>"_s;
+    }
+    return html;
+}
+
+QString bodyHtml(const _MsgMessage &message, EmojiStyle emoji)
+{
+    // One that claims more would keep the page from being laid out: of those below a text only some are
+    // shown.
+    constexpr qsizetype mostInOrder = 40;
+    if (hasPartOrder(message) && message.attachments.size() <= mostInOrder)
+        return orderedHtml(message, emoji);
+    return cellText(bareText(message, emoji)) + attachmentsHtml(shownAttachments(message));
+}
+
 QString contentCell(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + cellText(bareText(message, emoji)) +
-           attachmentsHtml(message) + wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
+    return u"<td width=\"50%\" class=\"c\">"_s + bodyHtml(message, emoji) +
+           wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
 }
 
 QString messageHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)

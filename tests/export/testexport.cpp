@@ -229,6 +229,19 @@ void TestExport::attachmentsStandBesideThePage()
     const QByteArray html = bytesOf(folder + u'/' + files().value(0));
     QCOMPARE(html.count("<img src=\"files/attachments/a%20%26%20b.png\""), 2);
     QVERIFY(html.contains("gone.mov, 2.0 MB, not in the backup"));
+    // Where the message tells its places, words stand between the files.
+    _MsgMessage &last = records.last();
+    last.text = u"\uFFFCwords"_s;
+    gone.guid = u"01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+    last.attributedBody = attachmentBody(gone.guid);
+    last.extras = new MessageExtras;
+    last.extras->hasPartOrder = true;
+    folder += u"-parts"_s;
+    exportMessages(records.list(), {folder, ExportHtml}, progress);
+    const QByteArray ordered = bytesOf(folder + u'/' + files().value(0)).split('\n').value(1);
+    const QList<qsizetype> places = {ordered.indexOf("gone.mov"), ordered.indexOf("<div>words</div>"),
+                                     ordered.indexOf("a%20%26%20b.png")};
+    QVERIFY2(places[0] > 0 && places[0] < places[1] && places[1] < places[2], ordered.constData());
     folder += u"-pdf"_s;
     const QString pdf = pdfPages(records).join(QString());
     QVERIFY2(pdf.contains(u"a & b.png"_s) && pdf.contains(u"gone.mov, 2.0 MB"_s), qPrintable(pdf));

@@ -151,7 +151,7 @@ void TestKeptExtras::everythingReadsBackAlike()
     phone.sent(u"w"_s).editedWithoutHistory().received(u"z"_s).deletedPart(0, u"gone"_s).received(u"y"_s);
     phone.recentlyDeleted().sent(u"later"_s).sendLater().received(u"old"_s).inSeconds();
     phone.balloon(u"com.apple.messages.Polls"_s, "payload").received(u"lost target"_s);
-    phone.reaction(2000).aimedAt(u"p:0/nobody"_s);
+    phone.reaction(2000).aimedAt(u"p:0/nobody"_s).received(u"one\uFFFCtwo"_s).attachment(u"a.jpg"_s);
     phone.received(u"cut"_s).with([](SampleMessage &message) {
         message.text = QString();
         message.attributedBody = "\x04\x0bstreamtyped";

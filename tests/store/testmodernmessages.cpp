@@ -1,4 +1,5 @@
 #include "messagestore.h"
+#include "messagetext.h"
 #include "openmessagedb.h"
 #include "smsdbbuilder.h"
 #include "smsdbwriter.h"
@@ -27,6 +28,7 @@ private Q_SLOTS:
 
     void tellsTheUnitOfEachDate();
     void takesTheTextOutOfTheBody();
+    void putsPartsInTheOrderOfTheirWriter();
     void putsReactionsUnderTheirMessage_data();
     void putsReactionsUnderTheirMessage();
     void keepsAReactionWhoseMessageIsGone();
@@ -83,6 +85,24 @@ void TestModernMessages::takesTheTextOutOfTheBody()
     QVERIFY(store->messages.value(2)->extras->isTextUndecodable);
     QVERIFY(!store->messages.value(3)->extras || !store->messages.value(3)->extras->isTextUndecodable);
     QCOMPARE(store->messages.value(4)->text, u"own"_s);
+}
+
+void TestModernMessages::putsPartsInTheOrderOfTheirWriter()
+{
+    const QList<std::pair<IosVersion, QString>> layouts = {
+        {IosVersion::Ios26, u"[IMAGE]\n👍 1\n[VIDEO]\ntest 2"_s},
+        {IosVersion::Ios8, u"👍 1test 2 [VIDEO] [IMAGE]"_s}};
+    for (const auto &[version, layout] : layouts) {
+        root = std::make_unique<QTemporaryDir>();
+        SmsDbBuilder builder = SmsDbBuilder(root->path(), version).chat(ann, u"iMessage"_s);
+        builder.received(u"\uFFFC👍 1\uFFFCtest 2"_s).attachment(u"a.jpg"_s);
+        runOn(builder.attachment(u"b.mp4"_s, u"video/mp4"_s).write(),
+              u"update message_attachment_join set attachment_id=9 where attachment_id=1;"
+              "update attachment set rowid=9 where rowid=1"_s);
+        _MsgStorePtr store = read();
+        openMessageDb(root->path(), u"214"_s)->attachments(store);
+        QCOMPARE(displayText(*store->messages.value(1)), layout);
+    }
 }
 
 void TestModernMessages::putsReactionsUnderTheirMessage_data()

@@ -1,4 +1,5 @@
 #include "messagesummary.h"
+#include "messagetext.h"
 #include "testtools.h"
 #include "typedstream.h"
 
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void findsTheText();
     void refusesWhatIsNoSound_data();
     void refusesWhatIsNoSound();
+    void findsAttachments();
     void tellsOfEdits();
 };
 
@@ -80,6 +82,18 @@ void TestTypedStream::refusesWhatIsNoSound()
 {
     QFETCH(QByteArray, stream);
     QVERIFY(!textOfTypedStream(stream));
+}
+
+void TestTypedStream::findsAttachments()
+{
+    const QString guid = u"01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+    const QByteArray whole = attachmentBody(guid);
+    const qsizetype end = whole.indexOf(guid.toLatin1()) + guid.size() + 1; // with the end of the string
+    for (qsizetype length = 0; length <= whole.size(); ++length) {
+        const QList<TypedStreamAttachment> found = attachmentsOfTypedStream(QByteArray(whole.first(length)));
+        QVERIFY(length < end ? found.isEmpty()
+                             : found.size() == 1 && found.first().at == 0 && found.first().guid == guid);
+    }
 }
 
 void TestTypedStream::tellsOfEdits()

@@ -129,6 +129,14 @@ void TestSmsBrowser::picturesComeInTheirPlace()
         QVERIFY(browser.loadResource(QTextDocument::ImageResource, QUrl(QLatin1String(other)))
                     .value<QImage>()
                     .isNull());
+    // Where the message tells its places, words stand between the files.
+    _MsgMessage &first = *records.list().first();
+    gone.guid = u"01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+    first.attributedBody = attachmentBody(gone.guid);
+    first.extras = new MessageExtras;
+    first.extras->hasPartOrder = true;
+    browser.setEmojiStyle(EmojiStyle::Characters);
+    QVERIFY(browser.toPlainText().contains(u"not in the backup\nwords\n"_s));
     browser.nextPage();
     QVERIFY(shown("thumbnail:7").isNull()); // the page's pictures went with it
 }
