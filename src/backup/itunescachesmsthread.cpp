@@ -64,7 +64,22 @@ void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, 
     cache.commit();
 }
 
-/// Hidden files go too. Deleted messages that were found in the backup stay: they are no copy.
+/// Two programs in one cache folder would take each other's files away.
+class CacheLock
+{
+public:
+    explicit CacheLock(const QDir &cacheDir) : lock(cacheDir.absolutePath() + u".lock"_s)
+    {
+        QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
+        lockThrow(lock, cacheDir, u"another program is loading this backup"_s);
+    }
+
+private:
+    QLockFile lock;
+};
+
+/// The caller holds the lock. Hidden files go too. Deleted messages that were found in the backup stay: they
+/// are no copy.
 void removeCache(const QDir &cacheDir)
 {
     const QString kept = QFileInfo(recycleDbPath(cacheDir)).fileName();
@@ -94,16 +109,29 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
     checkDatabase(manifest);
     // Before anything is touched: a person with a hundred gigabytes of videos is told at once.
     checkRoomThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
-    QDir().mkpath(QFileInfo(cacheDir.absolutePath()).absolutePath());
-    QLockFile lock(cacheDir.absolutePath() + u".lock"_s);
-    // Two programs in one cache folder would take each other's files away.
-    lockThrow(lock, cacheDir, u"another program is loading this backup"_s);
+    const CacheLock lock(cacheDir);
+    const bool isNew = !cacheDir.exists(u"manifest.db"_s);
     try {
         copyFolders(manifest, folders, cacheDir, progress);
     } catch (...) {
-        removeCache(cacheDir); // no half-made one stays
+        if (isNew)
+            removeCache(cacheDir); // no half-made one stays
         throw;
     }
+}
+
+void emptyCache(const QDir &cacheDir)
+{
+    if (!cacheDir.exists())
+        return;
+    const CacheLock lock(cacheDir);
+    removeCache(cacheDir);
+}
+
+void emptyCaches(const QDir &parent)
+{
+    for (const QString &name : parent.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        emptyCache(QDir(parent.absoluteFilePath(name)));
 }
 
 ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *backup, JobProgress *waiting, QObject *parent)

@@ -12,9 +12,15 @@ QDir backupCacheDir(const BackupManifest &manifest);
 /// Copies the message and address book folders of an indexed backup into
 /// "file-relay/var/mobile/Library" below `cacheDir`, deciphered, and skips what is there already. Names
 /// that would leave the folder are passed over and logged. Throws `std::runtime_error`, or the integer
-/// -1 when cancelled; `cacheDir` is then gone, unless the backup had no messages in the first place. A
-/// recycle database in it stays.
+/// -1 when cancelled; a cache that was new is then gone, one that was there before holds what was not
+/// replaced yet and is completed by the next run. A recycle database in it stays.
 void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress);
+
+/// Takes away what was copied into `cacheDir`; a recycle database in it stays, with the journal that it may
+/// need. Throws `std::runtime_error` when another program works in it.
+void emptyCache(const QDir &cacheDir);
+/// The same for each folder in `parent`.
+void emptyCaches(const QDir &parent);
 
 /// The job around `cacheBackupMessages`. `manifest` and `progress` are borrowed and outlive it.
 class ITunesCacheSMSThread : public QThread

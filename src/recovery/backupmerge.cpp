@@ -51,7 +51,7 @@ void cacheForMessages(const BackupManifest &manifest, JobProgress &progress)
     cacheBackupMessages(manifest, cache, progress);
     if (isCacheCurrent(manifest, cache))
         return;
-    QDir(cache).removeRecursively();
+    emptyCache(cache);
     cacheBackupMessages(manifest, cache, progress);
 }
 

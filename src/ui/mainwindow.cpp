@@ -8,7 +8,7 @@
 #include "devicearrival.h"
 #include "devicewatch.h"
 #include "fileopener.h"
-#include "filetools.h"
+#include "itunescachesmsthread.h"
 #include "messagedeletion.h"
 #include "messagepane.h"
 #include "messagerecovery.h"
@@ -404,8 +404,8 @@ void MainWindow::miAbout()
 void MainWindow::miClearCache()
 {
     runFlow([] {
-        removeTree(dataRoot().filePath(u"ios_cache"_s));
-        removeTree(dataRoot().filePath(u"itunes_cache"_s));
+        emptyCaches(QDir(dataRoot().filePath(u"ios_cache"_s)));
+        emptyCaches(QDir(dataRoot().filePath(u"itunes_cache"_s)));
         clearIosBackupTemp();
         showInfo(QObject::tr("IDS_SUC_CLEAR_CACHE"));
     });

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void anEmptyFileIsAFolder();
     void logsGoAndComeWithTheirDatabase();
     void cancellingLeavesNothing();
+    void aFailedRunKeepsTheCacheThatWasThere();
     void killedRunsAreMadeGood();
     void twoRunsDoNotMix();
 
@@ -295,6 +296,22 @@ void TestBackup::cancellingLeavesNothing()
         QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress), int);
         QCOMPARE(found(), QStringList(u"cache/recycle.db"_s));
     }
+}
+
+// As where another program has the database open on Windows.
+void TestBackup::aFailedRunKeepsTheCacheThatWasThere()
+{
+    const auto run = [this](const QByteArray &content, qint64 date) {
+        open(builder().file(home, smsDb, content).mtime(date));
+        return cache();
+    };
+    QCOMPARE(run("old", 1000), QString());
+    QVERIFY(writeFile(path(u"cache/half-copied/in the way"_s)));
+    QVERIFY(!run("new", 2000).isEmpty());
+    QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "old"_ba);
+    QVERIFY(QDir(path(u"cache/half-copied"_s)).removeRecursively());
+    QCOMPARE(run("new", 2000), QString());
+    QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "new"_ba);
 }
 
 // Children are killed at ever later moments; whatever they left, the next run makes it whole.

@@ -486,10 +486,15 @@ void TestCli::mergesIntoABackup()
         chosen.removeIf([](const QString &told) { return told.contains(u"no-conversation"_s); });
     QStringList expected = listed(phone) + chosen;
     expected.sort();
+    // What was recovered outlives a cache that is not the backup any more.
+    const QFileInfo recovered(run(u"recover "_s + phone).values(u"path"_s).value(0));
+    QVERIFY(recovered.isFile());
+    QVERIFY(writeFile(recovered.dir().filePath(u"file-relay/var/mobile/Library/SMS/sms.db"_s)));
     const Run merged = run(u"merge %1 --into-backup %2"_s.arg(source, phone));
     const QJsonObject told{{u"path"_s, phone}, {u"messages"_s, chosen.size()}, {u"unknown"_s, unplaced}};
     QCOMPARE(merged.objects(), QList<QJsonObject>{told});
     QCOMPARE(listed(phone), expected);
+    QVERIFY(recovered.isFile());
 }
 
 QTEST_GUILESS_MAIN(TestCli)
