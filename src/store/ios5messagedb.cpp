@@ -8,6 +8,7 @@
 #include "openmessagedb.h"
 #include "participants.h"
 #include "recordreader.h"
+#include "standintables.h"
 #include "untoucheddb.h"
 
 #include <algorithm>
@@ -284,6 +285,8 @@ void IOS5MessageDb::openDb()
 void IOS5MessageDb::prepare()
 {
     tables = tableTexts(*this);
+    standInForMissing(*this, {{"msg_group"_L1, "hash, newest_message"_L1},
+                              {"group_member"_L1, "group_id, country, address"_L1}});
     findCountry();
     parts.useCountry(mcc);
 }

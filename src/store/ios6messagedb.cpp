@@ -8,6 +8,7 @@
 #include "noconversation.h"
 #include "openmessagedb.h"
 #include "recordreader.h"
+#include "standintables.h"
 #include "untoucheddb.h"
 
 #include <array>
@@ -104,6 +105,10 @@ void IOS6MessageDb::prepare()
     createFunctionThrow("delete_attachment_path", 1, keepsFile);
     createFunctionThrow("before_delete_attachment_path", 2, keepsFile);
     tables = tableTexts(*this);
+    standInForMissing(*this, {{"chat"_L1, "guid"_L1},
+                              {"handle"_L1, "id, country, service"_L1},
+                              {"chat_handle_join"_L1, "chat_id, handle_id"_L1},
+                              {"chat_message_join"_L1, "chat_id, message_id"_L1}});
     insertion = MessageInsertion(tables.value(u"message"_s));
     holdsExtras = hasOwnTables();
     isModern = hasModernColumns();

@@ -193,15 +193,10 @@ QString newChatIdentifier(const QString &seed)
 
 int sniffMessageDbVersion(const QString &path)
 {
-    UntouchedDb file(path);
-    return messageDbVersion(file.db);
-}
-
-int messageDbVersion(Sqlite3DB &db)
-{
     static const QSet<QString> newTables = {u"chat"_s, u"handle"_s, u"chat_handle_join"_s, u"message"_s,
                                             u"chat_message_join"_s};
-    const QHash<QString, QString> tables = tableTexts(db);
+    UntouchedDb file(path);
+    const QHash<QString, QString> tables = tableTexts(file.db);
     const bool isNew = std::all_of(newTables.begin(), newTables.end(),
                                    [&](const QString &table) { return tables.contains(table); });
     return isNew ? 6 : 5;

@@ -6,8 +6,6 @@
 #include <QList>
 #include <QString>
 
-class Sqlite3DB;
-
 // What all layers above the readers do with a store of messages: conversations, lists, their order.
 // Every list comes in a fixed order, so that two runs over one source give the same bytes.
 
@@ -60,5 +58,3 @@ QString newChatIdentifier(const QString &seed);
 /// The generation of a message database: 6 when it has all tables of the newer one, else 5. Throws
 /// `std::runtime_error` when `path` is missing or no database.
 int sniffMessageDbVersion(const QString &path);
-/// The same for a file that is open.
-int messageDbVersion(Sqlite3DB &db);

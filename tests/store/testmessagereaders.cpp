@@ -77,6 +77,8 @@ private Q_SLOTS:
     void theLogBesideTheFileIsReadAndStays();
     void damageIsAnErrorWithTheFilesName_data() { generations(); }
     void damageIsAnErrorWithTheFilesName();
+    void tablesThatAreMissing_data();
+    void tablesThatAreMissing();
     void messagesWithoutAChatStandTogether_data();
     void messagesWithoutAChatStandTogether();
     void ios5OnlyFlagsThreeAndDeliveredAreSent();
@@ -182,6 +184,41 @@ void TestMessageReaders::damageIsAnErrorWithTheFilesName()
         QVERIFY2(failure.isEmpty() || failure.contains(path), qPrintable(failure));
     }
     QVERIFY(complaints > 20);
+}
+
+void TestMessageReaders::tablesThatAreMissing_data()
+{
+    QTest::addColumn<IosVersion>("version");
+    QTest::addColumn<QStringList>("missing");
+    QTest::addColumn<QString>("names"); // what the error has to tell
+    const QStringList ofChats = {u"chat"_s, u"chat_handle_join"_s, u"chat_message_join"_s};
+    const auto row = [](const char *name, IosVersion version, const QStringList &missing,
+                        const QString &names = {}) { QTest::newRow(name) << version << missing << names; };
+    row("iOS 5", IosVersion::Ios5, {u"msg_group"_s, u"group_member"_s, u"madrid_chat"_s});
+    row("iOS 8", IosVersion::Ios8, ofChats);
+    row("iOS 13", IosVersion::Ios13, ofChats);
+    row("all but the messages", IosVersion::Ios13, ofChats + QStringList{u"handle"_s, u"attachment"_s});
+    row("no messages", IosVersion::Ios13, {u"message"_s}, u"no table \"message\""_s);
+}
+
+void TestMessageReaders::tablesThatAreMissing()
+{
+    QFETCH(IosVersion, version);
+    QFETCH(QString, names);
+    const QString path = phone(version).chat(anna).received(u"a"_s).chat(bruno).sent(u"b"_s).write();
+    QString script = u"pragma legacy_alter_table=on;"_s;
+    QFETCH(QStringList, missing);
+    for (const QString &table : missing)
+        script += u"alter table %1 rename to gone_%1;"_s.arg(table);
+    runOn(path, script);
+    if (!names.isEmpty()) {
+        const QString failure = failureOf([this] { load(); });
+        QVERIFY2(failure.contains(path) && failure.contains(names), qPrintable(failure));
+        return;
+    }
+    const _MsgStorePtr store = load();
+    QCOMPARE(textsOf(store), QStringList({u"a"_s, u"b"_s}));
+    QVERIFY(isNoConversation(*chatOf(store, u"a"_s)) && chatOf(store, u"b"_s)->messages.size() == 2);
 }
 
 void TestMessageReaders::messagesWithoutAChatStandTogether_data()
