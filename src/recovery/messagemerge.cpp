@@ -4,10 +4,10 @@
 #include "messagerecycledb.h"
 #include "messagestore.h"
 #include "messagetext.h"
+#include "phonetwins.h"
 
 #include <QDebug>
 #include <QObject>
-#include <QSet>
 
 #include <stdexcept>
 
@@ -144,6 +144,7 @@ bool MessageMerge::isRefused(const _MsgMessage &message)
 void MessageMerge::choose(const QList<_MsgMessage *> &messages)
 {
     QSet<QString> guids;
+    QList<const _MsgMessage *> others;
     const bool holdsEvents = db.hasItemType();
     for (const _MsgMessage *message : messages) {
         if (isRefused(*message)) {
@@ -157,7 +158,23 @@ void MessageMerge::choose(const QList<_MsgMessage *> &messages)
         const bool isTwin = guids.contains(message->guid);
         guids.insert(message->guid);
         if (isTwin || db.messageRowid(message->guid) != 0)
-            known.append(message);
+            known.append({message, message->guid});
+        else
+            others.append(message);
+    }
+    chooseByContent(others, guids);
+}
+
+void MessageMerge::chooseByContent(const QList<const _MsgMessage *> &messages,
+                                   const QSet<QString> &chosenGuids)
+{
+    PhoneTwins twins;
+    for (const _MsgMessage *message : messages)
+        twins.expect(*message);
+    twins.read(db, chosenGuids);
+    for (const _MsgMessage *message : messages) {
+        if (const QString guid = twins.take(*message); !guid.isEmpty())
+            known.append({message, guid});
         else
             fresh.push_back({rowInSource(*message), message->date, message});
     }
@@ -256,11 +273,11 @@ void MessageMerge::insertChosen(const _MsgMessage &message)
 
 void MessageMerge::completeKnown()
 {
-    for (const _MsgMessage *message : std::as_const(known)) {
+    for (const auto &[message, guid] : std::as_const(known)) {
         place(*message);
         if (message->attachments.isEmpty())
             continue;
-        const qint64 messageId = db.messageRowid(message->guid);
+        const qint64 messageId = db.messageRowid(guid);
         joinAttachments(*message, messageId);
         Sqlite3Sql sql("update message set cache_has_attachments=1 where rowid=?");
         sql.addInt64Param(messageId);

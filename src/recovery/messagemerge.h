@@ -6,6 +6,7 @@
 #include "messageplacing.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
 
 #include <list>
@@ -29,13 +30,14 @@ struct MergeCounts {
 /// knows survive, and so do all other tables. The phone's triggers stay, but are not set off: they would
 /// take note of deletions that are none, and call functions that only the phone has.
 ///
-/// A chosen message that the phone has, by its guid, gets no second row; the phone's stays, and the
-/// attachments that it lacks are joined. Of what newer phones keep beside a message, an old one holds
-/// nothing: reactions, replies and effects stay behind, an edited message goes with its last text, one from
-/// "Recently Deleted" as any other, for somebody chose it. A reaction whose message is missing is its own
-/// words, as old phones were sent them. A message of a chat of any service, as iOS 26 has them, goes to the
-/// chat that the phone has, or would have, with that address by the service of the message. Left out are
-/// messages that are still to be sent, and those of a service that is neither SMS nor iMessage.
+/// A chosen message that the phone has, by its guid or else by what it says (`PhoneTwins`), gets no second
+/// row; the phone's stays, and the attachments that it lacks are joined. Of what newer phones keep beside a
+/// message, an old one holds nothing: reactions, replies and effects stay behind, an edited message goes with
+/// its last text, one from "Recently Deleted" as any other, for somebody chose it. A reaction whose message
+/// is missing is its own words, as old phones were sent them. A message of a chat of any service, as iOS 26
+/// has them, goes to the chat that the phone has, or would have, with that address by the service of the
+/// message. Left out are messages that are still to be sent, and those of a service that is neither SMS nor
+/// iMessage.
 class MessageMerge
 {
 public:
@@ -74,6 +76,7 @@ private:
 
     void open();
     void choose(const QList<_MsgMessage *> &messages);
+    void chooseByContent(const QList<const _MsgMessage *> &messages, const QSet<QString> &chosenGuids);
     bool isRefused(const _MsgMessage &message);
     std::vector<MergeItem> phoneRows();
     void clear();
@@ -91,8 +94,8 @@ private:
     MessagePlacing placing;
     AttachmentNames names;
     MergeCounts counts;
-    QList<const _MsgMessage *> known; ///< of those taken: the ones whose row is there
-    std::vector<MergeItem> fresh;     ///< the others
+    QList<std::pair<const _MsgMessage *, QString>> known; ///< whose row is there, with its guid
+    std::vector<MergeItem> fresh;                         ///< the others of those taken
     QList<_MsgAttachment> joined;
     std::map<std::pair<QString, QString>, ChatOfService> chatsOfService; ///< by guid and service
     QStringList copies; ///< statements that copy rows, see `copyRun`

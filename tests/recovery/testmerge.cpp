@@ -321,11 +321,14 @@ void TestMerge::placesWhatIsThereOrMissing()
         .attachment(u"~/Library/SMS/Attachments/g/gone.jpg"_s, dir->filePath(u"gone"_s))
         .attachment(u"~/Library/../../outside.jpg"_s, picture)
         .attachment(u"~/Media/else.jpg"_s, picture);
+    chosen.chat(u"+34698765432"_s); // of two that are alike the phone has one, under another guid
+    for (int i = 0; i < 2; ++i)
+        chosen.received(u"four"_s).last().date = start + 20;
     const qsizetype filesBefore = backup.entryList(QDir::Files).size();
     const QHash<QString, _MbdbRecord> recordsBefore = readMbdbFile(backup.filePath(manifestName));
     const MergeCounts counts = merge(chosen.list());
-    QCOMPARE(counts.written, 2); // the first and the one with files
-    QCOMPARE(counts.validCount, 4);
+    QCOMPARE(counts.written, 3); // the first, the one with files and the second that is alike
+    QCOMPARE(counts.validCount, 6);
     QCOMPARE(counts.unknownCount, 1);
     QCOMPARE(backup.entryList(QDir::Files).size(),
              filesBefore + 4); // database and manifest aside, two pictures
@@ -352,7 +355,7 @@ void TestMerge::placesWhatIsThereOrMissing()
         "message_attachment_join on message_id=message.rowid where guid %1 group by guid"_s;
     QCOMPARE(rowsOf(databasePath(), attached.arg(u"='"_s + phoneGuid + u'\'')), QStringList(u"one|1|1"_s));
     QCOMPARE(rowsOf(databasePath(), attached.arg(u"like 'N-%'"_s)),
-             QStringList({u"chosen|0|0"_s, u"files|1|4"_s}));
+             QStringList({u"chosen|0|0"_s, u"files|1|4"_s, u"four|0|0"_s}));
 }
 
 // As iOS 26 has them: one chat, a member by iMessage, and messages by SMS from another handle.
