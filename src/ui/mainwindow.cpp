@@ -296,14 +296,20 @@ MainWindow::Scope MainWindow::dispatchedScope() const
     return sources->currentConversation() ? Scope::Conversation : Scope::Source;
 }
 
+const _AbsDBItemNode &MainWindow::shownSource() const
+{
+    const _AbsDBItemNode *source = sourceOnView(*sources, *messages);
+    if (!source)
+        throw std::runtime_error(QObject::tr("IDS_NOT_ON_VIEW").toStdString());
+    return *source;
+}
+
 MessageChoice MainWindow::choose(Scope scope)
 {
     if (scope == Scope::Source)
         return chooseSource();
-    const _AbsDBItemNode *source = sourceOnView(*sources, *messages);
-    if (!source)
-        throw std::runtime_error(QObject::tr("IDS_NOT_ON_VIEW").toStdString());
-    return {scope == Scope::Selected ? messages->selectedMessages() : messages->onView(), source->text};
+    const QString name = shownSource().text;
+    return {scope == Scope::Selected ? messages->selectedMessages() : messages->onView(), name};
 }
 
 MessageChoice MainWindow::chooseSource()
@@ -321,7 +327,11 @@ void MainWindow::miDel()
     else if (sources->currentConversation())
         miDelChat();
     else
-        miDelAll();
+        // Whoever doesn't see the messages of a database may mean something else than all of it.
+        runFlow([this] {
+            if (&shownSource() == sources->currentSource())
+                deleteDatabase(*sources);
+        });
 }
 
 void MainWindow::miDelSel()

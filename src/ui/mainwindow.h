@@ -113,7 +113,9 @@ private:
     void work(Worker worker, Scope scope);
     /// What an entry of the main menu is about: the rows selected, else what the tree says.
     Scope dispatchedScope() const;
-    /// For any scope but the dispatched one. Throws when the messages on view aren't those of a source.
+    /// The source whose messages are on view. Throws `std::runtime_error` when none are.
+    const _AbsDBItemNode &shownSource() const;
+    /// For any scope but the dispatched one. Throws as `shownSource` does.
     MessageChoice choose(Scope scope);
     MessageChoice chooseSource();
     /// Runs what may open dialogs or throw; a failure is logged and shown.
