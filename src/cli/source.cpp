@@ -11,6 +11,7 @@
 #include "localdatabases.h"
 #include "openmessagedb.h"
 #include "terminalprogress.h"
+#include "texts.h"
 
 #include <QFileInfo>
 
@@ -129,6 +130,9 @@ Source openSource(const CommandLine &line, TerminalProgress &progress)
     if (source.db) {
         source.store = _MsgStorePtr::create();
         source.db->messages(source.store, 0);
+        const QString failure = source.db->takeContactsFailure();
+        if (!failure.isEmpty())
+            std::fprintf(stderr, "%s\n", qUtf8Printable(printable(failure)));
         source.db->attachments(source.store);
         if (line.recovered)
             loadRecycled(*source.db, *source.store);

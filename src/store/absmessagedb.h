@@ -43,6 +43,10 @@ public:
     /// address book, and the phone's country for want of another where the file would have one.
     virtual void nameHandle(_MsgHandle &handle) = 0;
 
+    /// What went wrong with the address book while `chats` or `messages` read on without it, for people to
+    /// read. Told once: empty when asked again.
+    virtual QString takeContactsFailure() = 0;
+
     /// Whether this is one of the program's own databases, whose row numbers say nothing of a phone.
     virtual bool isLocalDatabase() { return false; }
 

@@ -30,6 +30,7 @@ public:
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 5; }
     void nameHandle(_MsgHandle &handle) override { parts.nameHandle(handle); }
+    QString takeContactsFailure() override { return parts.takeContactsFailure(); }
 
 protected:
     void prepare() override;

@@ -37,6 +37,7 @@ public:
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
     void nameHandle(_MsgHandle &handle) override;
+    QString takeContactsFailure() override { return parts.takeContactsFailure(); }
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
     bool keepsExtras();

@@ -99,9 +99,9 @@ void IOSContactsMemDb::openDb()
     if (openCache(sourceTime))
         return;
     rebuildInMemory();
-    if (saveCache(sourceTime))
+    if (failure.isEmpty() && saveCache(sourceTime))
         openThrow(cacheFile(), sqliteReadOnly);
-    // Where the folder can't be written, the copy in memory serves this time.
+    // Where the folder can't be written or pictures are missing, the copy in memory serves this time.
 }
 
 /// Opens the cache if it is exactly as old as its source and was made for this country: its numbers are in
@@ -220,13 +220,18 @@ void IOSContactsMemDb::copyPhotos()
     const QString file = bookFile(u"AddressBookImages.sqlitedb"_s);
     if (!QFile::exists(file))
         return;
-    UntouchedDb images(file);
-    Sqlite3Cursor image = images.db.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
-    while (image.moveNextThrow()) {
-        Sqlite3Sql update("update person set photo=? where rowid=?");
-        update.addBlobParam(image.getBlob(1));
-        update.addInt64Param(image.getInt64(0));
-        executeThrow(update);
+    try {
+        UntouchedDb images(file);
+        Sqlite3Cursor image =
+            images.db.queryThrow(Sqlite3Sql("select record_id, data from ABThumbnailImage"));
+        while (image.moveNextThrow()) {
+            Sqlite3Sql update("update person set photo=? where rowid=?");
+            update.addBlobParam(image.getBlob(1));
+            update.addInt64Param(image.getInt64(0));
+            executeThrow(update);
+        }
+    } catch (const std::exception &error) { // names are worth more than pictures
+        failure = QString::fromUtf8(error.what());
     }
 }
 

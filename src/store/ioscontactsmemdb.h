@@ -31,8 +31,12 @@ public:
     void useCountry(const QString &mmc) { countryCode = mmc; }
 
     /// Leaves the connection closed when there is no address book: test `isOpen()` before you ask. Throws
-    /// `std::runtime_error` when the address book is damaged.
+    /// `std::runtime_error` when the address book is damaged. Where only its pictures are, see
+    /// `pictureFailure`.
     void openDb() override;
+
+    /// What is wrong with the file of the pictures, which are then missing; empty when nothing is.
+    const QString &pictureFailure() const { return failure; }
 
     /// The person with this number, which has to be in normal form. Empty when there is none, when it stands
     /// on the cards of several people, and when there is no address book.
@@ -62,4 +66,5 @@ private:
 
     QDir root;
     QString countryCode;
+    QString failure;
 };

@@ -18,6 +18,26 @@ void MessageDbParts::useCountry(const QString &countryCode)
     normalAddresses.clear();
 }
 
+void MessageDbParts::openContacts()
+{
+    if (isContactsDamaged || contacts.isOpen())
+        return;
+    try {
+        contacts.openDb();
+        if (!contacts.pictureFailure().isEmpty())
+            failContacts(contacts.pictureFailure(), u"the pictures of their people"_s);
+    } catch (const std::exception &error) {
+        isContactsDamaged = true;
+        failContacts(QString::fromUtf8(error.what()), u"the names of their people"_s);
+    }
+}
+
+void MessageDbParts::failContacts(const QString &reason, const QString &loss)
+{
+    contactsFailure = u"%1. The messages are read without %2."_s.arg(reason, loss);
+    qWarning().noquote() << contactsFailure;
+}
+
 void MessageDbParts::nameHandle(_MsgHandle &handle)
 {
     if (!contacts.isOpen())

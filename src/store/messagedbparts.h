@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QString>
 
+#include <utility>
+
 /// What the readers of both generations stand on besides their file: the phone's address book and the
 /// rules of its country.
 class MessageDbParts
@@ -19,8 +21,11 @@ public:
     /// Another country than the one it was made with. To be called before anything is looked up.
     void useCountry(const QString &countryCode);
 
-    /// Opens the address book. A source without one is fine.
-    void openContacts() { contacts.openDb(); }
+    /// Opens the address book. A source without one is fine; with a damaged one, which is logged, people go
+    /// without names.
+    void openContacts();
+    /// What is wrong with the address book, for people to read. Told once: empty when asked again.
+    QString takeContactsFailure() { return std::exchange(contactsFailure, {}); }
 
     /// Name and photo of the contact whose number is the handle's `id`; empty for a stranger. Changes
     /// nothing without an address book, and when looking up fails, which is logged.
@@ -37,7 +42,11 @@ public:
     QString ownCountry() { return countryLib.defaultCountry().sn.toLower(); }
 
 private:
+    void failContacts(const QString &reason, const QString &loss);
+
     QString readerName;
+    QString contactsFailure;
+    bool isContactsDamaged = false;
     IOSContactsMemDb contacts;
     CountryLibDb countryLib;
     QHash<std::pair<QString, QString>, QString> normalAddresses; // by country and address

@@ -27,6 +27,14 @@ void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
         loadRecycled(*phone, *store);
 }
 
+void sayContactsFailure(AbsMessageDb &db)
+{
+    auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db);
+    const QString failure = phone ? phone->takeContactsFailure() : QString();
+    if (!failure.isEmpty())
+        showWarning(plainInBox(failure));
+}
+
 /// A folder that acts as a phone which is always there.
 void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
 {
@@ -56,6 +64,7 @@ _MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, 
         readAll(db, store, recovered);
     else
         runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store, recovered); });
+    sayContactsFailure(db);
     return store;
 }
 

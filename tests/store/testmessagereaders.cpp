@@ -75,6 +75,7 @@ private Q_SLOTS:
     void aSecondCallReadsNothingAnew();
     void theLogBesideTheFileIsReadAndStays_data() { generations(); }
     void theLogBesideTheFileIsReadAndStays();
+    void aDamagedAddressBookOnlyTakesTheNames();
     void damageIsAnErrorWithTheFilesName_data() { generations(); }
     void damageIsAnErrorWithTheFilesName();
     void tablesThatAreMissing_data();
@@ -165,6 +166,29 @@ void TestMessageReaders::theLogBesideTheFileIsReadAndStays()
     QCOMPARE(textsOf(load()), QStringList({u"file"_s, u"log"_s}));
     QCOMPARE(bytesOf(path), bytesBefore);
     QCOMPARE(bytesOf(path + u"-wal"_s), logBefore);
+}
+
+void TestMessageReaders::aDamagedAddressBookOnlyTakesTheNames()
+{
+    phone(IosVersion::Ios8).chat(anna).received(u"a"_s).write();
+    for (const QString &damaged : {u"AddressBook.sqlitedb"_s, u"AddressBookImages.sqlitedb"_s}) {
+        for (const QByteArray &bytes : {QByteArray(), QByteArray(4096, 'x')}) {
+            const QString book = AddressBookBuilder(root->path())
+                                     .person(u"Anna"_s)
+                                     .phone(u"612345678"_s)
+                                     .photo("image")
+                                     .write();
+            QVERIFY(writeFile(QFileInfo(book).dir().filePath(damaged), bytes));
+            _MsgStorePtr store(new _MsgStore);
+            const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(root->path(), u"214"_s);
+            db->messages(store, 0);
+            QCOMPARE(messageOf(store, u"a"_s)->handle->_ct_name,
+                     damaged.contains(u"Images"_s) ? u"Anna"_s : QString());
+            QVERIFY(db->takeContactsFailure().contains(damaged));
+            db->messages(store, 0);
+            QCOMPARE(db->takeContactsFailure(), QString()); // once
+        }
+    }
 }
 
 void TestMessageReaders::damageIsAnErrorWithTheFilesName()
