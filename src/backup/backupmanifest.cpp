@@ -112,8 +112,8 @@ void BackupManifest::loadInfo()
     // A phone's name is short; a file may claim one that would fill the memory when it is put in.
     const QString phone = deviceName.left(longestNameShown);
     const QString folder = backupDir.dirName();
-    displayName = folder.contains(uniqueDeviceId) ? QString(folder).replace(uniqueDeviceId, phone)
-                                                  : phone + u'-' + folder;
+    const bool isNamedAfterPhone = !uniqueDeviceId.isEmpty() && folder.contains(uniqueDeviceId);
+    displayName = isNamedAfterPhone ? QString(folder).replace(uniqueDeviceId, phone) : phone + u'-' + folder;
     if (!isFinished)
         displayName = QObject::tr("IDS_BACKUP_NOT_FINISHED_%1").arg(displayName);
 }

@@ -82,8 +82,11 @@ QString emojiMarker(void *, const QString &)
     return u"[EMOJI]"_s;
 }
 
-QString attachmentMarker(const QString &mimeType)
+QString attachmentMarker(const _MsgAttachment &attachment)
 {
+    const QString &mimeType = attachment.mime_type;
+    if (mimeType.isEmpty() && attachment.uti == "com.apple.coreaudio-format"_L1) // of a voice message
+        return u" [AUDIO]"_s;
     if (mimeType.startsWith("image/"_L1, Qt::CaseInsensitive))
         return u" [IMAGE]"_s;
     if (mimeType.startsWith("video/"_L1, Qt::CaseInsensitive))
@@ -103,7 +106,7 @@ QString orderedText(const _MsgMessage &message)
     for (const MessagePart &part : messageParts(message)) {
         if (!text.isEmpty())
             text += isInLine || part.isInline ? u' ' : u'\n';
-        text += part.attachment ? attachmentMarker(part.attachment->mime_type).trimmed() : part.text;
+        text += part.attachment ? attachmentMarker(*part.attachment).trimmed() : part.text;
         isInLine = part.isInline;
     }
     return text;
@@ -118,7 +121,7 @@ QString textWithMarkers(const _MsgMessage &message)
         const QList<_MsgAttachment *> attachments = sortedAttachments(message);
         for (const _MsgAttachment *attachment : attachments)
             if (attachment->hide_attachment == 0)
-                text += attachmentMarker(attachment->mime_type);
+                text += attachmentMarker(*attachment);
     }
     return text.trimmed();
 }

@@ -108,11 +108,16 @@ void TestBackup::listsBackupsUnderNamesForPeople()
         BackupBuilder(QDir(path(name))).write();
     QVERIFY(QFile::remove(path(u"unreadable/Manifest.plist"_s)));
     QVERIFY(QDir(dir->path()).mkdir(u"unreadable/Manifest.plist"_s));
+    BackupBuilder(QDir(path(u"nobody's"_s))).write();
+    QVERIFY(writeFile(path(u"nobody's/Manifest.plist"_s),
+                      "<plist version=\"1.0\"><dict><key>Lockdown</key><dict><key>DeviceName</key>"
+                      "<string>Bo</string></dict></dict></plist>"));
     QStringList names;
     for (const auto &backup : listBackups(dir->path()))
         names.append(backup->displayName);
     QCOMPARE(countryOfBackup(QDir(path(u"old"_s))), u"214"_s);
-    QCOMPARE(names, QStringList({u"Ana's iPhone"_s, u"Ana's iPhone-2014"_s, u"Ana's iPhone-old"_s}));
+    QCOMPARE(names, QStringList({u"Ana's iPhone"_s, u"Ana's iPhone-2014"_s, u"Bo-nobody's"_s,
+                                 u"Ana's iPhone-old"_s}));
 }
 
 void TestBackup::extracts_data()

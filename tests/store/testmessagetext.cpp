@@ -113,6 +113,10 @@ void TestMessageText::markers()
     QCOMPARE(displayText(records.last()), u"Look  [VIDEO] [IMAGE] [ATTA] [VCARD]"_s);
     records.last().subject = u" Holidays"_s;
     QCOMPARE(displayText(records.last()), u"Holidays\nLook  [VIDEO] [IMAGE] [ATTA] [VCARD]"_s);
+    _MsgAttachment voice;
+    voice.uti = u"com.apple.coreaudio-format"_s; // and no MIME type
+    records.received({}).last().attachments = {{u"1"_s, &voice}};
+    QCOMPARE(displayText(records.last()), u"[AUDIO]"_s);
     records.received({}).last().subject = u"Holidays"_s;
     QCOMPARE(displayText(records.last()), u"Holidays"_s);
     records.last().item_type = 5; // of events the subject is a guid
