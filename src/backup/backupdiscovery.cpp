@@ -2,6 +2,7 @@
 
 #include "backupfiles.h"
 #include "datalocations.h"
+#include "manifestdb.h"
 #include "plistguard.h"
 #include "plistvalue.h"
 #include "sourcecountry.h"
@@ -26,8 +27,8 @@ QStringList defaultBackupRoots()
 
 bool isBackupFolder(const QDir &folder)
 {
-    const bool hasList = folder.exists(u"Manifest.mbdb"_s) || folder.exists(u"Manifest.db"_s);
-    return hasList && folder.exists(u"Manifest.plist"_s);
+    const bool hasList = folder.exists(u"Manifest.mbdb"_s) || hasManifestDb(folder.path());
+    return (hasList && folder.exists(u"Manifest.plist"_s)) || hasPlainManifestDb(folder.path());
 }
 
 QList<QSharedPointer<BackupManifest>> listBackups(const QString &root)

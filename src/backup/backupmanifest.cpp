@@ -60,14 +60,6 @@ RoundsReport roundsReport(JobProgress *progress)
     };
 }
 
-bool isDatabase(const QString &path)
-{
-    constexpr QByteArrayView header("SQLite format 3\0", 16);
-    QFile file(path);
-    openForReading(file);
-    return file.read(header.size()) == header;
-}
-
 /// Writes the list of an encrypted backup to `plain`.
 void decipherList(const BackupManifest &manifest, const QString &path, const QString &plain)
 {
@@ -96,7 +88,9 @@ BackupManifest::~BackupManifest()
 
 void BackupManifest::loadInfo()
 {
-    const PlistValue root = readPlist(backupDir.absoluteFilePath(u"Manifest.plist"_s));
+    const QString path = backupDir.absoluteFilePath(u"Manifest.plist"_s);
+    const bool isNeeded = QFileInfo::exists(path) || !hasPlainManifestDb(backupDir.path());
+    const PlistValue root = isNeeded ? readPlist(path) : PlistValue();
     const PlistValue lockdown = root.value(u"Lockdown"_s);
     uniqueDeviceId = lockdown.value(u"UniqueDeviceID"_s).toString();
     deviceName = lockdown.value(u"DeviceName"_s).toString();

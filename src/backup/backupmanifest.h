@@ -33,7 +33,8 @@ public:
     ~BackupManifest() override;
 
     /// Reads "Manifest.plist". One that is missing or can't be read throws; one that is no property
-    /// list leaves the fields at their defaults.
+    /// list leaves the fields at their defaults, and so does one that is missing where "Manifest.db" can be
+    /// read without it.
     void loadInfo();
     /// Reads "Manifest.mbdb" or "Manifest.db" into `rootNode` and the collections; does nothing when the
     /// tree is there. An encrypted "Manifest.db" wants `unlockKeyBag` first.

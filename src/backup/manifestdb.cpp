@@ -1,9 +1,11 @@
 #include "manifestdb.h"
 
+#include "backupfiles.h"
 #include "mbfile.h"
 #include "untoucheddb.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -133,6 +135,20 @@ void checkIsTable(Sqlite3DB &db)
 bool hasManifestDb(const QString &folder)
 {
     return QDir(folder).exists(u"Manifest.db"_s);
+}
+
+bool hasPlainManifestDb(const QString &folder)
+{
+    const QFileInfo list(QDir(folder).filePath(u"Manifest.db"_s));
+    return list.isFile() && list.isReadable() && isDatabase(list.filePath());
+}
+
+bool isDatabase(const QString &path)
+{
+    constexpr QByteArrayView header("SQLite format 3\0", 16);
+    QFile file(path);
+    openForReading(file);
+    return file.read(header.size()) == header;
 }
 
 void readManifestDb(const QString &path, ManifestList &list, TextArena &texts)

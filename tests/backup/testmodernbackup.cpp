@@ -65,6 +65,7 @@ private Q_SLOTS:
     void derivesAKnownKey();
     void derivationsEndAtOnce();
     void saysWhatIsMissing();
+    void aPlainListNeedsNoPropertyList();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
@@ -321,6 +322,19 @@ void TestModernBackup::derivationsEndAtOnce()
     QCOMPARE(backup.keyBagClasses, keys);
     backup.backupKeyBag.replace(rounds, 4, QByteArray::fromHex("05f5e101"));
     QVERIFY_EXCEPTION_THROWN((void)backup.unlockKeyBag(u"pw"_s), std::runtime_error);
+}
+
+void TestModernBackup::aPlainListNeedsNoPropertyList()
+{
+    for (const QString &password : {QString(), u"pw"_s}) {
+        const QString folder = builder().password(password).write();
+        QVERIFY(QFile::remove(folder + u"/Manifest.plist"_s));
+        manifest = std::make_unique<BackupManifest>(folder);
+        const QString failure = failureOf([this] { (void)openBackup(*manifest, std::nullopt); });
+        QCOMPARE(failure.contains(u"Manifest.plist"_s), !password.isNull());
+        QCOMPARE(listBackups(dir->path()).size(), password.isNull() ? 1 : 0);
+        QVERIFY(QDir(folder).removeRecursively());
+    }
 }
 
 void TestModernBackup::saysWhatIsMissing()
