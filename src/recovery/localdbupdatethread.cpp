@@ -8,11 +8,13 @@
 #include "messagestore.h"
 #include "messagetext.h"
 #include "oldmessagefile.h"
+#include "untoucheddb.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 
@@ -43,11 +45,35 @@ bool isCompanion(const QString &path)
     return false;
 }
 
+/// Whether an interrupted update has begun to move `path`: without its journal it can't be looked into.
+bool isHalfMoved(const QString &path)
+{
+    return std::any_of(companionEndings.begin(), companionEndings.end(), [&](QLatin1StringView ending) {
+        return QFile::exists(path + workingSuffix + ending);
+    });
+}
+
+/// Whether `path` is a database of the old format: other files may lie here too, and are left alone. Throws
+/// where a database can't be read.
+bool isOldDatabase(const QString &path)
+{
+    if (isHalfMoved(path))
+        return true;
+    constexpr QByteArrayView sqliteHeader("SQLite format 3", 16);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error(u"%1: %2"_s.arg(path, file.errorString()).toStdString());
+    if (file.read(sqliteHeader.size()) != sqliteHeader)
+        return false;
+    UntouchedDb old(path);
+    return old.db.queryThrow(Sqlite3Sql("select 1 from sqlite_master where name='view_sms'")).moveNextThrow();
+}
+
 QStringList oldFiles()
 {
     QStringList files;
     for (const QFileInfo &file : localDatabasesDir().entryInfoList(QDir::Files, QDir::Name)) {
-        if (!isCompanion(file.absoluteFilePath()))
+        if (!isCompanion(file.absoluteFilePath()) && isOldDatabase(file.absoluteFilePath()))
             files.append(file.absoluteFilePath());
     }
     return files;
@@ -152,7 +178,11 @@ void convertFile(const QString &path, JobProgress &progress)
 
 bool needsLocalDbUpdate()
 {
-    return !localDatabasesDir().entryInfoList(QDir::Files, QDir::NoSort).isEmpty();
+    try {
+        return !oldFiles().isEmpty();
+    } catch (const std::runtime_error &) {
+        return true; // the update says what is wrong
+    }
 }
 
 void updateLocalDatabases(JobProgress &progress)

@@ -40,6 +40,7 @@ private Q_SLOTS:
     void aConversationGoesWithItsChats();
     void oldFilesBecomeLocalDatabases();
     void aFailedUpdateKeepsTheOldFile();
+    void aFileOfAnotherKindKeepsItsName();
     void cipherVectors();
 
 private:
@@ -369,14 +370,29 @@ void TestLocalJobs::oldFilesBecomeLocalDatabases()
 void TestLocalJobs::aFailedUpdateKeepsTheOldFile()
 {
     const QString broken = localDatabasesDir().filePath(u"Broken"_s);
-    const QByteArray bytes(4000, 'x');
+    const QByteArray bytes = QByteArray("SQLite format 3", 16) + QByteArray(4000, 'x');
     QVERIFY(writeFile(broken, bytes));
-    QVERIFY(failureOf([this] { updateLocalDatabases(progress); }).contains(u"Broken.__tmp"_s));
-    QVERIFY(bytesOf(broken + u".__tmp"_s) == bytes && !findLocalDatabase(u"Broken"_s));
-    QVERIFY(writeFile(broken, "another"));
+    QVERIFY(needsLocalDbUpdate());
+    QVERIFY(failureOf([this] { updateLocalDatabases(progress); }).startsWith(broken));
+    QVERIFY(bytesOf(broken) == bytes && !findLocalDatabase(u"Broken"_s));
+    QVERIFY(QFile::remove(broken));
+    writeOldFile(broken, oldMessage(u"1"_s, u"a"_s, 1));
+    QVERIFY(QFile::copy(broken, broken + u".__tmp"_s));
+    const QByteArray old = bytesOf(broken);
     QCOMPARE(failureOf([this] { updateLocalDatabases(progress); }),
              u"can not rename %1.__tmp."_s.arg(broken));
-    QVERIFY(bytesOf(broken + u".__tmp"_s) == bytes && bytesOf(broken) == "another");
+    QVERIFY(bytesOf(broken) == old && bytesOf(broken + u".__tmp"_s) == old);
+}
+
+void TestLocalJobs::aFileOfAnotherKindKeepsItsName()
+{
+    const QString note = localDatabasesDir().filePath(u"note.txt"_s);
+    const QString other = localDatabasesDir().filePath(u"other.db"_s);
+    QVERIFY(writeFile(note));
+    runOn(other, u"create table sms(x)"_s);
+    QVERIFY(!needsLocalDbUpdate());
+    updateLocalDatabases(progress);
+    QVERIFY(QFile::exists(note) && QFile::exists(other));
 }
 
 void TestLocalJobs::cipherVectors()
