@@ -39,8 +39,9 @@ void removeTree(const QString &folder)
     const QDir dir(folder);
     if (!dir.exists())
         return;
-    const auto shown = QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot;
-    for (const QFileInfo &entry : dir.entryInfoList(shown)) {
+    // "System" names links whose target is missing.
+    const auto all = QDir::AllEntries | QDir::Drives | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QFileInfo &entry : dir.entryInfoList(all)) {
         if (entry.isDir() && !entry.isSymLink())
             removeTree(entry.absoluteFilePath());
         else

@@ -83,6 +83,8 @@ void TestApp::removingATreeStopsAtLinks()
 {
     QVERIFY(writeFile(dir->filePath(u"kept/precious"_s)) && writeFile(dir->filePath(u"gone/deep/file"_s)));
     QVERIFY(QFile::link(dir->filePath(u"kept"_s), dir->filePath(u"gone/link"_s)));
+    QVERIFY(QFile::link(dir->filePath(u"nowhere"_s), dir->filePath(u"gone/deep/dangling"_s)));
+    QVERIFY(writeFile(dir->filePath(u"gone/.hidden"_s)));
     removeTree(dir->filePath(u"gone"_s));
     QVERIFY(!QFileInfo::exists(dir->filePath(u"gone"_s)));
     QVERIFY(QFile::exists(dir->filePath(u"kept/precious"_s)));
