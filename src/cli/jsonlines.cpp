@@ -59,12 +59,17 @@ QJsonArray servicesJson(const _MsgSession &session)
     return QJsonArray::fromStringList(services);
 }
 
+QJsonValue textOrNull(const QString &text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
 QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
 {
     return {{u"filename"_s, attachment.filename},
             {u"mime_type"_s, attachment.mime_type},
             {u"total_bytes"_s, attachment.total_bytes},
-            {u"localFile"_s, attachment.localFile}};
+            {u"localFile"_s, textOrNull(attachment.localFile)}};
 }
 
 QJsonArray attachmentsJson(const _MsgMessage &message)
@@ -108,11 +113,6 @@ QJsonArray editsJson(const MessageExtras &extras)
         edits.append(QJsonObject{
             {u"part"_s, edit.part}, {u"date"_s, messageDateJson(edit.date)}, {u"text"_s, edit.text}});
     return edits;
-}
-
-QJsonValue textOrNull(const QString &text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
 }
 
 /// What newer phones keep. Every message has the keys.
@@ -219,7 +219,7 @@ QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &
             {u"transfer_name"_s, attachment.transfer_name},
             {u"mime_type"_s, attachment.mime_type},
             {u"total_bytes"_s, attachment.total_bytes},
-            {u"localFile"_s, isMissing ? QJsonValue() : QJsonValue(attachment.localFile)},
+            {u"localFile"_s, textOrNull(attachment.localFile)},
             {u"missing"_s, isMissing},
             {u"reason"_s, isMissing ? QJsonValue(missingReason(attachment)) : QJsonValue()},
             {u"sticker"_s, attachment.is_sticker != 0},

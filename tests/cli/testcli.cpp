@@ -261,6 +261,8 @@ void TestCli::listsAttachments()
         QCOMPARE(lines.size(), 3);
         QCOMPARE(bytesOf(lines.at(0).value("localFile"_L1).toString()), "picture");
         QVERIFY(lines.at(1).value("localFile"_L1).isNull());
+        const QJsonObject message = run(u"messages "_s + source).objects().value(0);
+        QVERIFY(message.value("attachments"_L1)[1]["localFile"_L1].isNull());
         QCOMPARE(lines.at(2).value("missing"_L1).toInt(), 1);
         const Run missing = run(u"attachments --missing "_s + source);
         QCOMPARE(missing.values(u"filename"_s).value(0), u"/var/mobile/"_s + folder + u"b.jpg"_s);
