@@ -14,9 +14,19 @@ CREATE TABLE IF NOT EXISTS _reaction (
     date INTEGER,
     service TEXT,
     text TEXT,
+    payload_data BLOB,
+    message_summary_info BLOB,
     UNIQUE (message_id, guid)
 );
 CREATE INDEX IF NOT EXISTS _reaction_idx_handle ON _reaction(handle_id);
+
+-- Pictures of stickers and the like.
+CREATE TABLE IF NOT EXISTS _reaction_attachment_join (
+    reaction_id INTEGER NOT NULL REFERENCES _reaction (ROWID) ON DELETE CASCADE,
+    attachment_id INTEGER NOT NULL,
+    UNIQUE (reaction_id, attachment_id)
+);
+CREATE INDEX IF NOT EXISTS _reaction_attachment_idx ON _reaction_attachment_join(attachment_id);
 
 -- Texts of parts of a message: kind 1 went to "Recently Deleted" on that date, kind 2 was what the
 -- message said until it was edited, where the phone keeps no history that tells it.

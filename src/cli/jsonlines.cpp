@@ -72,12 +72,12 @@ QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
             {u"localFile"_s, textOrNull(attachment.localFile)}};
 }
 
-QJsonArray attachmentsJson(const _MsgMessage &message)
+QJsonArray attachmentsJson(const QHash<QString, _MsgAttachment *> &attachments)
 {
-    QJsonArray attachments;
-    for (const _MsgAttachment *attachment : sortedAttachments(message))
-        attachments.append(attachmentPartJson(*attachment));
-    return attachments;
+    QJsonArray list;
+    for (const _MsgAttachment *attachment : sortedAttachments(attachments))
+        list.append(attachmentPartJson(*attachment));
+    return list;
 }
 
 QJsonArray partsJson(const _MsgMessage &message)
@@ -101,7 +101,8 @@ QJsonArray reactionsJson(const MessageExtras &extras)
                                      {u"part"_s, reaction.part},
                                      {u"sender"_s, whoReacted(reaction)},
                                      {u"date"_s, messageDateJson(reaction.date)},
-                                     {u"is_from_me"_s, reaction.is_from_me != 0}});
+                                     {u"is_from_me"_s, reaction.is_from_me != 0},
+                                     {u"attachments"_s, attachmentsJson(reaction.attachments)}});
     }
     return reactions;
 }
@@ -206,7 +207,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"body"_s, message.text},
                        {u"item_type"_s, message.item_type},
                        {u"recovered"_s, message.isRecovered},
-                       {u"attachments"_s, attachmentsJson(message)},
+                       {u"attachments"_s, attachmentsJson(message.attachments)},
                        {u"parts"_s, partsJson(message)}};
     addExtras(object, message);
     return object;

@@ -8,6 +8,8 @@
 #include "messagewords.h"
 #include "product.h"
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emojiStyle, ExportedAttachments *exported)
@@ -42,13 +44,14 @@ void ExportSMSHtml::write(const _MsgMessage &message)
 
 QString ExportSMSHtml::body(const _MsgMessage &message) const
 {
-    if (attachments && hasPartOrder(message))
-        return orderedBody(message);
-    QString html = htmlText(fullText(message, emoji));
-    if (attachments) {
-        for (const _MsgAttachment *attachment : shownAttachments(message))
-            html += attachments->html(*attachment);
-    }
+    const bool isOrdered = attachments && hasPartOrder(message);
+    QString html = isOrdered ? orderedBody(message) : htmlText(fullText(message, emoji));
+    if (!attachments)
+        return html;
+    QList<_MsgAttachment *> below = isOrdered ? QList<_MsgAttachment *>() : shownAttachments(message);
+    below += reactionAttachments(message);
+    for (const _MsgAttachment *attachment : std::as_const(below))
+        html += attachments->html(*attachment);
     return html;
 }
 

@@ -1,5 +1,6 @@
 #include "backupsmsthread.h"
 
+#include "attachmentlist.h"
 #include "attachmentpaths.h"
 #include "diskroom.h"
 #include "exportmessagesdb.h"
@@ -75,13 +76,11 @@ private:
 qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
 {
     qint64 bytes = 0;
-    for (const _MsgMessage *message : messages) {
-        for (const _MsgAttachment *attachment : message->attachments) {
-            const std::optional<QString> target = attachmentTarget(root, attachment->filename);
-            const qint64 size = QFileInfo(attachment->localFile).size();
-            if (target && QFileInfo(*target).size() != size) // a file of other content stays, too
-                bytes += size;
-        }
+    for (const auto &[message, attachment] : listAttachments(messages)) {
+        const std::optional<QString> target = attachmentTarget(root, attachment->filename);
+        const qint64 size = QFileInfo(attachment->localFile).size();
+        if (target && QFileInfo(*target).size() != size) // a file of other content stays, too
+            bytes += size;
     }
     return bytes;
 }

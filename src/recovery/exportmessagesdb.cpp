@@ -17,7 +17,9 @@ using namespace Qt::StringLiterals;
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
     , placing(db)
-    , extras(db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); })
+    , extras(
+          db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); },
+          [this](const _MsgAttachment &attachment) { return placing.attachmentRowid(keptFile(attachment)); })
     , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
     , knownRows(db)
     , root(rootFolder)
@@ -132,14 +134,18 @@ void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
 
 void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
 {
-    for (const _MsgAttachment *attachment : sortedAttachments(message)) {
-        _MsgAttachment kept = *attachment;
-        kept.filename = names.pathFor(*attachment);
-        if (QFileInfo(kept.localFile).isFile())
-            copyFile(kept);
-        placing.joinAttachment(kept, messageId);
-    }
+    for (const _MsgAttachment *attachment : sortedAttachments(message))
+        placing.joinAttachment(keptFile(*attachment), messageId);
     renewHash(db, messageId, message, hash);
+}
+
+_MsgAttachment ExportMessagesDb::keptFile(const _MsgAttachment &attachment)
+{
+    _MsgAttachment kept = attachment;
+    kept.filename = names.pathFor(attachment);
+    if (QFileInfo(kept.localFile).isFile())
+        copyFile(kept);
+    return kept;
 }
 
 void ExportMessagesDb::copyFile(const _MsgAttachment &attachment)

@@ -49,6 +49,8 @@ private:
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
     qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
     void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
+    /// Copies the file, if any. Returns the attachment with the path that it has here.
+    _MsgAttachment keptFile(const _MsgAttachment &attachment);
     void copyFile(const _MsgAttachment &attachment);
     void takeFilesBack();
     void forgetRun();

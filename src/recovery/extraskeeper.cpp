@@ -33,8 +33,8 @@ bool isInRecentlyDeleted(const _MsgMessage &message)
 
 } // namespace
 
-ExtrasKeeper::ExtrasKeeper(IOS6MessageDb &target, HandleRowid handles)
-    : db(target), rows(target), handleRowid(std::move(handles))
+ExtrasKeeper::ExtrasKeeper(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments)
+    : db(target), rows(target), handleRowid(std::move(handles)), attachmentRowid(std::move(attachments))
 {
 }
 
@@ -55,10 +55,11 @@ ExtrasKeeper::Taken ExtrasKeeper::takeReaction(const _MsgMessage &message)
     const qint64 target = db.messageRowid(row.guid);
     if (target == 0)
         return Taken::No;
-    if (isRemovalType(row.reaction.associated_message_type) || rows.hasReaction(target, row.reaction))
+    if (isRemovalType(row.reaction.associated_message_type))
         return Taken::Known;
+    const bool isKnown = rows.hasReaction(target, row.reaction);
     addReaction(target, row.reaction);
-    return Taken::Added;
+    return isKnown ? Taken::Known : Taken::Added;
 }
 
 void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
@@ -116,8 +117,11 @@ void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)
 
 void ExtrasKeeper::addReaction(qint64 messageId, const MessageReaction &reaction)
 {
-    rows.addReaction(messageId, reaction, reaction.handle ? handleRowid(*reaction.handle) : 0);
-    rows.removeReactionLine(reaction.guid);
+    const qint64 handleId = reaction.handle ? handleRowid(*reaction.handle) : 0;
+    const qint64 reactionId = rows.addReaction(messageId, reaction, handleId);
+    for (const _MsgAttachment *attachment : sortedAttachments(reaction.attachments))
+        rows.joinReactionAttachment(reactionId, attachmentRowid(*attachment));
+    rows.removeReactionLine(reaction.guid, reactionId);
 }
 
 // Of a message out of another Local Database: what its summary doesn't tell.

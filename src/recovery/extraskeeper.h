@@ -14,7 +14,8 @@ class IOS6MessageDb;
 /// there already gets what came since; nothing that was kept is taken away. A target of another shape
 /// holds none of it: all calls then do nothing.
 ///
-/// - A reaction is known by its guid. Which of several by one sender counts is told on reading.
+/// - A reaction is known by its guid. Its payload and its attachments go with it. Which of several by one
+/// sender counts is told on reading.
 /// - A later edit brings its text, the text before it stays in the history. A message that was unsent
 ///   since keeps its text, and says that it was unsent.
 /// - A message stands in "Recently Deleted", or without a conversation, as long as no source has it
@@ -27,7 +28,10 @@ public:
     /// The row of a handle in the target, which is inserted if need be.
     using HandleRowid = std::function<qint64(const _MsgHandle &)>;
 
-    ExtrasKeeper(IOS6MessageDb &target, HandleRowid handleRowid);
+    /// The same of an attachment, whose file is copied then.
+    using AttachmentRowid = std::function<qint64(const _MsgAttachment &)>;
+
+    ExtrasKeeper(IOS6MessageDb &target, HandleRowid handleRowid, AttachmentRowid attachmentRowid);
 
     /// Call it when the run begins.
     void begin();
@@ -61,6 +65,7 @@ private:
     IOS6MessageDb &db;
     LocalExtras rows;
     HandleRowid handleRowid;
+    AttachmentRowid attachmentRowid;
     bool isKeeping = false;
     QSet<qint64> deleted; ///< in "Recently Deleted"
     QSet<qint64> lost;    ///< without a conversation

@@ -102,12 +102,15 @@ qint64 MessagePlacing::insert(const _MsgMessage &message, qint64 chatId, qint64 
     return messageId;
 }
 
+qint64 MessagePlacing::attachmentRowid(const _MsgAttachment &attachment)
+{
+    const qint64 known = db.attachmentRowid(attachment.guid);
+    return known != 0 ? known : db.insertAttachment(attachment);
+}
+
 void MessagePlacing::joinAttachment(const _MsgAttachment &attachment, qint64 messageId)
 {
-    qint64 attachmentId = db.attachmentRowid(attachment.guid);
-    if (attachmentId == 0)
-        attachmentId = db.insertAttachment(attachment);
-    db.joinMessageAttachment(messageId, attachmentId);
+    db.joinMessageAttachment(messageId, attachmentRowid(attachment));
 }
 
 void MessagePlacing::noteAddressed(const _MsgMessage &message, qint64 chatId)

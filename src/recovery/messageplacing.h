@@ -28,6 +28,7 @@ public:
     qint64 personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle);
     /// Adds the message to its chat. Returns its row. `hash` may be empty, it is then computed if need be.
     qint64 insert(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
+    qint64 attachmentRowid(const _MsgAttachment &attachment);
     void joinAttachment(const _MsgAttachment &attachment, qint64 messageId);
     /// Remembers who wrote last in a group.
     void noteAddressed(const _MsgMessage &message, qint64 chatId);

@@ -10,6 +10,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -79,13 +80,25 @@ QList<_MsgAttachment *> shownAttachments(const _MsgMessage &message)
     return attachments;
 }
 
+QList<_MsgAttachment *> reactionAttachments(const _MsgMessage &message)
+{
+    QList<_MsgAttachment *> list;
+    if (message.extras) {
+        for (const MessageReaction &reaction : std::as_const(message.extras->reactions))
+            list.append(sortedAttachments(reaction.attachments));
+    }
+    return list;
+}
+
 QList<ListedAttachment> listAttachments(const QList<_MsgMessage *> &messages)
 {
     QList<ListedAttachment> list;
     for (const _MsgMessage *message : messages) {
-        if (message->attachments.isEmpty())
-            continue;
-        for (const _MsgAttachment *attachment : sortedAttachments(*message))
+        if (!message->attachments.isEmpty()) {
+            for (const _MsgAttachment *attachment : sortedAttachments(*message))
+                list.append({message, attachment});
+        }
+        for (const _MsgAttachment *attachment : reactionAttachments(*message))
             list.append({message, attachment});
     }
     return list;

@@ -25,13 +25,18 @@ QString attachmentLine(const _MsgAttachment &attachment);
 /// hides.
 QList<_MsgAttachment *> shownAttachments(const _MsgMessage &message);
 
-/// An attachment beside the message that it came with.
+/// An attachment beside the message that it came with, or under which the reaction stands that has it.
 struct ListedAttachment {
     const _MsgMessage *message;
     const _MsgAttachment *attachment;
 };
 
-/// All attachments of `messages` in their order, within one by rowid, hidden ones too.
+/// The attachments of the message's reactions, such as stickers that were put on it: reaction after
+/// reaction, of one by rowid.
+QList<_MsgAttachment *> reactionAttachments(const _MsgMessage &message);
+
+/// All attachments of `messages` in their order, within one by rowid, hidden ones too; then those of its
+/// reactions.
 QList<ListedAttachment> listAttachments(const QList<_MsgMessage *> &messages);
 
 /// Numbers and bytes of a list, each attachment counted once.

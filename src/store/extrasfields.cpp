@@ -105,7 +105,7 @@ void derive(MessageExtras &extras)
     }
     if (extras.thread_originator_guid.isEmpty())
         extras.reply_to_guid.clear();
-    if (extras.balloon_bundle_id.isEmpty())
+    if (extras.balloon_bundle_id.isEmpty() && extras.associated_message_type == 0)
         extras.payload_data.clear();
     if (mayTellOfChanges(extras.message_summary_info)) {
         const MessageSummary summary = messageSummaryOf(extras.message_summary_info);

@@ -6,6 +6,7 @@
 #include "sqlite3db.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -83,9 +84,12 @@ void LocalExtras::read(_MsgStore &store)
 
 void LocalExtras::readReactions(_MsgStore &store)
 {
-    Sqlite3Cursor cursor = db.queryThrow(
-        Sqlite3Sql("select rowid, message_id, guid, associated_message_type, associated_message_emoji, part, "
-                   "is_from_me, handle_id, date, service, text from _reaction order by rowid"));
+    // A file that is only read may be older.
+    const bool hasPayload = db.tbInfo(u"_reaction"_s).contains(u"payload_data"_s);
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(
+        u"select rowid, message_id, guid, associated_message_type, associated_message_emoji, part, "
+        "is_from_me, handle_id, date, service, text, %1 from _reaction order by rowid"_s.arg(
+            hasPayload ? u"payload_data, message_summary_info"_s : u"null, null"_s)));
     QList<ReactionRow> rows;
     while (cursor.moveNextThrow()) {
         const _MsgMessage *message = store.messages.value(cursor.getInt64(1));
@@ -101,7 +105,10 @@ void LocalExtras::readReactions(_MsgStore &store)
                       .handle = store.handles.value(cursor.getInt64(7)),
                       .date = cursor.getInt(8),
                       .service = cursor.getText(9),
-                      .text = cursor.getText(10)}});
+                      .text = cursor.getText(10),
+                      .payload_data = cursor.getBlob(11),
+                      .message_summary_info = cursor.getBlob(12),
+                      .attachments = {}}});
     }
     if (!rows.isEmpty())
         applyReactions(GuidIndex(store), rows);
@@ -126,13 +133,18 @@ void LocalExtras::readPartTexts(_MsgStore &store)
         ownExtras(*it.key()).deletedParts = it.value();
 }
 
-void LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId)
+qint64 LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId)
 {
-    Sqlite3Sql sql("insert or ignore into _reaction(message_id, guid, associated_message_type, "
-                   "associated_message_emoji, part, is_from_me, handle_id, date, service, text) "
-                   "values(?,?,?,?,?,?,?,?,?,?)");
+    Sqlite3Sql sql("insert into _reaction(message_id, guid, associated_message_type, "
+                   "associated_message_emoji, part, is_from_me, handle_id, date, service, text, "
+                   "payload_data, message_summary_info) values(?,?,?,?,?,?,?,?,?,?,?,?) "
+                   "on conflict(message_id, guid) do update set "
+                   "payload_data=coalesce(nullif(payload_data, x''), excluded.payload_data), "
+                   "message_summary_info=coalesce(nullif(message_summary_info, x''), "
+                   "excluded.message_summary_info)");
+    const QString guid = reactionGuid(reaction);
     sql.addInt64Param(messageId);
-    sql.addTextParam(reactionGuid(reaction));
+    sql.addTextParam(guid);
     sql.addIntParam(reaction.associated_message_type);
     sql.addTextParam(reaction.associated_message_emoji);
     sql.addIntParam(reaction.part);
@@ -141,6 +153,21 @@ void LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction,
     sql.addIntParam(reaction.date);
     sql.addTextParam(reaction.service);
     sql.addTextParam(reaction.text);
+    sql.addBlobParam(reaction.payload_data);
+    sql.addBlobParam(reaction.message_summary_info);
+    db.executeThrow(sql);
+    Sqlite3Sql row("select rowid from _reaction where message_id=? and guid=?");
+    row.addInt64Param(messageId);
+    row.addTextParam(guid);
+    Sqlite3Cursor cursor = db.queryThrow(row);
+    return cursor.moveNextThrow() ? cursor.getInt64(0) : 0;
+}
+
+void LocalExtras::joinReactionAttachment(qint64 reactionId, qint64 attachmentId)
+{
+    Sqlite3Sql sql("insert or ignore into _reaction_attachment_join(reaction_id, attachment_id) values(?,?)");
+    sql.addInt64Param(reactionId);
+    sql.addInt64Param(attachmentId);
     db.executeThrow(sql);
 }
 
@@ -152,10 +179,29 @@ bool LocalExtras::hasReaction(qint64 messageId, const MessageReaction &reaction)
     return db.queryThrow(sql).moveNextThrow();
 }
 
-void LocalExtras::removeReactionLine(const QString &guid)
+void LocalExtras::removeReactionLine(const QString &guid, qint64 reactionId)
 {
-    Sqlite3Sql sql("delete from message where guid=? and _associated_message_type >= 1000");
+    Sqlite3Sql sql("select rowid from message where guid=? and _associated_message_type >= 1000");
     sql.addTextParam(guid);
+    QList<qint64> lines;
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    while (cursor.moveNextThrow())
+        lines.append(cursor.getInt64(0));
+    for (const qint64 line : std::as_const(lines))
+        foldLine(line, reactionId);
+}
+
+void LocalExtras::foldLine(qint64 messageId, qint64 reactionId)
+{
+    if (!db.tbInfo(u"message_attachment_join"_s).isEmpty()) {
+        Sqlite3Sql move("insert or ignore into _reaction_attachment_join(reaction_id, attachment_id) "
+                        "select ?, attachment_id from message_attachment_join where message_id=?");
+        move.addInt64Param(reactionId);
+        move.addInt64Param(messageId);
+        db.executeThrow(move);
+    }
+    Sqlite3Sql sql("delete from message where rowid=?");
+    sql.addInt64Param(messageId);
     db.executeThrow(sql);
 }
 

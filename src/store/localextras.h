@@ -34,10 +34,13 @@ public:
     void read(_MsgStore &store);
 
     bool hasReaction(qint64 messageId, const MessageReaction &reaction);
-    /// A reaction that is there already, by its guid, stays single.
-    void addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId);
-    /// Deletes the message as which a reaction came in when its own message was not there.
-    void removeReactionLine(const QString &guid);
+    /// Returns the row. A reaction that is there already, by its guid, stays single; what it lacked of
+    /// payload and summary is added.
+    qint64 addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId);
+    void joinReactionAttachment(qint64 reactionId, qint64 attachmentId);
+    /// Deletes the message as which the reaction `guid` came in when its own message was not there. Its
+    /// attachments go to the row `reactionId`.
+    void removeReactionLine(const QString &guid, qint64 reactionId);
     void addPartText(qint64 messageId, PartText kind, const MessageEdit &text);
 
     KeptMessage kept(qint64 messageId);
@@ -67,6 +70,7 @@ public:
 private:
     void readReactions(_MsgStore &store);
     void readPartTexts(_MsgStore &store);
+    void foldLine(qint64 messageId, qint64 reactionId);
     QSet<qint64> rowids(const QString &sql);
 
     Sqlite3DB &db;

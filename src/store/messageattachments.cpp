@@ -9,6 +9,8 @@
 #include "untoucheddb.h"
 
 #include <array>
+#include <functional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -50,26 +52,73 @@ constexpr std::array madridFields = {
     AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
 };
 
+using Attachments = QHash<QString, _MsgAttachment *>;
+
 /// Each has to be known by a guid of its own, in a Local Database too.
-void giveGuid(_MsgAttachment &attachment, const _MsgMessage &message)
+void giveGuid(_MsgAttachment &attachment, const QString &ownerGuid)
 {
     if (attachment.guid.isEmpty())
         attachment.guid =
-            messageGuidFromData(u"%1 %2"_s.arg(message.guid, QString::number(attachment.rowid)).toUtf8());
+            messageGuidFromData(u"%1 %2"_s.arg(ownerGuid, QString::number(attachment.rowid)).toUtf8());
 }
 
-/// The rows of `cursor`, each beside the rowid of a message in the column "message_id".
-template <size_t size>
+/// What an attachment belongs to.
+struct Owner {
+    QString guid;
+    Attachments *attachments; ///< null where the store has no such record
+};
+
+/// The reactions of a store by the rows in which its source has them. They are looked up when the first is
+/// asked for: most attachments belong to messages.
+class ReactionOwners
+{
+public:
+    explicit ReactionOwners(const _MsgStore &messageStore) : store(messageStore) {}
+
+    Owner operator()(qint64 rowid)
+    {
+        if (!std::exchange(isRead, true))
+            read();
+        const auto place = places.constFind(rowid);
+        if (place == places.cend())
+            return {};
+        MessageReaction &reaction = place->first->extras->reactions[place->second];
+        return {reaction.guid, &reaction.attachments};
+    }
+
+private:
+    void read()
+    {
+        for (_MsgMessage *message : store.messages) {
+            const qsizetype count = message->extras ? message->extras->reactions.size() : 0;
+            for (qsizetype i = 0; i < count; ++i)
+                places.insert(message->extras->reactions.at(i).rowid, {message, i});
+        }
+    }
+
+    const _MsgStore &store;
+    bool isRead = false;
+    QHash<qint64, std::pair<_MsgMessage *, qsizetype>> places;
+};
+
+Owner messageOwner(const _MsgStore &store, qint64 rowid)
+{
+    _MsgMessage *message = store.messages.value(rowid);
+    return message ? Owner{message->guid, &message->attachments} : Owner{};
+}
+
+/// The rows of `cursor`, each beside the rowid of what it belongs to in the column "message_id".
+template <size_t size, typename OwnerOf>
 void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fields, const QDir &root,
-              _MsgStore &store)
+              _MsgStore &store, OwnerOf ownerOf)
 {
     RecordReader<_MsgAttachment> reader(cursor, fields, {}, DateUnit::EachItsOwn);
     const int rowid = cursor.columnIndex(u"rowid"_s);
     const int messageId = cursor.columnIndex(u"message_id"_s);
     const int incoming = cursor.columnIndex(u"is_incoming"_s); // before iOS 6
     while (cursor.moveNextThrow()) {
-        _MsgMessage *message = store.messages.value(cursor.getInt64(messageId));
-        if (!message)
+        const Owner owner = ownerOf(cursor.getInt64(messageId));
+        if (!owner.attachments)
             continue;
         _MsgAttachment *&attachment = store.attachments[cursor.getInt64(rowid)];
         if (!attachment) {
@@ -77,31 +126,42 @@ void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fie
             attachment->localFile = attachmentFile(root, attachment->filename);
             if (incoming >= 0)
                 attachment->is_outgoing = cursor.getInt(incoming) == 0;
-            giveGuid(*attachment, *message);
+            giveGuid(*attachment, owner.guid);
         }
-        linkAttachment(*message, *attachment);
+        linkAttachment(*owner.attachments, *attachment);
     }
 }
 
 } // namespace
 
-void linkAttachment(_MsgMessage &message, _MsgAttachment &attachment)
+void linkAttachment(QHash<QString, _MsgAttachment *> &attachments, _MsgAttachment &attachment)
 {
     QString key = attachment.guid;
-    const _MsgAttachment *known = message.attachments.value(key);
+    const _MsgAttachment *known = attachments.value(key);
     if (known && known != &attachment) // two rows of one guid
         key += QString::number(attachment.rowid);
-    message.attachments.insert(key, &attachment);
+    attachments.insert(key, &attachment);
 }
 
+// On a phone reactions are messages; a Local Database has them, and their attachments, in tables of its own.
 void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
 {
     const QHash<QString, QString> tables = tableTexts(db);
-    if (tables.contains(u"attachment"_s) && tables.contains(u"message_attachment_join"_s))
-        readRows(db.queryThrow(
-                     Sqlite3Sql("select j.message_id, a.rowid as rowid, a.* from message_attachment_join "
-                                "as j inner join attachment as a on j.attachment_id = a.rowid")),
-                 attachmentFields, root, store);
+    if (!tables.contains(u"attachment"_s) || !tables.contains(u"message_attachment_join"_s))
+        return;
+    const bool isLocal = tables.contains(u"_reaction"_s);
+    const QString sql = u"select j.%1 as message_id, a.rowid as rowid, a.* from %2 as j inner join "
+                        "attachment as a on j.attachment_id = a.rowid"_s;
+    ReactionOwners reactions(store);
+    const auto ownerOf = [&](qint64 rowid) {
+        const Owner message = messageOwner(store, rowid);
+        return message.attachments || isLocal ? message : reactions(rowid);
+    };
+    readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"message_id"_s, u"message_attachment_join"_s))),
+             attachmentFields, root, store, ownerOf);
+    if (tables.contains(u"_reaction_attachment_join"_s))
+        readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"reaction_id"_s, u"_reaction_attachment_join"_s))),
+                 attachmentFields, root, store, std::ref(reactions));
 }
 
 void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
@@ -109,6 +169,6 @@ void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
     const QHash<QString, QString> tables = tableTexts(db);
     if (tables.contains(u"madrid_attachment"_s))
         readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridFields, root,
-                 store);
+                 store, [&](qint64 rowid) { return messageOwner(store, rowid); });
     readMmsAttachments(db, root, store);
 }

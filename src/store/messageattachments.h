@@ -17,5 +17,6 @@ void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store);
 /// messages.
 void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store);
 
-/// Puts an attachment to its message: under its guid, and apart from another of the same guid.
-void linkAttachment(_MsgMessage &message, _MsgAttachment &attachment);
+/// Puts an attachment among those of its message or reaction: under its guid, and apart from another of the
+/// same guid.
+void linkAttachment(QHash<QString, _MsgAttachment *> &attachments, _MsgAttachment &attachment);

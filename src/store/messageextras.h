@@ -2,10 +2,12 @@
 
 #include <QByteArray>
 #include <QExplicitlySharedDataPointer>
+#include <QHash>
 #include <QList>
 #include <QSharedData>
 #include <QString>
 
+struct _MsgAttachment;
 struct _MsgHandle;
 
 // What phones since iOS 10 keep about a message beside the columns of iOS 6. Fields are named after their
@@ -23,7 +25,10 @@ struct MessageReaction {
     _MsgHandle *handle = nullptr; ///< who reacted; null for the owner and where unknown
     int date = 0;
     QString service;
-    QString text; ///< the words that phones without reactions are sent; may be empty
+    QString text;            ///< the words that phones without reactions are sent; may be empty
+    QByteArray payload_data; ///< of a vote: which option it is for
+    QByteArray message_summary_info;
+    QHash<QString, _MsgAttachment *> attachments; ///< the picture of a sticker; keyed as those of messages
 };
 
 /// A state of a part of a message; the last one of a part is what it says now.

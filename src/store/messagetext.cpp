@@ -272,11 +272,16 @@ QList<_MsgHandle *> sortedHandles(const _MsgChat &chat)
 
 QList<_MsgAttachment *> sortedAttachments(const _MsgMessage &message)
 {
-    QList<_MsgAttachment *> attachments = message.attachments.values();
-    std::sort(attachments.begin(), attachments.end(), [](const _MsgAttachment *a, const _MsgAttachment *b) {
+    return sortedAttachments(message.attachments);
+}
+
+QList<_MsgAttachment *> sortedAttachments(const QHash<QString, _MsgAttachment *> &attachments)
+{
+    QList<_MsgAttachment *> list = attachments.values();
+    std::sort(list.begin(), list.end(), [](const _MsgAttachment *a, const _MsgAttachment *b) {
         return a->rowid != b->rowid ? a->rowid < b->rowid : a->guid < b->guid;
     });
-    return attachments;
+    return list;
 }
 
 QByteArray attachmentBody(const QString &guid)

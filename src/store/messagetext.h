@@ -56,6 +56,7 @@ QList<_MsgHandle *> sortedHandles(const _MsgChat &chat);
 
 /// The attachments by rowid.
 QList<_MsgAttachment *> sortedAttachments(const _MsgMessage &message);
+QList<_MsgAttachment *> sortedAttachments(const QHash<QString, _MsgAttachment *> &attachments);
 
 /// The `attributedBody` of a message that is one attachment and nothing else: a typed stream with a
 /// string of one U+FFFC that carries the attachment's guid. `guid` must have 36 bytes in UTF-8.

@@ -204,6 +204,6 @@ void readMmsAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
         attachment->rowid = rowid;
         store.attachments.insert(rowid, attachment);
         findFile(*attachment, part, root, files);
-        linkAttachment(*message, *attachment);
+        linkAttachment(message->attachments, *attachment);
     }
 }

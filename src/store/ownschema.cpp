@@ -33,6 +33,8 @@ QList<OwnColumn> ownColumns()
                                 {u"message"_s, u"_is_recovered"_s, u"INTEGER"_s},
                                 {u"attachment"_s, u"_is_sticker"_s, u"INTEGER"_s},
                                 {u"attachment"_s, u"_hide_attachment"_s, u"INTEGER"_s},
+                                {u"_reaction"_s, u"payload_data"_s, u"BLOB"_s},
+                                {u"_reaction"_s, u"message_summary_info"_s, u"BLOB"_s},
                                 {u"attachment"_s, u"_emoji_image_short_description"_s, u"TEXT"_s}};
     for (const ExtrasField &field : extrasFields())
         columns.append({u"message"_s, u'_' + field.column, std::visit(ColumnType(), field.member)});
@@ -46,16 +48,17 @@ QList<OwnColumn> missingColumns(Sqlite3DB &db)
     for (const OwnColumn &column : ownColumns()) {
         if (!known.contains(column.table))
             known.insert(column.table, db.tbInfo(column.table));
-        // A file with messages and no such table is one that somebody else made: it holds no attachments.
+        // A file with messages and no table of attachments is one that somebody else made: it holds none.
+        // One without a table of our own gets it complete.
         if (!known[column.table].isEmpty() && !known[column.table].contains(column.name))
             missing.append(column);
     }
     return missing;
 }
 
-QString ownScript()
+QString ownScript(const QString &name)
 {
-    QFile file(u":/res/localmsgdb_own.sql"_s);
+    QFile file(u":/res/"_s + name);
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error(u"%1: %2"_s.arg(file.fileName(), file.errorString()).toStdString());
     return QString::fromUtf8(file.readAll());
@@ -65,7 +68,14 @@ bool isComplete(Sqlite3DB &db)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     return tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s) &&
-           missingColumns(db).isEmpty();
+           tables.contains(u"_reaction_attachment_join"_s) && missingColumns(db).isEmpty();
+}
+
+void runScript(Sqlite3DB &db, const QString &name)
+{
+    QString error;
+    if (db.exec(ownScript(name), error) != 0)
+        throw std::runtime_error(u"bring the Local Database up to date: %1"_s.arg(error).toStdString());
 }
 
 } // namespace
@@ -79,8 +89,8 @@ void addOwnSchemaThrow(Sqlite3DB &db)
     for (const OwnColumn &column : missingColumns(db))
         db.executeThrow(
             Sqlite3Sql(u"ALTER TABLE %1 ADD COLUMN %2 %3"_s.arg(column.table, column.name, column.type)));
-    QString error;
-    if (db.exec(ownScript(), error) != 0)
-        throw std::runtime_error(u"bring the Local Database up to date: %1"_s.arg(error).toStdString());
+    runScript(db, u"localmsgdb_own.sql"_s);
+    if (tableTexts(db).contains(u"attachment"_s))
+        runScript(db, u"localmsgdb_own_attachments.sql"_s);
     transaction.commit();
 }

@@ -105,7 +105,10 @@ ReactionRow reactionRowOf(const _MsgMessage &message)
              .handle = isOwn ? nullptr : message.handle,
              .date = message.date,
              .service = message.service,
-             .text = message.text}};
+             .text = message.text,
+             .payload_data = extras.payload_data,
+             .message_summary_info = extras.message_summary_info,
+             .attachments = message.attachments}};
 }
 
 QList<ReactionRow> applyReactions(const GuidIndex &index, const QList<ReactionRow> &rows)

@@ -1,5 +1,6 @@
 // What newer phones tell of messages, in a Local Database and back.
 
+#include "attachmentlist.h"
 #include "backupsmsthread.h"
 #include "deletemessagesthread.h"
 #include "extrasfields.h"
@@ -32,6 +33,7 @@ _MsgStorePtr storeOf(AbsIOSMessageDb &db)
 {
     _MsgStorePtr store(new _MsgStore);
     db.messages(store, 0);
+    db.attachments(store);
     return store;
 }
 
@@ -43,15 +45,25 @@ QString told(const QList<MessageEdit> &edits)
     return texts.join(u',');
 }
 
+QString told(const QHash<QString, _MsgAttachment *> &attachments)
+{
+    QStringList texts;
+    for (const _MsgAttachment *attachment : sortedAttachments(attachments))
+        texts.append(attachment->guid + u' ' + QString::fromUtf8(bytesOf(attachment->localFile)));
+    return texts.join(u',');
+}
+
 QString told(const MessageExtras &extras)
 {
     QStringList texts = {told(extras.edits), told(extras.deletedParts), extras.originatorWords,
                          QString::number(extras.retractedParts.size())};
     for (const MessageReaction &one : extras.reactions)
-        texts.append(u"%1%2 on %3 by %4 at %5 %6 %7 %8"_s.arg(one.associated_message_type)
+        texts.append(u"%1%2 on %3 by %4 at %5 %6 %7 %8 %9"_s.arg(one.associated_message_type)
                          .arg(one.associated_message_emoji, QString::number(one.part),
                               one.handle ? one.handle->id : QString::number(one.is_from_me),
-                              QString::number(one.date), one.service, one.text, one.guid));
+                              QString::number(one.date), one.service, one.text, one.guid,
+                              QString::fromLatin1(one.payload_data + one.message_summary_info) +
+                                  told(one.attachments)));
     Sqlite3Sql columns("");
     for (const ExtrasField &field : extrasFields())
         bindField(columns, field, extras);
@@ -82,8 +94,11 @@ QStringList toldShort(const _MsgStorePtr &store)
     for (const _MsgMessage *message : allMessages(store)) {
         QStringList words = {message->text};
         const MessageExtras extras = message->extras ? *message->extras : MessageExtras();
-        for (const MessageReaction &reaction : extras.reactions)
+        for (const MessageReaction &reaction : extras.reactions) {
             words.append(QString::number(reaction.associated_message_type));
+            for (const _MsgAttachment *attachment : reaction.attachments)
+                words.append(attachment->transfer_name);
+        }
         for (const MessageEdit &edit : extras.edits)
             words.append(u"said "_s + edit.text);
         if (!extras.retractedParts.isEmpty())
@@ -157,25 +172,36 @@ void TestKeptExtras::everythingReadsBackAlike()
         message.attributedBody = "\x04\x0bstreamtyped";
     });
     phone.group({ann, ben}, u"iMessage"_s).named(u"Viaje"_s).receivedFrom(ben, u"مرحبا"_s);
-    phone.reactionBy(ann, 4000).event(4, ben).event(3, ann).event(2).groupTitle(u"Viaje 2"_s);
+    phone.reactionBy(ann, 4000).with([](SampleMessage &vote) { vote.extras.payload_data = "option 2"; });
+    phone.sticker(u"~/Library/SMS/Attachments/s.heic"_s)
+        .event(4, ben)
+        .event(3, ann)
+        .event(2)
+        .groupTitle(u"Viaje 2"_s);
     phone.event(1, ann).about(ben).chat(ann, u"Telepathy"_s).received(u"t"_s).recentlyDeleted();
     phone.chat(ann, u"iMessage"_s).received(u"by another service"_s).service(u"SMS"_s);
     phone.noChat().receivedFrom(ben, u"orphan"_s).reactionBy(u"+34699999999"_s, 2003).write();
+    const QString sticker = dir->filePath(u"file-relay/var/mobile/Library/SMS/Attachments/s.heic"_s);
+    QVERIFY(writeFile(sticker, "owl"));
     const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
+    const QStringList expected = told(store);
     RecordingProgress progress;
     backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    QVERIFY(QFile::remove(sticker)); // the Local Database has its own
     const _MsgStorePtr back = storeOf(*kept());
-    QCOMPARE(told(back), told(store));
-    QVERIFY(told(back).join(u'\n').contains(u"+34699999999"_s));
+    QCOMPARE(told(back), expected);
+    QCOMPARE(totalsOf(listAttachments(allMessages(back))).bytesOnDisk, 3);
+    for (const char *word : {"+34699999999", "option 2", " owl"})
+        QVERIFY2(expected.join(u'\n').contains(QLatin1StringView(word)), word);
 
     // Again, and then out of the Local Database into another.
-    const QString all = u"select * from message, _reaction, chat"_s;
+    const QString all = u"select * from message, _reaction, chat, _reaction_attachment_join"_s;
     const QStringList before = rowsOf(file, all);
     backupMessages(allMessages(store), QDir(dir->path()), file, progress);
     QCOMPARE(rowsOf(file, all), before);
     file += u"2"_s;
     backupMessages(allMessages(back), QDir(dir->path()), file, progress);
-    QCOMPARE(told(storeOf(*kept())), told(store));
+    QCOMPARE(told(storeOf(*kept())), expected);
 }
 
 void TestKeptExtras::whatCameSinceIsAdded_data()
@@ -192,10 +218,13 @@ void TestKeptExtras::whatCameSinceIsAdded_data()
     row(
         "a reaction whose message was missing",
         [](SmsDbBuilder &phone) {
-            phone.received(u"other"_s).received(u"hi"_s).guid(u"G"_s).reaction(2001).guid(u"R"_s).erased();
+            phone.received(u"other"_s).received(u"hi"_s).guid(u"G"_s).sticker(u"/s.png"_s).guid(u"R"_s);
+            phone.erased();
         },
-        [](SmsDbBuilder &phone) { phone.received(u"other"_s), hi(phone), phone.reaction(2001).guid(u"R"_s); },
-        {u"other"_s, u"hi 2001"_s});
+        [](SmsDbBuilder &phone) {
+            phone.received(u"other"_s), hi(phone), phone.sticker(u"/s.png"_s).guid(u"R"_s);
+        },
+        {u"other"_s, u"hi 1000 s.png"_s});
     row("an edit", hi, [](SmsDbBuilder &phone) { hi(phone), phone.edited(u"ho"_s); },
         {u"ho said hi said ho"_s});
     row(
@@ -244,7 +273,7 @@ void TestKeptExtras::aNameThatWasMissingComesIn()
 void TestKeptExtras::aMessageTakesItsReactionsAlong()
 {
     import([](SmsDbBuilder &phone) {
-        phone.received(u"goes"_s).reactionBy(ben, 2000).reactionBy(u"+34600"_s, 2000).deletedPart(0, u"x"_s);
+        phone.received(u"goes"_s).sticker(u"/s.png"_s).reactionBy(ben, 2000).reactionBy(u"+34600"_s, 2000).deletedPart(0, u"x"_s);
     phone.received(u"stays"_s).reactionBy(ben, 2001);
 });
 IOS6MessageDb db(QDir(dir->path()), file, QString(), true);
@@ -253,8 +282,9 @@ deleteMessages(db, allMessages(storeOf(db)).first(1), progress);
 db.close();
 QCOMPARE(toldShort(storeOf(*kept())), QStringList(u"stays 2001"_s));
 QCOMPARE(rowsOf(file, u"select count(*) from _reaction union all select count(*) from _part_text union all "
+                      "select count(*) from attachment union all "
                       "select group_concat(id) from (select id from handle order by id)"_s),
-         QStringList({u"1"_s, u"0"_s, ann + u',' + ben}));
+         QStringList({u"1"_s, u"0"_s, u"0"_s, ann + u',' + ben}));
 }
 
 QTEST_GUILESS_MAIN(TestKeptExtras)

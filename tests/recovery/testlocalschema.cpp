@@ -38,8 +38,10 @@ void TestLocalSchema::whatAFileLacksIsAdded_data()
     QTest::newRow("some of our own") << dropIndex +
                                             u"drop table _part_text; drop trigger _keep_reacting_handles;"
                                             "alter table handle drop column _contact;"
+                                            "alter table _reaction drop column payload_data;"
                                             "alter table message drop column _schedule_type;"
-                                            "alter table attachment drop column _is_sticker;"_s;
+                                            "alter table attachment drop column _is_sticker;"
+                                            "drop table _reaction_attachment_join;"_s;
     QTest::newRow("group_id") << all;
     for (const char *column : {"is_audio_message", "is_played", "date_played", "item_type", "other_handle",
                                "group_title", "group_action_type", "share_status", "share_direction",
