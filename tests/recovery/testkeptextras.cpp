@@ -3,14 +3,18 @@
 #include "attachmentlist.h"
 #include "backupsmsthread.h"
 #include "deletemessagesthread.h"
+#include "exportsmsthread.h"
 #include "extrasfields.h"
 #include "ios6messagedb.h"
 #include "localdbtools.h"
 #include "messagestore.h"
 #include "messagetext.h"
 #include "openmessagedb.h"
+#include "samplephone.h"
 #include "smsdbbuilder.h"
 
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -35,6 +39,19 @@ _MsgStorePtr storeOf(AbsIOSMessageDb &db)
     db.messages(store, 0);
     db.attachments(store);
     return store;
+}
+
+QStringList missingWords(const _MsgStore &store, const QString &written)
+{
+    static const QRegularExpression word(u"\\w+"_s, QRegularExpression::UseUnicodePropertiesOption);
+    QStringList missing;
+    for (const _MsgMessage *message : store.messages) {
+        for (const QRegularExpressionMatch &match : word.globalMatch(message->text)) {
+            if (!written.contains(match.captured()))
+                missing.append(match.captured());
+        }
+    }
+    return missing;
 }
 
 QString told(const QList<MessageEdit> &edits)
@@ -121,6 +138,8 @@ class TestKeptExtras : public QObject
 private Q_SLOTS:
     void init();
     void everythingReadsBackAlike();
+    void nothingOfAPhoneIsLost_data();
+    void nothingOfAPhoneIsLost();
     void whatCameSinceIsAdded_data();
     void whatCameSinceIsAdded();
     void aNameThatWasMissingComesIn();
@@ -202,6 +221,49 @@ void TestKeptExtras::everythingReadsBackAlike()
     file += u"2"_s;
     backupMessages(allMessages(back), QDir(dir->path()), file, progress);
     QCOMPARE(told(storeOf(*kept())), expected);
+}
+
+void TestKeptExtras::nothingOfAPhoneIsLost_data()
+{
+    QTest::addColumn<IosVersion>("version");
+    for (const IosVersion version : sampleGenerations)
+        QTest::addRow("iOS %d", int(version)) << version;
+}
+
+/// A phone as nobody has thought of it, of which some chats are gone.
+void TestKeptExtras::nothingOfAPhoneIsLost()
+{
+    QFETCH(IosVersion, version);
+    const quint64 seed = QRandomGenerator::global()->generate();
+    SamplePhone({.ios = version, .messages = 400, .seed = seed}).writeRelay(QDir(dir->path()));
+    const QString phone = messageDbPath(QDir(dir->path()));
+    const bool isIos5 = version == IosVersion::Ios5;
+    const QString chats = isIos5 ? u"msg_group"_s : u"chat"_s;
+    runOn(phone, u"update %1 set rowid=rowid+5000 where rowid%4=%2"_s.arg(chats).arg(seed % 4));
+    const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
+    RecordingProgress progress;
+    const ImportCounts counts = backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    QVERIFY2(counts.refused == 0 && counts.added == store->messages.size(),
+             qPrintable(QString::number(seed)));
+
+    QString guids = isIos5 ? u"madrid_guid from message where is_madrid"_s : u"guid from message"_s;
+    if (isModern(version)) // of the reactions those count that were not taken back
+        guids += u" where associated_message_type < 1000"_s;
+    else if (!isIos5 && version != IosVersion::Ios6)
+        guids += u" where item_type <> 4"_s;
+    const QStringList kept = rowsOf(file, u"select guid from message union select guid from _reaction"_s);
+    QStringList wanted = rowsOf(phone, u"select "_s + guids);
+    for (const _MsgMessage *message : std::as_const(store->messages)) {
+        for (const MessageReaction &reaction :
+             message->extras ? message->extras->reactions : QList<MessageReaction>())
+            wanted.append(reaction.guid);
+    }
+    for (const QString &guid : std::as_const(wanted))
+        QVERIFY2(kept.contains(guid), qPrintable(u"%1 of seed %2"_s.arg(guid).arg(seed)));
+
+    const QString text = dir->filePath(u"all.txt"_s);
+    exportMessages(allMessages(store), {text, ExportText, true, FinishedFiles::AreRemoved}, progress);
+    QCOMPARE(missingWords(*store, QString::fromUtf8(bytesOf(text))), QStringList());
 }
 
 void TestKeptExtras::whatCameSinceIsAdded_data()
