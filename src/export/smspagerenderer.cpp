@@ -75,10 +75,10 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
 void SmsPageRenderer::addWords(PageText &text, const _MsgMessage &message) const
 {
     const auto whose = message.item_type == 0 ? PageText::Words::Peoples : PageText::Words::Programs;
-    const QString own = renderText(message, emoji);
+    const QString own = renderText(message, emoji, DateForm::SystemShort);
     if (!own.isEmpty())
         text.add(own, whose, Qt::black, lineGap);
-    for (const QString &line : wordsUnder(message))
+    for (const QString &line : wordsUnder(message, History::Told, DateForm::SystemShort))
         text.add(u'[' + withEmoji(line, emoji) + u']', PageText::Words::Programs);
     for (const _MsgAttachment *attachment : shownAttachments(message))
         text.add(attachmentLine(*attachment), PageText::Words::Programs);

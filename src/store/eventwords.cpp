@@ -3,6 +3,7 @@
 #include "messagestore.h"
 #include "messagetext.h"
 
+#include <QLocale>
 #include <QObject>
 
 using namespace Qt::StringLiterals;
@@ -100,16 +101,18 @@ QString sentenceOf(const _MsgMessage &message)
 
 } // namespace
 
-QString eventDate(int date)
+QString eventDate(int date, DateForm form)
 {
+    if (form == DateForm::SystemShort)
+        return QLocale::system().toString(appleDateTime(date), QLocale::ShortFormat);
     return appleDateTime(date).toString(u"dd MMM yyyy h:m AP"_s);
 }
 
-QString newerEventSentence(const _MsgMessage &message)
+QString newerEventSentence(const _MsgMessage &message, DateForm dates)
 {
     QString sentence = sentenceOf(message);
     if (sentence.isEmpty())
         sentence = QObject::tr("IDS_EVENT_UNKNOWN_%1_%2")
                        .arg(QString::number(message.item_type), QString::number(message.group_action_type));
-    return sentence + u'\n' + eventDate(message.date);
+    return sentence + u'\n' + eventDate(message.date, dates);
 }

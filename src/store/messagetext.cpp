@@ -139,9 +139,9 @@ QString personInEvent(const _MsgHandle *handle)
     return handle ? displayName(*handle, false) : u"You"_s;
 }
 
-QString eventSentence(const _MsgMessage &message)
+QString eventSentence(const _MsgMessage &message, DateForm dates)
 {
-    const QString date = eventDate(message.date);
+    const QString date = eventDate(message.date, dates);
     const QString who = personInEvent(message.handle);
     switch (message.item_type) {
     case 1:
@@ -205,17 +205,17 @@ QString plainText(const _MsgMessage &message)
     return text.remove(attachmentSign);
 }
 
-QString displayText(const _MsgMessage &message)
+QString displayText(const _MsgMessage &message, DateForm dates)
 {
     if (message.item_type == 0)
-        return withSubject(message, textOrWords(message, textWithMarkers(message)));
-    return message.extras && message.extras->hasNewerEvent ? newerEventSentence(message)
-                                                           : eventSentence(message);
+        return withSubject(message, textOrWords(message, textWithMarkers(message), dates));
+    return message.extras && message.extras->hasNewerEvent ? newerEventSentence(message, dates)
+                                                           : eventSentence(message, dates);
 }
 
-QString renderText(const _MsgMessage &message, EmojiStyle emoji)
+QString renderText(const _MsgMessage &message, EmojiStyle emoji, DateForm dates)
 {
-    return withEmoji(displayText(message), emoji);
+    return withEmoji(displayText(message, dates), emoji);
 }
 
 QString fullText(const _MsgMessage &message, EmojiStyle emoji)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "eventwords.h"
 #include "messagerecords.h"
 
 #include <QByteArray>
@@ -29,10 +30,11 @@ QString plainText(const _MsgMessage &message);
 /// The subject on a line of its own where there is one, then the text with a marker for each attachment, or
 /// its parts, one a line, where their order is known; or the sentence of an event with its local date. Where
 /// a newer phone keeps no text, words stand in its place.
-QString displayText(const _MsgMessage &message);
+QString displayText(const _MsgMessage &message, DateForm dates = DateForm::Spelled);
 
 /// `displayText` with emoji as asked for: what views and exports show.
-QString renderText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers);
+QString renderText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers,
+                   DateForm dates = DateForm::Spelled);
 /// `text` with emoji as asked for.
 QString withEmoji(const QString &text, EmojiStyle emoji);
 

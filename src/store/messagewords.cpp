@@ -106,12 +106,12 @@ QString reactionTo(const QString &object, const MessageReaction &reaction)
 }
 
 /// When a part was taken back: phones set the date of editing then as well, older ones alone.
-QString unsentDate(const _MsgMessage &message)
+QString unsentDate(const _MsgMessage &message, DateForm dates)
 {
     const MessageExtras &extras = *message.extras;
     if (extras.date_retracted != 0)
-        return eventDate(extras.date_retracted);
-    return eventDate(extras.date_edited != 0 ? extras.date_edited : message.date);
+        return eventDate(extras.date_retracted, dates);
+    return eventDate(extras.date_edited != 0 ? extras.date_edited : message.date, dates);
 }
 
 QString quoted(const QString &text)
@@ -128,35 +128,38 @@ void addReply(QStringList &lines, const MessageExtras &extras)
 }
 
 /// What the message said before it was edited.
-QStringList earlierTexts(const MessageExtras &extras)
+QStringList earlierTexts(const MessageExtras &extras, DateForm dates = DateForm::Spelled)
 {
     QStringList lines;
     for (qsizetype i = 0; i + 1 < extras.edits.size(); ++i) {
         const MessageEdit &edit = extras.edits.at(i);
         if (extras.edits.at(i + 1).part == edit.part) // the last of a part is what it says now
-            lines.append(QObject::tr("IDS_EDIT_BEFORE_%1_%2").arg(eventDate(edit.date), quoted(edit.text)));
+            lines.append(
+                QObject::tr("IDS_EDIT_BEFORE_%1_%2").arg(eventDate(edit.date, dates), quoted(edit.text)));
     }
     return lines;
 }
 
-void addEdits(QStringList &lines, const MessageExtras &extras, History history)
+void addEdits(QStringList &lines, const MessageExtras &extras, History history, DateForm dates)
 {
     const bool isOnlyUnsent = extras.edits.isEmpty() && hasUnsentParts(extras);
     if (extras.edits.isEmpty() && (extras.date_edited == 0 || isOnlyUnsent))
         return;
-    lines.append(extras.date_edited == 0 ? QObject::tr("IDS_EDITED")
-                                         : QObject::tr("IDS_EDITED_%1").arg(eventDate(extras.date_edited)));
+    lines.append(extras.date_edited == 0
+                     ? QObject::tr("IDS_EDITED")
+                     : QObject::tr("IDS_EDITED_%1").arg(eventDate(extras.date_edited, dates)));
     if (history == History::Told)
-        lines.append(earlierTexts(extras));
+        lines.append(earlierTexts(extras, dates));
 }
 
-void addLostParts(QStringList &lines, const _MsgMessage &message)
+void addLostParts(QStringList &lines, const _MsgMessage &message, DateForm dates)
 {
     const MessageExtras &extras = *message.extras;
     if (!isUnsent(message) && hasUnsentParts(extras))
-        lines.append(QObject::tr("IDS_PART_UNSENT_%1").arg(unsentDate(message)));
+        lines.append(QObject::tr("IDS_PART_UNSENT_%1").arg(unsentDate(message, dates)));
     for (const MessageEdit &part : extras.deletedParts)
-        lines.append(QObject::tr("IDS_PART_DELETED_%1_%2").arg(eventDate(part.date), quoted(part.text)));
+        lines.append(
+            QObject::tr("IDS_PART_DELETED_%1_%2").arg(eventDate(part.date, dates), quoted(part.text)));
 }
 
 } // namespace
@@ -205,7 +208,7 @@ bool isUnsent(const _MsgMessage &message)
            message.attachments.isEmpty();
 }
 
-QString textOrWords(const _MsgMessage &message, const QString &text)
+QString textOrWords(const _MsgMessage &message, const QString &text, DateForm dates)
 {
     if (!message.extras)
         return text;
@@ -220,7 +223,7 @@ QString textOrWords(const _MsgMessage &message, const QString &text)
     if (!text.isEmpty())
         return text;
     if (isUnsent(message))
-        return QObject::tr("IDS_UNSENT_%1").arg(unsentDate(message));
+        return QObject::tr("IDS_UNSENT_%1").arg(unsentDate(message, dates));
     return extras.balloon_bundle_id.isEmpty() ? QString() : balloonName(extras.balloon_bundle_id);
 }
 
@@ -234,7 +237,7 @@ bool hasHistory(const _MsgMessage &message)
     return message.extras && !earlierTexts(*message.extras).isEmpty();
 }
 
-QStringList wordsUnder(const _MsgMessage &message, History history)
+QStringList wordsUnder(const _MsgMessage &message, History history, DateForm dates)
 {
     QStringList lines;
     if (!message.extras)
@@ -247,12 +250,12 @@ QStringList wordsUnder(const _MsgMessage &message, History history)
     if (!extras.balloon_bundle_id.isEmpty() && !plainText(message).trimmed().isEmpty() &&
         appOf(extras.balloon_bundle_id) != linkBalloon)
         lines.append(balloonName(extras.balloon_bundle_id));
-    addEdits(lines, extras, history);
-    addLostParts(lines, message);
+    addEdits(lines, extras, history, dates);
+    addLostParts(lines, message, dates);
     if (extras.schedule_type == 2)
         lines.append(QObject::tr("IDS_TO_BE_SENT_LATER"));
     if (isRecentlyDeleted(message))
-        lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date)));
+        lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date, dates)));
     for (const MessageReaction &reaction : extras.reactions)
         lines.append(reactionWords(reaction));
     return lines;

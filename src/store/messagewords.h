@@ -1,5 +1,6 @@
 #pragma once
 
+#include "eventwords.h"
 #include "messagerecords.h"
 
 #include <QStringList>
@@ -31,7 +32,7 @@ bool isUnsent(const _MsgMessage &message);
 
 /// What an ordinary message shows as its text: `text`, or what stands in the place of one that is empty,
 /// can't be read or is a reaction to a message that isn't there.
-QString textOrWords(const _MsgMessage &message, const QString &text);
+QString textOrWords(const _MsgMessage &message, const QString &text, DateForm dates = DateForm::Spelled);
 
 /// Whether it lies in "Recently Deleted".
 bool isRecentlyDeleted(const _MsgMessage &message);
@@ -44,4 +45,5 @@ enum class History { Told, LeftOut };
 
 /// The lines under the message: what it answers, effect, app, edits with what it said before, unsent and
 /// deleted parts, that it is still to be sent or recently deleted, then the reactions.
-QStringList wordsUnder(const _MsgMessage &message, History history = History::Told);
+QStringList wordsUnder(const _MsgMessage &message, History history = History::Told,
+                       DateForm dates = DateForm::Spelled);

@@ -43,17 +43,18 @@ QString titleCell(const _MsgMessage &message)
 QString bareText(const _MsgMessage &message, EmojiStyle emoji)
 {
     if (message.attachments.isEmpty())
-        return renderText(message, emoji);
+        return renderText(message, emoji, DateForm::SystemShort);
     _MsgMessage bare = message;
     bare.attachments.clear();
-    return renderText(bare, emoji);
+    return renderText(bare, emoji, DateForm::SystemShort);
 }
 
 /// What stands under the text: reply, effect, edits, reactions and the like.
 QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
     QString html;
-    for (const QString &line : wordsUnder(message, isHistoryOpen ? History::Told : History::LeftOut))
+    for (const QString &line :
+         wordsUnder(message, isHistoryOpen ? History::Told : History::LeftOut, DateForm::SystemShort))
         html += u"<div class=\"w\">"_s + cellText(withEmoji(line, emoji)) + u"</div>"_s;
     if (hasHistory(message)) {
         const QString link =

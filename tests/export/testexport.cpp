@@ -328,7 +328,7 @@ void TestExport::pdfTextFromRightToLeftKeepsItsPlace()
         QSKIP("pdftotext is not installed");
     Records records;
     records.talk({person(u"+34611"_s, u"דנה לוי"_s), person(u"+34622"_s, u"רון"_s)});
-    records.received(u"שלום 12\rleft"_s);
+    records.received(u"שלום 12\rleft"_s).received({}).last().item_type = 3;
     const QString words =
         QString::fromUtf8(readFromPdf(records, u"pdftotext"_s, {u"-bbox"_s, u"FILE"_s, u"-"_s}));
     const auto leftOf = [&](const QString &word) {
@@ -338,6 +338,8 @@ void TestExport::pdfTextFromRightToLeftKeepsItsPlace()
     QVERIFY(leftOf(u"From:"_s) < leftOf(u"ד"_s) && leftOf(u"ד"_s) < leftOf(u"(+34611),"_s));
     QVERIFY(leftOf(u"(+34611),"_s) < leftOf(u"(+34622)"_s));
     QVERIFY2(leftOf(u"12"_s) > 400, "a line from right to left stands at the right");
+    const QString date = QLocale::system().toString(appleDateTime(records.last().date), QLocale::ShortFormat);
+    QCOMPARE(words.count(u'>' + date.section(u' ', -1) + u'<'), 2); // above the event and in its sentence
     QVERIFY2(leftOf(u"left"_s) > 0 && leftOf(u"left"_s) < 50, "a carriage return ends a line");
 }
 
