@@ -91,6 +91,7 @@ void BackupManifest::loadInfo()
     const QString path = backupDir.absoluteFilePath(u"Manifest.plist"_s);
     const bool isNeeded = QFileInfo::exists(path) || !hasPlainManifestDb(backupDir.path());
     const PlistValue root = isNeeded ? readPlist(path) : PlistValue();
+    lacksPlist = !root.isDictionary();
     const PlistValue lockdown = root.value(u"Lockdown"_s);
     uniqueDeviceId = lockdown.value(u"UniqueDeviceID"_s).toString();
     deviceName = lockdown.value(u"DeviceName"_s).toString();
@@ -108,6 +109,8 @@ void BackupManifest::loadInfo()
     const QString folder = backupDir.dirName();
     const bool isNamedAfterPhone = !uniqueDeviceId.isEmpty() && folder.contains(uniqueDeviceId);
     displayName = isNamedAfterPhone ? QString(folder).replace(uniqueDeviceId, phone) : phone + u'-' + folder;
+    if (phone.isEmpty())
+        displayName = folder;
     if (!isFinished)
         displayName = QObject::tr("IDS_BACKUP_NOT_FINISHED_%1").arg(displayName);
 }
@@ -115,18 +118,35 @@ void BackupManifest::loadInfo()
 void BackupManifest::loadIndex()
 {
     if (!rootNode.children.isEmpty())
-        return;
+        return throwWithoutKeys();
     isModern = hasManifestDb(backupDir.path());
-    if (isModern)
-        return loadManifestDb();
+    if (isModern) {
+        loadManifestDb();
+        return throwWithoutKeys();
+    }
     const QString path = standingManifest(backupDir);
     manifestBytes = readMbdbBytes(path);
     buildManifestTree(*this, manifestBytes, path);
+    throwWithoutKeys();
+}
+
+/// Without keys an enciphered message file would come out as noise.
+void BackupManifest::throwWithoutKeys() const
+{
+    const bool isEnciphered = smsDatabase ? smsDatabase->record.encryptionKey.isPresent()
+                                          : isModern && !hasPlainManifestDb(backupDir.path());
+    if (lacksPlist && isEnciphered) {
+        const QString text =
+            u"%1 is missing or damaged. The backup is encrypted, and only that file tells how "
+            "its password opens it. Make the backup again."_s;
+        throw std::runtime_error(text.arg(backupDir.absoluteFilePath(u"Manifest.plist"_s)).toStdString());
+    }
 }
 
 void BackupManifest::loadManifestDb()
 {
     const QString path = backupDir.absoluteFilePath(u"Manifest.db"_s);
+    throwWithoutKeys();
     try {
         const QTemporaryDir room;
         const QString plain = room.filePath(u"Manifest.db"_s);

@@ -109,6 +109,9 @@ public:
 
 private:
     void loadManifestDb();
+    void throwWithoutKeys() const;
+
+    bool lacksPlist = false; ///< "Manifest.plist", which has the keys, is missing or damaged
 
     QByteArray manifestBytes;
     TextArena manifestTexts;

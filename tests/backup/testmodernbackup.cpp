@@ -66,6 +66,7 @@ private Q_SLOTS:
     void derivationsEndAtOnce();
     void saysWhatIsMissing();
     void aPlainListNeedsNoPropertyList();
+    void keysLieInTheDamagedPropertyList();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
@@ -322,6 +323,23 @@ void TestModernBackup::derivationsEndAtOnce()
     QCOMPARE(backup.keyBagClasses, keys);
     backup.backupKeyBag.replace(rounds, 4, QByteArray::fromHex("05f5e101"));
     QVERIFY_EXCEPTION_THROWN((void)backup.unlockKeyBag(u"pw"_s), std::runtime_error);
+}
+
+void TestModernBackup::keysLieInTheDamagedPropertyList()
+{
+    const BackupBuilder old = BackupBuilder(QDir(path(u"old"_s))).iterations(3);
+    for (const BackupBuilder &backup : {builder(), old}) {
+        for (const QString &password : {QString(), u"pw"_s}) {
+            BackupBuilder phone(backup);
+            const QString folder = phone.file(home, smsDb, "x").password(password).write();
+            QVERIFY(writeFile(folder + u"/Manifest.plist"_s, "<pl"));
+            manifest = std::make_unique<BackupManifest>(folder);
+            const QString failure = failureOf([this] { (void)openBackup(*manifest, std::nullopt); });
+            QCOMPARE(failure.startsWith(folder + u"/Manifest.plist"_s), !password.isNull());
+            QCOMPARE(manifest->displayName, QDir(folder).dirName());
+            QVERIFY(QDir(folder).removeRecursively());
+        }
+    }
 }
 
 void TestModernBackup::aPlainListNeedsNoPropertyList()
