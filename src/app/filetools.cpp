@@ -4,6 +4,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <stdexcept>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -73,4 +75,9 @@ std::optional<QString> pathBelow(const QDir &root, const QString &name)
 QString md5Hex(const QString &text)
 {
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
+}
+
+void throwFileError(const QString &text, const QFile &file)
+{
+    throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
 }

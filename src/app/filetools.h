@@ -5,6 +5,8 @@
 
 #include <optional>
 
+class QFile;
+
 /// `path` if nothing stands there, else "name(1).suffix", "name(2).suffix" and on in the same
 /// folder. The name is cut at its first dot: "a.b.c" gives "a(1).c".
 QString uniqueFileName(const QString &path);
@@ -24,3 +26,6 @@ std::optional<QString> pathBelow(const QDir &root, const QString &name);
 
 /// Lower-case hex of the MD5 of the UTF-8 of `text`, 32 digits.
 QString md5Hex(const QString &text);
+
+/// Throws `std::runtime_error` with `text`, where `%1` becomes the file's name and `%2` its last error.
+[[noreturn]] void throwFileError(const QString &text, const QFile &file);

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr int keyBits = 256;
-constexpr qsizetype blockSize = 16;
+constexpr qsizetype aesBlockSize = 16;
 
 struct MdContext {
     MdContext() { mbedtls_md_init(&context); }
@@ -69,7 +69,7 @@ void Aes256::decryptBlock(unsigned char block[16])
 
 bool Aes256::decryptCbc(const char *data, qsizetype length, unsigned char iv[16], char *plain)
 {
-    if (length < 0 || length % blockSize != 0)
+    if (length < 0 || length % aesBlockSize != 0)
         return false;
     return mbedtls_aes_crypt_cbc(context.get(), MBEDTLS_AES_DECRYPT, size_t(length), iv,
                                  reinterpret_cast<const unsigned char *>(data),

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int blockSize = 8192; // bytes
+constexpr int copyBlockSize = 8192; // bytes
 constexpr qsizetype keyPrefixSize = 4;
 constexpr qint64 cipherBlock = 16; // bytes
 
@@ -110,8 +110,8 @@ void copyBlocks(QFile &source, QFile &target, FileCipher *cipher, const QString 
 {
     const qint64 total = source.size();
     qint64 done = 0;
-    char block[blockSize];
-    while (const qint64 length = source.read(block, blockSize)) {
+    char block[copyBlockSize];
+    while (const qint64 length = source.read(block, copyBlockSize)) {
         if (length < 0)
             throwFileError(source);
         done += length;

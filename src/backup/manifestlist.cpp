@@ -12,7 +12,6 @@ namespace
 constexpr auto applicationPrefix = "AppDomain-"_L1;
 constexpr std::array containerPrefixes = {"AppDomainGroup-"_L1, "AppDomainPlugin-"_L1,
                                           "SysContainerDomain-"_L1, "SysSharedContainerDomain-"_L1};
-constexpr QByteArrayView applicationsFolder("Applications");
 
 /// The first byte in UTF-8 of U+E000, from where on the order of UTF-16 is another one.
 constexpr uchar firstOutOfOrder = 0xEE;

@@ -10,6 +10,9 @@
 #include <memory>
 #include <vector>
 
+/// Where the tree keeps the files of applications.
+inline constexpr QByteArrayView applicationsFolder("Applications");
+
 /// A record on its way into the tree that all domains share.
 struct ManifestEntry {
     QByteArrayView path; ///< UTF-8

@@ -12,8 +12,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr QByteArrayView applicationsFolder("Applications");
-
 void hang(_ManifestNode *node, _ManifestNode *parent)
 {
     node->parent = parent;

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr quint64 headerSize = 40;
+constexpr quint64 afcHeaderSize = 40;
 constexpr QByteArrayView magic = "CFA6LPAA";
 constexpr int largestPiece = 1024 * 1024; // bytes
 
@@ -23,7 +23,7 @@ QByteArray headerBytes(int socket, AfcOperation operation, quint64 parameters, q
 {
     // The packet number is the descriptor's and no counter; the phone only hands it back.
     const quint64 number = socket == 0 ? 0xFFFFFFFF : quint64(socket);
-    const quint64 thisLength = headerSize + parameters;
+    const quint64 thisLength = afcHeaderSize + parameters;
     return magic.toByteArray() + afcNumber(thisLength + data) + afcNumber(thisLength) + afcNumber(number) +
            afcNumber(quint64(operation));
 }
@@ -48,13 +48,13 @@ bool receiveWhole(int socket, char *target, int length)
 
 AfcHeader receiveHeader(int socket)
 {
-    std::array<char, headerSize> bytes = {};
+    std::array<char, afcHeaderSize> bytes = {};
     const QByteArrayView view(bytes);
     if (!receiveWhole(socket, bytes.data(), int(bytes.size())) || !view.startsWith(magic))
         giveUp(socket, "read AFC header failed.");
     const AfcHeader header = {*readLittleEndian<quint64>(view.sliced(8)),
                               *readLittleEndian<quint64>(view.sliced(32))};
-    if (header.entireLength < headerSize)
+    if (header.entireLength < afcHeaderSize)
         giveUp(socket, "read AFC header failed.");
     return header;
 }
@@ -111,7 +111,7 @@ void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, Q
     const QByteArray packet =
         headerBytes(socket, operation, quint64(parameters.size()), quint64(data.size())) + parameters;
     const int sent = socket_send(socket, packet.constData(), int(packet.size()), serviceTimeoutMs);
-    if (sent < int(headerSize))
+    if (sent < int(afcHeaderSize))
         failSending(socket, u"send AFC header (%1) error."_s, operation);
     if (sent < packet.size())
         failSending(socket, u"send AFC content (%1) error."_s, operation);
@@ -122,7 +122,7 @@ void sendAfc(int socket, AfcOperation operation, const QByteArray &parameters, Q
 QByteArray receiveAfc(int socket, AfcOperation asked, quint64 *status)
 {
     const AfcHeader header = receiveHeader(socket);
-    const QByteArray payload = receivePayload(socket, header.entireLength - headerSize);
+    const QByteArray payload = receivePayload(socket, header.entireLength - afcHeaderSize);
     const bool isOpened =
         asked == AfcOperation::OpenFile && header.operation == quint64(AfcOperation::FileOpened);
     if (isOpened || header.operation == quint64(AfcOperation::Data))
@@ -135,7 +135,7 @@ QByteArray receiveAfc(int socket, AfcOperation asked, quint64 *status)
 qint64 receiveAfcData(int socket, char *target, qint64 length)
 {
     const AfcHeader header = receiveHeader(socket);
-    const quint64 payload = header.entireLength - headerSize;
+    const quint64 payload = header.entireLength - afcHeaderSize;
     if (header.operation != quint64(AfcOperation::Data)) {
         judge(header, receivePayload(socket, payload), nullptr);
         return 0;

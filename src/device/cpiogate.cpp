@@ -10,7 +10,7 @@ namespace
 {
 
 // The header of a "newc" archive: a magic number, then hexadecimal numbers of eight digits.
-constexpr qsizetype headerSize = 110;
+constexpr qsizetype cpioHeaderSize = 110;
 constexpr qsizetype magicSize = 6;
 constexpr qsizetype fileSizeAt = 54;
 constexpr qsizetype nameSizeAt = 94;
@@ -36,7 +36,7 @@ std::optional<qint64> entryLength(QByteArrayView header)
     if (!isMagic(header) || !isHex || numberAt(header, nameSizeAt) > longestName)
         return std::nullopt;
     const auto inWords = [](qint64 bytes) { return (bytes + 3) / 4 * 4; };
-    return inWords(headerSize + numberAt(header, nameSizeAt)) + inWords(numberAt(header, fileSizeAt));
+    return inWords(cpioHeaderSize + numberAt(header, nameSizeAt)) + inWords(numberAt(header, fileSizeAt));
 }
 
 } // namespace
@@ -60,8 +60,8 @@ qsizetype CpioGate::lookThrough(QByteArrayView bytes)
         hasHeaders = isMagic(bytes);
     if (!hasHeaders)
         return bytes.size();
-    while (!isShut && toHeader + headerSize <= bytes.size()) {
-        const std::optional<qint64> length = entryLength(bytes.sliced(toHeader, headerSize));
+    while (!isShut && toHeader + cpioHeaderSize <= bytes.size()) {
+        const std::optional<qint64> length = entryLength(bytes.sliced(toHeader, cpioHeaderSize));
         isShut = !length;
         toHeader += length.value_or(0);
     }

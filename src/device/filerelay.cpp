@@ -2,6 +2,7 @@
 
 #include "backupfiles.h"
 #include "devicesession.h"
+#include "filetools.h"
 #include "jobprogress.h"
 #include "servicemessages.h"
 #include "servicesocket.h"
@@ -17,17 +18,12 @@ namespace
 constexpr int chunkSize = 0x80000;              // bytes
 constexpr int acknowledgeTimeoutMs = 3'600'000; // the phone packs first
 
-[[noreturn]] void failWith(const QString &text, const QFile &file)
-{
-    throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
-}
-
 /// Saves what comes until the phone closes the socket, or is silent for a minute.
 void saveStream(int socket, const QString &path, JobProgress &progress)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        failWith(u"create %1 failed. %2"_s, file);
+        throwFileError(u"create %1 failed. %2"_s, file);
     QByteArray chunk(chunkSize, Qt::Uninitialized);
     qint64 total = 0;
     const auto heedPerson = [&] { throwIfCancelled(progress); };
@@ -37,10 +33,10 @@ void saveStream(int socket, const QString &path, JobProgress &progress)
         total += received;
         progress.updateProgress({}, 99, u"Received:%L1KB"_s.arg(total / 1024));
         if (file.write(chunk.constData(), received) != received)
-            failWith(u"write %1 failed. %2"_s, file);
+            throwFileError(u"write %1 failed. %2"_s, file);
     }
     if (!file.flush())
-        failWith(u"write %1 failed. %2"_s, file);
+        throwFileError(u"write %1 failed. %2"_s, file);
 }
 
 CFType sendRequest(int socket, const QStringList &sources)

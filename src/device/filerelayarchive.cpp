@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int chunkSize = 0x80000; // bytes
+constexpr int archiveBlockSize = 0x80000; // bytes
 
 // Bits of an entry's type. Only they count: a link has the one of a file and comes out as an empty file.
 constexpr unsigned directoryBit = 0x4000;
@@ -38,7 +38,8 @@ ArchiveReader openPacked(const QString &path)
     archive_read_support_filter_bzip2(reader.get());
     archive_read_support_format_raw(reader.get());
     archive_read_support_format_empty(reader.get()); // a phone may have nothing to hand out
-    const int code = archive_read_open_filename(reader.get(), QFile::encodeName(path).constData(), chunkSize);
+    const int code =
+        archive_read_open_filename(reader.get(), QFile::encodeName(path).constData(), archiveBlockSize);
     if (code != ARCHIVE_OK)
         throw std::runtime_error(u"open %1(%2) error."_s.arg(path).arg(code).toStdString());
     archive_entry *all = nullptr;
@@ -72,17 +73,15 @@ QString entryName(archive_entry *entry)
     return QString::fromUtf8(utf8 ? utf8 : archive_entry_pathname(entry)).remove(ends).remove(forbidden);
 }
 
-[[noreturn]] void failWith(const QString &text, const QFile &file)
-{
-    throw std::runtime_error(text.arg(file.fileName(), file.errorString()).toStdString());
-}
-
 /// Takes an archive apart, entry by entry.
 class Extraction
 {
 public:
     Extraction(archive *archiveReader, const QDir &target, JobProgress &jobProgress)
-        : reader(archiveReader), folder(target), progress(jobProgress), chunk(chunkSize, Qt::Uninitialized)
+        : reader(archiveReader)
+        , folder(target)
+        , progress(jobProgress)
+        , chunk(archiveBlockSize, Qt::Uninitialized)
     {
     }
 
@@ -126,10 +125,10 @@ void Extraction::extractFile(archive_entry *entry, const QString &target)
     written.insert(target);
     QFile file(target);
     if (!file.open(QIODevice::WriteOnly))
-        failWith(u"create %1 error. %2"_s, file);
+        throwFileError(u"create %1 error. %2"_s, file);
     copyData(archive_entry_size(entry), file);
     if (!file.flush())
-        failWith(u"write %1 error. %2"_s, file);
+        throwFileError(u"write %1 error. %2"_s, file);
     file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_atime(entry)), QFile::FileAccessTime);
     file.setFileTime(QDateTime::fromSecsSinceEpoch(archive_entry_mtime(entry)), QFile::FileModificationTime);
 }
@@ -144,7 +143,7 @@ void Extraction::copyData(qint64 size, QFile &file)
         if (count <= 0)
             return;
         if (file.write(chunk.constData(), count) != count)
-            failWith(u"write %1 error. %2"_s, file);
+            throwFileError(u"write %1 error. %2"_s, file);
         done += count;
     }
 }

@@ -8,8 +8,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr QChar attachmentSign(0xFFFC);
-
 bool hasHashes(IOS6MessageDb &db)
 {
     return db.hasColumn(u"message"_s, u"logic_hash"_s);

@@ -1,3 +1,4 @@
+#include "appledates.h"
 #include "countrylibdb.h"
 #include "deletedrows.h"
 #include "messagestore.h"
@@ -13,9 +14,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qint64 appleEpoch = 978307200; // 2001-01-01 00:00:00 UTC in seconds since 1970
-constexpr qsizetype shortRow = 17;
-constexpr qsizetype longRow = 33;
+constexpr qsizetype ios5ShortRow = 17;
+constexpr qsizetype ios5LongRow = 33;
 constexpr qsizetype uiFlagsColumn = 10;
 constexpr qsizetype readColumn = 16;
 constexpr qsizetype firstMadridColumn = 17;
@@ -79,7 +79,7 @@ bool isKnownUiFlags(qint64 flags)
 /// A text message: of the columns for iMessage nothing is filled.
 bool isSms(const QList<QVariant> &values)
 {
-    if (values.size() < longRow)
+    if (values.size() < ios5LongRow)
         return true;
     const auto isNull = [&](qsizetype column) { return !values.at(column).isValid(); };
     for (qsizetype column = firstMadridColumn; column < isMadridColumn; ++column) {
@@ -91,7 +91,7 @@ bool isSms(const QList<QVariant> &values)
 
 bool isMadrid(const QList<QVariant> &values)
 {
-    return values.size() >= longRow && longOf(values.at(isMadridColumn)) == 1 &&
+    return values.size() >= ios5LongRow && longOf(values.at(isMadridColumn)) == 1 &&
            values.at(23).toString() == "Madrid"_L1;
 }
 
@@ -170,22 +170,22 @@ bool isPossibleDate(int date)
 
 QList<QList<_SqliteCol>> ios5MessageColumns()
 {
-    return {firstColumns(shortRow), firstColumns(longRow - 1), firstColumns(longRow)};
+    return {firstColumns(ios5ShortRow), firstColumns(ios5LongRow - 1), firstColumns(ios5LongRow)};
 }
 
 bool isPlausibleIos5Row(const Sqlite3RawRow &row)
 {
     const QList<QVariant> &values = row.values;
-    if (values.size() < shortRow || quint64(longOf(values.at(readColumn))) > 1 ||
+    if (values.size() < ios5ShortRow || quint64(longOf(values.at(readColumn))) > 1 ||
         !isKnownUiFlags(longOf(values.at(uiFlagsColumn))))
         return false;
-    return values.size() < longRow || quint64(longOf(values.at(isMadridColumn))) < 2;
+    return values.size() < ios5LongRow || quint64(longOf(values.at(isMadridColumn))) < 2;
 }
 
 std::optional<_RecycleMessage> rowToIos5Message(const Sqlite3RawRow &row, CountryLibDb &countries)
 {
     const QList<QVariant> &values = row.values;
-    if (values.size() < shortRow || quint64(longOf(values.at(5))) > 1 ||
+    if (values.size() < ios5ShortRow || quint64(longOf(values.at(5))) > 1 ||
         !isKnownUiFlags(longOf(values.at(uiFlagsColumn))))
         return std::nullopt;
     _RecycleMessage recycled = {commonMessage(row), {}, {}};

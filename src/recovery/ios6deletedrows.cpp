@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qsizetype shortRow = 38;
-constexpr qsizetype longRow = 50;
+constexpr qsizetype ios6ShortRow = 38;
+constexpr qsizetype ios6LongRow = 50;
 constexpr qsizetype serviceColumn = 11;
 constexpr qsizetype handleServiceColumn = 3;
 
@@ -176,7 +176,7 @@ QList<QList<_SqliteCol>> ios6MessageColumns()
 
 bool isPlausibleIos6Row(const Sqlite3RawRow &row)
 {
-    return row.values.size() >= shortRow && isService(row.values.at(serviceColumn));
+    return row.values.size() >= ios6ShortRow && isService(row.values.at(serviceColumn));
 }
 
 std::optional<_RecycleMessage> rowToIos6Message(const Sqlite3RawRow &row)
@@ -189,7 +189,7 @@ std::optional<_RecycleMessage> rowToIos6Message(const Sqlite3RawRow &row)
     if (recycled.message.text.isEmpty()) // newer phones keep the words in the body only
         recycled.message.text =
             textOfTypedStream(recycled.message.attributedBody).value_or(TypedStreamText()).text;
-    if (row.values.size() >= longRow)
+    if (row.values.size() >= ios6LongRow)
         readLaterValues(recycled.message, row.values);
     return recycled;
 }

@@ -1,5 +1,6 @@
 #include "localdbupdatethread.h"
 
+#include "appledates.h"
 #include "countrylibdb.h"
 #include "datalocations.h"
 #include "exportmessagesdb.h"
@@ -24,7 +25,6 @@ namespace
 {
 
 constexpr auto workingSuffix = ".__tmp"_L1;
-constexpr qint64 appleEpoch = 978307200; // 2001-01-01 00:00:00 UTC in seconds since 1970
 
 // Files that SQLite keeps beside a database while it works on it.
 constexpr std::array companionEndings = {"-journal"_L1, "-wal"_L1, "-shm"_L1};

@@ -7,6 +7,9 @@
 // Phones since iOS 11 count nanoseconds where older ones counted seconds, and files that were carried over
 // hold both: each value tells its own unit.
 
+/// 2001-01-01 00:00:00 UTC, from which phones count, in seconds since 1970.
+inline constexpr qint64 appleEpoch = 978307200;
+
 /// From here on a value counts nanoseconds: as seconds it would lie 31,000 years ahead.
 inline constexpr qint64 firstNanoseconds = 1'000'000'000'000;
 

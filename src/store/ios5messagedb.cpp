@@ -1,5 +1,6 @@
 #include "ios5messagedb.h"
 
+#include "appledates.h"
 #include "chatlinks.h"
 #include "messageattachments.h"
 #include "messagestore.h"
@@ -19,7 +20,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qint64 appleEpoch = 978307200; // 2001-01-01 00:00:00 UTC in seconds since 1970
 constexpr int partnerStyle = 45;
 constexpr int groupStyle = 43;
 constexpr int sentFlags = 3;

@@ -41,7 +41,7 @@ constexpr std::array attachmentFields = {
     AttachmentField{"_emoji_image_short_description"_L1, &_MsgAttachment::emoji_image_short_description},
 };
 
-constexpr std::array madridFields = {
+constexpr std::array madridAttachmentFields = {
     AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
     AttachmentField{"attachment_guid"_L1, &_MsgAttachment::guid},
     AttachmentField{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}},
@@ -168,7 +168,7 @@ void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     if (tables.contains(u"madrid_attachment"_s))
-        readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridFields, root,
-                 store, [&](qint64 rowid) { return messageOwner(store, rowid); });
+        readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridAttachmentFields,
+                 root, store, [&](qint64 rowid) { return messageOwner(store, rowid); });
     readMmsAttachments(db, root, store);
 }

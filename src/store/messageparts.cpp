@@ -9,8 +9,6 @@
 namespace
 {
 
-constexpr QChar attachmentSign(0xFFFC);
-
 void addWords(QList<MessagePart> &parts, const QString &text)
 {
     const QString words = text.trimmed();

@@ -1,5 +1,6 @@
 #include "messagestore.h"
 
+#include "appledates.h"
 #include "samepersons.h"
 #include "sqlite3db.h"
 #include "untoucheddb.h"
@@ -19,7 +20,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qint64 appleEpoch = 978307200; // 2001-01-01 00:00:00 UTC in seconds since 1970
 constexpr qint64 nearRows = 20;
 constexpr qint64 nearDates = 120; // seconds
 

@@ -17,8 +17,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr QChar attachmentSign(0xFFFC);
-
 // Single characters that count as emoji, ascending.
 constexpr std::array<char16_t, 43> symbols = {
     0x203C, 0x2049, 0x2139, 0x2194, 0x2195, 0x21A9, 0x21AA, 0x231A, 0x231B, 0x23EB, 0x23EC,

@@ -9,6 +9,9 @@
 
 // What people read of a message. Views and exports all take their words from here.
 
+/// Where an attachment stands in the text of a message.
+inline constexpr QChar attachmentSign(0xFFFC);
+
 /// How emoji stand in texts that people see.
 enum class EmojiStyle {
     Markers,    ///< "[EMOJI]" for each

@@ -23,7 +23,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr QChar attachmentSign(0xFFFC);
 constexpr qint64 longestText = 1024 * 1024; // bytes; a picture message has no more than a third of it in all
 
 // Ahead of all rows of "madrid_attachment", so that both can be in one store.

@@ -1,5 +1,6 @@
 #include "plistvalue.h"
 
+#include "appledates.h"
 #include "plistguard.h"
 
 #include <plist/plist.h>
@@ -8,8 +9,6 @@
 
 namespace
 {
-
-constexpr qint64 appleEpochMs = Q_INT64_C(978307200000); // 2001-01-01 00:00:00 UTC
 
 constexpr double largestReal = 9.2e18; // of which the whole part fits 64 bits
 
@@ -157,5 +156,5 @@ QDateTime PlistValue::toDateTime() const
     int32_t seconds = 0;
     int32_t microseconds = 0;
     plist_get_date_val(node.get(), &seconds, &microseconds);
-    return QDateTime::fromMSecsSinceEpoch(appleEpochMs + qint64(seconds) * 1000 + microseconds, Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(appleEpoch * 1000 + qint64(seconds) * 1000 + microseconds, Qt::UTC);
 }

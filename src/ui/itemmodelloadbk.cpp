@@ -12,13 +12,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-enum Column { Name, Date, Path, ColumnCount };
-
 QString textOf(const BackupManifest &manifest, int column)
 {
     switch (column) {
-    case Name: return manifest.displayName;
-    case Date: return QLocale::system().toString(manifest.backupDate.toLocalTime(), QLocale::ShortFormat);
+    case ItemModelLoadBk::Name: return manifest.displayName;
+    case ItemModelLoadBk::Date:
+        return QLocale::system().toString(manifest.backupDate.toLocalTime(), QLocale::ShortFormat);
     default: return manifest.backupDir.absolutePath();
     }
 }

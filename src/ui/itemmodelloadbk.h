@@ -12,6 +12,8 @@ class ItemModelLoadBk : public AbsTreeItemModel
     Q_OBJECT
 
 public:
+    enum Column { Name, Date, Path, ColumnCount };
+
     struct _BKItemNode : _ItemNode {
         explicit _BKItemNode(const QSharedPointer<BackupManifest> &shown);
         QSharedPointer<BackupManifest> manifest; ///< never null

@@ -15,8 +15,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-enum Column { Date, Flag, Contact, Content, ColumnCount };
-
 QString directionOf(const _MsgMessage &message)
 {
     if (message.item_type != 0)
@@ -34,9 +32,10 @@ QString contactOf(const _MsgMessage &message)
 QString textOf(const _MsgMessage &message, int column, EmojiStyle emoji)
 {
     switch (column) {
-    case Date: return QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
-    case Flag: return directionOf(message);
-    case Contact: return contactOf(message);
+    case ItemModelSms::Date:
+        return QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
+    case ItemModelSms::Flag: return directionOf(message);
+    case ItemModelSms::Contact: return contactOf(message);
     default: return renderText(message, emoji);
     }
 }

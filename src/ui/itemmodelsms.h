@@ -13,6 +13,8 @@ class ItemModelSms : public QAbstractItemModel
     Q_OBJECT
 
 public:
+    enum Column { Date, Flag, Contact, Content, ColumnCount };
+
     explicit ItemModelSms(QObject *parent = nullptr);
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;

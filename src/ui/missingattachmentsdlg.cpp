@@ -19,8 +19,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-enum Column { Name, Size, Date, Conversation, Reason, ColumnCount };
-
 QList<ListedAttachment> missingOf(QList<ListedAttachment> list)
 {
     list.removeIf([](const ListedAttachment &listed) { return !listed.attachment->localFile.isEmpty(); });
@@ -110,10 +108,10 @@ void MissingAttachmentsDlg::build(const AttachmentTotals &totals)
     list->setUniformRowHeights(true);
     list->setItemDelegate(new PlainTextDelegate(list));
     list->setModel(model);
-    list->header()->resizeSection(Name, 200);
-    list->header()->resizeSection(Size, 80);
-    list->fitDates(Date);
-    list->header()->resizeSection(Conversation, 160);
+    list->header()->resizeSection(ItemModelMissing::Name, 200);
+    list->header()->resizeSection(ItemModelMissing::Size, 80);
+    list->fitDates(ItemModelMissing::Date);
+    list->header()->resizeSection(ItemModelMissing::Conversation, 160);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(heading(u"lbTitle"_s, summary(totals)));
     layout->addWidget(list, 1);

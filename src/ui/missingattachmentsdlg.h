@@ -11,6 +11,8 @@ class ItemModelMissing : public QAbstractTableModel
     Q_OBJECT
 
 public:
+    enum Column { Name, Size, Date, Conversation, Reason, ColumnCount };
+
     explicit ItemModelMissing(const QList<ListedAttachment> &list, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = {}) const override;

@@ -1,8 +1,7 @@
 #include "sampleimages.h"
 
+#include "samplebytes.h"
 #include "samplerandom.h"
-
-#include <QtEndian>
 
 #include <bit>
 #include <cstdlib>
@@ -85,13 +84,6 @@ quint32 crc32(const QByteArray &bytes)
             crc = (crc >> 1) ^ ((crc & 1) ? 0xEDB88320u : 0u);
     }
     return ~crc;
-}
-
-QByteArray bigEndian(quint32 value)
-{
-    QByteArray raw(sizeof(value), '\0');
-    qToBigEndian(value, raw.data());
-    return raw;
 }
 
 QByteArray pngChunk(const QByteArray &body)

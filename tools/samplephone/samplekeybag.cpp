@@ -1,8 +1,7 @@
 #include "samplekeybag.h"
 
+#include "samplebytes.h"
 #include "samplecipher.h"
-
-#include <QtEndian>
 
 #include <stdexcept>
 
@@ -12,13 +11,6 @@ namespace
 constexpr qsizetype keyLength = 32;
 constexpr qsizetype saltLength = 20;
 enum Wrap : quint32 { wrapDevice = 1, wrapPassword = 2 };
-
-QByteArray bigEndian(quint32 value)
-{
-    QByteArray raw(sizeof(value), '\0');
-    qToBigEndian(value, raw.data());
-    return raw;
-}
 
 quint32 wrapOf(int protectionClass)
 {

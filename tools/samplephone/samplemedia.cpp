@@ -1,9 +1,8 @@
 #include "samplemedia.h"
 
+#include "samplebytes.h"
 #include "sampleimages.h"
 #include "samplerandom.h"
-
-#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 
@@ -11,14 +10,6 @@ namespace
 {
 
 constexpr int gifShades = 128;
-
-template <typename Integer>
-QByteArray bigEndian(Integer value)
-{
-    QByteArray raw(sizeof(value), '\0');
-    qToBigEndian(value, raw.data());
-    return raw;
-}
 
 QByteArray littleEndian(int value)
 {

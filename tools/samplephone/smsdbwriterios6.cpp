@@ -10,7 +10,7 @@ namespace
 {
 
 /// Accounts as a phone names them: one for each service, the same in every row.
-QString accountOf(const QString &service)
+QString accountIos6(const QString &service)
 {
     return service == "iMessage"_L1 ? u"p:+34600000000"_s : u"e:"_s;
 }
@@ -37,7 +37,7 @@ int SmsDbWriterIos6::addChat(const SampleChat &chat)
             "room_name, account_login, is_archived, last_addressed_handle) VALUES(?,?,?,?,?,?,?,?,?,?,?)")
         .run(identity.guid, chat.isGroup ? groupStyle : directStyle, 3, sampleAccountGuid(chat.service),
              chat.properties, identity.chat_identifier, chat.service, identity.room_name,
-             accountOf(chat.service).toUpper(), chat.is_archived, chat.last_addressed_handle);
+             accountIos6(chat.service).toUpper(), chat.is_archived, chat.last_addressed_handle);
     const qint64 rowid = database.lastRowid();
     if (version >= IosVersion::Ios7)
         database.prepare("UPDATE chat SET display_name=? WHERE ROWID=?").run(chat.display_name, rowid);
@@ -81,7 +81,7 @@ void SmsDbWriterIos6::writeRow(const SampleMessage &message)
     insertMessage.run(rowid, message.guid, message.text, message.service_center,
                       handleRowid({message.handle, message.country}, message.service), message.subject,
                       message.country, message.attributedBody, messageVersion, message.service,
-                      accountOf(message.service), sampleAccountGuid(message.service), message.error,
+                      accountIos6(message.service), sampleAccountGuid(message.service), message.error,
                       message.date,
                       orDefault(message.date_read, isReadHere && isIMessage ? message.date + 30 : 0),
                       orDefault(message.date_delivered, isDelivered ? message.date + 2 : 0), isDelivered,
