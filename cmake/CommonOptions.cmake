@@ -2,7 +2,8 @@
 add_library(common INTERFACE)
 target_compile_features(common INTERFACE cxx_std_20)
 target_compile_options(common INTERFACE
-  -Wall -Wextra -Winvalid-pch -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+  -Wall -Wextra -Winvalid-pch -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+  $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 target_compile_definitions(common INTERFACE
   QT_NO_CAST_FROM_ASCII
   QT_NO_CAST_TO_ASCII
