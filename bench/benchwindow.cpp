@@ -53,7 +53,7 @@ void search(MainWindow &window)
 
 void exportAll(MainWindow &window, const QDir &dir)
 {
-    const QList<_MsgMessage *> messages = window.findChild<MessagePane *>()->messages();
+    const QList<_MsgMessage *> messages = window.findChild<MessagePane *>()->onView().messages;
     SilentProgress progress;
     const auto to = [&](const QString &name, ExportFormat format) {
         exportMessages(messages, {dir.filePath(name), format}, progress);
@@ -71,7 +71,7 @@ void session(const QDir &dir)
     auto *sources = window.findChild<SourcePane *>();
     auto *pane = window.findChild<MessagePane *>();
     const auto *database = sources->model().rootLocalDb->children.first();
-    const auto isShown = [&] { return !pane->messages().isEmpty(); };
+    const auto isShown = [&] { return !pane->onView().messages.isEmpty(); };
     timed("reading the source, to the first page", [&] {
         sources->select(database);
         waitFor(window, isShown);
@@ -80,7 +80,7 @@ void session(const QDir &dir)
         sources->select(database->children.first());
         waitFor(window, isShown);
     });
-    pane->messages().last()->text += u" xyzzy"_s;
+    pane->onView().messages.last()->text += u" xyzzy"_s;
     timed("finding the last message", [&] { search(window); });
     auto *header = window.findChild<MyTreeView *>(u"treeViewSMS"_s)->header();
     timed("newest first", [&] {
