@@ -4,6 +4,7 @@
 #include "backuprewrite.h"
 #include "boundedbytes.h"
 #include "filetools.h"
+#include "interruptdelay.h"
 #include "jobprogress.h"
 #include "keybag.h"
 #include "manifestdb.h"
@@ -148,6 +149,7 @@ void BackupManifest::loadManifestDb()
     const QString path = backupDir.absoluteFilePath(u"Manifest.db"_s);
     throwWithoutKeys();
     try {
+        const InterruptDelay delay; // the deciphered list must not stay behind
         const QTemporaryDir room;
         const QString plain = room.filePath(u"Manifest.db"_s);
         const bool isEnciphered = isEncrypted && !isDatabase(path);

@@ -62,7 +62,7 @@ bool isKnownService(const QString &service)
 /// The service of the chat that the message belongs to on a phone whose chats are of one each.
 const QString &serviceOf(const _MsgMessage &message)
 {
-    const bool isOfAny = message.chat->guid.startsWith(anyService) && isKnownService(message.service);
+    const bool isOfAny = message.chat->guid.startsWith(anyService) && !message.service.isEmpty();
     return isOfAny ? message.service : message.chat->service_name;
 }
 

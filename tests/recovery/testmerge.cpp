@@ -358,7 +358,7 @@ void TestMerge::placesWhatIsThereOrMissing()
              QStringList({u"chosen|0|0"_s, u"files|1|4"_s, u"four|0|0"_s}));
 }
 
-// As iOS 26 has them: one chat, a member by iMessage, and messages by SMS from another handle.
+// As iOS 26 has them: one chat, a member by iMessage, messages by SMS from another handle. RCS is refused.
 void TestMerge::aChatOfAnyServiceJoinsThePhonesOwn()
 {
     writePhone(IosVersion::Ios8, false);
@@ -376,7 +376,7 @@ void TestMerge::aChatOfAnyServiceJoinsThePhonesOwn()
                     u"select c.guid, group_concat(m.text), (select count(*) from chat_handle_join h where "
                     "h.chat_id=c.rowid) from message m join chat_message_join j on j.message_id=m.rowid join "
                     "chat c on c.rowid=j.chat_id where m.guid like 'N-%' group by 1"_s),
-             QStringList({u"SMS;-;612|chosen,SMS|1"_s, u"iMessage;-;+34612345678|iMessage,RCS|1"_s}));
+             QStringList({u"SMS;-;612|chosen,SMS|1"_s, u"iMessage;-;+34612345678|iMessage|1"_s}));
 }
 
 QTEST_GUILESS_MAIN(TestMerge)
