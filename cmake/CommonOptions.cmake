@@ -33,10 +33,16 @@ endfunction()
 add_precompiled(pch pch.h)
 
 # One library of a folder under src/. FILES are listed by name; LINKS may name only what stands
-# below the folder. A library shows its headers by its own folder, so that an include that runs
-# upward does not compile.
+# below the folder, which is to say targets that are there already: a link that runs upward does not
+# configure. A library shows its headers by its own folder, so that an include that runs upward does not
+# compile.
 function(add_layer name)
   cmake_parse_arguments(LAYER "" "" "FILES;LINKS;PRIVATE_LINKS" ${ARGN})
+  foreach(link ${LAYER_LINKS} ${LAYER_PRIVATE_LINKS})
+    if(NOT TARGET "${link}" AND NOT link MATCHES "^\\$<")
+      message(FATAL_ERROR "${name} links ${link}, which doesn't stand below it")
+    endif()
+  endforeach()
   add_library(${name} STATIC ${LAYER_FILES})
   target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
   target_link_libraries(${name} PUBLIC common ${LAYER_LINKS} PRIVATE ${LAYER_PRIVATE_LINKS})
