@@ -28,6 +28,10 @@ void installInterruptHandler()
 {
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
+#ifdef SIGHUP
+    if (std::signal(SIGHUP, onSignal) == SIG_IGN) // started by nohup
+        std::signal(SIGHUP, SIG_IGN);
+#endif
 }
 
 InterruptScope::InterruptScope(JobProgress &progress)

@@ -132,10 +132,12 @@ QString SmsPageRenderer::onHalfAPage(const QString &text)
     measured.add(text, PageText::Words::Peoples);
     qreal height = 0;
     qsizetype fitting = 0;
+    qsizetype all = 0; // an emoji that stands as a picture counts one here and more in the text
     for (const PageText::Line &line : measured.lines()) {
         height += line.height();
+        all += line.line.textLength();
         if (height <= (bottom - top) / 2)
             fitting += line.line.textLength();
     }
-    return fitting >= text.size() ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');
+    return fitting == all ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');
 }

@@ -23,6 +23,8 @@ QString keyOf(const QString &filename)
 bool haveSameContent(const QString &one, const QString &other)
 {
     constexpr qint64 blockSize = 1 << 20; // bytes
+    if (one == other)
+        return true;
     QFile a(one);
     QFile b(other);
     if (a.size() != b.size() || !a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly))
@@ -74,6 +76,7 @@ void AttachmentNames::forget()
     isRead = false;
     rows.clear();
     incoming.clear();
+    numbers.clear();
 }
 
 void AttachmentNames::readRows()
@@ -102,9 +105,14 @@ QString AttachmentNames::pathOfKnown(const _MsgAttachment &attachment, const QSt
 
 QString AttachmentNames::freePath(const _MsgAttachment &attachment, const QString &wanted)
 {
-    QString path = wanted;
-    for (int number = 1; !isFree(attachment, path); ++number)
-        path = inFolder(wanted, number);
+    // Thousands may share a name and lack a file: none of them tries again what the last one found taken.
+    int &lastOfMissing = numbers[keyOf(wanted)];
+    int number = hasFile(attachment) ? 0 : lastOfMissing;
+    QString path = number > 0 ? inFolder(wanted, number) : wanted;
+    while (!isFree(attachment, path))
+        path = inFolder(wanted, ++number);
+    if (!hasFile(attachment))
+        lastOfMissing = number;
     return path;
 }
 

@@ -39,5 +39,6 @@ private:
     Place place;
     bool isRead = false;
     QHash<QString, int> rows;         ///< how many have a path, see `pathBelowRoot`
+    QHash<QString, int> numbers;      ///< of the last folder that an attachment without a file took
     QHash<QString, QString> incoming; ///< local files that go to a path in this run
 };

@@ -4,6 +4,8 @@
 #include "messagerecycledb.h"
 #include "searcheddatabase.h"
 
+#include <stdexcept>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -30,8 +32,11 @@ int searchDeletedRows(SearchedDatabase &database, const DeletedRowKind &kind, Me
     // Whole rows come first: what is found between rows may lack something.
     int found = takeRowsThatWent(database, kind, recycle, progress);
     found += DeletedRowSearch(database.current(), recycle, progress).run(kind);
-    if (SearchedFile *mainFile = database.withoutLog())
-        found += DeletedRowSearch(*mainFile, recycle, progress).run(kind);
+    if (SearchedFile *mainFile = database.withoutLog()) {
+        DeletedRowSearch search(*mainFile, recycle, progress);
+        if (search.canOpen())
+            found += search.run(kind);
+    }
     return found;
 }
 
@@ -47,9 +52,21 @@ bool DeletedRowSearch::isCancelled() const
     return progress && progress->cancelled.load(std::memory_order_relaxed);
 }
 
+bool DeletedRowSearch::canOpen()
+{
+    try {
+        file.open();
+        return true;
+    } catch (const std::runtime_error &error) {
+        qWarning("%ls is not searched: %s", qUtf16Printable(searched.path), error.what());
+        return false;
+    }
+}
+
 int DeletedRowSearch::run(const DeletedRowKind &kind)
 {
-    file.open();
+    if (!file.isOpen())
+        file.open();
     recycle.beginTransaction();
     int found = searchFreelist(kind);
     addLivePages(kind.table);

@@ -35,6 +35,9 @@ public:
     /// `progress` may be null. All are borrowed.
     DeletedRowSearch(SearchedFile &searched, MessageRecycleDb &recycle, JobProgress *progress);
 
+    /// Whether the file is a database as far as its first bytes tell; else it is logged why not. A main file
+    /// whose log or journal is left out may have been caught in the middle of a write.
+    bool canOpen();
     /// Returns the number of finds. Throws `std::runtime_error`; the transaction is then open still.
     int run(const DeletedRowKind &kind);
 

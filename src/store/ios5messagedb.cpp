@@ -198,7 +198,9 @@ private:
 
     void putElsewhere(_MsgMessage &message)
     {
-        message.chat = &noConversation(store);
+        if (!elsewhere)
+            elsewhere = &noConversation(store);
+        message.chat = elsewhere;
         links.addDated(*message.chat, message, false);
     }
 
@@ -262,7 +264,8 @@ private:
     RecordReader<_MsgMessage> madrid;
     ChatLinks links;
     SharedTexts shared;
-    SharedTexts partners;                                       // in normal form, by what is stored
+    SharedTexts partners;          // in normal form, by what is stored
+    _MsgChat *elsewhere = nullptr; // where messages go that no chat has; null before the first
     QHash<std::pair<QString, QString>, _MsgHandle *> strangers; // by address and service
     // Positions of columns.
     int isMadrid, date, flags, groupId, country, address, roomname, handle;
@@ -306,10 +309,11 @@ void IOS5MessageDb::chats(_MsgStorePtr &store)
 
 void IOS5MessageDb::readGroups(_MsgStore &store)
 {
-    Sqlite3Cursor cursor =
-        queryThrow(Sqlite3Sql("select g.*, coalesce(m.date, (select max(date) from message where group_id = "
-                              "g.rowid)) - 978307200 as last_date from msg_group as g left join message as m "
-                              "on g.newest_message = m.rowid where last_date is not null"));
+    Sqlite3Cursor cursor = queryThrow(
+        Sqlite3Sql("select g.*, coalesce(m.date, d.newest) - 978307200 as last_date from msg_group as "
+                   "g left join message as m on g.newest_message = m.rowid left join (select "
+                   "group_id, max(date) as newest from message group by group_id) as d on "
+                   "d.group_id = g.rowid where last_date is not null"));
     while (cursor.moveNextThrow()) {
         const qint64 rowid = cursor.getInt64(u"rowid"_s);
         if (store.chats.contains(rowid))

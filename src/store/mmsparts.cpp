@@ -14,6 +14,7 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSet>
 #include <QStringDecoder>
 
 #include <optional>
@@ -194,12 +195,16 @@ void readMmsAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
     if (!tableTexts(db).contains(u"msg_pieces"_s))
         return;
     PartFiles files(root);
+    QSet<QString> guids;
     Sqlite3Cursor part = queryParts(db);
     for (qint64 rowid = firstRowid; part.moveNextThrow(); ++rowid) {
         _MsgMessage *message = store.messages.value(part.getInt64(0));
         if (!message || store.attachments.contains(rowid) || kindOf(part.getText(2)) != PartKind::File)
             continue;
         _MsgAttachment *attachment = attachmentOf(*message, part).release();
+        while (guids.contains(attachment->guid)) // of a message that is like another
+            attachment->guid = messageGuidFromData((attachment->guid + part.getText(0)).toUtf8());
+        guids.insert(attachment->guid);
         attachment->rowid = rowid;
         store.attachments.insert(rowid, attachment);
         findFile(*attachment, part, root, files);

@@ -351,19 +351,28 @@ void MainWindow::miDelAll()
 
 void MainWindow::miImportItunes()
 {
-    runFlow([this] { workers->importBackup({}, {}); });
+    runFlow([this] {
+        workers->importBackup({}, {});
+        views->tellMissing();
+    });
 }
 
 void MainWindow::miImportToLocalDb()
 {
     const _AbsDBItemNode *source = sources->currentSource();
     const QString name = source ? source->text : QString();
-    runFlow([&] { workers->importBackup({}, name); });
+    runFlow([&] {
+        workers->importBackup({}, name);
+        views->tellMissing();
+    });
 }
 
 void MainWindow::miRecover()
 {
-    runFlow([this] { recoverDeletedMessages(*sources, *messages, this); });
+    runFlow([this] {
+        recoverDeletedMessages(*sources, *messages, this);
+        views->tellMissing();
+    });
 }
 
 void MainWindow::miViewCache()

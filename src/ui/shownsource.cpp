@@ -15,9 +15,9 @@ _MsgStorePtr showAnew(_AbsDBItemNode *source, SourcePane &sources, MessagePane &
     sources.unload(source);
     if (!sources.load(source))
         return nullptr;
-    const _MsgStorePtr store = source->store;
     const QString title = source->text;
     sources.select(source); // which says nothing where it was selected before
+    const _MsgStorePtr store = source->store;
     if (messages.onView().store != store)
         messages.showMessages({allMessages(store), store}, title);
     return store;

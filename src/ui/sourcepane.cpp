@@ -152,6 +152,8 @@ bool SourcePane::load(_AbsDBItemNode *source)
     use(*source, [&](AbsMessageDb &db) { store = readSource(db, file, window(), recovered); });
     if (!place.isValid())
         return false;
+    if (store->messages.isEmpty() && store->chats.isEmpty() && source->store->chats.isEmpty())
+        return true; // still empty: what is on view stays this source's
     source->store = store;
     mainModel->loadSessions(source);
     QTimer::singleShot(0, treeViewDS, [this, place] { treeViewDS->expand(place); });

@@ -4,6 +4,7 @@
 #include "programicon.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QToolBar>
@@ -133,8 +134,13 @@ QAction *WindowMenus::addTo(QMenu *menu, const MenuEntry &entry) const
     QAction *action = menu->addAction(entry.text);
     if (!entry.icon.isEmpty())
         action->setIcon(programIcon(u":res/%1.png"_s.arg(entry.icon)));
-    // Queued: a dialog has to open after the menu is closed.
-    connect(action, &QAction::triggered, window, entry.slot, Qt::QueuedConnection);
+    // Queued: a dialog has to open after the menu is closed. What was asked for twice, as a key held down
+    // does, comes when that dialog is up: it would act on what the first is about to take away.
+    const auto run = [target = window, slot = entry.slot] {
+        if (!QApplication::activeModalWidget())
+            (target->*slot)();
+    };
+    connect(action, &QAction::triggered, window, run, Qt::QueuedConnection);
     return action;
 }
 
