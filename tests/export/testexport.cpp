@@ -320,6 +320,11 @@ void TestExport::pdfDrawsEmojiInColours()
         if (row.contains(" image "))
             pictures.insert(row.simplified().split(' ').value(10));
     QCOMPARE(pictures.size(), 6);
+    QVERIFY(QDir(folder).removeRecursively());
+    Records named;
+    named.talk({person(u"+34622"_s, u"Ann 👨‍👩‍👧"_s)});
+    const QByteArray page = readFromPdf(named.received(u"x"_s), u"pdftotext"_s, {u"FILE"_s, u"-"_s});
+    QVERIFY2(page.contains("(+34622)"), "a name with a picture is not cut");
 }
 
 void TestExport::pdfTextFromRightToLeftKeepsItsPlace()

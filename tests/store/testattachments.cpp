@@ -22,6 +22,7 @@ private Q_SLOTS:
     void eachGenerationIsRead();
     void partsOfPictureMessagesAreFoundByTheirNumbers();
     void pictureMessagesKeepTheirWordsAndOrder();
+    void picturesOfMessagesThatAreAlikeAreTwo();
     void damagedRowsAreHarmless();
     void linesAndTotals();
 };
@@ -136,6 +137,25 @@ void TestAttachments::pictureMessagesKeepTheirWordsAndOrder()
         QCOMPARE(displayText(*store->messages.value(2)), u"known"_s);
     }
     QCOMPARE(shownAttachments(*store->messages.value(1)).last()->total_bytes, 4);
+}
+
+void TestAttachments::picturesOfMessagesThatAreAlikeAreTwo()
+{
+    const QTemporaryDir dir;
+    SmsDbBuilder phone(QDir(dir.path()), IosVersion::Ios5);
+    phone.chat(u"+34612345678"_s).received(QString()).at(1000).received(QString()).at(1000);
+    runOn(phone.write(), u"insert into msg_pieces(message_id, part_id, content_type, "
+                         "content_loc) values(1,1,'image/jpeg','a.jpg'),(2,1,'image/jpeg','b.jpg')"_s);
+    QSet<QString> guids;
+    for (int run = 0; run < 2; ++run) {
+        _MsgStorePtr store = _MsgStorePtr::create();
+        const auto db = openMessageDb(dir.path(), u"214"_s);
+        db->messages(store, 0);
+        db->attachments(store);
+        for (const _MsgAttachment *attachment : std::as_const(store->attachments))
+            guids.insert(attachment->guid);
+    }
+    QCOMPARE(guids.size(), 2);
 }
 
 void TestAttachments::damagedRowsAreHarmless()

@@ -352,8 +352,9 @@ void TestMainWindow::deletesSelectionThenConversationThenDatabase()
     const BoxReader ok;
     auto *list = part<MyTreeView>(u"treeViewSMS"_s);
     list->setCurrentIndex(list->model()->index(0, 0));
-    window->miDel();
-    QCOMPARE(contents(), QStringList({u"Adios"_s, u"Hola otra vez"_s}));
+    for (int i = 0; i < 2; ++i) // as a key does that is held down: it asks once
+        part<QAction>(u"actDel"_s)->trigger();
+    QTRY_COMPARE(contents(), QStringList({u"Adios"_s, u"Hola otra vez"_s}));
     select(u"+34612345678"_s);
     QCOMPARE(contents(), QStringList({u"Adios"_s}));
     window->miDel();
