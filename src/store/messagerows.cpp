@@ -142,20 +142,26 @@ QStringList MessageRows::columnsOf(const QSet<QString> &existing)
     return columns;
 }
 
+_MsgMessage &MessageRows::linkedMessage(Reader &reader)
+{
+    _MsgMessage *&message = store.messages[reader.key()];
+    if (!message) {
+        message = reader.read().release();
+        complete(*message);
+    }
+    link(store, *message);
+    return *message;
+}
+
 bool MessageRows::read(Sqlite3Cursor cursor)
 {
     bool areAllPlaced = true;
     Reader reader(cursor, DateUnit::Seconds);
     const int chatColumn = cursor.columnIndex(u"chat_id"_s);
     while (cursor.moveNextThrow()) {
-        _MsgMessage *&message = store.messages[reader.key()];
-        if (!message) {
-            message = reader.read().release();
-            complete(*message);
-        }
-        link(store, *message);
-        enter(*message, store.chats.value(cursor.getInt64(chatColumn)));
-        areAllPlaced = areAllPlaced && message->chat;
+        _MsgMessage &message = linkedMessage(reader);
+        enter(message, store.chats.value(cursor.getInt64(chatColumn)));
+        areAllPlaced = areAllPlaced && message.chat;
     }
     return areAllPlaced;
 }
@@ -199,13 +205,8 @@ void MessageRows::readUnplaced(Sqlite3Cursor cursor, _MsgChat &elsewhere)
 {
     Reader reader(cursor, DateUnit::Seconds);
     while (cursor.moveNextThrow()) {
-        _MsgMessage *&message = store.messages[reader.key()];
-        if (!message) {
-            message = reader.read().release();
-            complete(*message);
-        }
-        link(store, *message);
-        enterPlaced(*message, &elsewhere, message->extras && message->extras->delete_date != 0);
+        _MsgMessage &message = linkedMessage(reader);
+        enterPlaced(message, &elsewhere, message.extras && message.extras->delete_date != 0);
     }
 }
 

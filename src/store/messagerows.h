@@ -57,6 +57,8 @@ private:
     class Reader;
 
     void addReaction(std::unique_ptr<_MsgMessage> record, std::span<const Place> places, _MsgChat *elsewhere);
+    /// The message of the row: that of the store, else read into it.
+    _MsgMessage &linkedMessage(Reader &reader);
     void complete(_MsgMessage &message);
     void complete(_MsgMessage &message, const Place &place);
     void decodeText(_MsgMessage &message);

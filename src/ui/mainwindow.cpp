@@ -147,6 +147,14 @@ void MainWindow::runFlow(const std::function<void()> &flow)
         QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
+void MainWindow::runReading(const std::function<void()> &flow)
+{
+    runFlow([&] {
+        flow();
+        views->tellMissing();
+    });
+}
+
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     closeWanted = flowsRunning > 0;
@@ -164,7 +172,7 @@ void MainWindow::dropEvent(QDropEvent *event)
     const QString folder = droppedBackup(*event->mimeData());
     event->acceptProposedAction();
     // The program that the folder comes from waits until the drop is over.
-    QTimer::singleShot(0, this, [this, folder] { runFlow([&] { workers->importBackup(folder, {}); }); });
+    QTimer::singleShot(0, this, [this, folder] { runReading([&] { workers->importBackup(folder, {}); }); });
 }
 
 void MainWindow::iosDeviceConnected(void *p)
@@ -282,42 +290,11 @@ void MainWindow::onSMSContextMenu()
 
 void MainWindow::work(Worker worker, Scope scope)
 {
-    runFlow([&] {
-        const MessageChoice choice = choose(scope == Scope::Dispatched ? dispatchedScope() : scope);
+    runReading([&] {
+        const MessageChoice choice = chooseMessages(scope, *sources, *messages);
         if (choice.store)
             std::invoke(worker, workers, choice);
     });
-}
-
-MainWindow::Scope MainWindow::dispatchedScope() const
-{
-    if (messages->hasSelection())
-        return Scope::Selected;
-    return sources->currentConversation() ? Scope::Conversation : Scope::Source;
-}
-
-const _AbsDBItemNode &MainWindow::shownSource() const
-{
-    const _AbsDBItemNode *source = sourceOnView(*sources, *messages);
-    if (!source)
-        throw std::runtime_error(QObject::tr("IDS_NOT_ON_VIEW").toStdString());
-    return *source;
-}
-
-MessageChoice MainWindow::choose(Scope scope)
-{
-    if (scope == Scope::Source)
-        return chooseSource();
-    const QString name = shownSource().text;
-    return {scope == Scope::Selected ? messages->selectedMessages() : messages->onView(), name};
-}
-
-MessageChoice MainWindow::chooseSource()
-{
-    _AbsDBItemNode *source = sources->currentSource();
-    if (!source || !sources->load(source) || !isLoaded(*source))
-        return {};
-    return {{sortMessages(allMessages(source->store)), source->store}, source->text};
 }
 
 void MainWindow::miDel()
@@ -329,7 +306,7 @@ void MainWindow::miDel()
     else
         // Whoever doesn't see the messages of a database may mean something else than all of it.
         runFlow([this] {
-            if (&shownSource() == sources->currentSource())
+            if (&shownSource(*sources, *messages) == sources->currentSource())
                 deleteDatabase(*sources);
         });
 }
@@ -351,28 +328,19 @@ void MainWindow::miDelAll()
 
 void MainWindow::miImportItunes()
 {
-    runFlow([this] {
-        workers->importBackup({}, {});
-        views->tellMissing();
-    });
+    runReading([this] { workers->importBackup({}, {}); });
 }
 
 void MainWindow::miImportToLocalDb()
 {
     const _AbsDBItemNode *source = sources->currentSource();
     const QString name = source ? source->text : QString();
-    runFlow([&] {
-        workers->importBackup({}, name);
-        views->tellMissing();
-    });
+    runReading([&] { workers->importBackup({}, name); });
 }
 
 void MainWindow::miRecover()
 {
-    runFlow([this] {
-        recoverDeletedMessages(*sources, *messages, this);
-        views->tellMissing();
-    });
+    runReading([this] { recoverDeletedMessages(*sources, *messages, this); });
 }
 
 void MainWindow::miViewCache()
@@ -441,7 +409,7 @@ void MainWindow::miUnmoutDevice()
 void MainWindow::miMissingAttachments()
 {
     runFlow([this] {
-        const MessageChoice choice = chooseSource();
+        const MessageChoice choice = chooseMessages(Scope::Source, *sources, *messages);
         MissingAttachmentsDlg(listAttachments(choice.messages), this).exec();
     });
 }

@@ -96,7 +96,6 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
-    enum class Scope { Dispatched, Selected, Conversation, Source };
     using Worker = void (MessageWorkers::*)(const MessageChoice &);
 
     void build();
@@ -111,15 +110,10 @@ private:
     void popUp(void (WindowMenus::*fill)(QMenu &, const SourceState &) const);
 
     void work(Worker worker, Scope scope);
-    /// What an entry of the main menu is about: the rows selected, else what the tree says.
-    Scope dispatchedScope() const;
-    /// The source whose messages are on view. Throws `std::runtime_error` when none are.
-    const _AbsDBItemNode &shownSource() const;
-    /// For any scope but the dispatched one. Throws as `shownSource` does.
-    MessageChoice choose(Scope scope);
-    MessageChoice chooseSource();
     /// Runs what may open dialogs or throw; a failure is logged and shown.
     void runFlow(const std::function<void()> &flow);
+    /// Runs what may put a source on view anew, which takes the notice of missing messages away.
+    void runReading(const std::function<void()> &flow);
     void openPage(const QString &page);
 
     SourcePane *sources;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagelist.h"
+#include "messagechoice.h"
 
 #include <QObject>
 
@@ -8,11 +8,6 @@ class MessagePane;
 class QWidget;
 class SourcePane;
 struct LocalDatabase;
-
-/// What an action works on. Without a store when there is nothing to work on.
-struct MessageChoice : MessageList {
-    QString sourceName; ///< of the source that they come from
-};
 
 /// The workers behind the actions on messages. All are modal and throw `std::runtime_error`; what a job
 /// says of itself, its dialog has shown.
