@@ -1,10 +1,10 @@
-#include "backupmanifest.h"
+#include "backup/backupmanifest.h"
 #include "benchtable.h"
-#include "samplecipher.h"
-#include "samplecontent.h"
-#include "samplekeybag.h"
-#include "samplemanifestdb.h"
-#include "samplembdb.h"
+#include "testing/builders/samplecipher.h"
+#include "testing/builders/samplecontent.h"
+#include "testing/builders/samplekeybag.h"
+#include "testing/builders/samplemanifestdb.h"
+#include "testing/builders/samplembdb.h"
 
 #include <mbedtls/aes.h>
 #include <nettle/pbkdf2.h>

@@ -1,13 +1,13 @@
 // Bytes off a made phone, through the libraries that stand in for the maker's, beside a bare copy from
 // socket to socket in the same pieces. What the made phone itself costs counts as ours.
 
-#include "afcconnection.h"
 #include "benchtable.h"
-#include "filerelay.h"
-#include "iosdevice.h"
-#include "phonestand.h"
-#include "servicesocket.h"
+#include "device/clients/afcconnection.h"
+#include "device/filerelay.h"
+#include "device/iosdevice.h"
+#include "device/servicesocket.h"
 #include "silentprogress.h"
+#include "testing/helpers/phonestand.h"
 
 #include <QCoreApplication>
 

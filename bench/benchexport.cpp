@@ -1,11 +1,11 @@
 // How fast a million messages reach a text or CSV file, beside the shell of SQLite printing the same
 // columns of the same database to a file.
 #include "benchtable.h"
-#include "exportsmsthread.h"
-#include "messagestore.h"
-#include "openmessagedb.h"
-#include "samplephone.h"
+#include "export/exportsmsthread.h"
 #include "silentprogress.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/messagestore.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCoreApplication>
 #include <QProcess>

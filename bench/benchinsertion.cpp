@@ -1,12 +1,12 @@
 // How fast messages go into a Local Database, again into the full one, and out of it, and what memory
 // that takes.
-#include "backupsmsthread.h"
 #include "barerows.h"
 #include "benchtable.h"
-#include "deletemessagesthread.h"
-#include "ios6messagedb.h"
-#include "localdatabases.h"
+#include "recovery/local/backupsmsthread.h"
+#include "recovery/local/deletemessagesthread.h"
+#include "recovery/local/localdatabases.h"
 #include "silentprogress.h"
+#include "store/readers/ios6messagedb.h"
 
 #include <QCoreApplication>
 #include <QFile>

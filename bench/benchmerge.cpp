@@ -1,13 +1,13 @@
 // How fast messages go into the backup of a phone that has many already.
-#include "backupbuilder.h"
-#include "backupfilling.h"
 #include "barerows.h"
 #include "benchtable.h"
-#include "ios6messagedb.h"
-#include "ios6restoremessagesthread.h"
-#include "messagestore.h"
-#include "samplephone.h"
+#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/ios6restoremessagesthread.h"
 #include "silentprogress.h"
+#include "store/readers/ios6messagedb.h"
+#include "store/records/messagestore.h"
+#include "testing/builders/backupbuilder.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,9 +1,9 @@
 // How fast and in how much memory a million messages become records, and how fast they are sorted.
 #include "benchtable.h"
-#include "messagestore.h"
-#include "messagetext.h"
-#include "openmessagedb.h"
-#include "samplephone.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/messagestore.h"
+#include "store/records/messagetext.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCoreApplication>
 #include <QFile>

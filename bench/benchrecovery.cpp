@@ -1,11 +1,11 @@
 // How fast the bytes of a message database are searched for deleted rows.
 #include "benchtable.h"
-#include "deletedrows.h"
-#include "openmessagedb.h"
-#include "recoverdeletedthread.h"
-#include "samplephone.h"
+#include "recovery/carving/deletedrows.h"
+#include "recovery/carving/recoverdeletedthread.h"
+#include "recovery/carving/sqlite3file.h"
 #include "silentprogress.h"
-#include "sqlite3file.h"
+#include "store/readers/openmessagedb.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,14 +1,14 @@
 // A session in the window on a Local Database with one long conversation, without a display: how long a
 // person waits for each thing.
-#include "datalocations.h"
-#include "exportsmsthread.h"
-#include "mainwindow.h"
-#include "messagepane.h"
-#include "mytreeview.h"
-#include "samplephone.h"
+#include "app/datalocations.h"
+#include "app/texts.h"
+#include "export/exportsmsthread.h"
 #include "silentprogress.h"
-#include "sourcepane.h"
-#include "texts.h"
+#include "tools/samplephone/samplephone.h"
+#include "ui/mainwindow.h"
+#include "ui/views/messagepane.h"
+#include "ui/views/mytreeview.h"
+#include "ui/views/sourcepane.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

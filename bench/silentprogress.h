@@ -1,6 +1,6 @@
 #pragma once
 
-#include "jobprogress.h"
+#include "app/jobprogress.h"
 
 /// For jobs that nobody watches.
 class SilentProgress final : public JobProgress

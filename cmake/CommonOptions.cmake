@@ -34,8 +34,9 @@ add_precompiled(pch pch.h)
 
 # One library of a folder under src/. FILES are listed by name; LINKS may name only what stands
 # below the folder, which is to say targets that are there already: a link that runs upward does not
-# configure. A library shows its headers by its own folder, so that an include that runs upward does not
-# compile.
+# configure. An include names its folder ("store/people/phonenumbers.h"), and a library shows its headers
+# through a link to its own folder alone, so that an include that runs upward does not compile. (Windows
+# makes no links for everybody: there all headers can be seen.)
 function(add_layer name)
   cmake_parse_arguments(LAYER "" "" "FILES;LINKS;PRIVATE_LINKS" ${ARGN})
   foreach(link ${LAYER_LINKS} ${LAYER_PRIVATE_LINKS})
@@ -44,7 +45,16 @@ function(add_layer name)
     endif()
   endforeach()
   add_library(${name} STATIC ${LAYER_FILES})
-  target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+  if(CMAKE_HOST_WIN32)
+    target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+  else()
+    file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
+    set(headers "${PROJECT_BINARY_DIR}/headers/${name}")
+    get_filename_component(parent "${headers}/${folder}" DIRECTORY)
+    file(MAKE_DIRECTORY "${parent}")
+    file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${headers}/${folder}" SYMBOLIC)
+    target_include_directories(${name} PUBLIC "${headers}")
+  endif()
   target_link_libraries(${name} PUBLIC common ${LAYER_LINKS} PRIVATE ${LAYER_PRIVATE_LINKS})
   target_precompile_headers(${name} REUSE_FROM pch)
 endfunction()

@@ -1,5 +1,5 @@
-#include "afcconnection.h"
-#include "afcpackets.h"
+#include "device/clients/afcconnection.h"
+#include "device/clients/afcpackets.h"
 #include "fuzzsocket.h"
 
 using namespace Qt::StringLiterals;

@@ -1,5 +1,5 @@
-#include "filerelay.h"
-#include "jobprogress.h"
+#include "app/jobprogress.h"
+#include "device/filerelay.h"
 
 #include <QTemporaryDir>
 

@@ -1,6 +1,6 @@
-#include "devicelink.h"
+#include "device/clients/devicelink.h"
+#include "device/servicemessages.h"
 #include "fuzzsocket.h"
-#include "servicemessages.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,4 +1,4 @@
-#include "keybag.h"
+#include "backup/keys/keybag.h"
 
 #include <QtEndian>
 

@@ -1,7 +1,7 @@
-#include "backupfilename.h"
-#include "backupmanifest.h"
-#include "manifesttree.h"
-#include "mbdbreader.h"
+#include "backup/backupfilename.h"
+#include "backup/backupmanifest.h"
+#include "backup/manifesttree.h"
+#include "backup/mbdbreader.h"
 
 #include <cstdlib>
 

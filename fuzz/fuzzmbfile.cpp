@@ -1,4 +1,4 @@
-#include "mbfile.h"
+#include "backup/mbfile.h"
 
 /// The input is what a list of files keeps of one: a keyed archive.
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)

@@ -1,6 +1,6 @@
 // Sends arbitrary bytes through the participants list of iOS 5 and the property list below it.
-#include "participants.h"
-#include "plistvalue.h"
+#include "app/plistvalue.h"
+#include "store/readers/participants.h"
 
 namespace
 {

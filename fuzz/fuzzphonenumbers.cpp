@@ -1,4 +1,4 @@
-#include "countrylibdb.h"
+#include "store/people/countrylibdb.h"
 
 #include <QTemporaryDir>
 

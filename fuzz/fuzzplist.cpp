@@ -1,4 +1,4 @@
-#include "plistvalue.h"
+#include "app/plistvalue.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mobiledevice.h"
-#include "servicesocket.h"
+#include "device/mobiledevice.h"
+#include "device/servicesocket.h"
 
 #include <QCoreApplication>
 

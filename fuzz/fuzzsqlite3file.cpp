@@ -1,5 +1,5 @@
-#include "deletedrows.h"
-#include "sqlite3file.h"
+#include "recovery/carving/deletedrows.h"
+#include "recovery/carving/sqlite3file.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

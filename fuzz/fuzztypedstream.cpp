@@ -1,4 +1,4 @@
-#include "typedstream.h"
+#include "store/archives/typedstream.h"
 
 /// The input is a typed stream: the body of a message.
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)

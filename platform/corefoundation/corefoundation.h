@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cftypes.h"
+#include "device/cftypes.h"
 
 // The names of this library that its neighbour for phones calls.
 

@@ -1,4 +1,4 @@
-#include "plistguard.h"
+#include "app/plistguard.h"
 #include "values.h"
 
 #include <plist/plist.h>

@@ -1,7 +1,7 @@
-#include "cftypes.h"
-#include "corefoundation.h"
-#include "devicenotification.h"
+#include "device/cftypes.h"
+#include "device/devicenotification.h"
 #include "phone.h"
+#include "platform/corefoundation/corefoundation.h"
 
 #include <usbmuxd.h>
 

@@ -1,6 +1,6 @@
 #include "phone.h"
 
-#include "plistguard.h"
+#include "app/plistguard.h"
 #include "servicepump.h"
 
 #include <usbmuxd.h>

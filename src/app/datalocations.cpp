@@ -1,6 +1,6 @@
-#include "datalocations.h"
+#include "app/datalocations.h"
 
-#include "product.h"
+#include "app/product.h"
 
 #include <QFile>
 #include <QFileInfo>

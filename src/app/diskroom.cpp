@@ -1,4 +1,4 @@
-#include "diskroom.h"
+#include "app/diskroom.h"
 
 #include <QFileInfo>
 #include <QLocale>

@@ -1,4 +1,4 @@
-#include "disksync.h"
+#include "app/disksync.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
-#include "errorreport.h"
+#include "app/errorreport.h"
 
-#include "product.h"
+#include "app/product.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

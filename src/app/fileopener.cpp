@@ -1,4 +1,4 @@
-#include "fileopener.h"
+#include "app/fileopener.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "filetools.h"
+#include "app/filetools.h"
 
 #include <QCryptographicHash>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "htmltext.h"
+#include "app/htmltext.h"
 
 using namespace Qt::StringLiterals;
 

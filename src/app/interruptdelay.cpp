@@ -1,4 +1,4 @@
-#include "interruptdelay.h"
+#include "app/interruptdelay.h"
 
 #include <atomic>
 #include <csignal>

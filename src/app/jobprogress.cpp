@@ -1,4 +1,4 @@
-#include "jobprogress.h"
+#include "app/jobprogress.h"
 
 #include <QDebug>
 #include <QtMath>

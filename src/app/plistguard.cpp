@@ -1,7 +1,7 @@
-#include "plistguard.h"
+#include "app/plistguard.h"
 
-#include "boundedbytes.h"
-#include "plisttrailer.h"
+#include "app/boundedbytes.h"
+#include "app/plisttrailer.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
-#include "plisttrailer.h"
+#include "app/plisttrailer.h"
 
-#include "boundedbytes.h"
+#include "app/boundedbytes.h"
 
 namespace
 {

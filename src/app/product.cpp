@@ -1,4 +1,4 @@
-#include "product.h"
+#include "app/product.h"
 
 #include <QObject>
 

@@ -1,4 +1,4 @@
-#include "backupcachedb.h"
+#include "backup/backupcachedb.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sqlite3db.h"
+#include "sqlite_qt/sqlite3db.h"
 
 #include <QString>
 

@@ -1,11 +1,11 @@
-#include "backupdiscovery.h"
+#include "backup/backupdiscovery.h"
 
-#include "backupfiles.h"
-#include "datalocations.h"
-#include "manifestdb.h"
-#include "plistguard.h"
-#include "plistvalue.h"
-#include "sourcecountry.h"
+#include "app/datalocations.h"
+#include "app/plistguard.h"
+#include "app/plistvalue.h"
+#include "backup/backupfiles.h"
+#include "backup/manifestdb.h"
+#include "store/people/sourcecountry.h"
 
 #include <QFileInfo>
 

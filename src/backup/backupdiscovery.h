@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backupmanifest.h"
+#include "backup/backupmanifest.h"
 
 #include <QSharedPointer>
 

@@ -1,7 +1,7 @@
-#include "backupfiles.h"
-#include "backupmanifest.h"
-#include "keybag.h"
-#include "paddedcipher.h"
+#include "backup/backupfiles.h"
+#include "backup/backupmanifest.h"
+#include "backup/keys/keybag.h"
+#include "backup/paddedcipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>

@@ -1,4 +1,4 @@
-#include "backupfilename.h"
+#include "backup/backupfilename.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "backupfiles.h"
+#include "backup/backupfiles.h"
 
 #include <QFileInfo>
 #include <QLockFile>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "manifestnode.h"
-#include "textarena.h"
+#include "backup/manifestnode.h"
+#include "backup/textarena.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,8 +1,8 @@
-#include "backuprewrite.h"
+#include "backup/backuprewrite.h"
 
-#include "backupfiles.h"
-#include "disksync.h"
-#include "manifestwriter.h"
+#include "app/disksync.h"
+#include "backup/backupfiles.h"
+#include "backup/manifestwriter.h"
 
 #include <QDateTime>
 #include <QFileInfo>

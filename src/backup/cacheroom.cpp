@@ -1,7 +1,7 @@
-#include "cacheroom.h"
+#include "backup/cacheroom.h"
 
-#include "backupcachedb.h"
-#include "backupmanifest.h"
+#include "backup/backupcachedb.h"
+#include "backup/backupmanifest.h"
 
 #include <QFileInfo>
 

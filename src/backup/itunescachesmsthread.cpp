@@ -1,13 +1,13 @@
-#include "itunescachesmsthread.h"
+#include "backup/itunescachesmsthread.h"
 
-#include "backupfiles.h"
-#include "backupmanifest.h"
-#include "cacheroom.h"
-#include "datalocations.h"
-#include "diskroom.h"
-#include "jobprogress.h"
-#include "messagecache.h"
-#include "openmessagedb.h"
+#include "app/datalocations.h"
+#include "app/diskroom.h"
+#include "app/jobprogress.h"
+#include "backup/backupfiles.h"
+#include "backup/backupmanifest.h"
+#include "backup/cacheroom.h"
+#include "backup/messagecache.h"
+#include "store/readers/openmessagedb.h"
 
 #include <QLockFile>
 #include <QObject>

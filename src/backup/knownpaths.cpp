@@ -1,6 +1,6 @@
-#include "knownpaths.h"
+#include "backup/knownpaths.h"
 
-#include "backupmanifest.h"
+#include "backup/backupmanifest.h"
 
 #include <QRegularExpression>
 

@@ -1,8 +1,8 @@
-#include "manifestdb.h"
+#include "backup/manifestdb.h"
 
-#include "backupfiles.h"
-#include "mbfile.h"
-#include "untoucheddb.h"
+#include "backup/backupfiles.h"
+#include "backup/mbfile.h"
+#include "sqlite_qt/untoucheddb.h"
 
 #include <QDir>
 #include <QFileInfo>

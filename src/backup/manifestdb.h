@@ -1,7 +1,7 @@
 #pragma once
 
-#include "manifestlist.h"
-#include "textarena.h"
+#include "backup/manifestlist.h"
+#include "backup/textarena.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "manifestlist.h"
+#include "backup/manifestlist.h"
 
 #include <QSet>
 

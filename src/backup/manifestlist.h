@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manifestnode.h"
+#include "backup/manifestnode.h"
 
 #include <QByteArrayView>
 #include <QHash>

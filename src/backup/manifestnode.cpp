@@ -1,4 +1,4 @@
-#include "manifestnode.h"
+#include "backup/manifestnode.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mbdbrecord.h"
+#include "backup/mbdbrecord.h"
 
 #include <QList>
 #include <QString>

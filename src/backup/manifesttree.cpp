@@ -1,9 +1,9 @@
-#include "manifesttree.h"
+#include "backup/manifesttree.h"
 
-#include "backupmanifest.h"
-#include "knownpaths.h"
-#include "manifestlist.h"
-#include "mbdbreader.h"
+#include "backup/backupmanifest.h"
+#include "backup/knownpaths.h"
+#include "backup/manifestlist.h"
+#include "backup/mbdbreader.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "manifestwriter.h"
+#include "backup/manifestwriter.h"
 
-#include "backupfiles.h"
+#include "backup/backupfiles.h"
 
 #include <QCryptographicHash>
 #include <QDateTime>

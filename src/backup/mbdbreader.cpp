@@ -1,8 +1,8 @@
-#include "mbdbreader.h"
+#include "backup/mbdbreader.h"
 
-#include "backupfilename.h"
-#include "backupfiles.h"
-#include "boundedbytes.h"
+#include "app/boundedbytes.h"
+#include "backup/backupfilename.h"
+#include "backup/backupfiles.h"
 
 using namespace Qt::StringLiterals;
 

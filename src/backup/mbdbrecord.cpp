@@ -1,6 +1,6 @@
-#include "mbdbrecord.h"
+#include "backup/mbdbrecord.h"
 
-#include "backupfilename.h"
+#include "backup/backupfilename.h"
 
 QString _MbdbString::text() const
 {

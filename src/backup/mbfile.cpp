@@ -1,6 +1,6 @@
-#include "mbfile.h"
+#include "backup/mbfile.h"
 
-#include "binaryplist.h"
+#include "app/binaryplist.h"
 
 #include <cstring>
 #include <limits>

@@ -1,10 +1,10 @@
-#include "messagecache.h"
+#include "backup/messagecache.h"
 
-#include "backupmanifest.h"
-#include "diskroom.h"
-#include "filetools.h"
-#include "jobprogress.h"
-#include "readernames.h"
+#include "app/diskroom.h"
+#include "app/filetools.h"
+#include "app/jobprogress.h"
+#include "backup/backupmanifest.h"
+#include "backup/readernames.h"
 
 #include <QFileInfo>
 #include <QObject>

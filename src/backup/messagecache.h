@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backupcachedb.h"
+#include "backup/backupcachedb.h"
 
 #include <QDir>
 

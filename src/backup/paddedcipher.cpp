@@ -1,7 +1,7 @@
-#include "paddedcipher.h"
+#include "backup/paddedcipher.h"
 
-#include "backupfiles.h"
-#include "boundedbytes.h"
+#include "app/boundedbytes.h"
+#include "backup/backupfiles.h"
 
 #include <algorithm>
 

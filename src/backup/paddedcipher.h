@@ -1,6 +1,6 @@
 #pragma once
 
-#include "aes256.h"
+#include "backup/keys/aes256.h"
 
 #include <QString>
 

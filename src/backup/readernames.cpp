@@ -1,6 +1,6 @@
-#include "readernames.h"
+#include "backup/readernames.h"
 
-#include "manifestnode.h"
+#include "backup/manifestnode.h"
 
 #include <QStringList>
 

@@ -1,12 +1,12 @@
-#include "attachmentscommand.h"
+#include "cli/attachmentscommand.h"
 
-#include "absmessagedb.h"
-#include "attachmentlist.h"
-#include "commandline.h"
-#include "jsonlines.h"
-#include "messageselection.h"
-#include "source.h"
-#include "terminalprogress.h"
+#include "cli/commandline.h"
+#include "cli/jsonlines.h"
+#include "cli/messageselection.h"
+#include "cli/source.h"
+#include "cli/terminalprogress.h"
+#include "store/readers/absmessagedb.h"
+#include "store/records/attachmentlist.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
-#include "commandline.h"
+#include "cli/commandline.h"
 
-#include "product.h"
+#include "app/product.h"
 
 #include <QCommandLineParser>
 

@@ -1,8 +1,8 @@
-#include "interrupt.h"
+#include "cli/interrupt.h"
 
-#include "exitstatus.h"
-#include "interruptdelay.h"
-#include "jobprogress.h"
+#include "app/interruptdelay.h"
+#include "app/jobprogress.h"
+#include "cli/exitstatus.h"
 
 #include <atomic>
 #include <csignal>

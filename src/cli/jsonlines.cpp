@@ -1,12 +1,12 @@
-#include "jsonlines.h"
+#include "cli/jsonlines.h"
 
-#include "attachmentlist.h"
-#include "backupmanifest.h"
-#include "messagegaps.h"
-#include "messageparts.h"
-#include "messagerecords.h"
-#include "messagestore.h"
-#include "messagewords.h"
+#include "backup/backupmanifest.h"
+#include "store/readers/messagegaps.h"
+#include "store/records/attachmentlist.h"
+#include "store/records/messageparts.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagestore.h"
+#include "store/records/messagewords.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

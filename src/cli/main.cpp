@@ -1,10 +1,10 @@
-#include "commandline.h"
-#include "commands.h"
-#include "datalocations.h"
-#include "exitstatus.h"
-#include "interrupt.h"
-#include "log.h"
-#include "texts.h"
+#include "app/datalocations.h"
+#include "app/log.h"
+#include "app/texts.h"
+#include "cli/commandline.h"
+#include "cli/commands.h"
+#include "cli/exitstatus.h"
+#include "cli/interrupt.h"
 
 #include <QGuiApplication>
 #include <QTranslator>

@@ -1,8 +1,8 @@
-#include "messageselection.h"
+#include "cli/messageselection.h"
 
-#include "commandline.h"
-#include "messagestore.h"
-#include "source.h"
+#include "cli/commandline.h"
+#include "cli/source.h"
+#include "store/records/messagestore.h"
 
 #include <QHash>
 #include <QSet>

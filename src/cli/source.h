@@ -1,7 +1,7 @@
 #pragma once
 
-#include "commands.h"
-#include "messagerecords.h"
+#include "cli/commands.h"
+#include "store/records/messagerecords.h"
 
 #include <memory>
 

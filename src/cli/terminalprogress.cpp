@@ -1,6 +1,6 @@
-#include "terminalprogress.h"
+#include "cli/terminalprogress.h"
 
-#include "texts.h"
+#include "app/texts.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "jobprogress.h"
+#include "app/jobprogress.h"
 
 /// Progress of a job as one line that is written over, on standard error, and only when that is a
 /// terminal. How the job ends is told by its result and its exceptions, not here.

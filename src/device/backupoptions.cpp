@@ -1,7 +1,7 @@
-#include "backupoptions.h"
+#include "device/backupoptions.h"
 
-#include "devicesession.h"
-#include "iosdevice.h"
+#include "device/devicesession.h"
+#include "device/iosdevice.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,9 @@
-#include "backuptempdir.h"
+#include "device/backuptempdir.h"
 
-#include "backupfiles.h"
-#include "datalocations.h"
-#include "filetools.h"
-#include "iosdevice.h"
+#include "app/datalocations.h"
+#include "app/filetools.h"
+#include "backup/backupfiles.h"
+#include "device/iosdevice.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
-#include "backuptempdir.h"
+#include "device/backuptempdir.h"
 
-#include "datalocations.h"
+#include "app/datalocations.h"
 
 #include <QStorageInfo>
 

@@ -1,4 +1,4 @@
-#include "backuptempdir.h"
+#include "device/backuptempdir.h"
 
 #include <QDateTime>
 #include <QRegularExpression>

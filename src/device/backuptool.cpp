@@ -1,7 +1,7 @@
-#include "backuptool.h"
+#include "device/backuptool.h"
 
-#include "devicesession.h"
-#include "mobiledevice.h"
+#include "device/devicesession.h"
+#include "device/mobiledevice.h"
 
 #include <QDateTime>
 #include <QEventLoop>

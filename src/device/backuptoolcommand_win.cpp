@@ -1,4 +1,4 @@
-#include "backuptool.h"
+#include "device/backuptool.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
-#include "cftype.h"
+#include "device/cftype.h"
 
-#include "corefoundationcall.h"
+#include "device/corefoundationcall.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cftypes.h"
+#include "device/cftypes.h"
 
 #include <QByteArray>
 #include <QDateTime>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cftypes.h"
-#include "mobiledevice.h"
+#include "device/cftypes.h"
+#include "device/mobiledevice.h"
 
 inline constexpr CFTypeRef anyAllocator = nullptr;
 

@@ -1,4 +1,4 @@
-#include "cpiogate.h"
+#include "device/cpiogate.h"
 
 #include <archive.h>
 

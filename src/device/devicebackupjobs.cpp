@@ -1,10 +1,10 @@
-#include "devicebackupjobs.h"
+#include "device/devicebackupjobs.h"
 
-#include "backuptempdir.h"
-#include "filetools.h"
-#include "jobprogress.h"
-#include "plistvalue.h"
-#include "product.h"
+#include "app/filetools.h"
+#include "app/jobprogress.h"
+#include "app/plistvalue.h"
+#include "app/product.h"
+#include "device/backuptempdir.h"
 
 #include <QRegularExpression>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "backuptool.h"
-#include "iosdevice.h"
+#include "device/backuptool.h"
+#include "device/iosdevice.h"
 
 #include <QThread>
 

@@ -1,6 +1,6 @@
-#include "devicesession.h"
+#include "device/devicesession.h"
 
-#include "mobiledevice.h"
+#include "device/mobiledevice.h"
 
 using namespace Qt::StringLiterals;
 

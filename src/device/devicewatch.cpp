@@ -1,7 +1,7 @@
-#include "devicewatch.h"
+#include "device/devicewatch.h"
 
-#include "devicenotification.h"
-#include "mobiledevice.h"
+#include "device/devicenotification.h"
+#include "device/mobiledevice.h"
 
 #include <QObject>
 

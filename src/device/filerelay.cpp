@@ -1,11 +1,11 @@
-#include "filerelay.h"
+#include "device/filerelay.h"
 
-#include "backupfiles.h"
-#include "devicesession.h"
-#include "filetools.h"
-#include "jobprogress.h"
-#include "servicemessages.h"
-#include "servicesocket.h"
+#include "app/filetools.h"
+#include "app/jobprogress.h"
+#include "backup/backupfiles.h"
+#include "device/devicesession.h"
+#include "device/servicemessages.h"
+#include "device/servicesocket.h"
 
 #include <QLocale>
 #include <QLockFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "iosdevice.h"
+#include "device/iosdevice.h"
 
 #include <QStringList>
 #include <QThread>

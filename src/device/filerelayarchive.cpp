@@ -1,9 +1,9 @@
-#include "filerelay.h"
+#include "device/filerelay.h"
 
-#include "cpiogate.h"
-#include "filetools.h"
-#include "jobprogress.h"
-#include "readernames.h"
+#include "app/filetools.h"
+#include "app/jobprogress.h"
+#include "backup/readernames.h"
+#include "device/cpiogate.h"
 
 #include <QLocale>
 #include <QRegularExpression>

@@ -1,4 +1,4 @@
-#include "frameworkplaces.h"
+#include "device/frameworkplaces.h"
 
 #include <QCoreApplication>
 #include <QDir>

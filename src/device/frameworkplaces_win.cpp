@@ -1,6 +1,6 @@
-#include "frameworkplaces.h"
+#include "device/frameworkplaces.h"
 
-#include "windowsregistry.h"
+#include "device/windowsregistry.h"
 
 #include <QDir>
 

@@ -1,8 +1,8 @@
-#include "iosdevice.h"
+#include "device/iosdevice.h"
 
-#include "datalocations.h"
-#include "devicesession.h"
-#include "filetools.h"
+#include "app/datalocations.h"
+#include "app/filetools.h"
+#include "device/devicesession.h"
 
 #include <QRegularExpression>
 

@@ -1,6 +1,6 @@
-#include "mobiledevice.h"
+#include "device/mobiledevice.h"
 
-#include "frameworkplaces.h"
+#include "device/frameworkplaces.h"
 
 #include <QLibrary>
 

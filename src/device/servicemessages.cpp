@@ -1,7 +1,7 @@
-#include "servicemessages.h"
+#include "device/servicemessages.h"
 
-#include "boundedbytes.h"
-#include "servicesocket.h"
+#include "app/boundedbytes.h"
+#include "device/servicesocket.h"
 
 #include <QtEndian>
 

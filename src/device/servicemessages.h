@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cftype.h"
+#include "device/cftype.h"
 
 #include <QString>
 

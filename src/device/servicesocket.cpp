@@ -1,4 +1,4 @@
-#include "servicesocket.h"
+#include "device/servicesocket.h"
 
 #include <QtGlobal>
 

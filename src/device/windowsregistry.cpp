@@ -1,4 +1,4 @@
-#include "windowsregistry.h"
+#include "device/windowsregistry.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "emojipictures.h"
+#include "export/emojipictures.h"
 
 #include <QFont>
 #include <QGlyphRun>

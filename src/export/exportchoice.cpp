@@ -1,4 +1,4 @@
-#include "exportchoice.h"
+#include "export/exportchoice.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "exportsmsthread.h"
+#include "export/exportsmsthread.h"
 
 class QDateTime;
 

@@ -1,9 +1,9 @@
-#include "exportconversation.h"
+#include "export/exportconversation.h"
 
-#include "filetools.h"
-#include "messagerecords.h"
-#include "messagestore.h"
-#include "messagetext.h"
+#include "app/filetools.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagestore.h"
+#include "store/records/messagetext.h"
 
 #include <QHash>
 #include <QRegularExpression>

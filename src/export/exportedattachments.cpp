@@ -1,11 +1,11 @@
-#include "exportedattachments.h"
+#include "export/exportedattachments.h"
 
-#include "attachmentlist.h"
-#include "exportconversation.h"
-#include "exportfolder.h"
-#include "htmltext.h"
-#include "messagerecords.h"
-#include "pictureformat.h"
+#include "app/htmltext.h"
+#include "export/exportconversation.h"
+#include "export/exportfolder.h"
+#include "store/pictures/pictureformat.h"
+#include "store/records/attachmentlist.h"
+#include "store/records/messagerecords.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>

@@ -1,4 +1,4 @@
-#include "exportfolder.h"
+#include "export/exportfolder.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

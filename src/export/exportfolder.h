@@ -1,6 +1,6 @@
 #pragma once
 
-#include "exportsmsthread.h"
+#include "export/exportsmsthread.h"
 
 #include <QDir>
 #include <QHash>

@@ -1,7 +1,7 @@
-#include "exportmessagescsv.h"
+#include "export/exportmessagescsv.h"
 
-#include "messagerecords.h"
-#include "messagestore.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagestore.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,7 @@
-#include "exportmessagestxt.h"
+#include "export/exportmessagestxt.h"
 
-#include "messagerecords.h"
-#include "messagestore.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagestore.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,12 +1,12 @@
-#include "exportsmshtml.h"
+#include "export/exportsmshtml.h"
 
-#include "attachmentlist.h"
-#include "exportedattachments.h"
-#include "htmltext.h"
-#include "messageparts.h"
-#include "messagerecords.h"
-#include "messagewords.h"
-#include "product.h"
+#include "app/htmltext.h"
+#include "app/product.h"
+#include "export/exportedattachments.h"
+#include "store/records/attachmentlist.h"
+#include "store/records/messageparts.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagewords.h"
 
 #include <utility>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "absformatexport.h"
-#include "exporttarget.h"
-#include "localdatetext.h"
-#include "messagetext.h"
+#include "export/exporttarget.h"
+#include "export/localdatetext.h"
+#include "store/records/absformatexport.h"
+#include "store/records/messagetext.h"
 
 #include <QHash>
 

@@ -1,9 +1,9 @@
-#include "exportsmspdf.h"
+#include "export/exportsmspdf.h"
 
-#include "disksync.h"
-#include "filetools.h"
-#include "messagerecords.h"
-#include "product.h"
+#include "app/disksync.h"
+#include "app/filetools.h"
+#include "app/product.h"
+#include "store/records/messagerecords.h"
 
 #include <QFile>
 #include <QScopeGuard>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "absformatexport.h"
-#include "smspagerenderer.h"
+#include "export/smspagerenderer.h"
+#include "store/records/absformatexport.h"
 
 #include <QPainter>
 #include <QPrinter>

@@ -1,15 +1,15 @@
-#include "exportsmsthread.h"
+#include "export/exportsmsthread.h"
 
-#include "diskroom.h"
-#include "exportconversation.h"
-#include "exportedattachments.h"
-#include "exportfolder.h"
-#include "exportmessagescsv.h"
-#include "exportmessagestxt.h"
-#include "exportsmshtml.h"
-#include "exportsmspdf.h"
-#include "jobprogress.h"
-#include "messagerecords.h"
+#include "app/diskroom.h"
+#include "app/jobprogress.h"
+#include "export/exportconversation.h"
+#include "export/exportedattachments.h"
+#include "export/exportfolder.h"
+#include "export/exportmessagescsv.h"
+#include "export/exportmessagestxt.h"
+#include "export/exportsmshtml.h"
+#include "export/exportsmspdf.h"
+#include "store/records/messagerecords.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messagetext.h"
+#include "store/records/messagetext.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "exporttarget.h"
+#include "export/exporttarget.h"
 
 #include <QFileInfo>
 

@@ -1,6 +1,6 @@
-#include "localdatetext.h"
+#include "export/localdatetext.h"
 
-#include "messagestore.h"
+#include "store/records/messagestore.h"
 
 #include <QDateTime>
 

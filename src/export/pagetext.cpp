@@ -1,6 +1,6 @@
-#include "pagetext.h"
+#include "export/pagetext.h"
 
-#include "emojipictures.h"
+#include "export/emojipictures.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetricsF>

@@ -1,8 +1,8 @@
-#include "smspagerenderer.h"
+#include "export/smspagerenderer.h"
 
-#include "attachmentlist.h"
-#include "messagerecords.h"
-#include "messagewords.h"
+#include "store/records/attachmentlist.h"
+#include "store/records/messagerecords.h"
+#include "store/records/messagewords.h"
 
 #include <QGuiApplication>
 #include <QPainter>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "emojipictures.h"
-#include "localdatetext.h"
-#include "messagetext.h"
-#include "pagetext.h"
+#include "export/emojipictures.h"
+#include "export/localdatetext.h"
+#include "export/pagetext.h"
+#include "store/records/messagetext.h"
 
 #include <QFont>
 #include <QHash>

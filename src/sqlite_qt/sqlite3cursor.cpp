@@ -1,6 +1,6 @@
-#include "sqlite3cursor.h"
+#include "sqlite_qt/sqlite3cursor.h"
 
-#include "sqlite3stmt.h"
+#include "sqlite_qt/sqlite3stmt.h"
 
 #include <sqlite3.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sqlite3row.h"
+#include "sqlite_qt/sqlite3row.h"
 
 #include <QByteArray>
 #include <QByteArrayView>

@@ -1,6 +1,6 @@
-#include "sqlite3db.h"
+#include "sqlite_qt/sqlite3db.h"
 
-#include "sqlite3stmt.h"
+#include "sqlite_qt/sqlite3stmt.h"
 
 #include <QFile>
 #include <QFileInfo>

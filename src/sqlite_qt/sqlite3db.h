@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sqlite3cursor.h"
-#include "sqlite3sql.h"
-#include "sqlitecol.h"
+#include "sqlite_qt/sqlite3cursor.h"
+#include "sqlite_qt/sqlite3sql.h"
+#include "sqlite_qt/sqlitecol.h"
 
 #include <QHash>
 #include <QString>

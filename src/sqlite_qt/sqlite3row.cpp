@@ -1,4 +1,4 @@
-#include "sqlite3row.h"
+#include "sqlite_qt/sqlite3row.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sqlite3sql.h"
+#include "sqlite_qt/sqlite3sql.h"
 
 #include <QMap>
 #include <QSet>

@@ -1,4 +1,4 @@
-#include "sqlite3sql.h"
+#include "sqlite_qt/sqlite3sql.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,4 +1,4 @@
-#include "sqlite3stmt.h"
+#include "sqlite_qt/sqlite3stmt.h"
 
 #include <sqlite3.h>
 

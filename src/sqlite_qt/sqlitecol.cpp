@@ -1,4 +1,4 @@
-#include "sqlitecol.h"
+#include "sqlite_qt/sqlitecol.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "messageworkers.h"
-#include "windowmenus.h"
+#include "ui/flows/messageworkers.h"
+#include "ui/windowmenus.h"
 
 #include <QMainWindow>
 #include <QSet>

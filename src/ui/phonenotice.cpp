@@ -1,8 +1,8 @@
-#include "phonenotice.h"
+#include "ui/phonenotice.h"
 
-#include "mainwindow.h"
-#include "mobiledevice.h"
-#include "viewswitches.h"
+#include "device/mobiledevice.h"
+#include "ui/flows/viewswitches.h"
+#include "ui/mainwindow.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

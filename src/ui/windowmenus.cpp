@@ -1,7 +1,7 @@
-#include "windowmenus.h"
+#include "ui/windowmenus.h"
 
-#include "mainwindow.h"
-#include "programicon.h"
+#include "ui/mainwindow.h"
+#include "ui/views/programicon.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,11 +1,11 @@
-#include "boundedbytes.h"
-#include "datalocations.h"
-#include "diskroom.h"
-#include "errorreport.h"
-#include "filetools.h"
-#include "log.h"
-#include "testtools.h"
-#include "texts.h"
+#include "app/boundedbytes.h"
+#include "app/datalocations.h"
+#include "app/diskroom.h"
+#include "app/errorreport.h"
+#include "app/filetools.h"
+#include "app/log.h"
+#include "app/texts.h"
+#include "testing/helpers/testtools.h"
 
 #include <QDirIterator>
 #include <QRegularExpression>

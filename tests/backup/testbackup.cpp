@@ -1,8 +1,8 @@
-#include "backupbuilder.h"
-#include "backupdiscovery.h"
-#include "childprocess.h"
-#include "itunescachesmsthread.h"
-#include "samplerandom.h"
+#include "backup/backupdiscovery.h"
+#include "backup/itunescachesmsthread.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/builders/samplerandom.h"
+#include "testing/helpers/childprocess.h"
 
 #include <QDirIterator>
 #include <QTemporaryDir>

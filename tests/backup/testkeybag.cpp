@@ -1,5 +1,5 @@
-#include "keybag.h"
-#include "samplekeybag.h"
+#include "backup/keys/keybag.h"
+#include "testing/builders/samplekeybag.h"
 
 #include <QTest>
 #include <QtEndian>

@@ -1,9 +1,9 @@
-#include "backupmanifest.h"
-#include "manifesttree.h"
-#include "manifestwriter.h"
-#include "mbdbreader.h"
-#include "samplembdb.h"
-#include "testtools.h"
+#include "backup/backupmanifest.h"
+#include "backup/manifesttree.h"
+#include "backup/manifestwriter.h"
+#include "backup/mbdbreader.h"
+#include "testing/builders/samplembdb.h"
+#include "testing/helpers/testtools.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>

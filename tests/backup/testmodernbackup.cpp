@@ -1,11 +1,11 @@
-#include "backupbuilder.h"
-#include "backupdiscovery.h"
-#include "itunescachesmsthread.h"
-#include "keybag.h"
-#include "mbfile.h"
-#include "samplembfile.h"
-#include "samplerandom.h"
-#include "testdatabase.h"
+#include "backup/backupdiscovery.h"
+#include "backup/itunescachesmsthread.h"
+#include "backup/keys/keybag.h"
+#include "backup/mbfile.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/builders/samplembfile.h"
+#include "testing/builders/samplerandom.h"
+#include "testing/helpers/testdatabase.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>

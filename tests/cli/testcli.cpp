@@ -1,9 +1,9 @@
-#include "addressbookbuilder.h"
-#include "backupbuilder.h"
-#include "product.h"
-#include "samplephone.h"
-#include "smsdbbuilder.h"
-#include "testdatabase.h"
+#include "app/product.h"
+#include "testing/builders/addressbookbuilder.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/builders/smsdbbuilder.h"
+#include "testing/helpers/testdatabase.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCryptographicHash>
 #include <QDirIterator>

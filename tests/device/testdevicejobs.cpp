@@ -1,16 +1,16 @@
 // The jobs that bring a phone's files to the computer and back: archives of strangers, tools that misbehave,
 // phones that are pulled, people who cancel.
 
-#include "backupbuilder.h"
-#include "backupoptions.h"
-#include "backupservice.h"
-#include "backuptempdir.h"
-#include "datalocations.h"
-#include "devicebackupjobs.h"
-#include "filerelay.h"
-#include "phonestand.h"
-#include "servicesocket.h"
-#include "testtools.h"
+#include "app/datalocations.h"
+#include "device/backupoptions.h"
+#include "device/backuptempdir.h"
+#include "device/clients/backupservice.h"
+#include "device/devicebackupjobs.h"
+#include "device/filerelay.h"
+#include "device/servicesocket.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/helpers/phonestand.h"
+#include "testing/helpers/testtools.h"
 
 #include <QDirIterator>
 #include <QRandomGenerator>

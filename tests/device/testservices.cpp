@@ -1,19 +1,19 @@
 // The clients of a phone's services, through the libraries that stand in for the maker's, against a phone
 // that is well or badly behaved.
 
-#include "afcconnection.h"
-#include "afcpackets.h"
-#include "backupservice.h"
-#include "devicelink.h"
-#include "devicesession.h"
-#include "filerelay.h"
-#include "iosdevice.h"
-#include "mobilesync.h"
-#include "notificationproxy.h"
-#include "phonestand.h"
-#include "servicemessages.h"
-#include "servicesocket.h"
-#include "testtools.h"
+#include "device/clients/afcconnection.h"
+#include "device/clients/afcpackets.h"
+#include "device/clients/backupservice.h"
+#include "device/clients/devicelink.h"
+#include "device/clients/mobilesync.h"
+#include "device/clients/notificationproxy.h"
+#include "device/devicesession.h"
+#include "device/filerelay.h"
+#include "device/iosdevice.h"
+#include "device/servicemessages.h"
+#include "device/servicesocket.h"
+#include "testing/helpers/phonestand.h"
+#include "testing/helpers/testtools.h"
 
 #include <QTest>
 

@@ -1,9 +1,9 @@
-#include "exportconversation.h"
-#include "exportsmsthread.h"
-#include "localdatetext.h"
-#include "messagestore.h"
-#include "records.h"
-#include "testtools.h"
+#include "export/exportconversation.h"
+#include "export/exportsmsthread.h"
+#include "export/localdatetext.h"
+#include "store/records/messagestore.h"
+#include "testing/helpers/records.h"
+#include "testing/helpers/testtools.h"
 
 #include <QDir>
 #include <QFontDatabase>

@@ -1,5 +1,5 @@
-#include "absdb.h"
-#include "testdatabase.h"
+#include "sqlite_qt/absdb.h"
+#include "testing/helpers/testdatabase.h"
 
 #include <QTemporaryDir>
 #include <QTest>

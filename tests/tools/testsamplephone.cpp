@@ -1,9 +1,9 @@
-#include "samplembdb.h"
-#include "samplephone.h"
-#include "sampletypedstream.h"
-#include "smsdbbuilder.h"
-#include "smsdbwriter.h"
-#include "testdatabase.h"
+#include "testing/builders/samplembdb.h"
+#include "testing/builders/sampletypedstream.h"
+#include "testing/builders/smsdbbuilder.h"
+#include "testing/builders/smsdbwriter.h"
+#include "testing/helpers/testdatabase.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,18 +1,18 @@
 // A phone in the window: it arrives, is read, takes messages and goes, all through the libraries that stand
 // in for the maker's and the backup tool of the system.
 
-#include "backupbuilder.h"
-#include "boxreader.h"
-#include "datalocations.h"
-#include "datasourceselform.h"
-#include "mainwindow.h"
-#include "mbdbreader.h"
-#include "mobiledevice.h"
-#include "muxserver.h"
-#include "mytreeview.h"
-#include "smsdbbuilder.h"
-#include "testtools.h"
-#include "texts.h"
+#include "app/datalocations.h"
+#include "app/texts.h"
+#include "backup/mbdbreader.h"
+#include "device/mobiledevice.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/builders/smsdbbuilder.h"
+#include "testing/fakephone/muxserver.h"
+#include "testing/helpers/boxreader.h"
+#include "testing/helpers/testtools.h"
+#include "ui/dialogs/datasourceselform.h"
+#include "ui/mainwindow.h"
+#include "ui/views/mytreeview.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

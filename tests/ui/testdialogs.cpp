@@ -1,12 +1,12 @@
-#include "backupbuilder.h"
-#include "backupdiscovery.h"
-#include "boxes.h"
-#include "boxreader.h"
-#include "loaditunesbackupdlg.h"
-#include "mytreeview.h"
-#include "passcodedlg.h"
-#include "progressform.h"
-#include "texts.h"
+#include "app/texts.h"
+#include "backup/backupdiscovery.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/helpers/boxreader.h"
+#include "ui/dialogs/boxes.h"
+#include "ui/dialogs/loaditunesbackupdlg.h"
+#include "ui/dialogs/passcodedlg.h"
+#include "ui/dialogs/progressform.h"
+#include "ui/views/mytreeview.h"
 
 #include <QElapsedTimer>
 #include <QLabel>

@@ -1,9 +1,9 @@
-#include "itemmodelmain.h"
-#include "itemmodelsms.h"
-#include "mytreeview.h"
-#include "plaintextdelegate.h"
-#include "records.h"
-#include "texts.h"
+#include "app/texts.h"
+#include "testing/helpers/records.h"
+#include "ui/models/itemmodelmain.h"
+#include "ui/models/itemmodelsms.h"
+#include "ui/views/mytreeview.h"
+#include "ui/views/plaintextdelegate.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>

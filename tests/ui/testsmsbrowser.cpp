@@ -1,7 +1,7 @@
-#include "boxreader.h"
-#include "records.h"
-#include "smsbrowser.h"
-#include "testtools.h"
+#include "testing/helpers/boxreader.h"
+#include "testing/helpers/records.h"
+#include "testing/helpers/testtools.h"
+#include "ui/pages/smsbrowser.h"
 
 #include <QElapsedTimer>
 #include <QScopeGuard>

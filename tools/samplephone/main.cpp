@@ -1,4 +1,4 @@
-#include "samplephone.h"
+#include "tools/samplephone/samplephone.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

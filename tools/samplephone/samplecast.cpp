@@ -1,7 +1,7 @@
-#include "samplecast.h"
+#include "tools/samplephone/samplecast.h"
 
-#include "sampleimages.h"
-#include "samplewords.h"
+#include "tools/samplephone/sampleimages.h"
+#include "tools/samplephone/samplewords.h"
 
 using namespace Qt::StringLiterals;
 

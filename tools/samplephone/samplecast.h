@@ -1,8 +1,8 @@
 #pragma once
 
-#include "addressbookbuilder.h"
-#include "samplerandom.h"
-#include "samplerecords.h"
+#include "testing/builders/addressbookbuilder.h"
+#include "testing/builders/samplerandom.h"
+#include "testing/builders/samplerecords.h"
 
 /// Someone who writes to the phone.
 struct SamplePerson {

@@ -1,4 +1,4 @@
-#include "sampledevices.h"
+#include "tools/samplephone/sampledevices.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
-#include "sampledomains.h"
+#include "tools/samplephone/sampledomains.h"
 
-#include "sampleimages.h"
+#include "tools/samplephone/sampleimages.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "samplefile.h"
-#include "samplerandom.h"
+#include "testing/builders/samplefile.h"
+#include "testing/builders/samplerandom.h"
 
 #include <QList>
 

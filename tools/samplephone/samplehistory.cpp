@@ -1,8 +1,8 @@
-#include "samplehistory.h"
+#include "tools/samplephone/samplehistory.h"
 
-#include "sampleimages.h"
-#include "samplemedia.h"
-#include "samplewords.h"
+#include "tools/samplephone/sampleimages.h"
+#include "tools/samplephone/samplemedia.h"
+#include "tools/samplephone/samplewords.h"
 
 #include <algorithm>
 

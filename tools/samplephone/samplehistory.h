@@ -1,10 +1,10 @@
 #pragma once
 
-#include "samplecast.h"
-#include "samplefile.h"
-#include "sampleseason.h"
-#include "sampletouches.h"
-#include "smsdbwriter.h"
+#include "testing/builders/samplefile.h"
+#include "testing/builders/smsdbwriter.h"
+#include "tools/samplephone/samplecast.h"
+#include "tools/samplephone/sampleseason.h"
+#include "tools/samplephone/sampletouches.h"
 
 /// The conversations of a sample phone, told one message after the other.
 class SampleHistory

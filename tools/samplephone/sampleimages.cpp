@@ -1,7 +1,7 @@
-#include "sampleimages.h"
+#include "tools/samplephone/sampleimages.h"
 
-#include "samplebytes.h"
-#include "samplerandom.h"
+#include "testing/builders/samplebytes.h"
+#include "testing/builders/samplerandom.h"
 
 #include <bit>
 #include <cstdlib>

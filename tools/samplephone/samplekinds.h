@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sampletouches.h"
+#include "tools/samplephone/sampletouches.h"
 
 /// A touch for the generations from `since` on.
 struct SampleKind {

@@ -1,8 +1,8 @@
-#include "samplemedia.h"
+#include "tools/samplephone/samplemedia.h"
 
-#include "samplebytes.h"
-#include "sampleimages.h"
-#include "samplerandom.h"
+#include "testing/builders/samplebytes.h"
+#include "testing/builders/samplerandom.h"
+#include "tools/samplephone/sampleimages.h"
 
 using namespace Qt::StringLiterals;
 

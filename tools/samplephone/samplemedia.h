@@ -1,6 +1,6 @@
 #pragma once
 
-#include "samplecontent.h"
+#include "testing/builders/samplecontent.h"
 
 /// A grey GIF of `size` x `size` pixels with two frames; `seed` decides the shades.
 QByteArray sampleGif(int size, quint64 seed);

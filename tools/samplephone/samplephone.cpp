@@ -1,9 +1,9 @@
-#include "samplephone.h"
+#include "tools/samplephone/samplephone.h"
 
-#include "addressbookbuilder.h"
-#include "sampledevices.h"
-#include "sampledomains.h"
-#include "samplehistory.h"
+#include "testing/builders/addressbookbuilder.h"
+#include "tools/samplephone/sampledevices.h"
+#include "tools/samplephone/sampledomains.h"
+#include "tools/samplephone/samplehistory.h"
 
 #include <QTemporaryDir>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "backupbuilder.h"
-#include "iosversion.h"
-#include "samplefile.h"
+#include "testing/builders/backupbuilder.h"
+#include "testing/builders/iosversion.h"
+#include "testing/builders/samplefile.h"
 
 /// What a sample phone is to hold. The same plan gives the same bytes.
 struct SamplePhonePlan {

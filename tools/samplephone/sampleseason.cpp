@@ -1,6 +1,6 @@
-#include "sampleseason.h"
+#include "tools/samplephone/sampleseason.h"
 
-#include "samplepayloads.h"
+#include "testing/builders/samplepayloads.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "iosversion.h"
-#include "samplerandom.h"
-#include "samplerecords.h"
+#include "testing/builders/iosversion.h"
+#include "testing/builders/samplerandom.h"
+#include "testing/builders/samplerecords.h"
 
 #include <QHash>
 

@@ -1,6 +1,6 @@
-#include "sampletouches.h"
+#include "tools/samplephone/sampletouches.h"
 
-#include "sampletouchesmodern.h"
+#include "tools/samplephone/sampletouchesmodern.h"
 
 using namespace Qt::StringLiterals;
 

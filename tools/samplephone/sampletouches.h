@@ -1,7 +1,7 @@
 #pragma once
 
-#include "iosversion.h"
-#include "samplerecords.h"
+#include "testing/builders/iosversion.h"
+#include "testing/builders/samplerecords.h"
 
 #include <functional>
 

@@ -1,8 +1,8 @@
-#include "samplekinds.h"
+#include "tools/samplephone/samplekinds.h"
 
-#include "samplebody.h"
-#include "samplepayloads.h"
-#include "sampletypedstream.h"
+#include "testing/builders/samplebody.h"
+#include "testing/builders/samplepayloads.h"
+#include "testing/builders/sampletypedstream.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
-#include "sampletouchesmodern.h"
+#include "tools/samplephone/sampletouchesmodern.h"
 
-#include "samplebody.h"
-#include "samplekinds.h"
-#include "sampletypedstream.h"
+#include "testing/builders/samplebody.h"
+#include "testing/builders/sampletypedstream.h"
+#include "tools/samplephone/samplekinds.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,4 +1,4 @@
-#include "samplewords.h"
+#include "tools/samplephone/samplewords.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "samplerandom.h"
+#include "testing/builders/samplerandom.h"
 
 #include <QString>
 

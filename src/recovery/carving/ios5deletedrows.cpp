@@ -1,0 +1,205 @@
+#include "app/appledates.h"
+#include "recovery/carving/deletedrows.h"
+#include "recovery/carving/rawvalues.h"
+#include "store/people/countrylibdb.h"
+#include "store/records/messagestore.h"
+
+#include <QDateTime>
+
+#include <array>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qsizetype ios5ShortRow = 17;
+constexpr qsizetype ios5LongRow = 33;
+constexpr qsizetype uiFlagsColumn = 10;
+constexpr qsizetype readColumn = 16;
+constexpr qsizetype firstMadridColumn = 17;
+constexpr qsizetype isMadridColumn = 29;
+constexpr int sentFlags = 3;
+
+struct Column {
+    QLatin1StringView name;
+    QLatin1StringView type;
+};
+
+constexpr std::array columns = {
+    Column{"ROWID"_L1, "INTEGER"_L1},
+    Column{"address"_L1, "TEXT"_L1},
+    Column{"date"_L1, "INTEGER"_L1},
+    Column{"text"_L1, "TEXT"_L1},
+    Column{"flags"_L1, "INTEGER"_L1},
+    Column{"replace"_L1, "INTEGER"_L1},
+    Column{"svc_center"_L1, "TEXT"_L1},
+    Column{"group_id"_L1, "INTEGER"_L1},
+    Column{"association_id"_L1, "INTEGER"_L1},
+    Column{"height"_L1, "INTEGER"_L1},
+    Column{"UIFlags"_L1, "INTEGER"_L1},
+    Column{"version"_L1, "INTEGER"_L1},
+    Column{"subject"_L1, "TEXT"_L1},
+    Column{"country"_L1, "TEXT"_L1},
+    Column{"headers"_L1, "BLOB"_L1},
+    Column{"recipients"_L1, "BLOB"_L1},
+    Column{"read"_L1, "INTEGER"_L1},
+    Column{"madrid_attributedBody"_L1, "BLOB"_L1},
+    Column{"madrid_handle"_L1, "TEXT"_L1},
+    Column{"madrid_version"_L1, "INTEGER"_L1},
+    Column{"madrid_guid"_L1, "TEXT"_L1},
+    Column{"madrid_type"_L1, "INTEGER"_L1},
+    Column{"madrid_roomname"_L1, "TEXT"_L1},
+    Column{"madrid_service"_L1, "TEXT"_L1},
+    Column{"madrid_account"_L1, "TEXT"_L1},
+    Column{"madrid_flags"_L1, "INTEGER"_L1},
+    Column{"madrid_attachmentInfo"_L1, "BLOB"_L1},
+    Column{"madrid_url"_L1, "TEXT"_L1},
+    Column{"madrid_error"_L1, "INTEGER"_L1},
+    Column{"is_madrid"_L1, "INTEGER"_L1},
+    Column{"madrid_date_read"_L1, "INTEGER"_L1},
+    Column{"madrid_date_delivered"_L1, "INTEGER"_L1},
+    Column{"madrid_account_guid"_L1, "TEXT"_L1},
+};
+
+QList<_SqliteCol> firstColumns(qsizetype count)
+{
+    QList<_SqliteCol> list;
+    for (const Column &column : columns)
+        list.append({column.name, column.type, false, false, false});
+    return list.first(count);
+}
+
+bool isKnownUiFlags(qint64 flags)
+{
+    return flags == 0 || (flags >= 4 && flags <= 6);
+}
+
+/// A text message: of the columns for iMessage nothing is filled.
+bool isSms(const QList<QVariant> &values)
+{
+    if (values.size() < ios5LongRow)
+        return true;
+    const auto isNull = [&](qsizetype column) { return !values.at(column).isValid(); };
+    for (qsizetype column = firstMadridColumn; column < isMadridColumn; ++column) {
+        if (!isNull(column))
+            return false;
+    }
+    return longOf(values.at(isMadridColumn)) == 0 && isNull(isMadridColumn + 1) && isNull(isMadridColumn + 2);
+}
+
+bool isMadrid(const QList<QVariant> &values)
+{
+    return values.size() >= ios5LongRow && longOf(values.at(isMadridColumn)) == 1 &&
+           values.at(23).toString() == "Madrid"_L1;
+}
+
+/// 0 where the sum doesn't fit, which is no date of a message.
+int secondsSince2001(qint64 secondsSince1970)
+{
+    constexpr qint64 latest = appleEpoch + std::numeric_limits<int>::max();
+    return secondsSince1970 > appleEpoch && secondsSince1970 <= latest ? int(secondsSince1970 - appleEpoch)
+                                                                       : 0;
+}
+
+/// What both kinds have.
+_MsgMessage commonMessage(const Sqlite3RawRow &row)
+{
+    _MsgMessage message;
+    message.rowid = row.rowid;
+    message.text = row.values.at(3).toString();
+    message.replace = intOf(row.values.at(5));
+    message.service_center = row.values.at(6).toString();
+    message.version = intOf(row.values.at(11));
+    message.subject = row.values.at(12).toString();
+    message.country = row.values.at(13).toString();
+    message.is_finished = 1;
+    message.is_prepared = 1;
+    message.is_read = 1;
+    message.is_sent = 1;
+    message.was_data_detected = 1;
+    return message;
+}
+
+void completeSms(_RecycleMessage &recycled, const QList<QVariant> &values, CountryLibDb &countries)
+{
+    _MsgMessage &message = recycled.message;
+    message.guid = newMessageGuid();
+    message.service = u"SMS"_s;
+    message.account = u"e:"_s;
+    message.date = secondsSince2001(longOf(values.at(2)));
+    message.date_read = message.date;
+    message.date_delivered = message.date;
+    message.is_from_me = longOf(values.at(4)) == sentFlags ? 1 : 0;
+    recycled.handle = normalizeAddress(countries.countryBySn(message.country), values.at(1).toString());
+    recycled.chat_identifier = recycled.handle;
+}
+
+void completeMadrid(_RecycleMessage &recycled, const QList<QVariant> &values, CountryLibDb &countries)
+{
+    _MsgMessage &message = recycled.message;
+    message.attributedBody = values.at(17).toByteArray();
+    message.guid = values.at(20).toString();
+    message.service = u"iMessage"_s;
+    message.account = values.at(24).toString();
+    message.account_guid = values.at(32).toString();
+    message.error = intOf(values.at(28));
+    message.date = intOf(values.at(2));
+    message.date_read = intOf(values.at(30));
+    message.date_delivered = intOf(values.at(31));
+    message.is_from_me = message.date_delivered > 0 ? 1 : 0;
+    recycled.handle = normalizeAddress(countries.defaultCountry(), values.at(18).toString());
+    const QString room = values.at(22).toString();
+    recycled.chat_identifier = room.isEmpty() ? recycled.handle : room;
+}
+
+bool isKnownCountry(CountryLibDb &countries, const QString &sn)
+{
+    bool found = false;
+    countries.countryBySn(sn, &found);
+    return found;
+}
+
+bool isPossibleDate(int date)
+{
+    return date > 0 && date <= QDateTime::currentSecsSinceEpoch() - appleEpoch;
+}
+
+} // namespace
+
+QList<QList<_SqliteCol>> ios5MessageColumns()
+{
+    return {firstColumns(ios5ShortRow), firstColumns(ios5LongRow - 1), firstColumns(ios5LongRow)};
+}
+
+bool isPlausibleIos5Row(const Sqlite3RawRow &row)
+{
+    const QList<QVariant> &values = row.values;
+    if (values.size() < ios5ShortRow || quint64(longOf(values.at(readColumn))) > 1 ||
+        !isKnownUiFlags(longOf(values.at(uiFlagsColumn))))
+        return false;
+    return values.size() < ios5LongRow || quint64(longOf(values.at(isMadridColumn))) < 2;
+}
+
+std::optional<_RecycleMessage> rowToIos5Message(const Sqlite3RawRow &row, CountryLibDb &countries)
+{
+    const QList<QVariant> &values = row.values;
+    if (values.size() < ios5ShortRow || quint64(longOf(values.at(5))) > 1 ||
+        !isKnownUiFlags(longOf(values.at(uiFlagsColumn))))
+        return std::nullopt;
+    _RecycleMessage recycled = {commonMessage(row), {}, {}};
+    const QString &country = recycled.message.country;
+    if (!country.isEmpty() && !isKnownCountry(countries, country))
+        return std::nullopt;
+    if (isSms(values)) {
+        if (values.at(1).toString().isEmpty())
+            return std::nullopt;
+        completeSms(recycled, values, countries);
+    } else if (isMadrid(values)) {
+        completeMadrid(recycled, values, countries);
+    } else {
+        return std::nullopt;
+    }
+    return isPossibleDate(recycled.message.date) ? std::optional(recycled) : std::nullopt;
+}

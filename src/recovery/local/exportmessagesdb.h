@@ -1,0 +1,70 @@
+#pragma once
+
+#include "recovery/local/attachmentnames.h"
+#include "recovery/local/copiedfiles.h"
+#include "recovery/local/extraskeeper.h"
+#include "recovery/local/importcounts.h"
+#include "recovery/local/knownrows.h"
+#include "recovery/local/messageplacing.h"
+#include "store/readers/ios6messagedb.h"
+#include "store/records/absformatexport.h"
+#include "store/records/messagerecords.h"
+
+#include <QDir>
+#include <QMap>
+#include <QString>
+
+/// Writes messages of any source into a Local Database. A message that is there already, by its guid or
+/// from another source by its content, gets no second row; chat, handles and attachments around it end up
+/// present and joined, and what newer phones tell of it is brought up to date (`ExtrasKeeper`).
+///
+/// A run is `begin`, `append` for each message, `finish`: one transaction. A run that ends without
+/// `finish` leaves the database as it was. Of the attachment files that it copied, those stay that a row
+/// names.
+class ExportMessagesDb final : public AbsFormatExport<_MsgMessage>
+{
+public:
+    /// `root` is the folder in which attachment files go, `path` the file of the database. It is made
+    /// when it is missing.
+    ExportMessagesDb(const QDir &root, const QString &path);
+    ~ExportMessagesDb() override;
+
+    void begin() override;
+    /// Tells after `begin` what comes in this run, so that the content of a message doesn't lead to the row
+    /// of another one that comes later.
+    void expect(const QList<_MsgMessage *> &messages);
+    /// Throws `std::runtime_error`; the run is then over. A message without a chat, or with one of an
+    /// unknown address, is left out and logged.
+    void append(const _MsgMessage &message);
+    /// Commits and closes.
+    void finish();
+    /// Of the run, and after it.
+    const ImportCounts &counts() const { return messageCounts; }
+
+    void write(const _MsgMessage &message) override { append(message); }
+    void end() override { finish(); }
+
+private:
+    bool canHold(const _MsgMessage &message);
+    void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
+    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
+    /// Copies the file, if any. Returns the attachment with the path that it has here.
+    _MsgAttachment keptFile(const _MsgAttachment &attachment);
+    void copyFile(const _MsgAttachment &attachment);
+    void takeFilesBack();
+    void forgetRun();
+
+    IOS6MessageDb db;
+    MessagePlacing placing; ///< into `db`
+    ExtrasKeeper extras;
+    AttachmentNames names;
+    KnownRows knownRows;
+    QDir root;
+    CopiedFiles files;
+    ImportCounts messageCounts;
+
+    // Written once at the end instead of once a message.
+    QMap<qint64, int> newestDates;   ///< by chat
+    QMap<qint64, int> newestDeleted; ///< the same of messages in "Recently Deleted"
+};

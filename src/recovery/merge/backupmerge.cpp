@@ -1,0 +1,71 @@
+#include "recovery/merge/backupmerge.h"
+
+#include "app/jobprogress.h"
+#include "backup/backupmanifest.h"
+#include "backup/backuprewrite.h"
+#include "backup/itunescachesmsthread.h"
+#include "backup/manifestdb.h"
+#include "backup/manifestwriter.h"
+#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/ios6restoremessagesthread.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/messagestore.h"
+
+#include <QObject>
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+[[noreturn]] void refuse(const QDir &backup, const QString &why)
+{
+    throw std::runtime_error(u"%1: %2"_s.arg(backup.absolutePath(), why).toStdString());
+}
+
+bool isCacheCurrent(const BackupManifest &manifest, const QDir &cache)
+{
+    const QString inBackup = manifest.backupDir.absoluteFilePath(messageDatabaseName());
+    return fileSha1(messageDbPath(cache)) == fileSha1(inBackup);
+}
+
+} // namespace
+
+void openForMessages(BackupManifest &manifest)
+{
+    const QDir &backup = manifest.backupDir;
+    manifest.loadInfo();
+    if (manifest.isEncrypted)
+        refuse(backup, QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_ENCRYPT"));
+    if (hasManifestDb(backup.path()))
+        refuse(backup, QObject::tr("IDS_CANT_EXPORT_ITUNES_BACKUP_IS_TOO_NEW"));
+    finishRewrite(backup);
+    manifest.loadIndex();
+}
+
+void cacheForMessages(const BackupManifest &manifest, JobProgress &progress)
+{
+    const QDir cache = backupCacheDir(manifest);
+    cacheBackupMessages(manifest, cache, progress);
+    if (isCacheCurrent(manifest, cache))
+        return;
+    emptyCache(cache);
+    cacheBackupMessages(manifest, cache, progress);
+}
+
+std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest)
+{
+    const QDir cache = backupCacheDir(manifest);
+    if (sniffMessageDbVersion(messageDbPath(cache)) != 6)
+        refuse(manifest.backupDir, u"Failed to recover. Only iOS 6 or above is supported."_s);
+    return std::make_unique<IOS6MessageDb>(cache, QString(), false);
+}
+
+MergeCounts mergeIntoBackup(const QList<_MsgMessage *> &messages, const BackupManifest &manifest,
+                            JobProgress &progress)
+{
+    cacheForMessages(manifest, progress);
+    return restoreMessages(messages, *cachedPhone(manifest), manifest.backupDir, progress);
+}

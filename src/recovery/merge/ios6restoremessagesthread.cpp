@@ -1,0 +1,68 @@
+#include "recovery/merge/ios6restoremessagesthread.h"
+
+#include "app/diskroom.h"
+#include "app/jobprogress.h"
+#include "backup/backuprewrite.h"
+#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/workingcopies.h"
+
+#include <QFileInfo>
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+void checkHasFiles(const QDir &backup)
+{
+    for (const QString &name : {QString(manifestName), messageDatabaseName()}) {
+        if (!QFileInfo(backup.absoluteFilePath(name)).isFile())
+            throw std::runtime_error(u"can not find %1."_s.arg(backup.absoluteFilePath(name)).toStdString());
+    }
+}
+
+} // namespace
+
+MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source,
+                            const QDir &backupDir, JobProgress &progress)
+{
+    progress.updateProgress(QObject::tr("IDS_MERGING_IOS6_MESSAGES"), 0, {});
+    checkHasFiles(backupDir);
+    BackupRewrite rewrite(backupDir, messageDatabaseNames() + QStringList(manifestName));
+    source.close();
+    const QString path = source.databasePath();
+    BackupFilling filling(backupDir, rewrite);
+    filling.checkIsCopy(path);
+    checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
+    WorkingCopies copies(path);
+    const auto place = [&](const QString &filename) { return filling.attachmentPlace(filename); };
+    MessageMerge merge(copies.phone, copies.merged, place, progress);
+    const MergeCounts counts = merge.run(messages);
+    if (copies.hadLogMode)
+        setJournalMode(copies.merged, u"wal"_s);
+    filling.stageDatabase(copies.merged);
+    filling.stageAttachments(merge.attachments(), progress);
+    filling.stageManifest();
+    throwIfCancelled(progress);
+    rewrite.commit();
+    return counts;
+}
+
+IOS6RestoreMessagesThread::IOS6RestoreMessagesThread(const QList<_MsgMessage *> *chosen, IOS6MessageDb *phone,
+                                                     const QDir &backup, JobProgress *jobProgress,
+                                                     QObject *parent)
+    : QThread(parent), messages(chosen), source(phone), backupDir(backup), progress(jobProgress)
+{
+}
+
+void IOS6RestoreMessagesThread::run()
+{
+    runJob(*progress, [this] {
+        const MergeCounts counts = restoreMessages(*messages, *source, backupDir, *progress);
+        unknownCount = counts.unknownCount;
+        validCount = counts.validCount;
+        return QString();
+    });
+}

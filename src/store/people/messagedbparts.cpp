@@ -1,0 +1,82 @@
+#include "store/people/messagedbparts.h"
+
+#include <QDebug>
+
+#include <exception>
+
+using namespace Qt::StringLiterals;
+
+MessageDbParts::MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader)
+    : readerName(reader), contacts(root, countryCode), countryLib(countryCode)
+{
+}
+
+void MessageDbParts::useCountry(const QString &countryCode)
+{
+    contacts.useCountry(countryCode);
+    countryLib.useCountry(countryCode);
+    normalAddresses.clear();
+}
+
+void MessageDbParts::openContacts()
+{
+    if (isContactsDamaged || contacts.isOpen())
+        return;
+    try {
+        contacts.openDb();
+        if (!contacts.pictureFailure().isEmpty())
+            failContacts(contacts.pictureFailure(), u"the pictures of their people"_s);
+    } catch (const std::exception &error) {
+        isContactsDamaged = true;
+        failContacts(QString::fromUtf8(error.what()), u"the names of their people"_s);
+    }
+}
+
+void MessageDbParts::failContacts(const QString &reason, const QString &loss)
+{
+    contactsFailure = u"%1. The messages are read without %2."_s.arg(reason, loss);
+    qWarning().noquote() << contactsFailure;
+}
+
+void MessageDbParts::nameHandle(_MsgHandle &handle)
+{
+    if (!contacts.isOpen())
+        return;
+    try {
+        const _ContactInfo contact = contacts.contactFor(handle.id);
+        handle._ct_name = contactName(contact);
+        handle._photo = contact.photo;
+        handle._contact = contacts.cardOf(handle.id);
+    } catch (const std::exception &error) {
+        qWarning("%s::chats, IOSContactsMemDb error. %s", qUtf8Printable(readerName), error.what());
+    }
+}
+
+void MessageDbParts::nameHandleByMail(_MsgHandle &handle)
+{
+    if (!contacts.isOpen() || !handle._ct_name.isEmpty() || !handle.id.contains(u'@'))
+        return;
+    try {
+        const _ContactInfo contact = contacts.contactForMail(handle.id);
+        handle._ct_name = contactName(contact);
+        handle._photo = contact.photo;
+    } catch (const std::exception &error) {
+        qWarning("%s::chats, IOSContactsMemDb error. %s", qUtf8Printable(readerName), error.what());
+    }
+}
+
+QString MessageDbParts::normalAddress(const QString &country, const QString &address)
+{
+    QString &normal = normalAddresses[{country, address}];
+    if (normal.isNull()) {
+        normal = normalizeAddress(countryLib.countryBySn(country), address);
+        if (normal.isNull())
+            normal = u""_s; // known, and empty
+    }
+    return normal;
+}
+
+QString MessageDbParts::normalAddress(const QString &address)
+{
+    return normalAddress(QString(), address);
+}

@@ -1,0 +1,43 @@
+#include "store/readers/absmessagedb.h"
+
+#include "sqlite_qt/untoucheddb.h"
+#include "store/people/sourcecountry.h"
+
+#include <QDebug>
+
+using namespace Qt::StringLiterals;
+
+AbsIOSMessageDb::AbsIOSMessageDb(const QDir &rootFolder, const QString &databasePath,
+                                 const QString &countryCode)
+    : root(rootFolder), path(databasePath), mcc(countryCode)
+{
+}
+
+void AbsIOSMessageDb::findCountry()
+{
+    if (!mcc.isEmpty())
+        return;
+    try {
+        mcc = commonestCountry(*this);
+    } catch (const std::exception &error) { // a damaged page; what can be read of the file is still read
+        qWarning("%ls: its country is unknown: %s", qUtf16Printable(path), error.what());
+    }
+}
+
+AbsIOSMessageDb::~AbsIOSMessageDb()
+{
+    close(); // before the copy goes
+}
+
+void AbsIOSMessageDb::takeOpened(UntouchedDb &opened)
+{
+    takeOver(opened.db);
+    copy = std::move(opened.copy);
+    prepare();
+}
+
+qsizetype AbsIOSMessageDb::rowCount(const QString &table)
+{
+    Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(u"select count(*) from %1"_s.arg(table)));
+    return cursor.moveNextThrow() ? qsizetype(cursor.getInt64(0)) : 0;
+}

@@ -1,0 +1,330 @@
+#include "store/readers/localextras.h"
+
+#include "sqlite_qt/sqlite3db.h"
+#include "store/records/extrasfields.h"
+#include "store/records/messagestore.h"
+#include "store/records/reactions.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+MessageExtras &ownExtras(_MsgMessage &message)
+{
+    if (!message.extras)
+        message.extras = new MessageExtras;
+    return *message.extras;
+}
+
+/// Reactions of hostile files may lack a guid.
+QString reactionGuid(const MessageReaction &reaction)
+{
+    if (!reaction.guid.isEmpty())
+        return reaction.guid;
+    const QString sender = reaction.handle ? reaction.handle->id : QString::number(reaction.is_from_me);
+    return messageGuidFromData(u"%1 %2 %3 %4"_s.arg(reaction.associated_message_type)
+                                   .arg(reaction.part)
+                                   .arg(reaction.date)
+                                   .arg(sender)
+                                   .toUtf8());
+}
+
+// What the message said before an edit that the phone keeps no history of.
+void addStateBefore(_MsgMessage &message, const MessageEdit &before)
+{
+    MessageExtras &extras = ownExtras(message);
+    if (extras.edits.isEmpty())
+        extras.edits = {{before.part, extras.date_edited, message.text}};
+    const auto isLater = [&](const MessageEdit &edit) {
+        return edit.part > before.part || (edit.part == before.part && edit.date > before.date);
+    };
+    const auto place = std::find_if(extras.edits.cbegin(), extras.edits.cend(), isLater);
+    extras.edits.insert(place, before);
+}
+
+QString updateSql()
+{
+    QStringList columns;
+    for (const ExtrasField &field : extrasFields()) {
+        if (field.column != "delete_date"_L1)
+            columns.append(u'_' + field.column + u"=?");
+    }
+    return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
+}
+
+// Recovery makes these for messages under an address that nobody knows.
+constexpr auto unknownChats = "guid glob 'SMS;-;unknown[0-9]*' or guid glob 'SMS;-;unknown-[0-9]*'"_L1;
+
+QString madeUpChats()
+{
+    return "chat_identifier = 'no-conversation' or "_L1 + unknownChats;
+}
+
+} // namespace
+
+const char *LocalExtras::looseHandles =
+    "select h.* from handle as h where h.rowid not in (select handle_id from chat_handle_join where "
+    "handle_id is not null) and (h.rowid in (select handle_id from _reaction) or exists (select 1 from "
+    "message as m where m.handle_id = h.rowid))";
+
+void LocalExtras::read(_MsgStore &store)
+{
+    readReactions(store);
+    readPartTexts(store);
+    const QSet<qint64> rows = recovered();
+    for (const qint64 rowid : rows) {
+        if (_MsgMessage *message = store.messages.value(rowid))
+            message->isRecovered = true;
+    }
+}
+
+void LocalExtras::readReactions(_MsgStore &store)
+{
+    // A file that is only read may be older.
+    const bool hasPayload = db.tbInfo(u"_reaction"_s).contains(u"payload_data"_s);
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(
+        u"select rowid, message_id, guid, associated_message_type, associated_message_emoji, part, "
+        "is_from_me, handle_id, date, service, text, %1 from _reaction order by rowid"_s.arg(
+            hasPayload ? u"payload_data, message_summary_info"_s : u"null, null"_s)));
+    QList<ReactionRow> rows;
+    while (cursor.moveNextThrow()) {
+        const _MsgMessage *message = store.messages.value(cursor.getInt64(1));
+        if (!message)
+            continue;
+        rows.append({message->guid,
+                     {.rowid = cursor.getInt64(0),
+                      .guid = cursor.getText(2),
+                      .associated_message_type = cursor.getInt(3),
+                      .associated_message_emoji = cursor.getText(4),
+                      .part = cursor.getInt(5),
+                      .is_from_me = cursor.getInt(6),
+                      .handle = store.handles.value(cursor.getInt64(7)),
+                      .date = cursor.getInt(8),
+                      .service = cursor.getText(9),
+                      .text = cursor.getText(10),
+                      .payload_data = cursor.getBlob(11),
+                      .message_summary_info = cursor.getBlob(12),
+                      .attachments = {}}});
+    }
+    if (!rows.isEmpty())
+        applyReactions(GuidIndex(store), rows);
+}
+
+void LocalExtras::readPartTexts(_MsgStore &store)
+{
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(
+        "select message_id, kind, part, date, text from _part_text order by message_id, kind, part, date"));
+    QHash<_MsgMessage *, QList<MessageEdit>> deleted;
+    while (cursor.moveNextThrow()) {
+        _MsgMessage *message = store.messages.value(cursor.getInt64(0));
+        if (!message)
+            continue;
+        const MessageEdit text{cursor.getInt(2), cursor.getInt(3), cursor.getText(4)};
+        if (cursor.getInt(1) == int(PartText::Deleted))
+            deleted[message].append(text);
+        else
+            addStateBefore(*message, text);
+    }
+    for (auto it = deleted.cbegin(); it != deleted.cend(); ++it)
+        ownExtras(*it.key()).deletedParts = it.value();
+}
+
+qint64 LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId)
+{
+    Sqlite3Sql sql("insert into _reaction(message_id, guid, associated_message_type, "
+                   "associated_message_emoji, part, is_from_me, handle_id, date, service, text, "
+                   "payload_data, message_summary_info) values(?,?,?,?,?,?,?,?,?,?,?,?) "
+                   "on conflict(message_id, guid) do update set "
+                   "payload_data=coalesce(nullif(payload_data, x''), excluded.payload_data), "
+                   "message_summary_info=coalesce(nullif(message_summary_info, x''), "
+                   "excluded.message_summary_info)");
+    const QString guid = reactionGuid(reaction);
+    sql.addInt64Param(messageId);
+    sql.addTextParam(guid);
+    sql.addIntParam(reaction.associated_message_type);
+    sql.addTextParam(reaction.associated_message_emoji);
+    sql.addIntParam(reaction.part);
+    sql.addIntParam(reaction.is_from_me);
+    sql.addInt64Param(handleId);
+    sql.addIntParam(reaction.date);
+    sql.addTextParam(reaction.service);
+    sql.addTextParam(reaction.text);
+    sql.addBlobParam(reaction.payload_data);
+    sql.addBlobParam(reaction.message_summary_info);
+    db.executeThrow(sql);
+    Sqlite3Sql row("select rowid from _reaction where message_id=? and guid=?");
+    row.addInt64Param(messageId);
+    row.addTextParam(guid);
+    Sqlite3Cursor cursor = db.queryThrow(row);
+    return cursor.moveNextThrow() ? cursor.getInt64(0) : 0;
+}
+
+void LocalExtras::joinReactionAttachment(qint64 reactionId, qint64 attachmentId)
+{
+    Sqlite3Sql sql("insert or ignore into _reaction_attachment_join(reaction_id, attachment_id) values(?,?)");
+    sql.addInt64Param(reactionId);
+    sql.addInt64Param(attachmentId);
+    db.executeThrow(sql);
+}
+
+bool LocalExtras::hasReaction(qint64 messageId, const MessageReaction &reaction)
+{
+    Sqlite3Sql sql("select 1 from _reaction where message_id=? and guid=?");
+    sql.addInt64Param(messageId);
+    sql.addTextParam(reactionGuid(reaction));
+    return db.queryThrow(sql).moveNextThrow();
+}
+
+void LocalExtras::removeReactionLine(const QString &guid, qint64 reactionId)
+{
+    Sqlite3Sql sql("select rowid from message where guid=? and _associated_message_type >= 1000");
+    sql.addTextParam(guid);
+    QList<qint64> lines;
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    while (cursor.moveNextThrow())
+        lines.append(cursor.getInt64(0));
+    for (const qint64 line : std::as_const(lines))
+        foldLine(line, reactionId);
+}
+
+void LocalExtras::foldLine(qint64 messageId, qint64 reactionId)
+{
+    if (!db.tbInfo(u"message_attachment_join"_s).isEmpty()) {
+        Sqlite3Sql move("insert or ignore into _reaction_attachment_join(reaction_id, attachment_id) "
+                        "select ?, attachment_id from message_attachment_join where message_id=?");
+        move.addInt64Param(reactionId);
+        move.addInt64Param(messageId);
+        db.executeThrow(move);
+    }
+    Sqlite3Sql sql("delete from message where rowid=?");
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::addPartText(qint64 messageId, PartText kind, const MessageEdit &text)
+{
+    Sqlite3Sql sql("insert or ignore into _part_text(message_id, kind, part, date, text) values(?,?,?,?,?)");
+    sql.addInt64Param(messageId);
+    sql.addIntParam(int(kind));
+    sql.addIntParam(text.part);
+    sql.addIntParam(text.date);
+    sql.addTextParam(text.text);
+    db.executeThrow(sql);
+}
+
+KeptMessage LocalExtras::kept(qint64 messageId)
+{
+    Sqlite3Sql sql(
+        "select text, date, _date_edited, _date_retracted, _message_summary_info from message where rowid=?");
+    sql.addInt64Param(messageId);
+    Sqlite3Cursor cursor = db.queryThrow(sql);
+    if (!cursor.moveNextThrow())
+        return {};
+    return {.text = cursor.getText(0),
+            .date = cursor.getInt(1),
+            .hasExtras = !cursor.isNull(2),
+            .changed = std::max(cursor.getInt(2), cursor.getInt(3)),
+            .message_summary_info = cursor.getBlob(4)};
+}
+
+void LocalExtras::updateExtras(qint64 messageId, const MessageExtras &extras)
+{
+    static const QString text = updateSql();
+    Sqlite3Sql sql(text);
+    for (const ExtrasField &field : extrasFields()) {
+        if (field.column != "delete_date"_L1)
+            bindField(sql, field, extras);
+    }
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::updateText(qint64 messageId, const _MsgMessage &message, const QString &logicHash)
+{
+    Sqlite3Sql sql("update message set text=?, attributedBody=?, logic_hash=? where rowid=?");
+    sql.addTextParam(message.text);
+    sql.addBlobParam(message.attributedBody);
+    sql.addTextParam(logicHash);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+QSet<qint64> LocalExtras::recentlyDeleted()
+{
+    return rowids(u"select rowid from message where _delete_date > 0"_s);
+}
+
+void LocalExtras::takeBackDeletion(qint64 messageId)
+{
+    Sqlite3Sql sql("update message set _delete_date=0 where rowid=?");
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+QSet<qint64> LocalExtras::recovered()
+{
+    // A file that is only read may be older.
+    if (!db.tbInfo(u"message"_s).contains(u"_is_recovered"_s))
+        return {};
+    return rowids(u"select rowid from message where _is_recovered > 0"_s);
+}
+
+void LocalExtras::setRecovered(qint64 messageId, bool isRecovered)
+{
+    Sqlite3Sql sql("update message set _is_recovered=? where rowid=?");
+    sql.addIntParam(isRecovered ? 1 : 0);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+QSet<qint64> LocalExtras::withoutConversation()
+{
+    return rowids(
+        u"select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid "
+        "where c.chat_identifier = 'no-conversation'"_s);
+}
+
+QSet<qint64> LocalExtras::ofUnknownAddress()
+{
+    return rowids(u"select message_id from chat_message_join where chat_id in (select rowid from chat where "
+                  "%1)"_s.arg(unknownChats));
+}
+
+// As an update: a row that leaves a chat would have the file look for orphans among all messages.
+void LocalExtras::moveToChat(qint64 messageId, qint64 chatId)
+{
+    Sqlite3Sql sql(u"update or replace chat_message_join set chat_id=? where message_id=? and chat_id in "
+                   "(select rowid from chat where %1)"_s.arg(madeUpChats()));
+    sql.addInt64Param(chatId);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::updateOrigin(qint64 messageId, int date, qint64 handleId, const QString &logicHash)
+{
+    Sqlite3Sql sql("update message set date=?, handle_id=?, logic_hash=? where rowid=?");
+    sql.addIntParam(date);
+    sql.addInt64Param(handleId);
+    sql.addTextParam(logicHash);
+    sql.addInt64Param(messageId);
+    db.executeThrow(sql);
+}
+
+void LocalExtras::dropEmptyMadeUpChats()
+{
+    db.executeThrow(Sqlite3Sql(u"delete from chat where (%1) and not exists (select 1 from "
+                               "chat_message_join where chat_id = chat.rowid)"_s.arg(madeUpChats())));
+}
+
+QSet<qint64> LocalExtras::rowids(const QString &sql)
+{
+    QSet<qint64> rows;
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(sql));
+    while (cursor.moveNextThrow())
+        rows.insert(cursor.getInt64(0));
+    return rows;
+}

@@ -1,0 +1,96 @@
+#include "store/readers/ownschema.h"
+
+#include "sqlite_qt/untoucheddb.h"
+#include "sqlite_qt/writetransaction.h"
+#include "store/records/extrasfields.h"
+
+#include <QFile>
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+struct OwnColumn {
+    QString table;
+    QString name;
+    QString type;
+};
+
+struct ColumnType {
+    QString operator()(int MessageExtras::*) const { return u"INTEGER"_s; }
+    QString operator()(bool MessageExtras::*) const { return u"INTEGER"_s; }
+    QString operator()(QString MessageExtras::*) const { return u"TEXT"_s; }
+    QString operator()(QByteArray MessageExtras::*) const { return u"BLOB"_s; }
+};
+
+QList<OwnColumn> ownColumns()
+{
+    QList<OwnColumn> columns = {{u"handle"_s, u"_person_centric_id"_s, u"TEXT"_s},
+                                {u"handle"_s, u"_contact"_s, u"TEXT"_s},
+                                {u"message"_s, u"_is_recovered"_s, u"INTEGER"_s},
+                                {u"attachment"_s, u"_is_sticker"_s, u"INTEGER"_s},
+                                {u"attachment"_s, u"_hide_attachment"_s, u"INTEGER"_s},
+                                {u"_reaction"_s, u"payload_data"_s, u"BLOB"_s},
+                                {u"_reaction"_s, u"message_summary_info"_s, u"BLOB"_s},
+                                {u"attachment"_s, u"_emoji_image_short_description"_s, u"TEXT"_s}};
+    for (const ExtrasField &field : extrasFields())
+        columns.append({u"message"_s, u'_' + field.column, std::visit(ColumnType(), field.member)});
+    return columns;
+}
+
+QList<OwnColumn> missingColumns(Sqlite3DB &db)
+{
+    QHash<QString, QHash<QString, _SqliteCol>> known;
+    QList<OwnColumn> missing;
+    for (const OwnColumn &column : ownColumns()) {
+        if (!known.contains(column.table))
+            known.insert(column.table, db.tbInfo(column.table));
+        // A file with messages and no table of attachments is one that somebody else made: it holds none.
+        // One without a table of our own gets it complete.
+        if (!known[column.table].isEmpty() && !known[column.table].contains(column.name))
+            missing.append(column);
+    }
+    return missing;
+}
+
+QString ownScript(const QString &name)
+{
+    QFile file(u":/res/"_s + name);
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error(u"%1: %2"_s.arg(file.fileName(), file.errorString()).toStdString());
+    return QString::fromUtf8(file.readAll());
+}
+
+bool isComplete(Sqlite3DB &db)
+{
+    const QHash<QString, QString> tables = tableTexts(db);
+    return tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s) &&
+           tables.contains(u"_reaction_attachment_join"_s) && missingColumns(db).isEmpty();
+}
+
+void runScript(Sqlite3DB &db, const QString &name)
+{
+    QString error;
+    if (db.exec(ownScript(name), error) != 0)
+        throw std::runtime_error(u"bring the Local Database up to date: %1"_s.arg(error).toStdString());
+}
+
+} // namespace
+
+void addOwnSchemaThrow(Sqlite3DB &db)
+{
+    if (isComplete(db))
+        return;
+    WriteTransaction transaction(db);
+    // Under the lock once more: another program may have been faster.
+    for (const OwnColumn &column : missingColumns(db))
+        db.executeThrow(
+            Sqlite3Sql(u"ALTER TABLE %1 ADD COLUMN %2 %3"_s.arg(column.table, column.name, column.type)));
+    runScript(db, u"localmsgdb_own.sql"_s);
+    if (tableTexts(db).contains(u"attachment"_s))
+        runScript(db, u"localmsgdb_own_attachments.sql"_s);
+    transaction.commit();
+}

@@ -1,0 +1,83 @@
+#include "ui/flows/devicearrival.h"
+
+#include "backup/backupmanifest.h"
+#include "backup/itunescachesmsthread.h"
+#include "device/backuptempdir.h"
+#include "device/filerelay.h"
+#include "store/people/countrylibdb.h"
+#include "store/readers/openmessagedb.h"
+#include "ui/dialogs/boxes.h"
+#include "ui/dialogs/countryselform.h"
+#include "ui/dialogs/passcodedlg.h"
+#include "ui/dialogs/progressform.h"
+#include "ui/jobs/devicejobs.h"
+#include "ui/jobs/jobrunner.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+bool isKnownCountry(const QString &mmc)
+{
+    bool found = false;
+    if (!mmc.isEmpty())
+        CountryLibDb({}).countryByMmc(mmc, &found);
+    return found;
+}
+
+/// The code that the phone tells, or the one that the person picks where that says nothing.
+QString countryOf(const IOSDevice &phone, QWidget *window)
+{
+    if (isKnownCountry(phone.mobileSubscriberCountryCode))
+        return phone.mobileSubscriberCountryCode;
+    const QString asked = askCountry(window);
+    return asked.isEmpty() ? phone.mobileSubscriberCountryCode : asked;
+}
+
+/// Phones from iOS 5 to 7 hand their databases out; so may one that doesn't say what it is.
+bool hasFileRelay(const IOSDevice &phone)
+{
+    const QList<int> version = phone.versionNumbers();
+    return version.isEmpty() || (version.first() >= 5 && version.first() <= 7);
+}
+
+bool readByFileRelay(IOSDevice &phone, QWidget *window)
+{
+    ProgressForm form(QString(), window);
+    IOSLoadFileRelayThread job(&phone, &form);
+    return runUnder(form, job);
+}
+
+bool readByBackup(const IOSDevice &phone, QWidget *window)
+{
+    if (!checkBackupOptions(phone, true, false))
+        return false;
+    const PhoneBackupLock lock(phone);
+    const std::optional<QDir> folder = backUpPhone(phone, window);
+    if (!folder)
+        return false;
+    BackupManifest manifest(folder->absolutePath());
+    manifest.loadInfo();
+    if (manifest.isEncrypted && PasscodeDlg(&manifest, window).exec() != QDialog::Accepted)
+        return false;
+    runBusy(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), window, [&] { manifest.loadIndex(); });
+    ProgressForm form(QString(), window);
+    ITunesCacheSMSThread job(&manifest, phone.cacheDir(), &form);
+    return runUnder(form, job);
+}
+
+} // namespace
+
+std::optional<ReadPhone> readPhone(void *handle, QWidget *window)
+{
+    showInfo(u"<p><b>Notes:</b> If your iPhone is protected with a passcode, please enter your passcode on "
+             "iPhone first.</p>"_s);
+    IOSDevice phone = readDevice(handle);
+    phone.mobileSubscriberCountryCode = countryOf(phone, window);
+    if (!(hasFileRelay(phone) ? readByFileRelay(phone, window) : readByBackup(phone, window)))
+        return std::nullopt;
+    return ReadPhone{phone,
+                     QSharedPointer<AbsMessageDb>(
+                         openMessageDb(phone.cacheDir(), phone.mobileSubscriberCountryCode).release())};
+}

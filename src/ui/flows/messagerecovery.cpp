@@ -1,0 +1,44 @@
+#include "ui/flows/messagerecovery.h"
+
+#include "recovery/carving/recoverdeletedthread.h"
+#include "ui/dialogs/boxes.h"
+#include "ui/dialogs/progressform.h"
+#include "ui/flows/shownsource.h"
+#include "ui/jobs/jobrunner.h"
+#include "ui/views/messagepane.h"
+#include "ui/views/sourcepane.h"
+
+#include <algorithm>
+
+bool lookForDeleted(AbsIOSMessageDb &db, QWidget *window)
+{
+    ProgressForm form(QObject::tr("IDS_RECOVERING_SMS"), window);
+    RecoverDeletedThread job(&db, &form, nullptr);
+    return runUnder(form, job);
+}
+
+void sayRecovered(const _MsgStore &store)
+{
+    const auto count = std::count_if(store.messages.cbegin(), store.messages.cend(),
+                                     [](const _MsgMessage *message) { return message->isRecovered; });
+    if (count == 0)
+        showInfo(QObject::tr("IDS_NO_DELETED_SMS"));
+    else
+        showInfo(QObject::tr("IDS_SUC_RECOVER_%1_SMS").arg(count));
+}
+
+void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget *window)
+{
+    _AbsDBItemNode *source = sources.currentSource();
+    if (!source || source->type != IosDeviceNode)
+        return;
+    const QPersistentModelIndex place(sources.model().indexOf(source));
+    bool isSearched = false;
+    sources.use(*source, [&](AbsMessageDb &db) {
+        isSearched = lookForDeleted(dynamic_cast<AbsIOSMessageDb &>(db), window);
+    });
+    if (!isSearched || !place.isValid()) // the phone may have gone meanwhile
+        return;
+    if (const _MsgStorePtr store = showAnew(source, sources, messages))
+        sayRecovered(*store);
+}

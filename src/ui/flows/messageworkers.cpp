@@ -1,0 +1,165 @@
+#include "ui/flows/messageworkers.h"
+
+#include "backup/backupdiscovery.h"
+#include "backup/itunescachesmsthread.h"
+#include "export/exportchoice.h"
+#include "export/exportsmsthread.h"
+#include "recovery/local/backupsmsthread.h"
+#include "recovery/local/localdatabases.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/messagestore.h"
+#include "ui/dialogs/boxes.h"
+#include "ui/dialogs/countryselform.h"
+#include "ui/dialogs/loaditunesbackupdlg.h"
+#include "ui/dialogs/localdbselform.h"
+#include "ui/dialogs/passcodedlg.h"
+#include "ui/dialogs/progressform.h"
+#include "ui/flows/backupexport.h"
+#include "ui/flows/devicetransfer.h"
+#include "ui/flows/messagerecovery.h"
+#include "ui/flows/shownsource.h"
+#include "ui/flows/sourceloader.h"
+#include "ui/jobs/jobrunner.h"
+#include "ui/pages/smsprinter.h"
+#include "ui/views/messagepane.h"
+#include "ui/views/sourcepane.h"
+
+#include <QDateTime>
+#include <QFileDialog>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+struct PickedBackup {
+    QSharedPointer<BackupManifest> manifest; ///< null when the person gave up
+    Recovered recovered = Recovered::LeftOut;
+};
+
+PickedBackup pickBackup(const QString &folder, QWidget *window)
+{
+    LoadItunesBackupDlg dialog(window);
+    if (!folder.isEmpty())
+        dialog.selectFolder(folder);
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    return {dialog.selected(), dialog.looksForDeleted() ? Recovered::Shown : Recovered::LeftOut};
+}
+
+/// False when the person gave up.
+bool unlock(BackupManifest *manifest, QWidget *window)
+{
+    return !manifest->isEncrypted || PasscodeDlg(manifest, window).exec() == QDialog::Accepted;
+}
+
+/// The list of a modern phone can be hundreds of megabytes to decipher and read.
+void loadIndex(BackupManifest *manifest, QWidget *window)
+{
+    if (manifest->isModern)
+        runBusy(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), window, [=] { manifest->loadIndex(); });
+    else
+        manifest->loadIndex();
+}
+
+/// The message files of a backup, taken out into its cache; null when the job didn't come through.
+std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *window)
+{
+    loadIndex(manifest, window);
+    ProgressForm form(QString(), window);
+    ITunesCacheSMSThread job(manifest, &form);
+    if (!runUnder(form, job))
+        return nullptr;
+    auto db = openMessageDb(job.cacheDir(), countryOfBackup(manifest->backupDir));
+    db->openDb();
+    if (db->countryCode().isEmpty())
+        db = openMessageDb(job.cacheDir(), askCountry(window));
+    return db;
+}
+
+} // namespace
+
+MessageWorkers::MessageWorkers(SourcePane *sourcePane, MessagePane *messagePane, QWidget *parentWindow)
+    : QObject(parentWindow), sources(sourcePane), messages(messagePane), window(parentWindow)
+{
+}
+
+void MessageWorkers::backup(const MessageChoice &choice)
+{
+    backupToLocalDb(choice.sourceName + u"_Backup"_s, choice);
+}
+
+void MessageWorkers::backupToLocalDb(const QString &name, const MessageChoice &choice)
+{
+    LocalDbSelForm form(sources->localDatabaseNames(), name, window);
+    form.exec();
+    if (form.selectedName().isEmpty())
+        return;
+    const LocalDatabase target = localDatabaseToFill(form.selectedName());
+    if (!fillDatabase(target, choice))
+        return;
+    _LocalDBItemNode *node = sources->localDatabase(target.name);
+    showAnew(node ? node : addLocalDatabase(sources->model(), target), *sources, *messages);
+}
+
+bool MessageWorkers::fillDatabase(const LocalDatabase &target, const MessageList &list)
+{
+    ProgressForm progress(QString(), window);
+    BackupSMSThread job(list.messages, QDir(target.path), target.file(), &progress, nullptr);
+    const _LocalDBItemNode *node = sources->localDatabase(target.name);
+    if (!node)
+        return runUnder(progress, job);
+    bool isFilled = false;
+    sources->use(*node, [&](AbsMessageDb &db) {
+        db.close(); // the job has a connection of its own
+        isFilled = runUnder(progress, job);
+    });
+    return isFilled;
+}
+
+void MessageWorkers::exportMessages(const MessageChoice &choice)
+{
+    QString filter;
+    const QString name = QFileDialog::getSaveFileName(window, QObject::tr("IDS_SEL_EXPORT_MESSAGES_PATH"),
+                                                      proposedExportPath(QDateTime::currentDateTime()),
+                                                      exportFilters(), &filter);
+    if (name.isEmpty())
+        return;
+    ExportPlan plan = exportPlan(name, filter);
+    plan.ascending = messages->isAscending();
+    plan.emoji = messages->emojiStyle();
+    ProgressForm form(QString(), window);
+    ExportSMSThread job(choice.messages, plan, &form, nullptr);
+    runUnder(form, job);
+}
+
+void MessageWorkers::print(const MessageChoice &choice)
+{
+    SMSPrinter(window).print(choice.messages, messages->emojiStyle());
+}
+
+void MessageWorkers::restoreToDevice(const MessageChoice &choice)
+{
+    transferToPhone(choice, *sources, window);
+}
+
+void MessageWorkers::exportToBackup(const MessageChoice &choice)
+{
+    exportToItunesBackup(choice, window);
+}
+
+void MessageWorkers::importBackup(const QString &folder, const QString &name)
+{
+    const auto [manifest, recovered] = pickBackup(folder, window);
+    if (!manifest || !unlock(manifest.data(), window))
+        return;
+    const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest.data(), window);
+    if (!db || (recovered == Recovered::Shown && !lookForDeleted(*db, window)))
+        return;
+    const QString file = messageDbPath(backupCacheDir(*manifest));
+    const _MsgStorePtr store = readSource(*db, file, window, recovered);
+    if (recovered == Recovered::Shown)
+        sayRecovered(*store);
+    const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;
+    backupToLocalDb(proposal, {{allMessages(store), store}, manifest->deviceName});
+}

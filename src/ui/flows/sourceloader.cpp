@@ -1,0 +1,114 @@
+#include "ui/flows/sourceloader.h"
+
+#include "app/datalocations.h"
+#include "recovery/carving/deletedmessages.h"
+#include "recovery/local/localdatabases.h"
+#include "store/readers/ios6messagedb.h"
+#include "store/readers/openmessagedb.h"
+#include "ui/dialogs/boxes.h"
+#include "ui/jobs/jobrunner.h"
+#include "ui/models/itemmodelmain.h"
+
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+// Below this a source is there before a dialog could be.
+constexpr qint64 largeFile = 4 * 1024 * 1024; // bytes
+
+void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
+{
+    db.messages(store, 0); // which reads the chats too
+    db.attachments(store);
+    if (auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db); phone && recovered == Recovered::Shown)
+        loadRecycled(*phone, *store);
+}
+
+void sayContactsFailure(AbsMessageDb &db)
+{
+    auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db);
+    const QString failure = phone ? phone->takeContactsFailure() : QString();
+    if (!failure.isEmpty())
+        showWarning(plainInBox(failure));
+}
+
+/// A folder that acts as a phone which is always there.
+void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
+{
+    try {
+        IOSDevice phone;
+        phone.deviceName = folder.fileName();
+        phone.uniqueDeviceID = folder.absoluteFilePath();
+        const QSharedPointer<AbsMessageDb> db(new IOS6MessageDb(QDir(phone.uniqueDeviceID), QString(), true));
+        _MsgStorePtr store = _MsgStorePtr::create();
+        db->chats(store);
+        _IOSDeviceItemNode *node = model.addDevice(db, phone);
+        node->store = store;
+        model.loadSessions(node);
+    } catch (const std::exception &error) {
+        const QString text = QString::fromUtf8(error.what());
+        qWarning().noquote() << text;
+        showError(text);
+    }
+}
+
+} // namespace
+
+_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, Recovered recovered)
+{
+    _MsgStorePtr store = _MsgStorePtr::create();
+    if (QFileInfo(file).size() < largeFile)
+        readAll(db, store, recovered);
+    else
+        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store, recovered); });
+    sayContactsFailure(db);
+    return store;
+}
+
+QDir rootOf(const IOSDevice &phone)
+{
+    return phone.device ? phone.cacheDir() : QDir(phone.uniqueDeviceID);
+}
+
+QString messageFileOf(const _AbsDBItemNode &source)
+{
+    if (source.type == LocalDbNode)
+        return messageDbPath(QDir(localDatabasesDir().filePath(source.text)));
+    return messageDbPath(rootOf(static_cast<const _IOSDeviceItemNode &>(source).device));
+}
+
+bool isLargeSource(const _AbsDBItemNode &source)
+{
+    return QFileInfo(messageFileOf(source)).size() >= largeFile;
+}
+
+bool isLoaded(const _AbsDBItemNode &source)
+{
+    return !source.store->messages.isEmpty();
+}
+
+_LocalDBItemNode *addLocalDatabase(ItemModelMain &model, const LocalDatabase &database)
+{
+    return model.addLocalDb(QSharedPointer<AbsMessageDb>(openLocalDatabase(database, {}).release()),
+                            database.name);
+}
+
+void fillSourceTree(ItemModelMain &model)
+{
+    for (const LocalDatabase &database : localDatabases())
+        addLocalDatabase(model, database);
+    const QDir phones(dataRoot().filePath(u"virtual_ios"_s));
+    for (const QFileInfo &folder : phones.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        addVirtualPhone(model, folder);
+}
+
+void forgetMessages(_MsgStore &store, const QSet<_MsgMessage *> &gone)
+{
+    for (_MsgChat *chat : std::as_const(store.chats))
+        chat->messages.removeIf([&](const auto &entry) { return gone.contains(entry.value()); });
+    store.messages.removeIf([&](const auto &entry) { return gone.contains(entry.value()); });
+    store.removedMessages.append(QList<_MsgMessage *>(gone.begin(), gone.end()));
+}

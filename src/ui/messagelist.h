@@ -1,9 +1,0 @@
-#pragma once
-
-#include "messagerecords.h"
-
-/// Messages and the store that owns them: whoever holds the list keeps the records alive.
-struct MessageList {
-    QList<_MsgMessage *> messages;
-    _MsgStorePtr store; ///< of one source; null when there is none
-};

@@ -1,6 +1,0 @@
-#pragma once
-
-#include "samplembdb.h"
-
-/// What `Files.file` of Manifest.db holds for a record: an MBFile in a keyed archive.
-QByteArray sampleMbFile(const SampleRecord &record);
