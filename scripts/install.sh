@@ -8,8 +8,8 @@ build_packages=(
   libimobiledevice-dev libusbmuxd-dev libimobiledevice-utils usbmuxd libssl-dev
   qt6-image-formats-plugins
 )
-# The tests read pages back with these: PDF text and pictures of emoji, valid XHTML by its document type.
-check_packages=(clang-format poppler-utils fonts-noto-color-emoji libxml2-utils w3c-sgml-lib)
+# The tests read pages back with these: PDF text in Japanese too, pictures of emoji, valid XHTML by its document type.
+check_packages=(clang-format poppler-utils fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 is_installed() {
