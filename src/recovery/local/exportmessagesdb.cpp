@@ -16,10 +16,10 @@ using namespace Qt::StringLiterals;
 
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
-    , placing(db)
+    , writer(db)
     , extras(
-          db, [this](const _MsgHandle &handle) { return placing.handleRowid(handle); },
-          [this](const _MsgAttachment &attachment) { return placing.attachmentRowid(keptFile(attachment)); })
+          db, [this](const _MsgHandle &handle) { return writer.handleRowid(handle); },
+          [this](const _MsgAttachment &attachment) { return writer.attachmentRowid(keptFile(attachment)); })
     , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
     , knownRows(db)
     , root(rootFolder)
@@ -79,12 +79,12 @@ void ExportMessagesDb::append(const _MsgMessage &message)
         extras.addToKept(known, message, hash, by);
     if (known != 0 && (isNoConversation(*message.chat) || isOfUnknownAddress(*message.chat)))
         return; // it may be in a conversation here, and stays there
-    const qint64 chatId = placing.chatRowid(*message.chat);
-    const qint64 handleId = placing.personRowid(*message.chat, chatId, message.handle);
+    const qint64 chatId = writer.chatRowid(*message.chat);
+    const qint64 handleId = writer.personRowid(*message.chat, chatId, message.handle);
     const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
     if (known != 0 && extras.hasComeBack(known, message, {chatId, handleId}, hash))
         raiseNewest(chatId, message);
-    placing.noteAddressed(message, chatId);
+    writer.noteAddressed(message, chatId);
     if (!message.attachments.isEmpty())
         appendAttachments(message, messageId, hash);
 }
@@ -96,7 +96,7 @@ void ExportMessagesDb::finish()
     // As on the phone, they date only a chat that has nothing else.
     for (auto it = newestDeleted.cbegin(); it != newestDeleted.cend(); ++it)
         db.setChatLastIfNone(it.key(), it.value());
-    placing.finish();
+    writer.finish();
     extras.finish();
     db.endTransaction(true);
     files.keep();
@@ -109,13 +109,13 @@ bool ExportMessagesDb::canHold(const _MsgMessage &message)
     if (message.item_type != 0 && !db.hasItemType())
         return false;
     const bool isKept = message.chat && isNoConversation(*message.chat) && db.keepsExtras();
-    return isKept || MessagePlacing::hasKnownChat(message);
+    return isKept || MessageWriter::hasKnownChat(message);
 }
 
 qint64 ExportMessagesDb::insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId,
                                    const QString &hash)
 {
-    const qint64 messageId = placing.insert(message, chatId, handleId, hash);
+    const qint64 messageId = writer.insert(message, chatId, handleId, hash);
     raiseNewest(chatId, message);
     extras.addToNew(messageId, message);
     return messageId;
@@ -135,7 +135,7 @@ void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
 void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
 {
     for (const _MsgAttachment *attachment : sortedAttachments(message))
-        placing.joinAttachment(keptFile(*attachment), messageId);
+        writer.joinAttachment(keptFile(*attachment), messageId);
     renewHash(db, messageId, message, hash);
 }
 
@@ -166,7 +166,7 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment)
 
 void ExportMessagesDb::forgetRun()
 {
-    placing.forget();
+    writer.forget();
     names.forget();
     knownRows.forget();
     newestDates.clear();

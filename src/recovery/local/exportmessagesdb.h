@@ -5,7 +5,7 @@
 #include "recovery/local/extraskeeper.h"
 #include "recovery/local/importcounts.h"
 #include "recovery/local/knownrows.h"
-#include "recovery/local/messageplacing.h"
+#include "recovery/local/messagewriter.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/absformatexport.h"
 #include "store/records/messagerecords.h"
@@ -56,7 +56,7 @@ private:
     void forgetRun();
 
     IOS6MessageDb db;
-    MessagePlacing placing; ///< into `db`
+    MessageWriter writer; ///< into `db`
     ExtrasKeeper extras;
     AttachmentNames names;
     KnownRows knownRows;

@@ -87,7 +87,7 @@ MessageMerge::MessageMerge(const QString &phoneFile, const QString &mergedPath,
     : phonePath(phoneFile)
     , progress(jobProgress)
     , db(QDir(), mergedPath, QString(), false)
-    , placing(db)
+    , writer(db)
     , names(db, place)
 {
 }
@@ -105,7 +105,7 @@ MergeCounts MessageMerge::run(const QList<_MsgMessage *> &messages)
     db.beginTransaction();
     write(items);
     completeKnown();
-    placing.finish();
+    writer.finish();
     db.endTransaction(true);
     db.close();
     counts.written = qint64(fresh.size());
@@ -130,7 +130,7 @@ void MessageMerge::open()
 
 bool MessageMerge::isRefused(const _MsgMessage &message)
 {
-    if (!MessagePlacing::hasKnownChat(message) || isOfUnknownAddress(*message.chat) ||
+    if (!MessageWriter::hasKnownChat(message) || isOfUnknownAddress(*message.chat) ||
         isNoConversation(*message.chat))
         return true;
     const QString &service = serviceOf(message);
@@ -251,16 +251,16 @@ const _MsgChat &MessageMerge::phoneChat(const _MsgMessage &message)
 MessageMerge::Place MessageMerge::place(const _MsgMessage &message)
 {
     const _MsgChat &chat = phoneChat(message);
-    const qint64 chatId = placing.chatRowid(chat);
-    placing.noteAddressed(message, chatId);
-    return {chatId, placing.personRowid(chat, chatId, message.handle)};
+    const qint64 chatId = writer.chatRowid(chat);
+    writer.noteAddressed(message, chatId);
+    return {chatId, writer.personRowid(chat, chatId, message.handle)};
 }
 
 // What the phone's own triggers do for a new message: the names of its rooms.
 void MessageMerge::insertChosen(const _MsgMessage &message)
 {
     const Place rows = place(message);
-    lastRow = placing.insert(message, rows.chat, rows.handle, {});
+    lastRow = writer.insert(message, rows.chat, rows.handle, {});
     if (!message.chat->room_name.isEmpty()) {
         Sqlite3Sql sql(
             "update message set cache_roomnames=(select group_concat(c.room_name) from chat c inner "
@@ -292,6 +292,6 @@ void MessageMerge::joinAttachments(const _MsgMessage &message, qint64 messageId)
     for (const _MsgAttachment *attachment : sortedAttachments(message)) {
         joined.append(*attachment);
         joined.last().filename = names.pathFor(*attachment);
-        placing.joinAttachment(joined.last(), messageId);
+        writer.joinAttachment(joined.last(), messageId);
     }
 }

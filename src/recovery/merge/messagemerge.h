@@ -1,7 +1,7 @@
 #pragma once
 
 #include "recovery/local/attachmentnames.h"
-#include "recovery/local/messageplacing.h"
+#include "recovery/local/messagewriter.h"
 #include "recovery/merge/mergeorder.h"
 #include "store/readers/ios6messagedb.h"
 
@@ -91,7 +91,7 @@ private:
     QString phonePath;
     JobProgress &progress;
     IOS6MessageDb db;
-    MessagePlacing placing;
+    MessageWriter writer;
     AttachmentNames names;
     MergeCounts counts;
     QList<std::pair<const _MsgMessage *, QString>> known; ///< whose row is there, with its guid

@@ -12,10 +12,10 @@
 
 /// Finds or makes what stands around messages in a database: their chats, the people, the attachments, and
 /// joins them. It works in a transaction of the caller's, which ends with `finish`.
-class MessagePlacing
+class MessageWriter
 {
 public:
-    explicit MessagePlacing(IOS6MessageDb &database) : db(database) {}
+    explicit MessageWriter(IOS6MessageDb &database) : db(database) {}
 
     /// Whether the message's chat is one that people know; logs it otherwise.
     static bool hasKnownChat(const _MsgMessage &message);

@@ -1,4 +1,4 @@
-#include "recovery/local/messageplacing.h"
+#include "recovery/local/messagewriter.h"
 
 #include "recovery/carving/messagerecycledb.h"
 #include "store/records/messagestore.h"
@@ -37,7 +37,7 @@ qint64 rowidOfAddress(IOS6MessageDb &phone, const _MsgChat &chat)
 
 } // namespace
 
-bool MessagePlacing::hasKnownChat(const _MsgMessage &message)
+bool MessageWriter::hasKnownChat(const _MsgMessage &message)
 {
     if (!message.chat) {
         qDebug("IOS6RestoreMessagesThread skip message with empty chat.");
@@ -50,7 +50,7 @@ bool MessagePlacing::hasKnownChat(const _MsgMessage &message)
     return true;
 }
 
-qint64 MessagePlacing::chatRowid(const _MsgChat &chat)
+qint64 MessageWriter::chatRowid(const _MsgChat &chat)
 {
     qint64 &rowid = chatIds[chat.guid];
     if (rowid == 0)
@@ -62,7 +62,7 @@ qint64 MessagePlacing::chatRowid(const _MsgChat &chat)
     return rowid;
 }
 
-qint64 MessagePlacing::handleRowid(const _MsgHandle &handle)
+qint64 MessageWriter::handleRowid(const _MsgHandle &handle)
 {
     qint64 &rowid = handleIds[{handle.id, handle.service}];
     if (rowid != 0)
@@ -75,7 +75,7 @@ qint64 MessagePlacing::handleRowid(const _MsgHandle &handle)
     return rowid;
 }
 
-qint64 MessagePlacing::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
+qint64 MessageWriter::personRowid(const _MsgChat &chat, qint64 chatId, const _MsgHandle *handle)
 {
     if (!handle)
         return 0;
@@ -83,7 +83,7 @@ qint64 MessagePlacing::personRowid(const _MsgChat &chat, qint64 chatId, const _M
     return isLoose ? handleRowid(*handle) : memberRowid(chatId, *handle);
 }
 
-qint64 MessagePlacing::memberRowid(qint64 chatId, const _MsgHandle &handle)
+qint64 MessageWriter::memberRowid(qint64 chatId, const _MsgHandle &handle)
 {
     const qint64 rowid = handleRowid(handle);
     if (!members.contains({chatId, rowid})) {
@@ -94,7 +94,7 @@ qint64 MessagePlacing::memberRowid(qint64 chatId, const _MsgHandle &handle)
     return rowid;
 }
 
-qint64 MessagePlacing::insert(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash)
+qint64 MessageWriter::insert(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash)
 {
     const qint64 otherId = personRowid(*message.chat, chatId, message.otherHandle);
     const qint64 messageId = db.insertMessage(message, handleId, otherId, hash);
@@ -102,30 +102,30 @@ qint64 MessagePlacing::insert(const _MsgMessage &message, qint64 chatId, qint64 
     return messageId;
 }
 
-qint64 MessagePlacing::attachmentRowid(const _MsgAttachment &attachment)
+qint64 MessageWriter::attachmentRowid(const _MsgAttachment &attachment)
 {
     const qint64 known = db.attachmentRowid(attachment.guid);
     return known != 0 ? known : db.insertAttachment(attachment);
 }
 
-void MessagePlacing::joinAttachment(const _MsgAttachment &attachment, qint64 messageId)
+void MessageWriter::joinAttachment(const _MsgAttachment &attachment, qint64 messageId)
 {
     db.joinMessageAttachment(messageId, attachmentRowid(attachment));
 }
 
-void MessagePlacing::noteAddressed(const _MsgMessage &message, qint64 chatId)
+void MessageWriter::noteAddressed(const _MsgMessage &message, qint64 chatId)
 {
     if (message.handle && message.chat->handles.size() > 1)
         lastAddressed.insert(chatId, message.handle->id);
 }
 
-void MessagePlacing::finish()
+void MessageWriter::finish()
 {
     for (auto it = lastAddressed.cbegin(); it != lastAddressed.cend(); ++it)
         db.setLastAddressedHandle(it.key(), it.value());
 }
 
-void MessagePlacing::forget()
+void MessageWriter::forget()
 {
     chatIds.clear();
     handleIds.clear();
