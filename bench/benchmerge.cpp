@@ -1,7 +1,7 @@
 // How fast messages go into the backup of a phone that has many already.
 #include "barerows.h"
 #include "benchtable.h"
-#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/backupstaging.h"
 #include "recovery/merge/ios6restoremessagesthread.h"
 #include "silentprogress.h"
 #include "store/readers/ios6messagedb.h"

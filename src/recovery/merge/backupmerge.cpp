@@ -6,7 +6,7 @@
 #include "backup/itunescachesmsthread.h"
 #include "backup/manifestdb.h"
 #include "backup/manifestwriter.h"
-#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/backupstaging.h"
 #include "recovery/merge/ios6restoremessagesthread.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"

@@ -3,7 +3,7 @@
 #include "app/diskroom.h"
 #include "app/jobprogress.h"
 #include "backup/backuprewrite.h"
-#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/backupstaging.h"
 #include "recovery/merge/workingcopies.h"
 
 #include <QFileInfo>
@@ -33,18 +33,18 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     BackupRewrite rewrite(backupDir, messageDatabaseNames() + QStringList(manifestName));
     source.close();
     const QString path = source.databasePath();
-    BackupFilling filling(backupDir, rewrite);
-    filling.checkIsCopy(path);
+    BackupStaging staging(backupDir, rewrite);
+    staging.checkIsCopy(path);
     checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
     WorkingCopies copies(path);
-    const auto place = [&](const QString &filename) { return filling.attachmentPlace(filename); };
+    const auto place = [&](const QString &filename) { return staging.attachmentPlace(filename); };
     MessageMerge merge(copies.phone, copies.merged, place, progress);
     const MergeCounts counts = merge.run(messages);
     if (copies.hadLogMode)
         setJournalMode(copies.merged, u"wal"_s);
-    filling.stageDatabase(copies.merged);
-    filling.stageAttachments(merge.attachments(), progress);
-    filling.stageManifest();
+    staging.stageDatabase(copies.merged);
+    staging.stageAttachments(merge.attachments(), progress);
+    staging.stageManifest();
     throwIfCancelled(progress);
     rewrite.commit();
     return counts;

@@ -1,4 +1,4 @@
-#include "recovery/merge/backupfilling.h"
+#include "recovery/merge/backupstaging.h"
 
 #include "app/diskroom.h"
 #include "app/filetools.h"
@@ -56,7 +56,7 @@ QStringList messageDatabaseNames()
     return names;
 }
 
-BackupFilling::BackupFilling(const QDir &backupDir, BackupRewrite &backupRewrite)
+BackupStaging::BackupStaging(const QDir &backupDir, BackupRewrite &backupRewrite)
     : backup(backupDir)
     , rewrite(backupRewrite)
     , manifestPath(backupDir.absoluteFilePath(manifestName))
@@ -65,13 +65,13 @@ BackupFilling::BackupFilling(const QDir &backupDir, BackupRewrite &backupRewrite
 }
 
 // Readers leave out a log that isn't listed, or is listed as empty.
-bool BackupFilling::isListed(const QString &name) const
+bool BackupStaging::isListed(const QString &name) const
 {
     const auto record = records.constFind(name);
     return record != records.cend() && !isEmptyEntry(*record);
 }
 
-void BackupFilling::checkIsCopy(const QString &source) const
+void BackupStaging::checkIsCopy(const QString &source) const
 {
     const QString log = source + u"-wal"_s;
     const QString logName = backupName(u"-wal"_s);
@@ -82,7 +82,7 @@ void BackupFilling::checkIsCopy(const QString &source) const
         fail(u"%1 isn't the database of this backup any more. Load the backup again."_s, source);
 }
 
-void BackupFilling::stageFile(const QString &from, const QString &name)
+void BackupStaging::stageFile(const QString &from, const QString &name)
 {
     checkRoomThrow(backup.absolutePath(), QFileInfo(from).size());
     const QString target = rewrite.staged(name);
@@ -90,7 +90,7 @@ void BackupFilling::stageFile(const QString &from, const QString &name)
         fail(u"can not overwrite %1."_s, backup.absoluteFilePath(name));
 }
 
-void BackupFilling::updateRecord(const QString &name)
+void BackupStaging::updateRecord(const QString &name)
 {
     const QString path = rewrite.staged(name);
     _MbdbRecord &record = records[name];
@@ -99,7 +99,7 @@ void BackupFilling::updateRecord(const QString &name)
     setFileDates(record, path);
 }
 
-void BackupFilling::stageDatabase(const QString &path)
+void BackupStaging::stageDatabase(const QString &path)
 {
     const QString name = backupName();
     stageFile(path, name);
@@ -111,7 +111,7 @@ void BackupFilling::stageDatabase(const QString &path)
 }
 
 // All that the log held is in the new database. On the old log SQLite would lay the old pages over it.
-void BackupFilling::emptyCompanions()
+void BackupStaging::emptyCompanions()
 {
     for (const char16_t *suffix : companionSuffixes) {
         const QString name = backupName(QString::fromUtf16(suffix));
@@ -126,7 +126,7 @@ void BackupFilling::emptyCompanions()
     }
 }
 
-void BackupFilling::stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress)
+void BackupStaging::stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress)
 {
     for (const _MsgAttachment &attachment : attachments) {
         if (QFileInfo(attachment.localFile).isFile())
@@ -148,7 +148,7 @@ void BackupFilling::stageAttachments(const QList<_MsgAttachment> &attachments, c
     addBackupFiles(records, added);
 }
 
-std::optional<QString> BackupFilling::pathInDomain(const QString &filename) const
+std::optional<QString> BackupStaging::pathInDomain(const QString &filename) const
 {
     const qsizetype library = filename.indexOf("Library/"_L1);
     if (library < 0)
@@ -157,14 +157,14 @@ std::optional<QString> BackupFilling::pathInDomain(const QString &filename) cons
     return pathBelow(backup, relative) ? std::optional(relative) : std::nullopt;
 }
 
-std::optional<QString> BackupFilling::attachmentPlace(const QString &filename) const
+std::optional<QString> BackupStaging::attachmentPlace(const QString &filename) const
 {
     const std::optional<QString> relative = pathInDomain(filename);
     return relative ? std::optional(backup.absoluteFilePath(mbdbFileName(mediaDomain, *relative)))
                     : std::nullopt;
 }
 
-void BackupFilling::addAttachment(const _MsgAttachment &attachment)
+void BackupStaging::addAttachment(const _MsgAttachment &attachment)
 {
     const std::optional<QString> relative = pathInDomain(attachment.filename);
     if (!relative) {
@@ -178,7 +178,7 @@ void BackupFilling::addAttachment(const _MsgAttachment &attachment)
         added.append({attachment.localFile, mediaDomain, *relative});
 }
 
-void BackupFilling::stageManifest()
+void BackupStaging::stageManifest()
 {
     checkRoomThrow(backup.absolutePath(), QFileInfo(manifestPath).size() * 2);
     writeMbdbFile(records, rewrite.staged(manifestName));

@@ -21,11 +21,11 @@ QString messageDatabaseName();
 QStringList messageDatabaseNames();
 
 /// Prepares the files that the backup gets.
-class BackupFilling
+class BackupStaging
 {
 public:
     /// Reads the manifest. Throws `std::runtime_error`, as all below does.
-    BackupFilling(const QDir &backupDir, BackupRewrite &backupRewrite);
+    BackupStaging(const QDir &backupDir, BackupRewrite &backupRewrite);
 
     /// Throws unless the database at `source` is the one that the backup holds.
     void checkIsCopy(const QString &source) const;
