@@ -118,7 +118,7 @@ std::unique_ptr<_MsgChat> madridChat(const Sqlite3Cursor &row, const QString &id
 }
 
 /// Adds somebody whom no row of the file stands for.
-_MsgHandle *addHandle(_MsgStore &store, MessageDbParts &parts, const QString &id, const QString &service)
+_MsgHandle *addHandle(_MsgStore &store, AddressResolver &addresses, const QString &id, const QString &service)
 {
     qint64 rowid = ~qint64(store.handles.size());
     while (store.handles.contains(rowid)) // a member of a group with a negative number
@@ -127,7 +127,7 @@ _MsgHandle *addHandle(_MsgStore &store, MessageDbParts &parts, const QString &id
     handle->rowid = rowid;
     handle->service = service;
     handle->id = id;
-    parts.nameHandle(*handle);
+    addresses.nameHandle(*handle);
     return *store.handles.insert(rowid, handle.release());
 }
 
@@ -148,10 +148,10 @@ QString messageQuery(qint64 chatId)
 class IOS5MessageDb::MessageLoad
 {
 public:
-    MessageLoad(const Sqlite3Cursor &query, _MsgStore &target, MessageDbParts &readerParts)
+    MessageLoad(const Sqlite3Cursor &query, _MsgStore &target, AddressResolver &resolver)
         : cursor(query)
         , store(target)
-        , parts(readerParts)
+        , addresses(resolver)
         , sms(cursor, smsFields, smsModel())
         , madrid(cursor, madridFields, messageModel(u"iMessage"_s))
         , isMadrid(cursor.columnIndex(u"is_madrid"_s))
@@ -207,7 +207,7 @@ private:
     QString partnerAddress()
     {
         return partners.text(cursor.getUtf8(handle),
-                             [this](const QString &stored) { return parts.normalAddress(stored); });
+                             [this](const QString &stored) { return addresses.normalAddress(stored); });
     }
 
     void completeMadrid(_MsgMessage &message)
@@ -245,7 +245,7 @@ private:
             message.handle = chat->handles.value(writer());
     }
 
-    QString writer() { return parts.normalAddress(sharedText(country), sharedText(address)); }
+    QString writer() { return addresses.normalAddress(sharedText(country), sharedText(address)); }
 
     /// Somebody who takes part in no chat; null where the row names nobody.
     _MsgHandle *stranger(const QString &id, const QString &service)
@@ -253,12 +253,12 @@ private:
         if (id.isEmpty())
             return nullptr;
         _MsgHandle *&known = strangers[{id, service}];
-        return known ? known : known = addHandle(store, parts, id, service);
+        return known ? known : known = addHandle(store, addresses, id, service);
     }
 
     const Sqlite3Cursor &cursor;
     _MsgStore &store;
-    MessageDbParts &parts;
+    AddressResolver &addresses;
     ChatsByIdentifier byIdentifier;
     RecordReader<_MsgMessage> sms;
     RecordReader<_MsgMessage> madrid;
@@ -273,7 +273,7 @@ private:
 
 IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
     : AbsIOSMessageDb(rootFolder, messageDbPath(rootFolder), countryCode)
-    , parts(rootFolder, countryCode, u"IOS5MessageDb"_s)
+    , addresses(rootFolder, countryCode, u"IOS5MessageDb"_s)
 {
 }
 
@@ -291,13 +291,13 @@ void IOS5MessageDb::prepare()
     standInForMissing(*this, {{"msg_group"_L1, "hash, newest_message"_L1},
                               {"group_member"_L1, "group_id, country, address"_L1}});
     findCountry();
-    parts.useCountry(mcc);
+    addresses.useCountry(mcc);
 }
 
 void IOS5MessageDb::chats(_MsgStorePtr &store)
 {
     openDb();
-    parts.openContacts();
+    addresses.openContacts();
     readGroups(*store);
     readMembers(*store);
     if (!tables.contains(u"madrid_chat"_s))
@@ -349,8 +349,8 @@ _MsgHandle *IOS5MessageDb::memberHandle(const Sqlite3Cursor &member, qint64 rowi
     auto handle = std::make_unique<_MsgHandle>();
     handle->rowid = rowid;
     handle->country = member.getText(u"country"_s);
-    handle->id = parts.normalAddress(handle->country, member.getText(u"address"_s));
-    parts.nameHandle(*handle);
+    handle->id = addresses.normalAddress(handle->country, member.getText(u"address"_s));
+    addresses.nameHandle(*handle);
     return handle.release();
 }
 
@@ -363,7 +363,7 @@ IOS5MessageDb::ChatsByIdentifier IOS5MessageDb::readMadridChats(_MsgStore &store
         if (store.chats.contains(key))
             continue;
         const QStringList participants = participantsOf(cursor.getBlob(u"participants"_s));
-        const QString identifier = parts.normalAddress(cursor.getText(u"chat_identifier"_s));
+        const QString identifier = addresses.normalAddress(cursor.getText(u"chat_identifier"_s));
         _MsgChat *chat = madridChat(cursor, identifier, participants.size() >= 2).release();
         store.chats.insert(key, chat);
         byIdentifier.insert(identifier, chat);
@@ -375,7 +375,7 @@ IOS5MessageDb::ChatsByIdentifier IOS5MessageDb::readMadridChats(_MsgStore &store
 void IOS5MessageDb::addParticipants(_MsgStore &store, _MsgChat &chat, const QStringList &participants)
 {
     for (const QString &participant : participants) {
-        _MsgHandle *handle = addHandle(store, parts, parts.normalAddress(participant), u"iMessage"_s);
+        _MsgHandle *handle = addHandle(store, addresses, addresses.normalAddress(participant), u"iMessage"_s);
         chat.handles.insert(handle->id, handle);
     }
 }
@@ -402,7 +402,7 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     if (chatId == 0)
         store->messages.reserve(rowCount(u"message"_s));
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(messageQuery(chatId)));
-    MessageLoad load(cursor, *store, parts);
+    MessageLoad load(cursor, *store, addresses);
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/people/messagedbparts.h"
+#include "store/people/addressresolver.h"
 #include "store/readers/absmessagedb.h"
 
 #include <QDir>
@@ -29,8 +29,8 @@ public:
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 5; }
-    void nameHandle(_MsgHandle &handle) override { parts.nameHandle(handle); }
-    QString takeContactsFailure() override { return parts.takeContactsFailure(); }
+    void nameHandle(_MsgHandle &handle) override { addresses.nameHandle(handle); }
+    QString takeContactsFailure() override { return addresses.takeContactsFailure(); }
 
 protected:
     void prepare() override;
@@ -47,6 +47,6 @@ private:
 
     class MessageLoad;
 
-    MessageDbParts parts;
+    AddressResolver addresses;
     QHash<QString, QString> tables; ///< name to the text that created it
 };

@@ -75,7 +75,7 @@ IOS6MessageDb::IOS6MessageDb(const QDir &rootFolder, const QString &databasePath
                              bool upgradeFile)
     : AbsIOSMessageDb(rootFolder, databasePath, countryCode)
     , upgrade(upgradeFile)
-    , parts(rootFolder, countryCode, u"IOS6MessageDb"_s)
+    , addresses(rootFolder, countryCode, u"IOS6MessageDb"_s)
 {
 }
 
@@ -113,7 +113,7 @@ void IOS6MessageDb::prepare()
     holdsExtras = hasOwnTables();
     isModern = hasModernColumns();
     findCountry();
-    parts.useCountry(mcc);
+    addresses.useCountry(mcc);
 }
 
 bool IOS6MessageDb::hasOwnTables() const
@@ -131,7 +131,7 @@ void IOS6MessageDb::chats(_MsgStorePtr &store)
 void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
 {
     openDb();
-    parts.openContacts();
+    addresses.openContacts();
     readChats(store);
     readHandles(store, handlesOfChats);
     if (isModern)
@@ -184,17 +184,17 @@ void IOS6MessageDb::readHandles(_MsgStore &store, const char *sql)
 
 void IOS6MessageDb::completeHandle(_MsgHandle &handle)
 {
-    handle.id = parts.normalAddress(handle.country, handle.id);
+    handle.id = addresses.normalAddress(handle.country, handle.id);
     nameHandle(handle);
 }
 
 void IOS6MessageDb::nameHandle(_MsgHandle &handle)
 {
     if (handle.country.isEmpty())
-        handle.country = parts.ownCountry();
-    parts.nameHandle(handle);
+        handle.country = addresses.ownCountry();
+    addresses.nameHandle(handle);
     if (isModern) // addresses of older phones were never looked up, and their names stay as they were
-        parts.nameHandleByMail(handle);
+        addresses.nameHandleByMail(handle);
 }
 
 QString IOS6MessageDb::handleAddress(qint64 rowid)
@@ -205,8 +205,9 @@ QString IOS6MessageDb::handleAddress(qint64 rowid)
     Sqlite3Sql sql("select * from handle where rowid=?");
     sql.addInt64Param(rowid);
     Sqlite3Cursor cursor = queryThrow(sql);
-    return cursor.moveNextThrow() ? parts.normalAddress(cursor.getText(u"country"_s), cursor.getText(u"id"_s))
-                                  : QString();
+    return cursor.moveNextThrow()
+               ? addresses.normalAddress(cursor.getText(u"country"_s), cursor.getText(u"id"_s))
+               : QString();
 }
 
 QString IOS6MessageDb::messageQuery(qint64 chatId)

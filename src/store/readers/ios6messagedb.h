@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/people/messagedbparts.h"
+#include "store/people/addressresolver.h"
 #include "store/readers/absmessagedb.h"
 #include "store/readers/messageinsertion.h"
 #include "store/readers/messagerows.h"
@@ -37,7 +37,7 @@ public:
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
     void nameHandle(_MsgHandle &handle) override;
-    QString takeContactsFailure() override { return parts.takeContactsFailure(); }
+    QString takeContactsFailure() override { return addresses.takeContactsFailure(); }
     bool isLocalDatabase() override;
     /// Whether the file keeps what newer phones tell of a message, as Local Databases do.
     bool keepsExtras();
@@ -120,7 +120,7 @@ private:
     bool upgrade;
     bool holdsExtras = false; ///< a Local Database that has the tables of our own
     bool isModern = false;    ///< a phone's file since iOS 10
-    MessageDbParts parts;
+    AddressResolver addresses;
     QHash<QString, QString> tables; ///< name to the text that created it
     MessageInsertion insertion;     ///< into the columns that `tables` tells
 };

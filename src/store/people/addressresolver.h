@@ -12,11 +12,11 @@
 
 /// What the readers of both generations stand on besides their file: the phone's address book and the
 /// rules of its country.
-class MessageDbParts
+class AddressResolver
 {
 public:
     /// `reader` stands in the log before what went wrong.
-    MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader);
+    AddressResolver(const QDir &root, const QString &countryCode, const QString &reader);
 
     /// Another country than the one it was made with. To be called before anything is looked up.
     void useCountry(const QString &countryCode);

@@ -1,4 +1,4 @@
-#include "store/people/messagedbparts.h"
+#include "store/people/addressresolver.h"
 
 #include <QDebug>
 
@@ -6,19 +6,19 @@
 
 using namespace Qt::StringLiterals;
 
-MessageDbParts::MessageDbParts(const QDir &root, const QString &countryCode, const QString &reader)
+AddressResolver::AddressResolver(const QDir &root, const QString &countryCode, const QString &reader)
     : readerName(reader), contacts(root, countryCode), countryLib(countryCode)
 {
 }
 
-void MessageDbParts::useCountry(const QString &countryCode)
+void AddressResolver::useCountry(const QString &countryCode)
 {
     contacts.useCountry(countryCode);
     countryLib.useCountry(countryCode);
     normalAddresses.clear();
 }
 
-void MessageDbParts::openContacts()
+void AddressResolver::openContacts()
 {
     if (isContactsDamaged || contacts.isOpen())
         return;
@@ -32,13 +32,13 @@ void MessageDbParts::openContacts()
     }
 }
 
-void MessageDbParts::failContacts(const QString &reason, const QString &loss)
+void AddressResolver::failContacts(const QString &reason, const QString &loss)
 {
     contactsFailure = u"%1. The messages are read without %2."_s.arg(reason, loss);
     qWarning().noquote() << contactsFailure;
 }
 
-void MessageDbParts::nameHandle(_MsgHandle &handle)
+void AddressResolver::nameHandle(_MsgHandle &handle)
 {
     if (!contacts.isOpen())
         return;
@@ -52,7 +52,7 @@ void MessageDbParts::nameHandle(_MsgHandle &handle)
     }
 }
 
-void MessageDbParts::nameHandleByMail(_MsgHandle &handle)
+void AddressResolver::nameHandleByMail(_MsgHandle &handle)
 {
     if (!contacts.isOpen() || !handle._ct_name.isEmpty() || !handle.id.contains(u'@'))
         return;
@@ -65,7 +65,7 @@ void MessageDbParts::nameHandleByMail(_MsgHandle &handle)
     }
 }
 
-QString MessageDbParts::normalAddress(const QString &country, const QString &address)
+QString AddressResolver::normalAddress(const QString &country, const QString &address)
 {
     QString &normal = normalAddresses[{country, address}];
     if (normal.isNull()) {
@@ -76,7 +76,7 @@ QString MessageDbParts::normalAddress(const QString &country, const QString &add
     return normal;
 }
 
-QString MessageDbParts::normalAddress(const QString &address)
+QString AddressResolver::normalAddress(const QString &address)
 {
     return normalAddress(QString(), address);
 }
