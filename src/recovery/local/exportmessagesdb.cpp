@@ -68,8 +68,8 @@ void ExportMessagesDb::append(const _MsgMessage &message)
         ++messageCounts.refused;
         return;
     }
-    if (const ExtrasKeeper::Taken taken = extras.takeReaction(message); taken != ExtrasKeeper::Taken::No) {
-        ++(taken == ExtrasKeeper::Taken::Added ? messageCounts.added : messageCounts.known);
+    if (const ExtrasWriter::Taken taken = extras.takeReaction(message); taken != ExtrasWriter::Taken::No) {
+        ++(taken == ExtrasWriter::Taken::Added ? messageCounts.added : messageCounts.known);
         return;
     }
     const QString hash = logicHash(message);
@@ -82,7 +82,7 @@ void ExportMessagesDb::append(const _MsgMessage &message)
     const qint64 chatId = writer.chatRowid(*message.chat);
     const qint64 handleId = writer.personRowid(*message.chat, chatId, message.handle);
     const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
-    if (known != 0 && extras.hasComeBack(known, message, {chatId, handleId}, hash))
+    if (known != 0 && extras.updatePlace(known, message, {chatId, handleId}, hash))
         raiseNewest(chatId, message);
     writer.noteAddressed(message, chatId);
     if (!message.attachments.isEmpty())

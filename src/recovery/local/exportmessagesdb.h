@@ -2,7 +2,7 @@
 
 #include "recovery/local/attachmentnames.h"
 #include "recovery/local/copiedfiles.h"
-#include "recovery/local/extraskeeper.h"
+#include "recovery/local/extraswriter.h"
 #include "recovery/local/importcounts.h"
 #include "recovery/local/knownrows.h"
 #include "recovery/local/messagewriter.h"
@@ -16,7 +16,7 @@
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its guid or
 /// from another source by its content, gets no second row; chat, handles and attachments around it end up
-/// present and joined, and what newer phones tell of it is brought up to date (`ExtrasKeeper`).
+/// present and joined, and what newer phones tell of it is brought up to date (`ExtrasWriter`).
 ///
 /// A run is `begin`, `append` for each message, `finish`: one transaction. A run that ends without
 /// `finish` leaves the database as it was. Of the attachment files that it copied, those stay that a row
@@ -57,7 +57,7 @@ private:
 
     IOS6MessageDb db;
     MessageWriter writer; ///< into `db`
-    ExtrasKeeper extras;
+    ExtrasWriter extras;
     AttachmentNames names;
     KnownRows knownRows;
     QDir root;

@@ -28,7 +28,7 @@ void KnownRows::forget()
 
 KnownRows::Row KnownRows::byGuid(const QString &guid, const QString &hash)
 {
-    using KnownBy = ExtrasKeeper::KnownBy;
+    using KnownBy = ExtrasWriter::KnownBy;
     Sqlite3Sql sql("select rowid, logic_hash from message where guid=?");
     sql.addTextParam(guid);
     Sqlite3Cursor cursor = db.queryThrow(sql);

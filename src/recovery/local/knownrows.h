@@ -1,6 +1,6 @@
 #pragma once
 
-#include "recovery/local/extraskeeper.h"
+#include "recovery/local/extraswriter.h"
 
 #include <QHash>
 #include <QSet>
@@ -21,7 +21,7 @@ public:
     void expect(const QString &guid) { guids.insert(guid); }
     struct Row {
         qint64 rowid = 0; ///< 0 when there is none
-        ExtrasKeeper::KnownBy by = ExtrasKeeper::KnownBy::Content;
+        ExtrasWriter::KnownBy by = ExtrasWriter::KnownBy::Content;
     };
     /// `hash` is the `logicHash` of `message`.
     Row rowOf(const _MsgMessage &message, const QString &hash);

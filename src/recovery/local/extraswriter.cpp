@@ -1,4 +1,4 @@
-#include "recovery/local/extraskeeper.h"
+#include "recovery/local/extraswriter.h"
 
 #include "recovery/carving/messagerecycledb.h"
 #include "store/readers/ios6messagedb.h"
@@ -33,12 +33,12 @@ bool isInRecentlyDeleted(const _MsgMessage &message)
 
 } // namespace
 
-ExtrasKeeper::ExtrasKeeper(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments)
+ExtrasWriter::ExtrasWriter(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments)
     : db(target), rows(target), handleRowid(std::move(handles)), attachmentRowid(std::move(attachments))
 {
 }
 
-void ExtrasKeeper::begin()
+void ExtrasWriter::begin()
 {
     isKeeping = db.keepsExtras();
     deleted = isKeeping ? rows.recentlyDeleted() : QSet<qint64>();
@@ -47,7 +47,7 @@ void ExtrasKeeper::begin()
     unknown = isKeeping ? rows.ofUnknownAddress() : QSet<qint64>();
 }
 
-ExtrasKeeper::Taken ExtrasKeeper::takeReaction(const _MsgMessage &message)
+ExtrasWriter::Taken ExtrasWriter::takeReaction(const _MsgMessage &message)
 {
     if (!isKeeping || !message.extras || !isReactionType(message.extras->associated_message_type))
         return Taken::No;
@@ -62,7 +62,7 @@ ExtrasKeeper::Taken ExtrasKeeper::takeReaction(const _MsgMessage &message)
     return isKnown ? Taken::Known : Taken::Added;
 }
 
-void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
+void ExtrasWriter::addToNew(qint64 messageId, const _MsgMessage &message)
 {
     if (isKeeping && message.extras)
         addRows(messageId, message);
@@ -74,7 +74,7 @@ void ExtrasKeeper::addToNew(qint64 messageId, const _MsgMessage &message)
     }
 }
 
-void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known)
+void ExtrasWriter::addToKept(qint64 messageId, const _MsgMessage &message, const QString &hash, KnownBy known)
 {
     if (!isKeeping)
         return;
@@ -86,7 +86,7 @@ void ExtrasKeeper::addToKept(qint64 messageId, const _MsgMessage &message, const
         rows.setRecovered(messageId, false);
 }
 
-bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash)
+bool ExtrasWriter::updatePlace(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash)
 {
     const bool isBack = !isInRecentlyDeleted(message) && deleted.remove(messageId);
     if (isBack)
@@ -100,13 +100,13 @@ bool ExtrasKeeper::hasComeBack(qint64 messageId, const _MsgMessage &message, Pla
     return isBack || isFound || isTold;
 }
 
-void ExtrasKeeper::finish()
+void ExtrasWriter::finish()
 {
     if (isKeeping)
         rows.dropEmptyMadeUpChats();
 }
 
-void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)
+void ExtrasWriter::addRows(qint64 messageId, const _MsgMessage &message)
 {
     for (const MessageReaction &reaction : std::as_const(message.extras->reactions))
         addReaction(messageId, reaction);
@@ -115,7 +115,7 @@ void ExtrasKeeper::addRows(qint64 messageId, const _MsgMessage &message)
     addStates(messageId, message);
 }
 
-void ExtrasKeeper::addReaction(qint64 messageId, const MessageReaction &reaction)
+void ExtrasWriter::addReaction(qint64 messageId, const MessageReaction &reaction)
 {
     const qint64 handleId = reaction.handle ? handleRowid(*reaction.handle) : 0;
     const qint64 reactionId = rows.addReaction(messageId, reaction, handleId);
@@ -125,7 +125,7 @@ void ExtrasKeeper::addReaction(qint64 messageId, const MessageReaction &reaction
 }
 
 // Of a message out of another Local Database: what its summary doesn't tell.
-void ExtrasKeeper::addStates(qint64 messageId, const _MsgMessage &message)
+void ExtrasWriter::addStates(qint64 messageId, const _MsgMessage &message)
 {
     const MessageExtras &extras = *message.extras;
     if (extras.edits.isEmpty())
@@ -137,7 +137,7 @@ void ExtrasKeeper::addStates(qint64 messageId, const _MsgMessage &message)
     }
 }
 
-void ExtrasKeeper::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
+void ExtrasWriter::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
 {
     const MessageExtras none;
     const MessageExtras &extras = message.extras ? *message.extras : none;
@@ -157,7 +157,7 @@ void ExtrasKeeper::addChange(qint64 messageId, const _MsgMessage &message, const
     }
 }
 
-void ExtrasKeeper::addStateBefore(qint64 messageId, const MessageEdit &state,
+void ExtrasWriter::addStateBefore(qint64 messageId, const MessageEdit &state,
                                   const QList<MessageEdit> &history)
 {
     if (!state.text.isEmpty() && !tellsText(history, state.text))

@@ -22,7 +22,7 @@ class IOS6MessageDb;
 /// elsewhere.
 /// - A recovered message is marked as one as long as no source has it undeleted. One of an unknown address
 ///   then gets the date, the person and the chat that it has there.
-class ExtrasKeeper
+class ExtrasWriter
 {
 public:
     /// The row of a handle in the target, which is inserted if need be.
@@ -31,7 +31,7 @@ public:
     /// The same of an attachment, whose file is copied then.
     using AttachmentRowid = std::function<qint64(const _MsgAttachment &)>;
 
-    ExtrasKeeper(IOS6MessageDb &target, HandleRowid handleRowid, AttachmentRowid attachmentRowid);
+    ExtrasWriter(IOS6MessageDb &target, HandleRowid handleRowid, AttachmentRowid attachmentRowid);
 
     /// Call it when the run begins.
     void begin();
@@ -51,7 +51,7 @@ public:
     };
     /// Whether the message has left "Recently Deleted", the chat of those without a conversation or that of
     /// an unknown address: it is at `place` now.
-    bool hasComeBack(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash);
+    bool updatePlace(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash);
     /// Call it when the run ends.
     void finish();
 
