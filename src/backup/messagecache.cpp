@@ -4,7 +4,7 @@
 #include "app/filetools.h"
 #include "app/jobprogress.h"
 #include "backup/backupmanifest.h"
-#include "backup/readernames.h"
+#include "backup/cachefilenames.h"
 
 #include <QFileInfo>
 #include <QObject>
@@ -114,7 +114,7 @@ void MessageCache::copyChildren(const _ManifestNode &node, const QDir &folder, i
         // An empty file becomes a folder here, and SQLite would take one for its log.
         if (isTop && isReadCompanion(child->name) && isEmptyEntry(child->record))
             continue;
-        copyNode(*child, isTop ? readersName(*child) : child->name, folder, depth);
+        copyNode(*child, isTop ? cacheFileName(*child) : child->name, folder, depth);
     }
 }
 

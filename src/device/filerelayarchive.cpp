@@ -2,7 +2,7 @@
 
 #include "app/filetools.h"
 #include "app/jobprogress.h"
-#include "backup/readernames.h"
+#include "backup/cachefilenames.h"
 #include "device/cpiogate.h"
 
 #include <QLocale>

@@ -4,8 +4,8 @@
 #include "app/filetools.h"
 #include "app/jobprogress.h"
 #include "backup/backuprewrite.h"
+#include "backup/cachefilenames.h"
 #include "backup/mbdbreader.h"
-#include "backup/readernames.h"
 
 #include <QDateTime>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "recovery/merge/workingcopies.h"
 
-#include "backup/readernames.h"
+#include "backup/cachefilenames.h"
 #include "sqlite_qt/sqlite3db.h"
 
 #include <QDateTime>

@@ -1,4 +1,4 @@
-#include "backup/readernames.h"
+#include "backup/cachefilenames.h"
 
 #include "backup/manifestnode.h"
 
@@ -53,7 +53,7 @@ bool isReadCompanion(const QString &name)
     return companionNames().contains(name, Qt::CaseInsensitive);
 }
 
-QString readersName(const _ManifestNode &node)
+QString cacheFileName(const _ManifestNode &node)
 {
     const auto isSame = [&](const QString &name) {
         return name.compare(node.name, Qt::CaseInsensitive) == 0;

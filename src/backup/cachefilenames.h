@@ -17,4 +17,4 @@ bool isReadCompanion(const QString &name);
 /// Name under which `node`, right below the message or address book folder, is kept: its own, or, for
 /// what is opened by a fixed name, that name in its proper case. A sibling that has the proper case
 /// already keeps it for itself.
-QString readersName(const _ManifestNode &node);
+QString cacheFileName(const _ManifestNode &node);
