@@ -1,11 +1,11 @@
 #include "backup/itunescachesmsthread.h"
 
 #include "app/datalocations.h"
-#include "app/diskroom.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "backup/backupfiles.h"
 #include "backup/backupmanifest.h"
-#include "backup/cacheroom.h"
+#include "backup/cachespace.h"
 #include "backup/messagecache.h"
 #include "store/readers/openmessagedb.h"
 
@@ -108,7 +108,7 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
     checkDatabase(manifest);
     // Before anything is touched: a person with a hundred gigabytes of videos is told at once.
-    checkRoomThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
+    checkFreeSpaceThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
     const CacheLock lock(cacheDir);
     const bool isNew = !cacheDir.exists(u"manifest.db"_s);
     try {

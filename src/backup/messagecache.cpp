@@ -1,7 +1,7 @@
 #include "backup/messagecache.h"
 
-#include "app/diskroom.h"
 #include "app/filetools.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "backup/backupmanifest.h"
 #include "backup/cachefilenames.h"

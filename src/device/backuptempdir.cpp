@@ -47,7 +47,7 @@ QDir iosBackupTempDir()
 {
     QString volume = rememberedChoice();
     if (volume.isEmpty()) {
-        volume = roomiestVolume();
+        volume = freestVolume();
         remember(volume);
     }
     return QDir(QDir(volume).absoluteFilePath(u"__marrowlight_iosbk_temp"_s));

@@ -33,7 +33,7 @@ void clearIosBackupTemp();
 void makePrivateFolder(const QString &folder);
 
 /// Root of the volume to choose where no choice is remembered: fixed, writable, with the most free bytes.
-QString roomiestVolume();
+QString freestVolume();
 
 /// Whether a remembered choice still says which volume it means; that volume's root, else empty.
 QString rememberedVolume(const QString &text);

@@ -65,7 +65,7 @@ void makePrivateFolder(const QString &folder)
         qWarning("%s stays open to others: %ls", path.constData(), qUtf16Printable(qt_error_string(errno)));
 }
 
-QString roomiestVolume()
+QString freestVolume()
 {
     QString best;
     qint64 mostFree = 0;

@@ -42,7 +42,7 @@ void makePrivateFolder(const QString &folder)
         throw std::runtime_error(folder.toStdString() + ": the folder can't be made.");
 }
 
-QString roomiestVolume()
+QString freestVolume()
 {
     QString best;
     qint64 mostFree = 0;

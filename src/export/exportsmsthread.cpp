@@ -1,6 +1,6 @@
 #include "export/exportsmsthread.h"
 
-#include "app/diskroom.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "export/exportconversation.h"
 #include "export/exportedattachments.h"
@@ -73,7 +73,7 @@ void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, con
 void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, MessageCount &count)
 {
     if (plan.format == ExportHtml)
-        checkRoomThrow(plan.path, attachmentFileBytes(messages));
+        checkFreeSpaceThrow(plan.path, attachmentFileBytes(messages));
     ExportFolder folder(plan.path, plan.afterFailure);
     ExportedAttachments attachments(folder);
     if (plan.format == ExportHtml && !messages.isEmpty())

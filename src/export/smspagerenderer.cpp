@@ -66,7 +66,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     // Of what is taller than a page the head stays with the first line below it.
     const qreal height = heightOf(lines);
     const bool fitsOnAPage = height <= bottom - top + 1 - top;
-    if (!hasRoom(fitsOnAPage ? height : heightOf(lines.mid(0, headLines + 1))))
+    if (!hasHeight(fitsOnAPage ? height : heightOf(lines.mid(0, headLines + 1))))
         startPage();
     drawLines(lines);
     y += messageGap;
@@ -87,7 +87,7 @@ void SmsPageRenderer::addWords(PageText &text, const _MsgMessage &message) const
 void SmsPageRenderer::drawLines(const QList<PageText::Line> &lines)
 {
     for (const PageText::Line &line : lines) {
-        if (y > top && !hasRoom(line.gap + line.height()))
+        if (y > top && !hasHeight(line.gap + line.height()))
             startPage();
         y += line.gap;
         line.draw(painter, left, y);
@@ -101,7 +101,7 @@ void SmsPageRenderer::drawPageNumber()
     painter.drawText(box, Qt::AlignCenter | Qt::TextDontClip, QString::number(pageNumber));
 }
 
-bool SmsPageRenderer::hasRoom(qreal height) const
+bool SmsPageRenderer::hasHeight(qreal height) const
 {
     // `y` counts from the edge of the paper, so that a page keeps the height of its margin free.
     return height <= bottom - top + 1 - y;

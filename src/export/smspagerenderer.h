@@ -34,7 +34,7 @@ private:
     void drawPageNumber();
     void startPage();
     /// Whether so much fits below `y`.
-    bool hasRoom(qreal height) const;
+    bool hasHeight(qreal height) const;
     void addWords(PageText &text, const _MsgMessage &message) const;
     void drawLines(const QList<PageText::Line> &lines);
     const QString &titleLine(const _MsgMessage &message);

@@ -1,6 +1,6 @@
 #include "sqlite_qt/untoucheddb.h"
 
-#include "app/diskroom.h"
+#include "app/freespace.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -51,7 +51,7 @@ PrivateCopy::PrivateCopy(const QString &source) : file(folder.filePath(QFileInfo
 {
     if (!folder.isValid())
         throw std::runtime_error(u"%1: %2"_s.arg(folder.path(), folder.errorString()).toStdString());
-    checkRoomThrow(folder.path(), bytesToCopy(source));
+    checkFreeSpaceThrow(folder.path(), bytesToCopy(source));
     copyThrow(source, file);
     for (const QLatin1StringView suffix : contentSuffixes) {
         if (QFile::exists(source + suffix))

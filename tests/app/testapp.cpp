@@ -1,8 +1,8 @@
 #include "app/boundedbytes.h"
 #include "app/datalocations.h"
-#include "app/diskroom.h"
 #include "app/errorreport.h"
 #include "app/filetools.h"
+#include "app/freespace.h"
 #include "app/log.h"
 #include "app/texts.h"
 #include "testing/helpers/testtools.h"
@@ -137,8 +137,9 @@ void TestApp::jobsTellWhyTheyFailedUnlessCancelled()
 void TestApp::aFullDiskIsToldBefore()
 {
     const QString folder = dir->filePath(u"not/there/yet"_s);
-    checkRoomThrow(folder, 1);
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, checkRoomThrow(folder, std::numeric_limits<qint64>::max()));
+    checkFreeSpaceThrow(folder, 1);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error,
+                             checkFreeSpaceThrow(folder, std::numeric_limits<qint64>::max()));
     QVERIFY(!QFile::exists(dir->filePath(u"not"_s)));
 }
 

@@ -1,7 +1,7 @@
 #include "recovery/local/backupsmsthread.h"
 
-#include "app/diskroom.h"
 #include "app/filetools.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "recovery/carving/messagerecycledb.h"
 #include "recovery/local/exportmessagesdb.h"
@@ -111,7 +111,7 @@ ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &ro
                             JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_BACKING_UP_SMS"), 0, {});
-    checkRoomThrow(root.absolutePath(), bytesToCopy(messages, root));
+    checkFreeSpaceThrow(root.absolutePath(), bytesToCopy(messages, root));
     NewDatabaseGuard guard(root, path);
     ImportCounts counts;
     {

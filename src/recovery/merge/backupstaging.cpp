@@ -1,7 +1,7 @@
 #include "recovery/merge/backupstaging.h"
 
-#include "app/diskroom.h"
 #include "app/filetools.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "backup/backuprewrite.h"
 #include "backup/cachefilenames.h"
@@ -84,7 +84,7 @@ void BackupStaging::checkIsCopy(const QString &source) const
 
 void BackupStaging::stageFile(const QString &from, const QString &name)
 {
-    checkRoomThrow(backup.absolutePath(), QFileInfo(from).size());
+    checkFreeSpaceThrow(backup.absolutePath(), QFileInfo(from).size());
     const QString target = rewrite.staged(name);
     if (!QFile::copy(from, target))
         fail(u"can not overwrite %1."_s, backup.absoluteFilePath(name));
@@ -135,7 +135,7 @@ void BackupStaging::stageAttachments(const QList<_MsgAttachment> &attachments, c
     qint64 bytes = 0;
     for (const AddedFile &file : std::as_const(added))
         bytes += QFileInfo(file.localPath).size();
-    checkRoomThrow(backup.absolutePath(), bytes);
+    checkFreeSpaceThrow(backup.absolutePath(), bytes);
     for (AddedFile &file : added) {
         throwIfCancelled(progress);
         const QString name = mbdbFileName(file.domain, file.path);
@@ -180,6 +180,6 @@ void BackupStaging::addAttachment(const _MsgAttachment &attachment)
 
 void BackupStaging::stageManifest()
 {
-    checkRoomThrow(backup.absolutePath(), QFileInfo(manifestPath).size() * 2);
+    checkFreeSpaceThrow(backup.absolutePath(), QFileInfo(manifestPath).size() * 2);
     writeMbdbFile(records, rewrite.staged(manifestName));
 }

@@ -1,6 +1,6 @@
 #include "recovery/merge/ios6restoremessagesthread.h"
 
-#include "app/diskroom.h"
+#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "backup/backuprewrite.h"
 #include "recovery/merge/backupstaging.h"
@@ -35,7 +35,7 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     const QString path = source.databasePath();
     BackupStaging staging(backupDir, rewrite);
     staging.checkIsCopy(path);
-    checkRoomThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
+    checkFreeSpaceThrow(QFileInfo(path).path(), 3 * QFileInfo(path).size());
     WorkingCopies copies(path);
     const auto place = [&](const QString &filename) { return staging.attachmentPlace(filename); };
     MessageMerge merge(copies.phone, copies.merged, place, progress);

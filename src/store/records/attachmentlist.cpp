@@ -1,6 +1,6 @@
 #include "store/records/attachmentlist.h"
 
-#include "app/diskroom.h"
+#include "app/freespace.h"
 #include "app/texts.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"

@@ -1,6 +1,6 @@
 #include "ui/dialogs/missingattachmentsdlg.h"
 
-#include "app/diskroom.h"
+#include "app/freespace.h"
 #include "store/records/messagerecords.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"

@@ -1,4 +1,4 @@
-#include "app/diskroom.h"
+#include "app/freespace.h"
 
 #include <QFileInfo>
 #include <QLocale>
@@ -14,7 +14,7 @@ QString sizeText(qint64 bytes)
     return QLocale::c().formattedDataSize(std::max<qint64>(bytes, 0), 1, QLocale::DataSizeSIFormat);
 }
 
-void checkRoomThrow(const QString &folder, qint64 bytes)
+void checkFreeSpaceThrow(const QString &folder, qint64 bytes)
 {
     QString existing = QFileInfo(folder).absoluteFilePath();
     while (!QFileInfo::exists(existing) && existing != QFileInfo(existing).path())

@@ -1,4 +1,4 @@
-#include "backup/cacheroom.h"
+#include "backup/cachespace.h"
 
 #include "backup/backupcachedb.h"
 #include "backup/backupmanifest.h"
