@@ -3,10 +3,10 @@
 #include "backup/backupmanifest.h"
 #include "store/readers/messagegaps.h"
 #include "store/records/attachmentlist.h"
+#include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"
 #include "store/records/messagestore.h"
-#include "store/records/messagewords.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

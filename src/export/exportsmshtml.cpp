@@ -4,9 +4,9 @@
 #include "app/product.h"
 #include "export/exportedattachments.h"
 #include "store/records/attachmentlist.h"
+#include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"
-#include "store/records/messagewords.h"
 
 #include <utility>
 
@@ -63,7 +63,7 @@ QString ExportSMSHtml::orderedBody(const _MsgMessage &message) const
     QString html = message.subject.isEmpty() ? QString() : line(message.subject);
     for (const MessagePart &part : messageParts(message))
         html += part.attachment ? attachments->html(*part.attachment) : line(part.text);
-    for (const QString &words : wordsUnder(message))
+    for (const QString &words : linesUnder(message))
         html += line(u'[' + words + u']');
     return html;
 }

@@ -1,8 +1,8 @@
 #include "export/smspagerenderer.h"
 
 #include "store/records/attachmentlist.h"
+#include "store/records/extrastext.h"
 #include "store/records/messagerecords.h"
-#include "store/records/messagewords.h"
 
 #include <QGuiApplication>
 #include <QPainter>
@@ -78,7 +78,7 @@ void SmsPageRenderer::addWords(PageText &text, const _MsgMessage &message) const
     const QString own = renderText(message, emoji, DateForm::SystemShort);
     if (!own.isEmpty())
         text.add(own, whose, Qt::black, lineGap);
-    for (const QString &line : wordsUnder(message, History::Told, DateForm::SystemShort))
+    for (const QString &line : linesUnder(message, History::Told, DateForm::SystemShort))
         text.add(u'[' + withEmoji(line, emoji) + u']', PageText::Words::Programs);
     for (const _MsgAttachment *attachment : shownAttachments(message))
         text.add(attachmentLine(*attachment), PageText::Words::Programs);

@@ -1,9 +1,9 @@
 #include "store/records/messagetext.h"
 
-#include "store/records/eventwords.h"
+#include "store/records/eventtext.h"
+#include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagestore.h"
-#include "store/records/messagewords.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -206,7 +206,7 @@ QString plainText(const _MsgMessage &message)
 QString displayText(const _MsgMessage &message, DateForm dates)
 {
     if (message.item_type == 0)
-        return withSubject(message, textOrWords(message, textWithMarkers(message), dates));
+        return withSubject(message, shownText(message, textWithMarkers(message), dates));
     return message.extras && message.extras->hasNewerEvent ? newerEventSentence(message, dates)
                                                            : eventSentence(message, dates);
 }
@@ -219,7 +219,7 @@ QString renderText(const _MsgMessage &message, EmojiStyle emoji, DateForm dates)
 QString fullText(const _MsgMessage &message, EmojiStyle emoji)
 {
     QString text = renderText(message, emoji);
-    const QStringList lines = wordsUnder(message);
+    const QStringList lines = linesUnder(message);
     for (const QString &line : lines) {
         const QString words = u'[' + withEmoji(line, emoji) + u']';
         text += text.isEmpty() ? words : u'\n' + words;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/records/eventwords.h"
+#include "store/records/eventtext.h"
 #include "store/records/messagerecords.h"
 
 #include <QByteArray>
@@ -41,7 +41,7 @@ QString renderText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Ma
 /// `text` with emoji as asked for.
 QString withEmoji(const QString &text, EmojiStyle emoji);
 
-/// What exports show: `renderText`, then on a line of its own in square brackets each of `wordsUnder`.
+/// What exports show: `renderText`, then on a line of its own in square brackets each of `linesUnder`.
 QString fullText(const _MsgMessage &message, EmojiStyle emoji = EmojiStyle::Markers);
 
 /// Returns what stands in the place of an emoji. `codePoint` is upper-case hexadecimal.

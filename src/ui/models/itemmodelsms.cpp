@@ -1,7 +1,7 @@
 #include "ui/models/itemmodelsms.h"
 
+#include "store/records/extrastext.h"
 #include "store/records/messagestore.h"
-#include "store/records/messagewords.h"
 #include "ui/views/programicon.h"
 #include "ui/views/stylesheet.h"
 

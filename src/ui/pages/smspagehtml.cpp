@@ -2,9 +2,9 @@
 
 #include "app/htmltext.h"
 #include "store/records/attachmentlist.h"
+#include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagestore.h"
-#include "store/records/messagewords.h"
 #include "ui/pages/attachmenthtml.h"
 
 #include <QLocale>
@@ -54,7 +54,7 @@ QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOp
 {
     QString html;
     for (const QString &line :
-         wordsUnder(message, isHistoryOpen ? History::Told : History::LeftOut, DateForm::SystemShort))
+         linesUnder(message, isHistoryOpen ? History::Told : History::LeftOut, DateForm::SystemShort))
         html += u"<div class=\"w\">"_s + cellText(withEmoji(line, emoji)) + u"</div>"_s;
     if (hasHistory(message)) {
         const QString link =

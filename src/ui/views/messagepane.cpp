@@ -1,7 +1,7 @@
 #include "ui/views/messagepane.h"
 
+#include "store/records/extrastext.h"
 #include "store/records/messagestore.h"
-#include "store/records/messagewords.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/models/itemmodelsms.h"
 #include "ui/pages/smsbrowser.h"

@@ -1,6 +1,6 @@
 #include "app/texts.h"
+#include "store/records/extrastext.h"
 #include "store/records/messagetext.h"
-#include "store/records/messagewords.h"
 #include "testing/helpers/records.h"
 
 #include <QTest>

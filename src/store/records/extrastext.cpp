@@ -1,6 +1,6 @@
-#include "store/records/messagewords.h"
+#include "store/records/extrastext.h"
 
-#include "store/records/eventwords.h"
+#include "store/records/eventtext.h"
 #include "store/records/messagetext.h"
 #include "store/records/reactions.h"
 
@@ -171,7 +171,7 @@ QString whoReacted(const MessageReaction &reaction)
     return reaction.handle ? displayName(*reaction.handle, false) : QObject::tr("IDS_SOMEBODY");
 }
 
-QString reactionWords(const MessageReaction &reaction)
+QString reactionText(const MessageReaction &reaction)
 {
     return reactionTo(reaction.part > 0 ? QObject::tr("IDS_PART_%1_OF_THIS").arg(reaction.part + 1)
                                         : QObject::tr("IDS_THIS"),
@@ -208,7 +208,7 @@ bool isUnsent(const _MsgMessage &message)
            message.attachments.isEmpty();
 }
 
-QString textOrWords(const _MsgMessage &message, const QString &text, DateForm dates)
+QString shownText(const _MsgMessage &message, const QString &text, DateForm dates)
 {
     if (!message.extras)
         return text;
@@ -237,7 +237,7 @@ bool hasHistory(const _MsgMessage &message)
     return message.extras && !earlierTexts(*message.extras).isEmpty();
 }
 
-QStringList wordsUnder(const _MsgMessage &message, History history, DateForm dates)
+QStringList linesUnder(const _MsgMessage &message, History history, DateForm dates)
 {
     QStringList lines;
     if (!message.extras)
@@ -257,6 +257,6 @@ QStringList wordsUnder(const _MsgMessage &message, History history, DateForm dat
     if (isRecentlyDeleted(message))
         lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date, dates)));
     for (const MessageReaction &reaction : extras.reactions)
-        lines.append(reactionWords(reaction));
+        lines.append(reactionText(reaction));
     return lines;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/records/eventwords.h"
+#include "store/records/eventtext.h"
 #include "store/records/messagerecords.h"
 
 #include <QStringList>
@@ -12,7 +12,7 @@
 QString whoReacted(const MessageReaction &reaction);
 
 /// "Ann loved this"; "part 2 of this" where the reaction is to a further part.
-QString reactionWords(const MessageReaction &reaction);
+QString reactionText(const MessageReaction &reaction);
 
 /// What to call a kind of reaction in data: "love", "like" ... "sticker", "vote"; "unknown" with its
 /// number for a kind of later phones.
@@ -32,7 +32,7 @@ bool isUnsent(const _MsgMessage &message);
 
 /// What an ordinary message shows as its text: `text`, or what stands in the place of one that is empty,
 /// can't be read or is a reaction to a message that isn't there.
-QString textOrWords(const _MsgMessage &message, const QString &text, DateForm dates = DateForm::Spelled);
+QString shownText(const _MsgMessage &message, const QString &text, DateForm dates = DateForm::Spelled);
 
 /// Whether it lies in "Recently Deleted".
 bool isRecentlyDeleted(const _MsgMessage &message);
@@ -45,5 +45,5 @@ enum class History { Told, LeftOut };
 
 /// The lines under the message: what it answers, effect, app, edits with what it said before, unsent and
 /// deleted parts, that it is still to be sent or recently deleted, then the reactions.
-QStringList wordsUnder(const _MsgMessage &message, History history = History::Told,
+QStringList linesUnder(const _MsgMessage &message, History history = History::Told,
                        DateForm dates = DateForm::Spelled);

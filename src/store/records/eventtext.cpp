@@ -1,4 +1,4 @@
-#include "store/records/eventwords.h"
+#include "store/records/eventtext.h"
 
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
