@@ -66,6 +66,11 @@ struct ToolOutput {
     }
 
     bool hasError() const { return errors.hasError() || (!errors.endsAll() && words.hasError()); }
+    bool endsWell() const
+    {
+        const QByteArray all = words.text().trimmed();
+        return all.sliced(all.lastIndexOf('\n') + 1).toLower().contains("successful");
+    }
     QString text() const
     {
         return QString::fromLatin1(errors.endsAll() ? errors.text() : errors.text() + '\n' + words.text());
@@ -91,14 +96,14 @@ void follow(QProcess &tool, const std::function<void()> &takeOutput, const std::
 }
 
 /// Throws when a tool that has ended failed.
-void judge(const QProcess &tool, const ToolOutput &output, bool tellsByCode)
+void judge(const QProcess &tool, const ToolOutput &output, bool tellsAtItsEnd)
 {
     const std::string text = output.text().toStdString();
     if (tool.exitStatus() == QProcess::CrashExit)
         throw std::runtime_error("The backup tool crashed.\n" + text);
-    if (output.hasError())
+    if (!tellsAtItsEnd && output.hasError())
         throw std::runtime_error(text);
-    if (tellsByCode && tool.exitCode() != 0)
+    if (tellsAtItsEnd && (tool.exitCode() != 0 || !output.endsWell()))
         throw std::runtime_error("The backup tool failed.\n" + text);
 }
 
@@ -187,5 +192,5 @@ void backup2tool::run(const backup2tool_op &op)
     if (!why.empty())
         throw std::runtime_error(why);
     if (hasEnded)
-        judge(tool, output, command.tellsByCode);
+        judge(tool, output, command.tellsAtItsEnd);
 }

@@ -12,7 +12,7 @@ struct backup2tool_op {
 };
 
 /// Drives the command-line tool that brings a whole backup off a phone or puts one back. How far it is, is
-/// a guess from the time that has passed; whether it failed, its output tells: the word "error" in it.
+/// a guess from the time that has passed; whether it failed, its output tells (`BackupToolCommand`).
 class backup2tool : public QObject
 {
     Q_OBJECT
@@ -62,7 +62,8 @@ private:
 struct BackupToolCommand {
     QString program;
     QStringList arguments;
-    bool tellsByCode = false; ///< whether it may fail without the word "error", but never with code 0
+    bool tellsAtItsEnd = false; ///< it went well with code 0 and "successful" in the last line, and only
+                                ///< then; else it failed when the word "error" stands anywhere
 };
 
 /// Throws `std::runtime_error` when `op` is neither of the two.

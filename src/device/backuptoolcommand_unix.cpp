@@ -4,8 +4,8 @@ using namespace Qt::StringLiterals;
 
 // The tool of libimobiledevice. It takes the folder above the phone's own, asks nothing and is told which
 // phone by its identifier. A restore brings system files too (or messages stay out), doesn't wipe what the
-// backup doesn't have, and starts the phone anew at the end. A phone that isn't there any more it reports
-// without the word "error", and a run that was broken off too: its code tells.
+// backup doesn't have, and starts the phone anew at the end. It prints paths, which may hold any word, and
+// its code is the phone's cut to eight bits: only code and last line together tell that it went well.
 BackupToolCommand backupToolCommand(int op, const QString &target, const QDir &root)
 {
     const QString folder = QDir::toNativeSeparators(root.absolutePath());

@@ -11,6 +11,7 @@ namespace
 constexpr char codeSuccess = 0;
 constexpr char codeData = 0x0c;
 constexpr qsizetype blockSize = 256 * 1024;
+constexpr qsizetype filesAtOnce = 20;
 
 void respond(Stream &stream, QVariantMap answer, int code = 0)
 {
@@ -27,6 +28,8 @@ public:
 
     void backUp()
     {
+        if (!phone.backupRefusal.isEmpty())
+            return refuse(phone.backupRefusal);
         ask(QVariantList{u"DLMessageCreateDirectory"_s, phone.udid, QVariantMap()});
         QDirIterator files(phone.backup.absolutePath(), QDir::AllEntries | QDir::NoDotAndDotDot,
                            QDirIterator::Subdirectories);
@@ -40,14 +43,15 @@ public:
             else if (name != u"Info.plist"_s) // the computer writes that one
                 names.append(name);
         }
-        upload(names);
+        for (qsizetype done = 0; done < names.size(); done += filesAtOnce)
+            upload(names.mid(done, filesAtOnce), 100.0 * double(done) / double(names.size()));
         finish();
     }
 
     void restore()
     {
         if (!phone.restoreRefusal.isEmpty())
-            return respond(stream, {{u"ErrorDescription"_s, phone.restoreRefusal}}, 1);
+            return refuse(phone.restoreRefusal);
         const QVariantMap found = ask(QVariantList{u"DLContentsOfDirectory"_s, phone.udid}).value(3).toMap();
         fetch(phone.udid, found);
         finish();
@@ -78,9 +82,14 @@ private:
         stream.send(data);
     }
 
-    void upload(const QStringList &names)
+    void refuse(const QString &reason)
     {
-        stream.sendBinaryList(QVariantList{u"DLMessageUploadFiles"_s, QVariantMap(), 0.0, 0});
+        respond(stream, {{u"ErrorDescription"_s, reason}}, phone.refusalCode);
+    }
+
+    void upload(const QStringList &names, double percent)
+    {
+        stream.sendBinaryList(QVariantList{u"DLMessageUploadFiles"_s, QVariantMap(), percent, 0});
         for (const QString &name : names) {
             QFile file(phone.backup.filePath(name));
             if (!file.open(QIODevice::ReadOnly))

@@ -43,7 +43,9 @@ struct FakePhone {
     qint64 relayBytes = 0;          ///< with no archive: that many bytes of nothing
     QDir backup;                    ///< the folder that a backup of this phone is
     QDir restored;                  ///< where a restore arrives
+    QString backupRefusal;          ///< why it gives none
     QString restoreRefusal;         ///< why it takes none
+    int refusalCode = 1;            ///< of either
     QList<QVariantMap> syncRecords;
     QStringList relayedNotifications; ///< those that happen as soon as somebody waits for them
 

@@ -22,6 +22,7 @@ int main(int argc, char *argv[])
                         {u"media"_s, u"Folder that AFC shows."_s, u"folder"_s, u"."_s},
                         {u"backup"_s, u"Backup folder that a backup of the phone brings."_s, u"folder"_s},
                         {u"restored"_s, u"Folder that a restore fills."_s, u"folder"_s},
+                        {u"refuse-with"_s, u"Code with which it gives no backup."_s, u"number"_s},
                         {u"encipher"_s, u"Services speak TLS."_s}});
     options.process(application);
     FakePhone phone(options.value(u"udid"_s));
@@ -30,6 +31,9 @@ int main(int argc, char *argv[])
     phone.backup.setPath(options.value(u"backup"_s));
     phone.restored.setPath(options.value(u"restored"_s));
     phone.servicesAreEnciphered = options.isSet(u"encipher"_s);
+    phone.refusalCode = options.value(u"refuse-with"_s).toInt();
+    if (phone.refusalCode != 0)
+        phone.backupRefusal = u"Refused (MBErrorDomain/%1)"_s.arg(phone.refusalCode);
     QFile relay(options.value(u"relay"_s));
     if (relay.open(QIODevice::ReadOnly))
         phone.relayArchive = relay.readAll();

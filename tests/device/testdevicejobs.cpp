@@ -325,18 +325,22 @@ void TestDeviceJobs::judgesTheTool_data()
     QTest::addColumn<bool>("isFull");
     const auto row = [](const char *name, const QByteArray &script, const QString &error = {},
                         bool isFull = false) { QTest::newRow(name) << script << error << isFull; };
-    row("silence is success", "exit 0");
-    row("fails without a word", "exit 3", u"The backup tool failed.\n\n"_s);
-    row("error in any case, both channels", "echo fine; echo Some ERROR >&2", u"Some ERROR\n\nfine\n"_s);
-    row("what stands behind a NUL isn't seen", "printf 'well\\0error' >&2; echo error");
-    row("a word that comes in two pieces", "printf er; sleep 0.5; printf ror", u"\nerror"_s);
+    const QString failed = u"The backup tool failed.\n"_s;
+    row("error in a path is none", "echo In /home/error: 0 errors; echo Backup Successful.");
+    row("fails without a word", "exit 3", failed + u'\n');
+    row("a code that was cut to nothing", "echo 'Backup Failed (Error Code 256).'",
+        failed + u"\nBackup Failed (Error Code 256).\n"_s);
+    row("both channels", "echo Backup Successful.; echo No >&2; exit 1",
+        failed + u"No\n\nBackup Successful.\n"_s);
+    row("what stands behind a NUL isn't seen", "printf 'no\\0Backup Successful.'", failed + u"\nno"_s);
+    row("the last line in two pieces", "printf Succ; sleep 0.5; printf essful");
     row("killed", "kill -9 $$", u"The backup tool crashed.\n\n"_s);
     row("missing", {}, u"can not start AppleMobileBackup process."_s);
     row("hangs", "exec sleep 300");
     row("prints without end", "exec yes error");
     const QString full = QDir::tempPath() + u": the disk is too full for a backup of the phone."_s;
     row("no room in the middle", "exec sleep 300", full, true);
-    row("no room at the end", "exit 0", full, true);
+    row("no room at the end", "echo Successful", full, true);
 }
 
 void TestDeviceJobs::judgesTheTool()
@@ -359,7 +363,7 @@ void TestDeviceJobs::judgesTheTool()
 
 void TestDeviceJobs::removesWhatCantBeContinued()
 {
-    replaceTool("ls \"$4\" >&2; echo \"error <5>\"");
+    replaceTool("ls \"$4\" >&2; echo \"error <5>\"; exit 5");
     FakePhone &phone = stand.newPhone();
     IOSDevice device = plugIn(phone);
     iosBackupTempDir().removeRecursively();
@@ -369,8 +373,9 @@ void TestDeviceJobs::removesWhatCantBeContinued()
     BackupBuilder(folder).snapshotState(u"uploading"_s).write();
     RecordingProgress notes;
     QVERIFY(backUp(device, phone, notes));
-    QCOMPARE(notes.outcome,
-             u"\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
+    QCOMPARE(
+        notes.outcome,
+        u"The backup tool failed.\n\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed_data()
@@ -387,7 +392,7 @@ void TestDeviceJobs::saysWhyARestoreFailed_data()
     row("1.3 GB", room.arg(1395864371), u"^1 GB free disk space on your device is"_s);
     row("12.7 GB", room.arg(Q_INT64_C(13636521164)), u"^1e\\+01 GB free disk space"_s);
     row("anything else", u"<b>"_s, u"&lt;b&gt;.*"_s + note);
-    row("passcode not entered", {}, u"ERROR: .*"_s + note);
+    row("passcode not entered", {}, u"\nERROR: .*"_s + note);
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed()
