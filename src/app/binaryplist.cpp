@@ -4,29 +4,44 @@
 
 #include <QString>
 
+#include <bit>
+
 namespace
 {
 
+constexpr QByteArrayView header("bplist00");
+constexpr qsizetype trailerSize = 32;
 constexpr int countFollows = 0xF;
 constexpr quint64 mostKeysSearched = 1024;
 
 enum Marker {
+    SimpleMarker = 0x0,
     IntegerMarker = 0x1,
+    RealMarker = 0x2,
+    DateMarker = 0x3,
     DataMarker = 0x4,
     AsciiMarker = 0x5,
     Utf16Marker = 0x6,
     UidMarker = 0x8,
     ArrayMarker = 0xA,
+    SetMarker = 0xC,
     DictionaryMarker = 0xD
 };
 
+bool isWidth(qsizetype width)
+{
+    return width >= 1 && width <= 8;
+}
+
+/// Of the objects that stand behind a count.
 BinaryPlist::Kind kindOf(int marker)
 {
     switch (marker) {
     case DataMarker: return BinaryPlist::Kind::Data;
     case AsciiMarker: return BinaryPlist::Kind::Ascii;
     case Utf16Marker: return BinaryPlist::Kind::Utf16;
-    case ArrayMarker: return BinaryPlist::Kind::Array;
+    case ArrayMarker:
+    case SetMarker: return BinaryPlist::Kind::Array;
     case DictionaryMarker: return BinaryPlist::Kind::Dictionary;
     default: return BinaryPlist::Kind::Other;
     }
@@ -34,10 +49,19 @@ BinaryPlist::Kind kindOf(int marker)
 
 } // namespace
 
-std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView bytes)
+std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView list)
 {
-    const std::optional<PlistTrailer> trailer = readPlistTrailer(bytes);
-    return trailer ? std::optional(BinaryPlist(bytes, *trailer)) : std::nullopt;
+    if (list.size() < header.size() + trailerSize || list.size() > largestPlist || !list.startsWith(header))
+        return std::nullopt;
+    const QByteArrayView bytes = list.last(trailerSize);
+    const Trailer trailer{quint8(bytes.at(6)), quint8(bytes.at(7)), *readBigEndian<quint64>(bytes.sliced(8)),
+                          *readBigEndian<quint64>(bytes.sliced(16)),
+                          *readBigEndian<quint64>(bytes.sliced(24))};
+    const quint64 size = quint64(list.size());
+    const bool isSound = isWidth(trailer.offsetWidth) && isWidth(trailer.referenceWidth) &&
+                         trailer.offsetTable < size &&
+                         trailer.objects <= (size - trailer.offsetTable) / quint64(trailer.offsetWidth);
+    return isSound ? std::optional(BinaryPlist(list, trailer)) : std::nullopt;
 }
 
 // There are a dozen objects in each of hundreds of thousands of lists, so that these read bytes in place.
@@ -65,19 +89,31 @@ BinaryPlist::Object BinaryPlist::object(quint64 number) const
 
 BinaryPlist::Object BinaryPlist::objectAt(qsizetype place) const
 {
-    const int marker = quint8(all.at(place));
-    const int low = marker & 0xF;
-    const qsizetype left = all.size() - place - 1;
-    const bool isInteger = marker >> 4 == IntegerMarker && low <= 4;
-    if (isInteger || marker >> 4 == UidMarker) {
+    const int marker = quint8(all.at(place)) >> 4;
+    const int low = quint8(all.at(place)) & 0xF;
+    const bool isInteger = marker == IntegerMarker && low <= 4;
+    if (isInteger || marker == UidMarker) {
         const qsizetype width = isInteger ? qsizetype(1) << low : low + 1;
         const Kind kind = isInteger ? Kind::Integer : Kind::Uid;
-        return width <= left ? Object{kind, integerAt(all, place + 1, width), {}} : Object{};
+        return width < all.size() - place ? Object{kind, integerAt(all, place + 1, width), {}} : Object{};
     }
-    const Kind kind = kindOf(marker >> 4);
-    if (kind == Kind::Other)
-        return {};
-    return low == countFollows ? counted(kind, place + 1) : sized(kind, quint64(low), place + 1);
+    const Kind kind = kindOf(marker);
+    if (kind != Kind::Other)
+        return low == countFollows ? counted(kind, place + 1) : sized(kind, quint64(low), place + 1);
+    return simpleAt(marker, low, place + 1);
+}
+
+/// Reals, dates, booleans and what has no value at all.
+BinaryPlist::Object BinaryPlist::simpleAt(int marker, int low, qsizetype place) const
+{
+    constexpr int isFalse = 8;
+    constexpr int isTrue = 9;
+    if (marker == RealMarker && (low == 2 || low == 3))
+        return sized(Kind::Real, quint64(1) << low, place);
+    if (marker == DateMarker && low == 3)
+        return sized(Kind::Date, sizeof(double), place);
+    const bool isBoolean = marker == SimpleMarker && (low == isFalse || low == isTrue);
+    return isBoolean ? Object{Kind::Boolean, low == isTrue ? quint64(1) : 0, {}} : Object{Kind::Other, 0, {}};
 }
 
 /// An object whose count stands in an integer object before its bytes.
@@ -144,4 +180,13 @@ QByteArray textOf(const BinaryPlist::Object &object)
     for (qsizetype i = 0; i + 1 < object.bytes.size(); i += 2)
         text += QChar(*readBigEndian<quint16>(object.bytes.sliced(i)));
     return text.toUtf8();
+}
+
+double realOf(const BinaryPlist::Object &object)
+{
+    if (object.kind != BinaryPlist::Kind::Real && object.kind != BinaryPlist::Kind::Date)
+        return 0;
+    if (object.bytes.size() == sizeof(float))
+        return std::bit_cast<float>(*readBigEndian<quint32>(object.bytes));
+    return std::bit_cast<double>(*readBigEndian<quint64>(object.bytes));
 }

@@ -1,12 +1,9 @@
 #pragma once
 
-#include <QByteArrayView>
+#include "app/binaryplist.h"
 
 // libplist parses a property list by recursion and without a limit on what shared objects unfold to.
 // These look at the structure alone, so that a hostile list is refused before it costs stack or memory.
-
-/// Largest property list that is read at all, in bytes.
-inline constexpr qsizetype largestPlist = 64 * 1024 * 1024;
 
 /// What the keys of dictionaries have to be: libplist ends the program when it lists one that is no text or
 /// has a NUL in it. Looking up a name is safe with any.

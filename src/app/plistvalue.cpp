@@ -149,6 +149,16 @@ QByteArray PlistValue::toByteArray() const
     return QByteArray(bytes, bytes ? qsizetype(length) : 0);
 }
 
+QByteArray PlistValue::toBinary() const
+{
+    char *raw = nullptr;
+    uint32_t length = 0;
+    if (node)
+        plist_to_bin(node.get(), &raw, &length);
+    const std::unique_ptr<char, decltype(&plist_to_bin_free)> bytes(raw, plist_to_bin_free);
+    return QByteArray(bytes.get(), qsizetype(length));
+}
+
 QDateTime PlistValue::toDateTime() const
 {
     if (!isDate())

@@ -45,6 +45,8 @@ public:
     qint64 toWholeNumber() const;
     QString toString() const;
     QByteArray toByteArray() const;
+    /// The list in the binary form; empty without a node.
+    QByteArray toBinary() const;
     /// In UTC. Each microsecond of the value counts as a whole millisecond: dates of backups are shown
     /// and compared so.
     QDateTime toDateTime() const;
