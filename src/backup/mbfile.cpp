@@ -1,9 +1,8 @@
 #include "backup/mbfile.h"
 
-#include "app/binaryplist.h"
+#include "store/archives/keyedarchive.h"
 
 #include <cstring>
-#include <limits>
 
 namespace
 {
@@ -11,51 +10,7 @@ namespace
 constexpr quint64 mostFields = 256;
 
 using Kind = BinaryPlist::Kind;
-using Object = BinaryPlist::Object;
-
-/// The objects of one archive.
-class KeyedArchive
-{
-public:
-    explicit KeyedArchive(const BinaryPlist &archive)
-        : list(archive), objects(archive.value(archive.root(), "$objects"))
-    {
-    }
-
-    Object root() const { return resolved(list.value(list.value(list.root(), "$top"), "root")); }
-
-    /// What a UID stands for; anything else stands for itself. The first object is that of nothing. No
-    /// archive has a UID that leads to another one, so that one step is enough.
-    Object resolved(const Object &object) const
-    {
-        if (object.kind != Kind::Uid)
-            return object;
-        return object.number == 0 ? Object{} : list.at(objects, object.number);
-    }
-
-    /// Bytes, either bare or in an NSData.
-    QByteArrayView data(const Object &value) const
-    {
-        const Object object = resolved(value);
-        const Object inner =
-            object.kind == Kind::Dictionary ? resolved(list.value(object, "NS.data")) : object;
-        return inner.kind == Kind::Data ? inner.bytes : QByteArrayView();
-    }
-
-    /// 0 for what is no number or doesn't fit.
-    template <typename Integer>
-    Integer number(const Object &value) const
-    {
-        const Object object = resolved(value);
-        const bool fits =
-            object.kind == Kind::Integer && object.number <= std::numeric_limits<Integer>::max();
-        return fits ? Integer(object.number) : Integer(0);
-    }
-
-private:
-    const BinaryPlist &list;
-    Object objects;
-};
+using Object = KeyedArchive::Object;
 
 // With the length known, the compiler compares without a call.
 template <size_t size>
@@ -96,18 +51,17 @@ void takeField(MbFile &file, const KeyedArchive &archive, QByteArrayView key, co
 
 std::optional<MbFile> readMbFile(QByteArrayView bytes)
 {
-    const std::optional<BinaryPlist> list = BinaryPlist::open(bytes);
-    if (!list)
+    const std::optional<KeyedArchive> archive = KeyedArchive::open(bytes);
+    if (!archive)
         return std::nullopt;
-    const KeyedArchive archive(*list);
-    const Object root = archive.root();
+    const Object root = archive->root();
     if (root.kind != Kind::Dictionary)
         return std::nullopt;
     MbFile file;
     for (quint64 i = 0; i < qMin(root.number, mostFields); ++i) {
-        const Object key = list->key(root, i);
+        const Object key = archive->list().key(root, i);
         if (key.kind == Kind::Ascii)
-            takeField(file, archive, key.bytes, list->entry(root, i));
+            takeField(file, *archive, key.bytes, archive->list().entry(root, i));
     }
     if (qint64(file.size) < 0)
         file.size = 0;

@@ -1,10 +1,11 @@
 #include "store/records/messagesummary.h"
 
 #include "app/appledates.h"
-#include "app/plistvalue.h"
+#include "store/archives/keyedarchive.h"
 #include "store/archives/typedstream.h"
 
 #include <algorithm>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -12,39 +13,45 @@ namespace
 {
 
 // A phone allows five edits of a message; whoever allows more is read up to here.
-constexpr unsigned mostEntries = 1000;
+constexpr qsizetype mostEntries = 1000;
 constexpr int highestPart = 1000;
+constexpr double largestDate = 9.2e18; // of which the whole part fits 64 bits
 
-MessageEdit editOf(const PlistValue &entry, int part)
+qint64 wholeNumber(const QVariant &value)
 {
-    const std::optional<TypedStreamText> text = textOfTypedStream(entry.value(u"t"_s).toByteArray());
-    return {part, wholeSeconds(entry.value(u"d"_s).toWholeNumber()), text ? text->text : QString()};
+    const double number = value.toDouble(); // seconds, which phones write as a real number
+    return std::abs(number) < largestDate ? qint64(number) : 0;
 }
 
-// The keys are the numbers of the parts. They are asked for one by one: libplist stops the program where it
-// is to list a key that is no sound text.
-QList<MessageEdit> editsOf(const PlistValue &history)
+MessageEdit editOf(const QVariantMap &state, int part)
+{
+    const std::optional<TypedStreamText> text = textOfTypedStream(state.value(u"t"_s).toByteArray());
+    return {part, wholeSeconds(wholeNumber(state.value(u"d"_s))), text ? text->text : QString()};
+}
+
+// The keys are the numbers of the parts.
+QList<MessageEdit> editsOf(const QVariantMap &history)
 {
     QList<MessageEdit> edits;
-    unsigned partsLeft = history.size() <= mostEntries ? history.size() : 0;
-    for (int part = 0; part <= highestPart && partsLeft > 0; ++part) {
-        const PlistValue states = history.value(QString::number(part));
-        partsLeft -= states.isNull() ? 0 : 1;
-        for (unsigned i = 0; i < std::min(states.size(), mostEntries) && edits.size() < mostEntries; ++i) {
-            if (states.at(i).isDictionary())
-                edits.append(editOf(states.at(i), part));
+    if (history.size() > mostEntries)
+        return edits;
+    for (int part = 0; part <= highestPart; ++part) {
+        const QVariantList states = history.value(QString::number(part)).toList();
+        for (const QVariant &state : states.first(std::min(states.size(), mostEntries))) {
+            if (state.metaType().id() == QMetaType::QVariantMap && edits.size() < mostEntries)
+                edits.append(editOf(state.toMap(), part));
         }
     }
     return edits;
 }
 
-QList<int> numbersOf(const PlistValue &list)
+QList<int> numbersOf(const QVariantList &list)
 {
     QList<int> numbers;
-    for (unsigned i = 0; i < std::min(list.size(), mostEntries); ++i) {
-        const PlistValue entry = list.at(i);
-        if (entry.isInteger() && entry.toInt() >= 0 && entry.toInt() <= highestPart)
-            numbers.append(int(entry.toInt()));
+    for (const QVariant &entry : list.first(std::min(list.size(), mostEntries))) {
+        const qint64 number = entry.toLongLong();
+        if (entry.metaType().id() == QMetaType::LongLong && number >= 0 && number <= highestPart)
+            numbers.append(int(number));
     }
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
@@ -55,8 +62,8 @@ QList<int> numbersOf(const PlistValue &list)
 
 MessageSummary messageSummaryOf(const QByteArray &list)
 {
-    const PlistValue summary = PlistValue::parse(list);
-    return {editsOf(summary.value(u"ec"_s)), numbersOf(summary.value(u"rp"_s))};
+    const QVariantMap summary = readPlistTree(list).toMap();
+    return {editsOf(summary.value(u"ec"_s).toMap()), numbersOf(summary.value(u"rp"_s).toList())};
 }
 
 bool mayTellOfChanges(QByteArrayView list)
