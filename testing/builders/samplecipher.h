@@ -1,11 +1,18 @@
 #pragma once
 
+// The ciphers of a phone, by another library than the program's, so that a fault in one shows.
+
 #include <QByteArray>
 #include <QString>
 
 #include <memory>
 
-struct mbedtls_aes_context;
+struct evp_cipher_ctx_st;
+
+struct SampleCipherCloser {
+    void operator()(evp_cipher_ctx_st *context) const noexcept;
+};
+using SampleCipherContext = std::unique_ptr<evp_cipher_ctx_st, SampleCipherCloser>;
 
 /// The key that a backup password gives: PBKDF2 with HMAC-SHA1, 32 bytes.
 QByteArray samplePasswordKey(const QString &password, const QByteArray &salt, int iterations);
@@ -24,17 +31,13 @@ class SampleFileCipher
 {
 public:
     explicit SampleFileCipher(const QByteArray &key);
-    ~SampleFileCipher();
-    Q_DISABLE_COPY_MOVE(SampleFileCipher)
 
     /// The whole blocks that are ready; the rest waits for more.
     QByteArray update(QByteArrayView plain);
     QByteArray finish();
     /// As finish(), without padding: throws std::runtime_error unless all blocks are whole.
-    void finishBare() const;
+    void finishBare();
 
 private:
-    std::unique_ptr<mbedtls_aes_context> context;
-    QByteArray vector;
-    QByteArray waiting;
+    SampleCipherContext context;
 };
