@@ -180,7 +180,7 @@ const _ManifestNode *BackupManifest::findFile(const QString &domain, const QStri
 
 bool BackupManifest::isSlowToUnlock() const
 {
-    return hasLongDerivation(parseKeyBag(backupKeyBag));
+    return hasDoubleProtection(parseKeyBag(backupKeyBag));
 }
 
 bool BackupManifest::unlockKeyBag(const QString &password, JobProgress *progress)

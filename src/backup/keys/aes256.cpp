@@ -76,7 +76,7 @@ bool Aes256::decryptCbc(const char *data, qsizetype length, unsigned char iv[16]
                                  reinterpret_cast<unsigned char *>(plain)) == 0;
 }
 
-QByteArray deriveKey(QByteArrayView password, QByteArrayView salt, quint32 rounds)
+QByteArray pbkdf2Sha1(QByteArrayView password, QByteArrayView salt, quint32 rounds)
 {
     QByteArray key(keyBits / 8, Qt::Uninitialized);
     MdContext md;

@@ -37,4 +37,4 @@ private:
 
 /// PBKDF2 with HMAC-SHA1: 32 bytes, for the caller to wipe. A count of 0 counts as 1. Throws when the
 /// library refuses.
-QByteArray deriveKey(QByteArrayView password, QByteArrayView salt, quint32 rounds);
+QByteArray pbkdf2Sha1(QByteArrayView password, QByteArrayView salt, quint32 rounds);

@@ -23,8 +23,8 @@ const QString classTag = u"CLAS"_s;
 const QString wrappedKeyTag = u"WPKY"_s;
 const QString saltTag = u"SALT"_s;
 const QString roundsTag = u"ITER"_s;
-const QString longSaltTag = u"DPSL"_s;
-const QString longRoundsTag = u"DPIC"_s;
+const QString doubleSaltTag = u"DPSL"_s;
+const QString doubleRoundsTag = u"DPIC"_s;
 const QString keyTag = u"KEY"_s;
 
 quint32 number(const QByteArray &value)
@@ -63,12 +63,12 @@ QByteArray passwordKey(const KeyBag &keyBag, QByteArrayView password, const Roun
     const KeyBagItems &items = keyBag.attributes;
     const QByteArray salt = items.value(saltTag);
     const quint32 rounds = roundsIn(items, roundsTag);
-    if (!hasLongDerivation(keyBag))
-        return deriveKey(password, salt, rounds);
+    if (!hasDoubleProtection(keyBag))
+        return pbkdf2Sha1(password, salt, rounds);
     QByteArray first =
-        deriveLongKey(password, items.value(longSaltTag), roundsIn(items, longRoundsTag), report);
+        pbkdf2Sha256(password, items.value(doubleSaltTag), roundsIn(items, doubleRoundsTag), report);
     const auto firstGoes = qScopeGuard([&] { wipe(first); });
-    return deriveKey(first, salt, rounds);
+    return pbkdf2Sha1(first, salt, rounds);
 }
 
 bool unwrapClasses(KeyBag &keyBag, const QByteArray &passwordKey)
@@ -111,9 +111,9 @@ KeyBag parseKeyBag(const QByteArray &bytes)
     return keyBag;
 }
 
-bool hasLongDerivation(const KeyBag &keyBag)
+bool hasDoubleProtection(const KeyBag &keyBag)
 {
-    return keyBag.attributes.contains(longSaltTag);
+    return keyBag.attributes.contains(doubleSaltTag);
 }
 
 bool unlockClasses(KeyBag &keyBag, const QString &password, const RoundsReport &report)

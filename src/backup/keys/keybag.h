@@ -1,7 +1,7 @@
 #pragma once
 
 #include "backup/keys/aes256.h"
-#include "backup/keys/longderivation.h"
+#include "backup/keys/pbkdf2.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -20,7 +20,7 @@ KeyBag parseKeyBag(const QByteArray &keyBag);
 
 /// Whether the key of the password takes the longer derivation of newer phones first, which a person has
 /// to wait for.
-bool hasLongDerivation(const KeyBag &keyBag);
+bool hasDoubleProtection(const KeyBag &keyBag);
 
 /// Derives the key of `password` and unwraps the class keys into "KEY" entries. False when one does not
 /// come out, which means a wrong password; no class then has a "KEY". Throws `std::runtime_error` when

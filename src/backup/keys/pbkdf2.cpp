@@ -1,4 +1,4 @@
-#include "backup/keys/longderivation.h"
+#include "backup/keys/pbkdf2.h"
 
 #include "backup/keys/aes256.h"
 
@@ -62,8 +62,8 @@ private:
 
 } // namespace
 
-QByteArray deriveLongKey(QByteArrayView password, QByteArrayView salt, quint32 rounds,
-                         const RoundsReport &report)
+QByteArray pbkdf2Sha256(QByteArrayView password, QByteArrayView salt, quint32 rounds,
+                        const RoundsReport &report)
 {
     Derivation derivation(password, salt); // the first round
     for (quint32 done = 1; done < rounds;) {
