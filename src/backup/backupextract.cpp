@@ -1,6 +1,7 @@
 #include "backup/backupfiles.h"
 #include "backup/backupmanifest.h"
 #include "backup/keys/keybag.h"
+#include "backup/keys/wipe.h"
 #include "backup/paddedcipher.h"
 
 #include <QFileInfo>

@@ -9,6 +9,7 @@
 #include "backup/backupfiles.h"
 #include "backup/backuprewrite.h"
 #include "backup/keys/keybag.h"
+#include "backup/keys/wipe.h"
 #include "backup/manifestdb.h"
 #include "backup/manifesttree.h"
 #include "backup/mbdbreader.h"

@@ -40,11 +40,11 @@ public:
     /// tree is there. An encrypted "Manifest.db" wants `unlockKeyBag` first.
     void loadIndex();
     /// Opens the keybag. False means a wrong password. A keybag that asks for more rounds of key
-    /// derivation than a person could wait for throws. `progress`, if any, hears of the longer derivation
+    /// derivation than a person could wait for throws. `progress`, if any, hears of the longer PBKDF2
     /// of newer phones; when it is cancelled, the integer -1 is thrown and the keys are as before. Serves
     /// on another thread too, while nobody else uses this object.
     [[nodiscard]] bool unlockKeyBag(const QString &password, JobProgress *progress = nullptr);
-    /// Whether opening the keybag takes a newer phone's longer derivation: seconds.
+    /// Whether opening the keybag takes a newer phone's longer PBKDF2: seconds.
     bool isSlowToUnlock() const;
     /// Copies the file of `node` to `destination`, deciphered if its key is known, with the date it had
     /// on the phone. Throws, and leaves no half file, when anything can't be read or written.

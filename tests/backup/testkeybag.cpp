@@ -27,7 +27,8 @@ class TestKeyBag : public QObject
 private Q_SLOTS:
     void unwrapsAPublishedKey();
     void refusesWrappedKeysThatDoNotFit();
-    void derivesAPublishedKey();
+    void derivesPublishedKeys_data();
+    void derivesPublishedKeys();
     void deciphersAPublishedStreamInTwoBlocks();
     void sortsItemsIntoAttributesAndClasses();
     void opensWithThePasswordOnly();
@@ -57,13 +58,37 @@ void TestKeyBag::refusesWrappedKeysThatDoNotFit()
     QVERIFY(aesKeyUnwrap(key.first(31), QByteArray(40, '\xA6')).isEmpty());
 }
 
-// RFC 6070; longer than one block of the hash.
-void TestKeyBag::derivesAPublishedKey()
+void TestKeyBag::derivesPublishedKeys_data()
 {
-    const QByteArray key =
-        pbkdf2Sha1("passwordPASSWORDpassword", "saltSALTsaltSALTsaltSALTsaltSALTsalt", 4096);
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<QByteArray>("start");
+    const QByteArray realm = "ATHENA.MIT.EDUraeburn";
+    QTest::newRow("RFC 3962, one round")
+        << pbkdf2Sha1("password", realm, 1)
+        << "cdedb5281bb2f801565a1122b25635150ad1f7a04bb9f3a333ecc0e2e1f70837"_ba;
+    QTest::newRow("no round counts as one")
+        << pbkdf2Sha1("password", realm, 0)
+        << "cdedb5281bb2f801565a1122b25635150ad1f7a04bb9f3a333ecc0e2e1f70837"_ba;
+    QTest::newRow("RFC 3962, many rounds")
+        << pbkdf2Sha1("password", realm, 1200)
+        << "5c08eb61fdf71e4e4ec3cf6ba1f5512ba7e52ddbc5e5142f708a31e2e62b1e13"_ba;
+    QTest::newRow("RFC 6070, longer than a hash")
+        << pbkdf2Sha1("passwordPASSWORDpassword", "saltSALTsaltSALTsaltSALTsaltSALTsalt", 4096)
+        << "3d2eec4fe41c849b80c8d83662c0e44a8b291a964cf2f07038"_ba;
+    QTest::newRow("RFC 7914, one round")
+        << pbkdf2Sha256("passwd", "salt", 1, {})
+        << "55ac046e56e3089fec1691c22544b605f94185216dde0465e68b9d57c20dacbc"_ba;
+    QTest::newRow("RFC 7914, in several goes")
+        << pbkdf2Sha256("Password", "NaCl", 80'000, {})
+        << "4ddcd8f60b98be21830cee5ef22701f9641a4418d04c0414aeff08876b34ab56"_ba;
+}
+
+void TestKeyBag::derivesPublishedKeys()
+{
+    QFETCH(QByteArray, key);
+    QFETCH(QByteArray, start);
     QCOMPARE(key.size(), 32);
-    QCOMPARE(key.first(25).toHex(), "3d2eec4fe41c849b80c8d83662c0e44a8b291a964cf2f07038"_ba);
+    QCOMPARE(key.first(start.size() / 2).toHex(), start);
 }
 
 // NIST SP 800-38A, F.2.6; the vector goes on where the first block stopped.

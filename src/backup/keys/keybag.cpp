@@ -1,6 +1,7 @@
 #include "backup/keys/keybag.h"
 
 #include "app/boundedbytes.h"
+#include "backup/keys/wipe.h"
 
 #include <QScopeGuard>
 
@@ -57,7 +58,7 @@ quint32 roundsIn(const KeyBagItems &attributes, const QString &tag)
     throw std::runtime_error(text.arg(rounds).toStdString());
 }
 
-/// The key that unwraps the classes. Newer phones put a longer derivation before the older one.
+/// The key that unwraps the classes. Newer phones have it derived twice, the first time with far more rounds.
 QByteArray passwordKey(const KeyBag &keyBag, QByteArrayView password, const RoundsReport &report)
 {
     const KeyBagItems &items = keyBag.attributes;
@@ -155,7 +156,7 @@ QByteArray aesKeyUnwrap(const QByteArray &kek, const QByteArray &wrapped)
             std::copy_n(block + wordSize, wordSize, word);
         }
     }
-    std::fill(std::begin(block), std::end(block), 0);
+    wipe(block, sizeof block);
     if (integrity == defaultIntegrityValue)
         return plain;
     wipe(plain);

@@ -18,14 +18,14 @@ struct KeyBag {
 /// Splits a keybag into its items. Never fails: a value that is cut is as long as what is left.
 KeyBag parseKeyBag(const QByteArray &keyBag);
 
-/// Whether the key of the password takes the longer derivation of newer phones first, which a person has
+/// Whether the key of the password takes the PBKDF2 with SHA-256 of newer phones first, which a person has
 /// to wait for.
 bool hasDoubleProtection(const KeyBag &keyBag);
 
 /// Derives the key of `password` and unwraps the class keys into "KEY" entries. False when one does not
 /// come out, which means a wrong password; no class then has a "KEY". Throws `std::runtime_error` when
-/// the keybag asks for more than a hundred million rounds. `report` hears of the rounds of the longer
-/// derivation, if there is one.
+/// the keybag asks for more than a hundred million rounds. `report` hears of the rounds of double
+/// protection, if there is any.
 [[nodiscard]] bool unlockClasses(KeyBag &keyBag, const QString &password, const RoundsReport &report = {});
 
 /// Takes the plain class keys out again, wiped.

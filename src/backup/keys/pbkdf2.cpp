@@ -1,41 +1,61 @@
 #include "backup/keys/pbkdf2.h"
 
-#include "backup/keys/aes256.h"
+#include "backup/keys/wipe.h"
 
-#include <QScopeGuard>
+#include <QtEndian>
 
 #include <nettle/hmac.h>
 
 #include <array>
 
+// PBKDF2 as in RFC 8018, section 5.2: the key is a row of blocks as long as the hash, numbered from 1. A
+// block is the sum (exclusive or) of its rounds: the HMAC of salt and big-endian number, then of each round
+// before. The library derives, too, but tells nothing in between and leaves what it worked with in memory.
+
 namespace
 {
 
+constexpr qsizetype keySize = 32;
 constexpr quint32 roundsAtOnce = 10'000;
-constexpr QByteArrayView firstBlock("\0\0\0\1", 4);
 
-using Block = std::array<uint8_t, SHA256_DIGEST_SIZE>;
+struct HmacSha1 {
+    hmac_sha1_ctx context;
+    static constexpr size_t size = SHA1_DIGEST_SIZE;
+    static constexpr auto setKey = hmac_sha1_set_key;
+    static constexpr auto update = hmac_sha1_update;
+    static constexpr auto digest = hmac_sha1_digest;
+};
+
+struct HmacSha256 {
+    hmac_sha256_ctx context;
+    static constexpr size_t size = SHA256_DIGEST_SIZE;
+    static constexpr auto setKey = hmac_sha256_set_key;
+    static constexpr auto update = hmac_sha256_update;
+    static constexpr auto digest = hmac_sha256_digest;
+};
 
 const uint8_t *unsignedBytes(QByteArrayView bytes)
 {
     return reinterpret_cast<const uint8_t *>(bytes.data());
 }
 
-/// The state of a derivation of one block, which is all that a key of 32 bytes takes.
-class Derivation
+/// The derivation of one block.
+template <typename Hmac>
+class Block
 {
 public:
-    Derivation(QByteArrayView password, QByteArrayView salt)
+    /// The first round.
+    Block(QByteArrayView password, QByteArrayView salt, quint32 number)
     {
-        hmac_sha256_set_key(&mac, size_t(password.size()), unsignedBytes(password));
-        hmac_sha256_update(&mac, size_t(salt.size()), unsignedBytes(salt));
-        hmac_sha256_update(&mac, size_t(firstBlock.size()), unsignedBytes(firstBlock));
-        hmac_sha256_digest(&mac, last.size(), last.data());
+        const quint32 bigEndian = qToBigEndian(number);
+        Hmac::setKey(&mac.context, size_t(password.size()), unsignedBytes(password));
+        Hmac::update(&mac.context, size_t(salt.size()), unsignedBytes(salt));
+        Hmac::update(&mac.context, sizeof bigEndian, reinterpret_cast<const uint8_t *>(&bigEndian));
+        Hmac::digest(&mac.context, last.size(), last.data());
         sum = last;
     }
-    Derivation(const Derivation &) = delete;
-    Derivation &operator=(const Derivation &) = delete;
-    ~Derivation()
+    Q_DISABLE_COPY_MOVE(Block)
+    ~Block()
     {
         wipe(&mac, sizeof mac);
         wipe(last.data(), last.size());
@@ -45,33 +65,52 @@ public:
     void run(quint32 rounds)
     {
         for (quint32 round = 0; round < rounds; ++round) {
-            hmac_sha256_update(&mac, last.size(), last.data());
-            hmac_sha256_digest(&mac, last.size(), last.data());
+            Hmac::update(&mac.context, last.size(), last.data());
+            Hmac::digest(&mac.context, last.size(), last.data());
             for (size_t i = 0; i < sum.size(); ++i)
                 sum[i] ^= last[i];
         }
     }
 
-    QByteArray key() const { return QByteArray(reinterpret_cast<const char *>(sum.data()), sum.size()); }
+    QByteArrayView bytes() const
+    {
+        return {reinterpret_cast<const char *>(sum.data()), qsizetype(sum.size())};
+    }
 
 private:
-    hmac_sha256_ctx mac;
-    Block last;
-    Block sum;
+    Hmac mac;
+    std::array<uint8_t, Hmac::size> last;
+    std::array<uint8_t, Hmac::size> sum;
 };
 
+template <typename Hmac>
+QByteArray derive(QByteArrayView password, QByteArrayView salt, quint32 rounds, const RoundsReport &report)
+{
+    QByteArray key;
+    key.reserve(keySize); // never moved: no copy stays behind
+    for (quint32 number = 1; key.size() < keySize; ++number) {
+        Block<Hmac> block(password, salt, number);
+        for (quint32 done = 1; done < rounds;) {
+            const quint32 next = qMin(roundsAtOnce, rounds - done);
+            block.run(next);
+            done += next;
+            if (report)
+                report(done, rounds);
+        }
+        key += block.bytes().first(qMin(qsizetype(Hmac::size), keySize - key.size()));
+    }
+    return key;
+}
+
 } // namespace
+
+QByteArray pbkdf2Sha1(QByteArrayView password, QByteArrayView salt, quint32 rounds)
+{
+    return derive<HmacSha1>(password, salt, rounds, {});
+}
 
 QByteArray pbkdf2Sha256(QByteArrayView password, QByteArrayView salt, quint32 rounds,
                         const RoundsReport &report)
 {
-    Derivation derivation(password, salt); // the first round
-    for (quint32 done = 1; done < rounds;) {
-        const quint32 next = qMin(roundsAtOnce, rounds - done);
-        derivation.run(next);
-        done += next;
-        if (report)
-            report(done, rounds);
-    }
-    return derivation.key();
+    return derive<HmacSha256>(password, salt, rounds, report);
 }
