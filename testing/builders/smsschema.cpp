@@ -49,7 +49,7 @@ QByteArray chatColumnsUpTo(IosVersion version)
     return columns;
 }
 
-const char *const otherTables = R"sql(
+const char *const tablesBesideMessage = R"sql(
 CREATE TABLE _SqliteDatabaseProperties (key TEXT, value TEXT, UNIQUE(key));
 CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, guid TEXT UNIQUE NOT NULL, created_date INTEGER DEFAULT 0, start_date INTEGER DEFAULT 0, filename TEXT, uti TEXT, mime_type TEXT, transfer_state INTEGER DEFAULT 0, is_outgoing INTEGER DEFAULT 0, user_info BLOB, transfer_name TEXT, total_bytes INTEGER DEFAULT 0);
 CREATE TABLE handle (ROWID INTEGER PRIMARY KEY AUTOINCREMENT UNIQUE, id TEXT NOT NULL, country TEXT, service TEXT NOT NULL, uncanonicalized_id TEXT, UNIQUE (id, service));
@@ -108,7 +108,7 @@ QByteArray smsTables(IosVersion version)
         return ios5Tables();
     if (isModern(version))
         return modernTables(version);
-    QByteArray sql = otherTables;
+    QByteArray sql = tablesBesideMessage;
     sql.append("CREATE TABLE message (").append(messageColumnsUpTo(version)).append(");\n");
     sql.append("CREATE TABLE chat (").append(chatColumnsUpTo(version)).append(");\n");
     if (version >= IosVersion::Ios8)

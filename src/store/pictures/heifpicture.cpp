@@ -21,7 +21,7 @@ using HeifContext = std::unique_ptr<heif_context, Freer<heif_context_free>>;
 using HeifHandle = std::unique_ptr<heif_image_handle, Freer<heif_image_handle_release>>;
 using HeifImage = std::unique_ptr<heif_image, Freer<heif_image_release>>;
 
-constexpr qint64 mostPixels = 64'000'000; // six bytes each while it is decoded
+constexpr qint64 mostHeifPixels = 64'000'000; // six bytes each while it is decoded
 constexpr int longestSide = 16384;
 
 bool isOk(const heif_error &error)
@@ -31,7 +31,8 @@ bool isOk(const heif_error &error)
 
 bool isWithin(const heif_image_handle *handle)
 {
-    return qint64(heif_image_handle_get_width(handle)) * heif_image_handle_get_height(handle) <= mostPixels;
+    return qint64(heif_image_handle_get_width(handle)) * heif_image_handle_get_height(handle) <=
+           mostHeifPixels;
 }
 
 HeifHandle mainPicture(heif_context *context)
