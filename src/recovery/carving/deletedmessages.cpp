@@ -5,7 +5,6 @@
 #include "recovery/carving/messagerecycledb.h"
 #include "recovery/carving/rawvalues.h"
 #include "store/people/countrylibdb.h"
-#include "store/readers/ios5messagedb.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"
@@ -138,7 +137,7 @@ private:
     QHash<qint64, std::pair<const _MsgChat *, const _MsgHandle *>> chatsByHandle;
 };
 
-void removeLive(QList<_RecycleMessage> &messages, IOS5MessageDb &phone)
+void removeLive(QList<_RecycleMessage> &messages, AbsIOSMessageDb &phone)
 {
     CountryLibDb countries(phone.countryCode());
     const Ios5LiveRows live(phone, countries);
@@ -169,8 +168,8 @@ int recoverHandles(SearchedDatabase &database, MessageRecycleDb &recycle, JobPro
                              recycle, progress);
 }
 
-int recoverMessages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
-                    const QList<_MsgChat *> &chats, JobProgress *progress)
+int recoverIos6Messages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                        const QList<_MsgChat *> &chats, JobProgress *progress)
 {
     db.openDb();
     Ios6Keeper keeper(db, recycle, chats);
@@ -181,8 +180,8 @@ int recoverMessages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycl
                              recycle, progress);
 }
 
-int recoverMessages(IOS5MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
-                    JobProgress *progress)
+int recoverIos5Messages(AbsIOSMessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                        JobProgress *progress)
 {
     db.openDb(); // it may have to find its country first
     CountryLibDb countries(db.countryCode());
@@ -207,11 +206,11 @@ void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
         return;
     MessageRecycleDb recycle(db.rootFolder());
     QList<_RecycleMessage> messages = recycle.loadMessages();
-    if (auto *phone = dynamic_cast<IOS6MessageDb *>(&db))
+    if (IOS6MessageDb *phone = db.asIos6())
         messages.removeIf(
             [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
-    if (auto *phone = dynamic_cast<IOS5MessageDb *>(&db))
-        removeLive(messages, *phone);
+    else
+        removeLive(messages, db);
     const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
     nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));

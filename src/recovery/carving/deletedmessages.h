@@ -5,7 +5,6 @@
 #include <QList>
 
 class AbsIOSMessageDb;
-class IOS5MessageDb;
 class IOS6MessageDb;
 class JobProgress;
 class MessageRecycleDb;
@@ -16,14 +15,14 @@ class SearchedDatabase;
 // `progress` may be null. A cancelled run keeps what it has found. They throw `std::runtime_error`, with the
 // transaction on `recycle` open.
 
-/// Comes before `recoverMessages`: deleted messages find their chats by these.
+/// Comes before `recoverIos6Messages`: deleted messages find their chats by these.
 int recoverHandles(SearchedDatabase &database, MessageRecycleDb &recycle, JobProgress *progress);
 /// `chats` are the live ones, to tie messages to.
-int recoverMessages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
-                    const QList<_MsgChat *> &chats, JobProgress *progress);
+int recoverIos6Messages(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                        const QList<_MsgChat *> &chats, JobProgress *progress);
 /// Messages of these phones carry their own address.
-int recoverMessages(IOS5MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
-                    JobProgress *progress);
+int recoverIos5Messages(AbsIOSMessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+                        JobProgress *progress);
 
 /// Adds what was found earlier to the chats of `store`, which holds the chats and messages of `db`; but
 /// no message that is in `db` again. Changes nothing where nobody has looked yet.

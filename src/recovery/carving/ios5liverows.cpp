@@ -3,7 +3,7 @@
 #include "recovery/carving/deletedrows.h"
 #include "recovery/carving/messagerecycledb.h"
 #include "store/people/countrylibdb.h"
-#include "store/readers/ios5messagedb.h"
+#include "store/readers/absmessagedb.h"
 
 namespace
 {
@@ -18,7 +18,7 @@ Sqlite3RawRow rawRow(const Sqlite3Row &values, const QList<_SqliteCol> &columns)
 
 } // namespace
 
-Ios5LiveRows::Ios5LiveRows(IOS5MessageDb &db, CountryLibDb &countries)
+Ios5LiveRows::Ios5LiveRows(AbsIOSMessageDb &db, CountryLibDb &countries)
 {
     db.openDb();
     const QList<_SqliteCol> columns = ios5MessageColumns().last();

@@ -5,8 +5,8 @@
 
 #include <utility>
 
+class AbsIOSMessageDb;
 class CountryLibDb;
-class IOS5MessageDb;
 struct _RecycleMessage;
 
 /// The messages that a database of iOS 5 holds, as deleted ones are told from them. Text messages had no
@@ -16,7 +16,7 @@ class Ios5LiveRows
 public:
     /// Reads `db`, whose rows go the way of deleted ones, so that both come out alike. Throws
     /// `std::runtime_error` where the file can't be read.
-    Ios5LiveRows(IOS5MessageDb &db, CountryLibDb &countries);
+    Ios5LiveRows(AbsIOSMessageDb &db, CountryLibDb &countries);
 
     bool contains(const _RecycleMessage &recycled) const;
 

@@ -5,7 +5,6 @@
 #include "recovery/carving/deletedmessages.h"
 #include "recovery/carving/messagerecycledb.h"
 #include "recovery/carving/searcheddatabase.h"
-#include "store/readers/ios5messagedb.h"
 #include "store/readers/ios6messagedb.h"
 
 #include <QFileInfo>
@@ -27,14 +26,14 @@ int recoverIos6(IOS6MessageDb &db, SearchedDatabase &database, MessageRecycleDb 
     progress.updateProgress(QObject::tr("IDS_RECOVERING_SMS"), 0, {});
     _MsgStore live;
     db.readChatsAndHandles(live);
-    return recoverMessages(db, database, recycle, live.chats.values(), &progress);
+    return recoverIos6Messages(db, database, recycle, live.chats.values(), &progress);
 }
 
-int recoverIos5(IOS5MessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
+int recoverIos5(AbsIOSMessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
                 JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_RECOVERING_SMS"), 0, {});
-    return recoverMessages(db, database, recycle, &progress);
+    return recoverIos5Messages(db, database, recycle, &progress);
 }
 
 /// Its pages hold what the program itself deleted because a person wanted it gone.
@@ -55,11 +54,9 @@ int recoverDeleted(AbsIOSMessageDb &db, JobProgress &progress)
                 .toStdString());
     SearchedDatabase database(db.databasePath());
     MessageRecycleDb recycle(db.rootFolder());
-    int found = 0;
-    if (auto *ios6 = dynamic_cast<IOS6MessageDb *>(&db))
-        found = recoverIos6(*ios6, database, recycle, progress);
-    else if (auto *ios5 = dynamic_cast<IOS5MessageDb *>(&db))
-        found = recoverIos5(*ios5, database, recycle, progress);
+    IOS6MessageDb *ios6 = db.asIos6();
+    const int found =
+        ios6 ? recoverIos6(*ios6, database, recycle, progress) : recoverIos5(db, database, recycle, progress);
     throwIfCancelled(progress);
     return found;
 }

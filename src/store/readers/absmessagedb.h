@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class IOS6MessageDb;
 class PrivateCopy;
 struct UntouchedDb;
 
@@ -38,6 +39,9 @@ public:
 
     /// 5 or 6.
     virtual int dbVersion() = 0;
+    /// This as the reader of iOS 6 and later, which tells more of its rows and changes them; null when it is
+    /// that of iOS 5.
+    virtual IOS6MessageDb *asIos6() { return nullptr; }
 
     /// Gives somebody what `chats`, which comes before it, gives those whom it finds: name and photo of the
     /// address book, and the phone's country for want of another where the file would have one.

@@ -36,6 +36,7 @@ public:
     void messages(_MsgStorePtr &store, qint64 chatId) override;
     void attachments(_MsgStorePtr &store) override;
     int dbVersion() override { return 6; }
+    IOS6MessageDb *asIos6() override { return this; }
     void nameHandle(_MsgHandle &handle) override;
     QString takeContactsFailure() override { return addresses.takeContactsFailure(); }
     bool isLocalDatabase() override;
