@@ -1,7 +1,7 @@
 // How fast a million messages reach a text or CSV file, beside the shell of SQLite printing the same
 // columns of the same database to a file.
 #include "benchtable.h"
-#include "export/exportsmsthread.h"
+#include "export/exportmessages.h"
 #include "silentprogress.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"

@@ -2,8 +2,8 @@
 // that takes.
 #include "barerows.h"
 #include "benchtable.h"
-#include "recovery/local/backupsmsthread.h"
-#include "recovery/local/deletemessagesthread.h"
+#include "recovery/local/deletemessages.h"
+#include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
 #include "silentprogress.h"
 #include "store/readers/ios6messagedb.h"

@@ -2,7 +2,7 @@
 #include "barerows.h"
 #include "benchtable.h"
 #include "recovery/merge/backupstaging.h"
-#include "recovery/merge/ios6restoremessagesthread.h"
+#include "recovery/merge/mergemessages.h"
 #include "silentprogress.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/messagestore.h"

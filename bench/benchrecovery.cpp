@@ -1,7 +1,7 @@
 // How fast the bytes of a message database are searched for deleted rows.
 #include "benchtable.h"
 #include "recovery/carving/deletedrows.h"
-#include "recovery/carving/recoverdeletedthread.h"
+#include "recovery/carving/recoverdeleted.h"
 #include "recovery/carving/sqlite3file.h"
 #include "silentprogress.h"
 #include "store/readers/openmessagedb.h"

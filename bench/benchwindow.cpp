@@ -2,7 +2,7 @@
 // person waits for each thing.
 #include "app/datalocations.h"
 #include "app/texts.h"
-#include "export/exportsmsthread.h"
+#include "export/exportmessages.h"
 #include "silentprogress.h"
 #include "tools/samplephone/samplephone.h"
 #include "ui/mainwindow.h"

@@ -3,7 +3,7 @@
 #include "app/product.h"
 #include "app/texts.h"
 #include "device/mobiledevice.h"
-#include "recovery/local/localdbupdatethread.h"
+#include "recovery/local/updatelocaldatabases.h"
 #include "sqlite_qt/sqlite3db.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"

@@ -2,7 +2,7 @@
 
 #include "app/texts.h"
 #include "backup/backupdiscovery.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "cli/commandline.h"
 #include "cli/interrupt.h"
 #include "cli/terminalprogress.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "export/exportsmsthread.h"
+#include "export/exportmessages.h"
 
 #include <QDir>
 #include <QHash>

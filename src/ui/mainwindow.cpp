@@ -4,7 +4,7 @@
 #include "app/fileopener.h"
 #include "app/product.h"
 #include "backup/backupdiscovery.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "device/backuptempdir.h"
 #include "device/devicewatch.h"
 #include "device/mobiledevice.h"

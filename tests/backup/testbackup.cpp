@@ -1,5 +1,5 @@
 #include "backup/backupdiscovery.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "testing/builders/backupbuilder.h"
 #include "testing/builders/samplerandom.h"
 #include "testing/helpers/childprocess.h"

@@ -1,5 +1,5 @@
 #include "backup/backupdiscovery.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "backup/keys/keybag.h"
 #include "backup/mbfile.h"
 #include "testing/builders/backupbuilder.h"

@@ -1,5 +1,5 @@
 #include "export/exportconversation.h"
-#include "export/exportsmsthread.h"
+#include "export/exportmessages.h"
 #include "export/localdatetext.h"
 #include "store/records/messagestore.h"
 #include "testing/helpers/records.h"

@@ -3,11 +3,11 @@
 #include "app/jobprogress.h"
 #include "backup/backupmanifest.h"
 #include "backup/backuprewrite.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "backup/manifestdb.h"
 #include "backup/manifestwriter.h"
 #include "recovery/merge/backupstaging.h"
-#include "recovery/merge/ios6restoremessagesthread.h"
+#include "recovery/merge/mergemessages.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"
 

@@ -2,7 +2,7 @@
 
 #include "backup/backupmanifest.h"
 #include "recovery/merge/backupmerge.h"
-#include "recovery/merge/ios6restoremessagesthread.h"
+#include "recovery/merge/mergemessages.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/loaditunesbackupdlg.h"
 #include "ui/dialogs/progressform.h"

@@ -1,7 +1,7 @@
 #include "ui/flows/devicearrival.h"
 
 #include "backup/backupmanifest.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "device/backuptempdir.h"
 #include "device/filerelay.h"
 #include "store/people/countrylibdb.h"

@@ -1,6 +1,6 @@
 #include "ui/flows/messagedeletion.h"
 
-#include "recovery/local/deletemessagesthread.h"
+#include "recovery/local/deletemessages.h"
 #include "recovery/local/localdatabases.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/messagestore.h"

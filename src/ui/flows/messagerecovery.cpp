@@ -1,6 +1,6 @@
 #include "ui/flows/messagerecovery.h"
 
-#include "recovery/carving/recoverdeletedthread.h"
+#include "recovery/carving/recoverdeleted.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/flows/shownsource.h"

@@ -1,10 +1,10 @@
 #include "ui/flows/messageworkers.h"
 
 #include "backup/backupdiscovery.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "export/exportchoice.h"
-#include "export/exportsmsthread.h"
-#include "recovery/local/backupsmsthread.h"
+#include "export/exportmessages.h"
+#include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"

@@ -2,10 +2,10 @@
 // locked: what it held before, or all of the new. Linux only: kills processes and mounts disks.
 
 #include "app/datalocations.h"
-#include "recovery/local/backupsmsthread.h"
-#include "recovery/local/deletemessagesthread.h"
+#include "recovery/local/deletemessages.h"
+#include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
-#include "recovery/local/localdbupdatethread.h"
+#include "recovery/local/updatelocaldatabases.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/messagestore.h"
 #include "testing/helpers/childprocess.h"

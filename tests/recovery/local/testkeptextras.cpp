@@ -1,8 +1,8 @@
 // What newer phones tell of messages, in a Local Database and back.
 
-#include "export/exportsmsthread.h"
-#include "recovery/local/backupsmsthread.h"
-#include "recovery/local/deletemessagesthread.h"
+#include "export/exportmessages.h"
+#include "recovery/local/deletemessages.h"
+#include "recovery/local/importmessages.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/attachmentlist.h"

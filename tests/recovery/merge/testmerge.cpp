@@ -4,7 +4,7 @@
 #include "app/texts.h"
 #include "backup/backupmanifest.h"
 #include "backup/backuprewrite.h"
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 #include "backup/manifestwriter.h"
 #include "backup/mbdbreader.h"
 #include "recovery/merge/backupmerge.h"

@@ -1,4 +1,4 @@
-#include "backup/itunescachesmsthread.h"
+#include "backup/extractmessages.h"
 
 #include "app/datalocations.h"
 #include "app/freespace.h"

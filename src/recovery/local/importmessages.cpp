@@ -1,4 +1,4 @@
-#include "recovery/local/backupsmsthread.h"
+#include "recovery/local/importmessages.h"
 
 #include "app/filetools.h"
 #include "app/freespace.h"

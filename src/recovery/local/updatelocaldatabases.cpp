@@ -1,4 +1,4 @@
-#include "recovery/local/localdbupdatethread.h"
+#include "recovery/local/updatelocaldatabases.h"
 
 #include "app/appledates.h"
 #include "app/datalocations.h"

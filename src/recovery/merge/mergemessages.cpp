@@ -1,4 +1,4 @@
-#include "recovery/merge/ios6restoremessagesthread.h"
+#include "recovery/merge/mergemessages.h"
 
 #include "app/freespace.h"
 #include "app/jobprogress.h"

@@ -1,4 +1,4 @@
-#include "export/exportsmsthread.h"
+#include "export/exportmessages.h"
 
 #include "app/freespace.h"
 #include "app/jobprogress.h"

@@ -1,4 +1,4 @@
-#include "recovery/carving/recoverdeletedthread.h"
+#include "recovery/carving/recoverdeleted.h"
 
 #include "app/datalocations.h"
 #include "app/jobprogress.h"

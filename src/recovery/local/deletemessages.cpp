@@ -1,4 +1,4 @@
-#include "recovery/local/deletemessagesthread.h"
+#include "recovery/local/deletemessages.h"
 
 #include "app/jobprogress.h"
 #include "recovery/local/bulkdeletion.h"
