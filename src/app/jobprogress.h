@@ -23,6 +23,9 @@ public:
     virtual void errorOccurred(const QString &err) = 0;
     /// The job is done; `tipsStr` is shown unless it is empty.
     virtual void succeed(const QString &tipsStr) = 0;
+    /// What a person may want to read besides, should the job fail: before `errorOccurred`. Plain text; not
+    /// everyone who waits shows it.
+    virtual void noteDetails(const QString & /*details*/) {}
     /// Shows `info` while the job goes on.
     virtual void tipsWait(const QString &info) = 0;
 

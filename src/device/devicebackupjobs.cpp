@@ -24,6 +24,23 @@ QString escaped(QString text)
     return text.replace(u'<', "&lt;"_L1).replace(u'>', "&gt;"_L1);
 }
 
+/// The tool prints a line for each file. Those that tell of a failure say why, and so may the last one.
+QString linesThatMatter(const QString &output)
+{
+    constexpr qsizetype mostWhole = 6;
+    constexpr qsizetype mostTold = 4;
+    static const QRegularExpression tells(u"^(?!Sending |Receiving ).*(error|fail|denied)"_s,
+                                          QRegularExpression::CaseInsensitiveOption);
+    const QStringList lines = output.trimmed().split(u'\n', Qt::SkipEmptyParts);
+    if (lines.size() <= mostWhole)
+        return output;
+    QStringList told = lines.filter(tells);
+    if (!told.contains(lines.last()))
+        told.append(lines.last());
+    told.removeDuplicates();
+    return told.last(std::min(told.size(), mostTold)).join(u'\n');
+}
+
 QString withRestartNote(const QString &text)
 {
     return text + "<br/><br/>Note: You can restart your device to try again."_L1;
@@ -43,7 +60,7 @@ bool canContinueBackup(const QDir &folder, const QString &productVersion)
 
 QString backupFailureText(const QString &output)
 {
-    return withRestartNote(escaped(output));
+    return withRestartNote(escaped(linesThatMatter(output)));
 }
 
 QString restoreFailureText(const QString &output)
@@ -64,7 +81,7 @@ QString restoreFailureText(const QString &output)
                "roll videos from your device to computer to free up disk space first and then try again."_s
                    .arg(gibibytes, 0, 'g', 1);
     }
-    return withRestartNote(text);
+    return withRestartNote(escaped(linesThatMatter(output)));
 }
 
 BackupToolThread::BackupToolThread(IOSDevice *phone, const QDir &folder, JobProgress *jobProgress,
@@ -81,6 +98,15 @@ BackupToolThread::BackupToolThread(IOSDevice *phone, const QDir &folder, JobProg
 BackupToolThread::~BackupToolThread()
 {
     tool->deleteLater();
+}
+
+void BackupToolThread::fail(const std::exception &error, QString (*textOf)(const QString &))
+{
+    const QString output = QString::fromUtf8(error.what());
+    const QString text = textOf(output);
+    if (!text.contains(escaped(output)))
+        progress->noteDetails(output);
+    failJob(*progress, text);
 }
 
 // The dialog shows the percentage alone.
@@ -109,7 +135,7 @@ void IOSMobileBackupThread::run()
     } catch (const std::exception &error) {
         if (folder)
             removeTree(*folder);
-        failJob(*progress, backupFailureText(QString::fromUtf8(error.what())));
+        fail(error, backupFailureText);
     }
 }
 
@@ -126,6 +152,6 @@ void IOSMobileRestoreThread::run()
         tool->run({1});
         progress->succeed({});
     } catch (const std::exception &error) {
-        failJob(*progress, restoreFailureText(QString::fromUtf8(error.what())));
+        fail(error, restoreFailureText);
     }
 }

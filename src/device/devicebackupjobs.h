@@ -21,6 +21,9 @@ public Q_SLOTS:
 protected:
     BackupToolThread(IOSDevice *device, const QDir &root, JobProgress *progress, QObject *parent);
 
+    /// Reports a failure of the tool in people's words, and the whole of what it printed as details.
+    void fail(const std::exception &error, QString (*textOf)(const QString &));
+
     IOSDevice *device;
     QDir root; ///< the folder that holds the phone's backup folder
     JobProgress *progress;
@@ -63,6 +66,7 @@ protected:
 /// of the same version.
 bool canContinueBackup(const QDir &folder, const QString &productVersion);
 
-/// What people read when the tool failed with `output`: rich text.
+/// What people read when the tool failed with `output`: rich text, and of a long output only the lines that
+/// matter.
 QString backupFailureText(const QString &output);
 QString restoreFailureText(const QString &output);

@@ -17,6 +17,8 @@ public:
 
     QStringList texts;
     QStringList kinds; ///< such as "box-warning"
+    QStringList details;
+    int tallest = 0; ///< in pixels
 
 private:
     void read()
@@ -26,6 +28,8 @@ private:
             return;
         texts.append(box->text());
         kinds.append(box->objectName());
+        details.append(box->detailedText());
+        tallest = std::max(tallest, box->height());
         box->button(button)->click();
     }
 

@@ -45,7 +45,9 @@ public:
     void errorOccurred(const QString &text) override { outcome = text; }
     void succeed(const QString &text) override { outcome = text; }
     void tipsWait(const QString &) override {}
+    void noteDetails(const QString &text) override { details = text; }
 
+    QString details;
     QString outcome = QStringLiteral("not reported");
     int updates = 0;
     int actAtUpdate = -1;

@@ -363,7 +363,7 @@ void TestDeviceJobs::judgesTheTool()
 
 void TestDeviceJobs::removesWhatCantBeContinued()
 {
-    replaceTool("ls \"$4\" >&2; echo \"error <5>\"; exit 5");
+    replaceTool("ls \"$4\" >&2; seq 50 | sed \"s/^/Sending 'error/\"; echo \"error <5>\"; echo End; exit 5");
     FakePhone &phone = stand.newPhone();
     IOSDevice device = plugIn(phone);
     iosBackupTempDir().removeRecursively();
@@ -375,7 +375,8 @@ void TestDeviceJobs::removesWhatCantBeContinued()
     QVERIFY(backUp(device, phone, notes));
     QCOMPARE(
         notes.outcome,
-        u"The backup tool failed.\n\nerror &lt;5&gt;\n<br/><br/>Note: You can restart your device to try again."_s);
+        u"The backup tool failed.\nerror &lt;5&gt;\nEnd<br/><br/>Note: You can restart your device to try again."_s);
+    QVERIFY(notes.details.endsWith(u"Sending 'error50\nerror <5>\nEnd\n"_s));
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed_data()

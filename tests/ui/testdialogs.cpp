@@ -78,6 +78,12 @@ void TestDialogs::errorsShowTheirBreaksAndNoOtherMarkup()
     const BoxReader reader;
     showError(u"a<br/>b\n<i>c</i>"_s);
     QVERIFY(reader.texts.first().contains(u">a<br/>b<br/>&lt;i>c&lt;/i><"_s));
+    const QString longText = u"<line>\n"_s.repeated(500) + u"end"_s;
+    showError(longText);
+    QCOMPARE(reader.details.last(), longText);
+    showError(longText, u"more"_s);
+    QCOMPARE(reader.details.last(), u"more"_s);
+    QVERIFY2(reader.tallest < 600, qPrintable(QString::number(reader.tallest)));
 }
 
 void TestDialogs::escapeIsNo()

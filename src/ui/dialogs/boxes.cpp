@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QTextDocumentFragment>
 #include <QWindow>
 
 using namespace Qt::StringLiterals;
@@ -18,6 +19,8 @@ namespace
 
 // In the order in which they are added.
 constexpr std::array offeredButtons{QMessageBox::Yes, QMessageBox::No, QMessageBox::Ok, QMessageBox::Cancel};
+
+constexpr qsizetype mostLines = 14;
 
 /// What kind of box a person sees: the name goes to the box, the drawing is ours.
 QString kindOf(int icon)
@@ -53,12 +56,19 @@ void keepAboveActiveWindow(QMessageBox &box)
 QString errorBoxText(const QString &text)
 {
     return u"An Error Occurred. <br/><br/>%1<br/><br/> Or you can contact %2 for help."_s.arg(
-        plainInBox(text), supportAddress().toHtmlEscaped());
+        text, supportAddress().toHtmlEscaped());
+}
+
+/// The first lines of a rich text that would make a box taller than a screen.
+QString startOf(const QString &richText)
+{
+    const QStringList lines = richText.split(u"<br/>"_s);
+    return lines.size() <= mostLines ? richText : lines.first(mostLines).join(u"<br/>"_s) + u"<br/>\u2026"_s;
 }
 
 } // namespace
 
-int showMessage(int icon, const QString &text, int buttons)
+int showMessage(int icon, const QString &text, int buttons, const QString &details)
 {
     QMessageBox box(QMessageBox::Icon(icon), productName(), text, QMessageBox::NoButton, nullptr,
                     Qt::Dialog | Qt::FramelessWindowHint);
@@ -70,6 +80,7 @@ int showMessage(int icon, const QString &text, int buttons)
     for (const QMessageBox::StandardButton button : offeredButtons)
         if (buttons & button)
             box.addButton(button);
+    box.setDetailedText(details);
     keepAboveActiveWindow(box);
     return box.exec();
 }
@@ -90,9 +101,13 @@ void showCritical(const QString &text)
     sendErrorReport(text);
 }
 
-void showError(const QString &text)
+void showError(const QString &text, const QString &details)
 {
-    showMessage(QMessageBox::Critical, errorBoxText(text), QMessageBox::Ok);
+    const QString all = plainInBox(text);
+    const QString start = startOf(all);
+    const bool isCut = start != all;
+    showMessage(QMessageBox::Critical, errorBoxText(start), QMessageBox::Ok,
+                isCut && details.isEmpty() ? QTextDocumentFragment::fromHtml(all).toPlainText() : details);
     sendErrorReport(text);
 }
 

@@ -7,15 +7,16 @@
 
 /// Shows a box with a `QMessageBox::Icon` and those of the `QMessageBox` buttons Yes, No, Ok and Cancel
 /// that `buttons` asks for. Returns the button pressed; Escape counts as Cancel, No, or the only button.
-int showMessage(int icon, const QString &text, int buttons);
+/// `details`, plain text, are shown at a button's press.
+int showMessage(int icon, const QString &text, int buttons, const QString &details = {});
 
 void showInfo(const QString &text);
 void showWarning(const QString &text);
 /// The text goes out as an error report, too.
 void showCritical(const QString &text);
 /// Shows `text` with a word on where to find help and sends it as an error report. `text` is plain text
-/// in which `<br/>` breaks the line.
-void showError(const QString &text);
+/// in which `<br/>` breaks the line; of a long one the box has the start, and all of it among the details.
+void showError(const QString &text, const QString &details = {});
 
 /// True for Yes.
 bool askYesNo(const QString &text);

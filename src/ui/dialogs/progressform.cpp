@@ -80,7 +80,7 @@ void ProgressForm::errorOccurred(const QString &err)
     onMainThread([this, err] {
         if (!ended) {
             showReport();
-            showError(err);
+            showError(err, details);
             done(Rejected);
         }
     });
@@ -106,6 +106,11 @@ void ProgressForm::tipsWait(const QString &info)
             showInfo(plainInBox(info));
         tipsWaiting = false;
     });
+}
+
+void ProgressForm::noteDetails(const QString &text)
+{
+    onMainThread([this, text] { details = text; });
 }
 
 void ProgressForm::takeReport(const Report &report)

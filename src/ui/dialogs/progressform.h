@@ -24,6 +24,7 @@ public:
     void errorOccurred(const QString &err) override;
     void succeed(const QString &tipsStr) override;
     void tipsWait(const QString &info) override;
+    void noteDetails(const QString &text) override;
 
     /// For steps that can't be interrupted. Escape and closing the window follow the button.
     void setCancelEnabled(bool enabled);
@@ -63,6 +64,7 @@ private:
     QLabel *lbProgress;
     QPushButton *btnCancel;
     std::optional<Report> pending;
+    QString details; ///< for the box of a failure
     QTimer showTimer;
     bool ended = false;
 };
