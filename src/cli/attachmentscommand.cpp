@@ -2,7 +2,6 @@
 
 #include "cli/commandline.h"
 #include "cli/jsonlines.h"
-#include "cli/messageselection.h"
 #include "cli/source.h"
 #include "cli/terminalprogress.h"
 #include "store/readers/absmessagedb.h"
@@ -30,11 +29,12 @@ CommandResult attachmentsCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
-    const QList<ListedAttachment> list = listAttachments(chosenMessages(source, line));
+    const QList<ListedAttachment> list =
+        listAttachments(chosenMessages(source.store, line.choice, line.order));
     for (const ListedAttachment &listed : list) {
         if (!line.missing || listed.attachment->localFile.isEmpty())
             printJsonLine(
-                attachmentJson(*listed.attachment, *listed.message, hasOwnGuid(source, *listed.message)));
+                attachmentJson(*listed.attachment, *listed.message, hasOwnGuid(*source.db, *listed.message)));
     }
     printJsonLine(totalsJson(totalsOf(list)));
     return {};

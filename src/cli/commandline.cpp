@@ -159,9 +159,9 @@ CommandLine commandLineFrom(const CommandSyntax &syntax, const QCommandLineParse
     line.into = value("into");
     line.intoBackup = value("into-backup");
     if (!value("chat").isNull())
-        line.chats = parser.values(u"chat"_s);
-    line.newestFirst = isSet("newest-first");
-    line.recovered = isSet("recovered");
+        line.choice.chats = parser.values(u"chat"_s);
+    line.order = isSet("newest-first") ? ListOrder::NewestFirst : ListOrder::OldestFirst;
+    line.recovered = isSet("recovered") ? Recovered::Shown : Recovered::LeftOut;
     line.emoji = isSet("emoji") ? EmojiStyle::Characters : EmojiStyle::Markers;
     line.missing = isSet("missing");
     return line;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sources/choice.h"
+#include "sources/readsource.h"
 #include "store/records/messagetext.h"
 
 #include <QString>
@@ -13,10 +15,10 @@ struct CommandLine {
     QString root;         ///< folder to look for backups in; empty means the default place
     QString passwordFile; ///< "-" is standard input; empty means none was given
     QString country;      ///< mobile country code; empty means none is known
-    QStringList chats;    ///< `chat_identifier`s asked for; empty means all
-    bool newestFirst = false;
-    bool recovered = false; ///< with the deleted messages found earlier
-    bool missing = false;   ///< only attachments without a file
+    Choice choice;
+    ListOrder order = ListOrder::OldestFirst;
+    Recovered recovered = Recovered::LeftOut; ///< the deleted messages found earlier
+    bool missing = false;                     ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
     QString out;

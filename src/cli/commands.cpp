@@ -1,12 +1,10 @@
 #include "cli/commands.h"
 
-#include "backup/backupdiscovery.h"
 #include "backup/backupmanifest.h"
 #include "cli/attachmentscommand.h"
 #include "cli/commandline.h"
 #include "cli/interrupt.h"
 #include "cli/jsonlines.h"
-#include "cli/messageselection.h"
 #include "cli/source.h"
 #include "cli/terminalprogress.h"
 #include "export/exportmessages.h"
@@ -15,6 +13,8 @@
 #include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
 #include "recovery/merge/backupmerge.h"
+#include "sources/choice.h"
+#include "sources/findsource.h"
 #include "store/readers/absmessagedb.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/messagegaps.h"
@@ -41,12 +41,8 @@ void finishOutput()
 
 CommandResult listBackupsCommand(const CommandLine &line)
 {
-    if (!line.root.isEmpty() && !QFileInfo(line.root).isDir())
-        throw std::runtime_error(u"%1: there is no such folder."_s.arg(line.root).toStdString());
-    for (const QString &root : line.root.isEmpty() ? defaultBackupRoots() : QStringList(line.root)) {
-        for (const QSharedPointer<BackupManifest> &backup : listBackups(root))
-            printJsonLine(backupJson(*backup));
-    }
+    for (const QSharedPointer<BackupManifest> &backup : findBackups(line.root))
+        printJsonLine(backupJson(*backup));
     return {};
 }
 
@@ -84,9 +80,9 @@ CommandResult messagesCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
-    for (const ListedMessage &listed : listedMessages(source, line))
-        printJsonLine(messageJson(*listed.message, listed.chatIdentifier, hasOwnGuid(source, *listed.message),
-                                  line.emoji));
+    for (const ListedMessage &listed : listedMessages(source.store, line.choice, line.order))
+        printJsonLine(messageJson(*listed.message, listed.chatIdentifier,
+                                  hasOwnGuid(*source.db, *listed.message), line.emoji));
     return {};
 }
 
@@ -123,9 +119,10 @@ CommandResult exportCommand(const CommandLine &line)
     const Source source = openSource(line, progress);
     if (!source.db)
         return source.refusal;
-    const QList<_MsgMessage *> messages = chosenMessages(source, line);
+    const QList<_MsgMessage *> messages = chosenMessages(source.store, line.choice, line.order);
     const InterruptScope interruptible(progress);
-    const ExportPlan plan{line.out, *format, !line.newestFirst, FinishedFiles::AreRemoved, line.emoji};
+    const ExportPlan plan{line.out, *format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
+                          line.emoji};
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
@@ -144,7 +141,7 @@ CommandResult importCommand(const CommandLine &line)
     const LocalDatabase target = localDatabaseToFill(line.into);
     const InterruptScope interruptible(progress);
     const ImportCounts counts =
-        backupMessages(chosenMessages(source, line), QDir(target.path), target.file(), progress);
+        backupMessages(chosenMessages(source.store, line.choice), QDir(target.path), target.file(), progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.handedIn()},
                    {u"added"_s, counts.added},
@@ -163,7 +160,7 @@ CommandResult mergeCommand(const CommandLine &line)
     if (!source.db)
         return source.refusal;
     const InterruptScope interruptible(progress);
-    const MergeCounts counts = mergeIntoBackup(chosenMessages(source, line), target, progress);
+    const MergeCounts counts = mergeIntoBackup(chosenMessages(source.store, line.choice), target, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.written},
                    {u"path"_s, target.backupDir.absolutePath()},
@@ -191,12 +188,12 @@ CommandResult deleteCommand(const CommandLine &line)
                 .toStdString());
     TerminalProgress progress(line.quiet);
     QJsonValue deleted;
-    if (line.chats.isEmpty()) {
+    if (line.choice.chats.isEmpty()) {
         deleted = messagesToGo(*database);
         deleteLocalDatabase(*database);
     } else {
         const InterruptScope interruptible(progress);
-        deleted = deleteConversations(*openLocalDatabase(*database, {}), line.chats, progress);
+        deleted = deleteConversations(*openLocalDatabase(*database, {}), line.choice.chats, progress);
     }
     progress.clear();
     printJsonLine({{u"messages"_s, deleted}, {u"name"_s, database->name}});

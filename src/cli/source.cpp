@@ -2,20 +2,18 @@
 
 #include "app/texts.h"
 #include "backup/backupdiscovery.h"
-#include "backup/extractmessages.h"
 #include "cli/commandline.h"
 #include "cli/interrupt.h"
 #include "cli/terminalprogress.h"
-#include "recovery/carving/deletedmessages.h"
-#include "recovery/local/localdatabases.h"
-#include "store/people/countrylibdb.h"
+#include "sources/findsource.h"
+#include "sources/opensource.h"
+#include "sources/readsource.h"
 #include "store/readers/absmessagedb.h"
-#include "store/readers/ios6messagedb.h"
-#include "store/readers/openmessagedb.h"
 
-#include <QFileInfo>
+#include <QFile>
 
 #include <cstdio>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
@@ -23,17 +21,6 @@ namespace
 {
 
 constexpr qint64 longestPassword = 64 * 1024; // bytes
-
-/// Whether a person who names `dir` means a backup, perhaps one that lacks something.
-bool isMeantAsBackup(const QDir &dir)
-{
-    return dir.exists(u"Manifest.plist"_s) || dir.exists(u"Manifest.mbdb"_s) || dir.exists(u"Manifest.db"_s);
-}
-
-bool isPhoneFolder(const QDir &dir)
-{
-    return QFileInfo::exists(messageDbPath(dir));
-}
 
 QString readPassword(const QString &fileName)
 {
@@ -67,52 +54,33 @@ CommandResult openLocked(BackupManifest &manifest, const CommandLine &line, Term
             u"%1: the backup is encrypted; give its password with --password-file."_s.arg(line.source)};
 }
 
-/// Brings the message and address book files of a backup into its cache. Returns the cache folder.
-QDir cacheBackup(BackupManifest &manifest, TerminalProgress &progress)
+/// The reader of an unlocked backup, whose databases are brought into the cache first.
+std::unique_ptr<AbsIOSMessageDb> extractAndOpen(const BackupManifest &manifest, const QString &country,
+                                                TerminalProgress &progress)
 {
-    const InterruptScope interruptible(progress);
-    const QDir cacheDir = backupCacheDir(manifest);
-    cacheBackupMessages(manifest, cacheDir, progress);
+    {
+        const InterruptScope interruptible(progress);
+        extractMessages(manifest, progress);
+    }
     progress.clear();
-    return cacheDir;
-}
-
-bool isKnownCountry(const QString &mmc)
-{
-    bool found = false;
-    CountryLibDb({}).countryByMmc(mmc, &found);
-    return found;
+    return openExtracted(manifest, country);
 }
 
 /// The reader of what the command line names. Says why when a backup stays locked.
 std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProgress &progress,
                                            CommandResult &refusal)
 {
-    const QDir dir(line.source);
-    if (!line.source.isEmpty() && isMeantAsBackup(dir)) {
-        BackupManifest manifest(dir.absolutePath());
-        refusal = openLocked(manifest, line, progress);
-        if (refusal.status != ExitStatus::Done)
-            return nullptr;
-        const QString country = line.country.isEmpty() ? countryOfBackup(dir) : line.country;
-        return openMessageDb(cacheBackup(manifest, progress), country);
-    }
-    if (!line.source.isEmpty() && isPhoneFolder(dir))
-        return openMessageDb(dir, line.country);
-    if (const std::optional<LocalDatabase> database = findLocalDatabase(line.source))
-        return openLocalDatabase(*database, line.country);
-    throw std::runtime_error(
-        u"%1: not a backup folder (no Manifest.plist), not a folder with "
-        "file-relay/var/mobile/Library/SMS/sms.db, and no Local Database of that name."_s.arg(line.source)
-            .toStdString());
+    const FoundSource found = findSource(line.source);
+    if (found.kind != SourceKind::Backup)
+        return openInPlace(found, line.country);
+    BackupManifest manifest(found.folder.absolutePath());
+    refusal = openLocked(manifest, line, progress);
+    if (refusal.status != ExitStatus::Done)
+        return nullptr;
+    return extractAndOpen(manifest, line.country, progress);
 }
 
 } // namespace
-
-bool hasOwnGuid(const Source &source, const _MsgMessage &message)
-{
-    return source.db->dbVersion() != 5 || message.service != "SMS"_L1;
-}
 
 Source openUnread(const CommandLine &line, TerminalProgress &progress)
 {
@@ -127,15 +95,11 @@ Source openUnread(const CommandLine &line, TerminalProgress &progress)
 Source openSource(const CommandLine &line, TerminalProgress &progress)
 {
     Source source = openUnread(line, progress);
-    if (source.db) {
-        source.store = _MsgStorePtr::create();
-        source.db->messages(source.store, 0);
-        const QString failure = source.db->takeContactsFailure();
-        if (!failure.isEmpty())
-            std::fprintf(stderr, "%s\n", qUtf8Printable(printable(failure)));
-        source.db->attachments(source.store);
-        if (line.recovered)
-            loadRecycled(*source.db, *source.store);
-    }
+    if (!source.db)
+        return source;
+    source.store = readSource(*source.db, line.recovered);
+    const QString failure = source.db->takeContactsFailure();
+    if (!failure.isEmpty())
+        std::fprintf(stderr, "%s\n", qUtf8Printable(printable(failure)));
     return source;
 }

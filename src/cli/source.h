@@ -16,10 +16,6 @@ struct Source {
     CommandResult refusal; ///< why there is none: a word or a password that is off; `db` is then null
 };
 
-/// Whether the guid of `message` is its own. A text message of iOS 5 has none: the one in its record is made
-/// up anew on every load.
-bool hasOwnGuid(const Source &source, const _MsgMessage &message);
-
 /// Opens what the command line names without reading its records: `store` stays null. Otherwise as
 /// `openSource`.
 Source openUnread(const CommandLine &line, TerminalProgress &progress);

@@ -55,11 +55,17 @@ void cacheForMessages(const BackupManifest &manifest, JobProgress &progress)
     cacheBackupMessages(manifest, cache, progress);
 }
 
+QString writeError(const QString &path)
+{
+    return sniffMessageDbVersion(path) == 6 ? QString()
+                                            : u"Failed to recover. Only iOS 6 or above is supported."_s;
+}
+
 std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest)
 {
     const QDir cache = backupCacheDir(manifest);
-    if (sniffMessageDbVersion(messageDbPath(cache)) != 6)
-        refuse(manifest.backupDir, u"Failed to recover. Only iOS 6 or above is supported."_s);
+    if (const QString error = writeError(messageDbPath(cache)); !error.isEmpty())
+        refuse(manifest.backupDir, error);
     return std::make_unique<IOS6MessageDb>(cache, QString(), false);
 }
 

@@ -18,6 +18,10 @@ void openForMessages(BackupManifest &manifest);
 /// database there is the one that the backup holds: a cache goes by dates, and those may deceive.
 void cacheForMessages(const BackupManifest &manifest, JobProgress &progress);
 
+/// What keeps the message database `path` of a phone from being written to, as a text to show; empty when
+/// nothing does. Throws `std::runtime_error` when it is missing or no database.
+QString writeError(const QString &path);
+
 /// The phone's message database in the cache. Throws `std::runtime_error` when it is that of iOS 5.
 std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest);
 

@@ -1,7 +1,5 @@
-#include "cli/messageselection.h"
+#include "sources/choice.h"
 
-#include "cli/commandline.h"
-#include "cli/source.h"
 #include "store/records/messagestore.h"
 
 #include <QHash>
@@ -15,15 +13,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The conversations asked for, or all of them.
-QList<_MsgSession> chosenSessions(const Source &source, const QStringList &identifiers)
+/// The conversations asked for.
+QList<_MsgSession> chosenSessions(const _MsgStorePtr &store, const QStringList &identifiers)
 {
-    QList<_MsgSession> sessions = groupChatSessions(source.store);
-    if (identifiers.isEmpty())
-        return sessions;
     QSet<QString> missing(identifiers.begin(), identifiers.end());
     QList<_MsgSession> chosen;
-    for (const _MsgSession &session : std::as_const(sessions)) {
+    for (const _MsgSession &session : groupChatSessions(store)) {
         const QString identifier = session.chats.first()->chat_identifier;
         missing.remove(identifier);
         if (identifiers.contains(identifier))
@@ -40,25 +35,25 @@ QList<_MsgSession> chosenSessions(const Source &source, const QStringList &ident
 
 } // namespace
 
-QList<ListedMessage> listedMessages(const Source &source, const CommandLine &line)
+QList<ListedMessage> listedMessages(const _MsgStorePtr &store, const Choice &choice, ListOrder order)
 {
     QList<_MsgMessage *> messages;
     QHash<const _MsgMessage *, QStringList> conversations;
-    if (line.chats.isEmpty()) {
-        messages = allMessages(source.store);
+    if (choice.chats.isEmpty()) {
+        messages = allMessages(store);
     } else {
-        for (const _MsgSession &session : chosenSessions(source, line.chats)) {
+        for (const _MsgSession &session : chosenSessions(store, choice.chats)) {
             for (_MsgMessage *message : sessionMessages(session.chats)) {
-                QStringList &known = conversations[message];
-                if (known.isEmpty())
+                QStringList &listings = conversations[message];
+                if (listings.isEmpty())
                     messages.append(message);
-                if (!known.contains(session.chats.first()->chat_identifier))
-                    known.append(session.chats.first()->chat_identifier);
+                if (!listings.contains(session.chats.first()->chat_identifier))
+                    listings.append(session.chats.first()->chat_identifier);
             }
         }
     }
     messages = sortMessages(messages);
-    if (line.newestFirst)
+    if (order == ListOrder::NewestFirst)
         std::reverse(messages.begin(), messages.end());
 
     QList<ListedMessage> listed;
@@ -71,11 +66,11 @@ QList<ListedMessage> listedMessages(const Source &source, const CommandLine &lin
     return listed;
 }
 
-QList<_MsgMessage *> chosenMessages(const Source &source, const CommandLine &line)
+QList<_MsgMessage *> chosenMessages(const _MsgStorePtr &store, const Choice &choice, ListOrder order)
 {
     QList<_MsgMessage *> messages;
     const _MsgMessage *last = nullptr;
-    for (const ListedMessage &listed : listedMessages(source, line)) {
+    for (const ListedMessage &listed : listedMessages(store, choice, order)) {
         // The listings of one message stand side by side.
         if (listed.message != last)
             messages.append(listed.message);
