@@ -212,6 +212,10 @@
         <translation>idevicebackup2 is missing (package libimobiledevice-utils)</translation>
     </message>
     <message>
+        <source>IDS_STOPPING</source>
+        <translation>Stopping...</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

@@ -2,8 +2,10 @@
 
 #include "device/devicesession.h"
 #include "device/mobiledevice.h"
+#include "device/tooloutput.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QProcess>
 #include <QStorageInfo>
@@ -22,60 +24,6 @@ constexpr auto goneText = "The phone was disconnected. Connect it and try again.
 constexpr qint64 usualSeconds = 60;         // where the phone doesn't say how full it is
 constexpr double secondsPerMegabyte = 0.03; // of used space, for backup and restore alike
 constexpr double mostPercent = 99.0;        // the end of the job closes the dialog
-
-/// What one channel of the tool printed, up to a NUL byte. A tool that never stops printing costs no memory:
-/// only the end is kept, and whether the word "error" came at any time.
-class Printed
-{
-public:
-    void add(const QByteArray &piece)
-    {
-        if (isCut)
-            return;
-        const qsizetype nul = piece.indexOf('\0');
-        isCut = nul >= 0;
-        const qsizetype overlap = std::min<qsizetype>(kept.size(), qsizetype(strlen("error")) - 1);
-        kept += isCut ? piece.first(nul) : piece;
-        const qsizetype searched = kept.size() - (isCut ? nul : piece.size()) - overlap;
-        sawError |= kept.sliced(searched).toLower().contains("error");
-        if (kept.size() > 2 * mostKept)
-            kept = kept.last(mostKept);
-    }
-
-    QByteArray text() const { return kept; }
-    bool hasError() const { return sawError; }
-    bool endsAll() const { return isCut; }
-
-private:
-    static constexpr qsizetype mostKept = 1024 * 1024; // bytes
-
-    QByteArray kept;
-    bool isCut = false;
-    bool sawError = false;
-};
-
-/// Both channels: errors first, and nothing behind a NUL byte in them.
-struct ToolOutput {
-    Printed errors;
-    Printed words;
-
-    void take(QProcess &tool)
-    {
-        errors.add(tool.readAllStandardError());
-        words.add(tool.readAllStandardOutput());
-    }
-
-    bool hasError() const { return errors.hasError() || (!errors.endsAll() && words.hasError()); }
-    bool endsWell() const
-    {
-        const QByteArray all = words.text().trimmed();
-        return all.sliced(all.lastIndexOf('\n') + 1).toLower().contains("successful");
-    }
-    QString text() const
-    {
-        return QString::fromLatin1(errors.endsAll() ? errors.text() : errors.text() + '\n' + words.text());
-    }
-};
 
 /// Until the tool has ended or `goesOn`, asked at each tick, says no. What is printed is taken at once: a
 /// wait for the end alone would keep it all, and never come to a tick with a tool that prints without end.
@@ -138,10 +86,13 @@ qint64 backup2tool::estimatedSeconds() const
     }
 }
 
-void backup2tool::tick(qint64 startSeconds, qint64 estimate)
+void backup2tool::tick(qint64 startSeconds, qint64 estimate, std::optional<int> told)
 {
     const qint64 elapsed = QDateTime::currentSecsSinceEpoch() - startSeconds;
-    if (estimate > 0)
+    toldPercent = told ? told : toldPercent;
+    if (toldPercent)
+        percent = std::min(double(*toldPercent), mostPercent);
+    else if (estimate > 0)
         percent = std::min(quint32(elapsed) / double(estimate) * mostPercent, mostPercent);
     else
         percent = elapsed > 0 ? mostPercent : 0; // a nearly empty phone
@@ -165,26 +116,15 @@ void backup2tool::run(const backup2tool_op &op)
     const BackupToolCommand command = backupToolCommand(op.op, target, root);
     if (!cancelled && !mobiledevice_is_here(device))
         throw std::runtime_error(goneText);
-    ToolOutput output;
     QProcess tool;
     tool.start(command.program, command.arguments, QIODevice::ReadOnly);
     if (!tool.waitForStarted(startTimeoutMs))
         throw std::runtime_error("can not start AppleMobileBackup process.");
-    const qint64 start = QDateTime::currentSecsSinceEpoch();
-    std::string why;
-    const auto takeOutput = [&] { output.take(tool); };
-    const auto goesOn = [&] {
-        tick(start, estimate);
-        why = trouble(op.op);
-        return !cancelled && why.empty();
-    };
-    if (!cancelled)
-        follow(tool, takeOutput, goesOn);
+    ToolOutput output;
+    std::string why = followToItsEnd(tool, output, op.op, estimate);
     const bool hasEnded = tool.state() == QProcess::NotRunning;
-    if (!hasEnded) {
-        tool.kill();
-        tool.waitForFinished();
-    }
+    if (!hasEnded)
+        stop(tool, output, command.stopsGently);
     output.take(tool);
     qDebug().noquote() << output.text();
     if (why.empty() && !cancelled)
@@ -193,4 +133,35 @@ void backup2tool::run(const backup2tool_op &op)
         throw std::runtime_error(why);
     if (hasEnded)
         judge(tool, output, command.tellsAtItsEnd);
+}
+
+/// Until the tool has ended, was given up, or can't come to a good end; why it can't.
+std::string backup2tool::followToItsEnd(QProcess &tool, ToolOutput &output, int op, qint64 estimate)
+{
+    const qint64 start = QDateTime::currentSecsSinceEpoch();
+    std::string why;
+    const auto goesOn = [&] {
+        tick(start, estimate, output.percent());
+        why = trouble(op);
+        return !cancelled && why.empty();
+    };
+    if (!cancelled)
+        follow(
+            tool, [&] { output.take(tool); }, goesOn);
+    return why;
+}
+
+/// A tool that is killed leaves the phone believing that it is synchronised.
+void backup2tool::stop(QProcess &tool, ToolOutput &output, bool gently) const
+{
+    if (gently) {
+        tool.terminate();
+        const QDeadlineTimer patience(patienceMs);
+        follow(
+            tool, [&] { output.take(tool); }, [&] { return !patience.hasExpired(); });
+    }
+    if (tool.state() != QProcess::NotRunning) {
+        tool.kill();
+        tool.waitForFinished();
+    }
 }

@@ -143,6 +143,7 @@ private Q_SLOTS:
     void noticesACutArchive();
     void endsWellInEachStage_data();
     void endsWellInEachStage();
+    void endsTheToolGently();
     void keepsTwoPhonesApart();
     void judgesTheTool_data();
     void judgesTheTool();
@@ -304,6 +305,26 @@ void TestDeviceJobs::endsWellInEachStage()
     QTRY_VERIFY(resourcesInUse() < before + 6);
 }
 
+// A tool that is killed doesn't tell the phone that it is no longer being synchronised.
+void TestDeviceJobs::endsTheToolGently()
+{
+    FakePhone &phone = newFullPhone();
+    IOSDevice device = plugIn(phone);
+    RecordingProgress notes;
+    phone.atTurn = [&] {
+        notes.cancelled = !phone.posted().isEmpty(); // by the tool, which has begun
+        if (notes.cancelled)
+            std::this_thread::sleep_for(500ms);
+        else
+            phone.turn = phone.piecesSent + 1;
+    };
+    phone.turn = phone.piecesSent + 1;
+    backUp(device, phone, notes);
+    QVERIFY(notes.cancelled);
+    QVERIFY2(phone.posted().contains(u"com.apple.itunes-mobdev.syncDidFinish"_s),
+             qPrintable(phone.posted().join(u' ')));
+}
+
 void TestDeviceJobs::keepsTwoPhonesApart()
 {
     FakePhone &ann = newFullPhone();
@@ -337,6 +358,7 @@ void TestDeviceJobs::judgesTheTool_data()
     row("killed", "kill -9 $$", u"The backup tool crashed.\n\n"_s);
     row("missing", {}, u"can not start AppleMobileBackup process."_s);
     row("hangs", "exec sleep 300");
+    row("won't end", "trap '' TERM; while :; do sleep 1; done");
     row("prints without end", "exec yes error");
     const QString full = QDir::tempPath() + u": the disk is too full for a backup of the phone."_s;
     row("no room in the middle", "exec sleep 300", full, true);
@@ -350,6 +372,7 @@ void TestDeviceJobs::judgesTheTool()
     replaceTool(script);
     backup2tool tool(stand.plugIn(stand.newPhone()), u"me"_s, QDir::temp());
     tool.setLeastRoom(isFull ? Q_INT64_C(1) << 60 : 0);
+    tool.setPatience(100);
     int ticks = 0;
     connect(&tool, &backup2tool::update, &tool, [&](double percent, const QString &, const QString &) {
         if (percent > 99 || ++ticks == 6)

@@ -32,13 +32,28 @@ private:
     ProgressForm *form;
 };
 
+/// A job that was cancelled ends what it can't leave half done; the window stays alive meanwhile.
+void waitForStopping(QThread &job, QWidget *parent)
+{
+    constexpr int unnoticed = 200; // milliseconds
+    if (job.wait(unnoticed))
+        return;
+    ProgressForm form(QObject::tr("IDS_STOPPING"), parent);
+    form.setCancelEnabled(false);
+    form.setBusy();
+    QObject::connect(&job, &QThread::finished, &form, [&form] { form.succeed({}); });
+    if (job.isRunning())
+        form.exec();
+    job.wait();
+}
+
 } // namespace
 
 bool runUnder(ProgressForm &form, QThread &job)
 {
     job.start();
     const bool succeeded = form.exec() == QDialog::Accepted && !form.cancelled;
-    job.wait();
+    waitForStopping(job, form.parentWidget());
     return succeeded;
 }
 
