@@ -130,7 +130,10 @@ private:
 
     void receiveFile(const QString &path)
     {
-        const QString target = phone.restored.filePath(path.section(u'/', 1));
+        const QString name = path.section(u'/', 1);
+        if (name.isEmpty()) // the tool was asked to end and sent a message instead
+            throw Closed();
+        const QString target = phone.restored.filePath(name);
         QDir().mkpath(QFileInfo(target).absolutePath());
         QFile file(target);
         const bool isOpen = file.open(QIODevice::WriteOnly);
