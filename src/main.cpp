@@ -7,6 +7,8 @@
 #include "sqlite_qt/sqlite3db.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"
+#include "ui/jobs/jobrunner.h"
+#include "ui/jobs/messagejobs.h"
 #include "ui/mainwindow.h"
 #include "ui/phonenotice.h"
 
@@ -40,10 +42,7 @@ bool upgradeLocalDatabases()
     ProgressForm form(QString{});
     form.setCancelEnabled(false);
     LocalDbUpdateThread job(&form, nullptr);
-    job.start(QThread::InheritPriority);
-    const bool upgraded = form.exec() == QDialog::Accepted;
-    job.wait();
-    return upgraded;
+    return runUnder(form, job);
 }
 
 } // namespace

@@ -133,22 +133,3 @@ void emptyCaches(const QDir &parent)
     for (const QString &name : parent.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
         emptyCache(QDir(parent.absoluteFilePath(name)));
 }
-
-ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *backup, JobProgress *waiting, QObject *parent)
-    : ITunesCacheSMSThread(backup, backupCacheDir(*backup), waiting, parent)
-{
-}
-
-ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *backup, const QDir &cacheDir, JobProgress *waiting,
-                                           QObject *parent)
-    : QThread(parent), manifest(backup), progress(waiting), folder(cacheDir)
-{
-}
-
-void ITunesCacheSMSThread::run()
-{
-    runJob(*progress, [this] {
-        cacheBackupMessages(*manifest, folder, *progress);
-        return QString();
-    });
-}

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QDir>
-#include <QThread>
 
 class BackupManifest;
 class JobProgress;
@@ -21,25 +20,3 @@ void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, J
 void emptyCache(const QDir &cacheDir);
 /// The same for each folder in `parent`.
 void emptyCaches(const QDir &parent);
-
-/// The job around `cacheBackupMessages`. `manifest` and `progress` are borrowed and outlive it.
-class ITunesCacheSMSThread : public QThread
-{
-    Q_OBJECT
-
-public:
-    ITunesCacheSMSThread(BackupManifest *manifest, JobProgress *progress, QObject *parent = nullptr);
-    ITunesCacheSMSThread(BackupManifest *manifest, const QDir &cacheDir, JobProgress *progress,
-                         QObject *parent = nullptr);
-
-    /// Where the files are when the job is done: "file-relay/var/mobile/Library/SMS/sms.db" below it.
-    const QDir &cacheDir() const { return folder; }
-
-protected:
-    void run() override;
-
-private:
-    BackupManifest *manifest;
-    JobProgress *progress;
-    QDir folder;
-};

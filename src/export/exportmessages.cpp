@@ -103,24 +103,3 @@ qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &pl
         writeFile(messages, plan, plan.path, count);
     return messages.size();
 }
-
-ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const QString &targetPath,
-                                 int targetFormat, bool isAscending, JobProgress *jobProgress,
-                                 QObject *parent)
-    : ExportSMSThread(messageList, ExportPlan{targetPath, targetFormat, isAscending}, jobProgress, parent)
-{
-}
-
-ExportSMSThread::ExportSMSThread(const QList<_MsgMessage *> &messageList, const ExportPlan &exportPlan,
-                                 JobProgress *jobProgress, QObject *parent)
-    : QThread(parent), messages(messageList), plan(exportPlan), progress(jobProgress)
-{
-}
-
-void ExportSMSThread::run()
-{
-    runJob(*progress, [this] {
-        const qint64 written = exportMessages(messages, plan, *progress);
-        return QObject::tr("IDS_SUC_EXPORT_%1_MMS").arg(written);
-    });
-}

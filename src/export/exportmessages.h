@@ -4,7 +4,6 @@
 
 #include <QList>
 #include <QString>
-#include <QThread>
 
 class JobProgress;
 struct _MsgMessage;
@@ -39,22 +38,3 @@ struct ExportPlan {
 /// `QGuiApplication`. Throws `std::runtime_error` for an unknown format or a file that can't be written,
 /// and the integer -1 on cancel; no torn file is left.
 qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &plan, JobProgress &progress);
-
-/// The job around `exportMessages`.
-class ExportSMSThread final : public QThread
-{
-public:
-    /// `ascending` tells the order of the list on view: oldest first or newest first.
-    ExportSMSThread(const QList<_MsgMessage *> &messages, const QString &path, int format, bool ascending,
-                    JobProgress *progress, QObject *parent);
-    ExportSMSThread(const QList<_MsgMessage *> &messages, const ExportPlan &plan, JobProgress *progress,
-                    QObject *parent);
-
-protected:
-    void run() override;
-
-private:
-    QList<_MsgMessage *> messages;
-    ExportPlan plan;
-    JobProgress *progress;
-};

@@ -71,9 +71,10 @@ private:
     QString cache() const
     {
         RecordingProgress progress;
-        ITunesCacheSMSThread thread(manifest.get(), QDir(path(u"cache"_s)), &progress);
-        thread.start();
-        thread.wait();
+        runJob(progress, [&] {
+            cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+            return QString();
+        });
         return progress.outcome;
     }
     void cache(const BackupBuilder &backup)

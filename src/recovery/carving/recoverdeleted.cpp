@@ -60,16 +60,3 @@ int recoverDeleted(AbsIOSMessageDb &db, JobProgress &progress)
     throwIfCancelled(progress);
     return found;
 }
-
-RecoverDeletedThread::RecoverDeletedThread(AbsIOSMessageDb *source, JobProgress *waiting, QObject *parent)
-    : QThread(parent), db(source), progress(waiting)
-{
-}
-
-void RecoverDeletedThread::run()
-{
-    runJob(*progress, [this] {
-        count = recoverDeleted(*db, *progress);
-        return QString();
-    });
-}

@@ -147,17 +147,3 @@ qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers
         return removed;
     });
 }
-
-DeleteMessagesThread::DeleteMessagesThread(IOS6MessageDb *database, const QList<_MsgMessage *> *messageList,
-                                           JobProgress *jobProgress, QObject *parent)
-    : QThread(parent), db(database), messages(messageList), progress(jobProgress)
-{
-}
-
-void DeleteMessagesThread::run()
-{
-    runJob(*progress, [this] {
-        const qint64 count = deleteMessages(*db, *messages, *progress);
-        return QObject::tr("IDS_SUC_DELETE_%1_MESSAGES").arg(count);
-    });
-}

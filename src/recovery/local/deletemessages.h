@@ -5,7 +5,6 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-#include <QThread>
 
 class IOS6MessageDb;
 class JobProgress;
@@ -19,19 +18,3 @@ qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, J
 /// Throws `std::runtime_error`, also for an identifier that the database doesn't have, and the
 /// integer -1 on cancel.
 qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers, JobProgress &progress);
-
-/// The job around `deleteMessages`. Database and list have to outlive it; the list isn't copied.
-class DeleteMessagesThread final : public QThread
-{
-public:
-    DeleteMessagesThread(IOS6MessageDb *db, const QList<_MsgMessage *> *messages, JobProgress *progress,
-                         QObject *parent);
-
-protected:
-    void run() override;
-
-private:
-    IOS6MessageDb *db;
-    const QList<_MsgMessage *> *messages;
-    JobProgress *progress;
-};

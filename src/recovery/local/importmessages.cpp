@@ -125,17 +125,3 @@ ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &ro
     }
     return counts;
 }
-
-BackupSMSThread::BackupSMSThread(const QList<_MsgMessage *> &messageList, const QDir &targetRoot,
-                                 const QString &targetPath, JobProgress *jobProgress, QObject *parent)
-    : QThread(parent), messages(messageList), progress(jobProgress), root(targetRoot), path(targetPath)
-{
-}
-
-void BackupSMSThread::run()
-{
-    runJob(*progress, [this] {
-        const ImportCounts counts = backupMessages(messages, root, path, *progress);
-        return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(counts.handedIn());
-    });
-}

@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QList>
 #include <QString>
-#include <QThread>
 
 class JobProgress;
 
@@ -16,20 +15,3 @@ class JobProgress;
 /// those stay that a row of before names.
 ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
                             JobProgress &progress);
-
-/// The job around `backupMessages`. The records have to outlive it.
-class BackupSMSThread final : public QThread
-{
-public:
-    BackupSMSThread(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
-                    JobProgress *progress, QObject *parent);
-
-protected:
-    void run() override;
-
-private:
-    QList<_MsgMessage *> messages;
-    JobProgress *progress;
-    QDir root;
-    QString path;
-};

@@ -190,16 +190,3 @@ void updateLocalDatabases(JobProgress &progress)
     for (const QString &path : oldFiles())
         convertFile(path, progress);
 }
-
-LocalDbUpdateThread::LocalDbUpdateThread(JobProgress *jobProgress, QObject *parent)
-    : QThread(parent), progress(jobProgress)
-{
-}
-
-void LocalDbUpdateThread::run()
-{
-    runJob(*progress, [this] {
-        updateLocalDatabases(*progress);
-        return QObject::tr("IDS_LOCALDB_UPDATE_SUC_RESTART_REFRESH");
-    });
-}

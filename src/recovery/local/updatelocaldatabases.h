@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QThread>
-
 class JobProgress;
 
 /// Whether a database of the old format lies among the folders of the Local Databases, under its own name or
@@ -14,16 +12,3 @@ bool needsLocalDbUpdate();
 /// next. Files that are none stay as they are. Throws `std::runtime_error` at the first file that can't be
 /// converted; those before it are done.
 void updateLocalDatabases(JobProgress &progress);
-
-/// The job around `updateLocalDatabases`. It can't be cancelled.
-class LocalDbUpdateThread final : public QThread
-{
-public:
-    LocalDbUpdateThread(JobProgress *progress, QObject *parent);
-
-protected:
-    void run() override;
-
-private:
-    JobProgress *progress;
-};

@@ -49,20 +49,3 @@ MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb 
     rewrite.commit();
     return counts;
 }
-
-IOS6RestoreMessagesThread::IOS6RestoreMessagesThread(const QList<_MsgMessage *> *chosen, IOS6MessageDb *phone,
-                                                     const QDir &backup, JobProgress *jobProgress,
-                                                     QObject *parent)
-    : QThread(parent), messages(chosen), source(phone), backupDir(backup), progress(jobProgress)
-{
-}
-
-void IOS6RestoreMessagesThread::run()
-{
-    runJob(*progress, [this] {
-        const MergeCounts counts = restoreMessages(*messages, *source, backupDir, *progress);
-        unknownCount = counts.unknownCount;
-        validCount = counts.validCount;
-        return QString();
-    });
-}

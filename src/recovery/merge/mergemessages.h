@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QList>
-#include <QThread>
 
 class JobProgress;
 
@@ -16,23 +15,3 @@ class JobProgress;
 /// Throws `std::runtime_error`, and the integer -1 when cancelled; the backup is then as it was.
 MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source,
                             const QDir &backupDir, JobProgress &progress);
-
-/// The job around `restoreMessages`. What it is handed has to outlive it.
-class IOS6RestoreMessagesThread final : public QThread
-{
-public:
-    IOS6RestoreMessagesThread(const QList<_MsgMessage *> *messages, IOS6MessageDb *source,
-                              const QDir &backupDir, JobProgress *progress, QObject *parent);
-
-    int unknownCount = 0; ///< messages refused for their chat
-    int validCount = 0;   ///< messages taken
-
-protected:
-    void run() override;
-
-private:
-    const QList<_MsgMessage *> *messages;
-    IOS6MessageDb *source;
-    QDir backupDir;
-    JobProgress *progress;
-};

@@ -2,11 +2,11 @@
 
 #include "backup/backupmanifest.h"
 #include "recovery/merge/backupmerge.h"
-#include "recovery/merge/mergemessages.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/loaditunesbackupdlg.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/jobs/jobrunner.h"
+#include "ui/jobs/messagejobs.h"
 
 using namespace Qt::StringLiterals;
 
@@ -14,32 +14,13 @@ namespace
 {
 
 /// Takes the phone's files out of a backup, into the cache.
-class FillCacheThread final : public QThread
-{
-public:
-    FillCacheThread(const BackupManifest *backup, JobProgress *waiting) : manifest(backup), progress(waiting)
-    {
-    }
-
-protected:
-    void run() override
-    {
-        runJob(*progress, [this] {
-            cacheForMessages(*manifest, *progress);
-            return QString();
-        });
-    }
-
-private:
-    const BackupManifest *manifest;
-    JobProgress *progress;
-};
-
 bool fillCache(const BackupManifest *manifest, QWidget *window)
 {
     ProgressForm form(QString(), window);
-    FillCacheThread job(manifest, &form);
-    return runUnder(form, job);
+    return runAsJob(form, [&] {
+        cacheForMessages(*manifest, form);
+        return QString();
+    });
 }
 
 QString doneText(const IOS6RestoreMessagesThread &job)

@@ -1,7 +1,6 @@
 #include "ui/flows/devicearrival.h"
 
 #include "backup/backupmanifest.h"
-#include "backup/extractmessages.h"
 #include "device/backuptempdir.h"
 #include "device/filerelay.h"
 #include "store/people/countrylibdb.h"
@@ -12,6 +11,7 @@
 #include "ui/dialogs/progressform.h"
 #include "ui/jobs/devicejobs.h"
 #include "ui/jobs/jobrunner.h"
+#include "ui/jobs/messagejobs.h"
 
 using namespace Qt::StringLiterals;
 

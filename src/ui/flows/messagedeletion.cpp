@@ -8,6 +8,7 @@
 #include "ui/dialogs/progressform.h"
 #include "ui/flows/sourceloader.h"
 #include "ui/jobs/jobrunner.h"
+#include "ui/jobs/messagejobs.h"
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
 

@@ -1,10 +1,10 @@
 #include "ui/flows/messagerecovery.h"
 
-#include "recovery/carving/recoverdeleted.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/flows/shownsource.h"
 #include "ui/jobs/jobrunner.h"
+#include "ui/jobs/messagejobs.h"
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
 

@@ -5,6 +5,7 @@
 #include <QThread>
 
 #include <exception>
+#include <memory>
 
 namespace
 {
@@ -55,6 +56,12 @@ bool runUnder(ProgressForm &form, QThread &job)
     const bool succeeded = form.exec() == QDialog::Accepted && !form.cancelled;
     waitForStopping(job, form.parentWidget());
     return succeeded;
+}
+
+bool runAsJob(ProgressForm &form, const std::function<QString()> &work)
+{
+    const std::unique_ptr<QThread> job(QThread::create([&] { runJob(form, work); }));
+    return runUnder(form, *job);
 }
 
 bool runWork(ProgressForm &form, const std::function<void()> &work)

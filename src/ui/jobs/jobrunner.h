@@ -12,6 +12,9 @@ class QWidget;
 /// cancelled, the person knows.
 bool runUnder(ProgressForm &form, QThread &job);
 
+/// The same for a step that has no thread class: `work` runs as `runJob` does.
+bool runAsJob(ProgressForm &form, const std::function<QString()> &work);
+
 /// Runs `work`, which may report to `form`, on a thread of its own and waits for both. False when it was
 /// cancelled. What `work` throws is else thrown again here.
 bool runWork(ProgressForm &form, const std::function<void()> &work);

@@ -270,9 +270,10 @@ void TestLocalJobs::aCancelledBackupLeavesNothing()
     for (const LocalDatabase &target : {sample, localDatabaseToFill(u"New"_s)}) {
         RecordingProgress dialog;
         dialog.actAtUpdate = 2; // the first comes before any message
-        BackupSMSThread job(records.list(), QDir(target.path), target.file(), &dialog, nullptr);
-        job.start();
-        QVERIFY(job.wait());
+        runJob(dialog, [&] {
+            backupMessages(records.list(), QDir(target.path), target.file(), dialog);
+            return QString();
+        });
         QCOMPARE(dialog.outcome, u"not reported"_s);
     }
     QVERIFY(bytesOf(file) == before);
@@ -325,9 +326,7 @@ void TestLocalJobs::deletingMessagesTakesWhatHangsOnThem()
     list.removeIf([&](const _MsgMessage *message) { return !doomed.split(u' ').contains(message->text); });
     RecordingProgress dialog;
     dialog.actAtUpdate = cancelAt;
-    DeleteMessagesThread job(db.get(), &list, &dialog, nullptr);
-    job.start();
-    QVERIFY(job.wait());
+    runJob(dialog, [&] { return QString::number(deleteMessages(*db, list, dialog)); });
     QTEST(countsOf(file), "counts");
     QCOMPARE(rows(u"select sql from sqlite_master order by 1"_s), before);
 }
