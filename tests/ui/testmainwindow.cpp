@@ -444,7 +444,7 @@ void TestMainWindow::quickSelectionsReadOneSourceOnce()
     QTRY_COMPARE(rows(), 3);
     QCOMPARE(readings.count(), 1);
     const BoxReader boxes;
-    sources->use(*sources->localDatabase(u"Mine"_s), [&](AbsMessageDb &) {
+    sources->use(*sources->localDatabase(u"Mine"_s), [&](AbsIOSMessageDb &) {
         select(u"Mine"_s);
         QCoreApplication::processEvents();
         window->miExportAll();
@@ -627,7 +627,7 @@ void TestMainWindow::switchesShowWhatIsHiddenAndAreRemembered()
         IOSDevice phone;
         phone.deviceName = u"Phone"_s;
         phone.uniqueDeviceID = dir->path();
-        QSharedPointer<AbsMessageDb> db(openMessageDb(QDir(dir->path()), {}).release());
+        QSharedPointer<AbsIOSMessageDb> db(openMessageDb(QDir(dir->path()), {}).release());
         window->findChild<SourcePane *>()->model().addDevice(db, phone);
         select(u"Phone"_s);
     };

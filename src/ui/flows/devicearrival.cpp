@@ -78,6 +78,6 @@ std::optional<ReadPhone> readPhone(void *handle, QWidget *window)
     if (!(hasFileRelay(phone) ? readByFileRelay(phone, window) : readByBackup(phone, window)))
         return std::nullopt;
     return ReadPhone{phone,
-                     QSharedPointer<AbsMessageDb>(
+                     QSharedPointer<AbsIOSMessageDb>(
                          openMessageDb(phone.cacheDir(), phone.mobileSubscriberCountryCode).release())};
 }

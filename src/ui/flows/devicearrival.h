@@ -12,7 +12,7 @@ class QWidget;
 /// A phone whose messages lie in its cache folder.
 struct ReadPhone {
     IOSDevice device;
-    QSharedPointer<AbsMessageDb> db;
+    QSharedPointer<AbsIOSMessageDb> db;
 };
 
 /// Brings the messages of the phone behind `handle` into its cache folder, with all that has to be asked of

@@ -26,9 +26,9 @@ bool deleteUnderDialog(SourcePane &sources, const _LocalDBItemNode &database, co
                        QWidget *window)
 {
     bool isDone = false;
-    sources.use(database, [&](AbsMessageDb &db) {
+    sources.use(database, [&](AbsIOSMessageDb &db) {
         ProgressForm form(QString(), window);
-        DeleteMessagesThread job(&dynamic_cast<IOS6MessageDb &>(db), &list.messages, &form, nullptr);
+        DeleteMessagesThread job(db.asIos6(), &list.messages, &form, nullptr);
         isDone = runUnder(form, job);
     });
     return isDone;
@@ -84,9 +84,9 @@ void deleteEmptyConversation(SourcePane &sources, const _LocalDBItemNode &databa
         identifiers.append(chat->chat_identifier);
     if (identifiers.isEmpty())
         return;
-    sources.use(database, [&](AbsMessageDb &db) {
+    sources.use(database, [&](AbsIOSMessageDb &db) {
         ProgressForm unseen(QString(), window);
-        deleteConversations(dynamic_cast<IOS6MessageDb &>(db), identifiers, unseen);
+        deleteConversations(*db.asIos6(), identifiers, unseen);
     });
     removeConversations(sources.model(), {conversation}, *conversation->store);
 }
@@ -136,7 +136,7 @@ void deleteDatabase(SourcePane &sources)
     if (!database || !askYesNo(QObject::tr("IDS_CONFIRM_DEL_THIS_LOCALDB")))
         return;
     const QString name = database->text;
-    sources.use(*database, [&](AbsMessageDb &db) {
+    sources.use(*database, [&](AbsIOSMessageDb &db) {
         db.close();
         if (const std::optional<LocalDatabase> folder = findLocalDatabase(name))
             deleteLocalDatabase(*folder);

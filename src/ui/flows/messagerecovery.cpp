@@ -34,9 +34,7 @@ void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget 
         return;
     const QPersistentModelIndex place(sources.model().indexOf(source));
     bool isSearched = false;
-    sources.use(*source, [&](AbsMessageDb &db) {
-        isSearched = lookForDeleted(dynamic_cast<AbsIOSMessageDb &>(db), window);
-    });
+    sources.use(*source, [&](AbsIOSMessageDb &db) { isSearched = lookForDeleted(db, window); });
     if (!isSearched || !place.isValid()) // the phone may have gone meanwhile
         return;
     if (const _MsgStorePtr store = showAnew(source, sources, messages))

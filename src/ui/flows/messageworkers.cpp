@@ -109,7 +109,7 @@ bool MessageWorkers::fillDatabase(const LocalDatabase &target, const MessageList
     if (!node)
         return runUnder(progress, job);
     bool isFilled = false;
-    sources->use(*node, [&](AbsMessageDb &db) {
+    sources->use(*node, [&](AbsIOSMessageDb &db) {
         db.close(); // the job has a connection of its own
         isFilled = runUnder(progress, job);
     });

@@ -19,18 +19,17 @@ namespace
 // Below this a source is there before a dialog could be.
 constexpr qint64 largeFile = 4 * 1024 * 1024; // bytes
 
-void readAll(AbsMessageDb &db, _MsgStorePtr &store, Recovered recovered)
+void readAll(AbsIOSMessageDb &db, _MsgStorePtr &store, Recovered recovered)
 {
     db.messages(store, 0); // which reads the chats too
     db.attachments(store);
-    if (auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db); phone && recovered == Recovered::Shown)
-        loadRecycled(*phone, *store);
+    if (recovered == Recovered::Shown)
+        loadRecycled(db, *store);
 }
 
-void sayContactsFailure(AbsMessageDb &db)
+void sayContactsFailure(AbsIOSMessageDb &db)
 {
-    auto *phone = dynamic_cast<AbsIOSMessageDb *>(&db);
-    const QString failure = phone ? phone->takeContactsFailure() : QString();
+    const QString failure = db.takeContactsFailure();
     if (!failure.isEmpty())
         showWarning(plainInBox(failure));
 }
@@ -42,7 +41,8 @@ void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
         IOSDevice phone;
         phone.deviceName = folder.fileName();
         phone.uniqueDeviceID = folder.absoluteFilePath();
-        const QSharedPointer<AbsMessageDb> db(new IOS6MessageDb(QDir(phone.uniqueDeviceID), QString(), true));
+        const QSharedPointer<AbsIOSMessageDb> db(
+            new IOS6MessageDb(QDir(phone.uniqueDeviceID), QString(), true));
         _MsgStorePtr store = _MsgStorePtr::create();
         db->chats(store);
         _IOSDeviceItemNode *node = model.addDevice(db, phone);
@@ -57,7 +57,7 @@ void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
 
 } // namespace
 
-_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, Recovered recovered)
+_MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *parent, Recovered recovered)
 {
     _MsgStorePtr store = _MsgStorePtr::create();
     if (QFileInfo(file).size() < largeFile)
@@ -92,7 +92,7 @@ bool isLoaded(const _AbsDBItemNode &source)
 
 _LocalDBItemNode *addLocalDatabase(ItemModelMain &model, const LocalDatabase &database)
 {
-    return model.addLocalDb(QSharedPointer<AbsMessageDb>(openLocalDatabase(database, {}).release()),
+    return model.addLocalDb(QSharedPointer<AbsIOSMessageDb>(openLocalDatabase(database, {}).release()),
                             database.name);
 }
 

@@ -17,7 +17,7 @@ enum class Recovered { Shown, LeftOut };
 
 /// Chats and messages of `db` in a new store. A `file` too large to read within a blink is read on another
 /// thread, under a busy dialog over `parent`. Throws what the reader throws.
-_MsgStorePtr readSource(AbsMessageDb &db, const QString &file, QWidget *parent, Recovered recovered);
+_MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *parent, Recovered recovered);
 
 /// Where the files of a phone lie: in its cache, or in the folder that acts as one. Throws
 /// `std::runtime_error`.

@@ -54,8 +54,8 @@ const MessageGaps &ViewSwitches::gapsOf(const _AbsDBItemNode &source)
         return gaps;
     MessageGaps found;
     const bool isLarge = isLargeSource(source);
-    sources->use(source, [&](AbsMessageDb &db) {
-        const auto read = [&] { found = messageGaps(dynamic_cast<AbsIOSMessageDb &>(db), *store); };
+    sources->use(source, [&](AbsIOSMessageDb &db) {
+        const auto read = [&] { found = messageGaps(db, *store); };
         if (isLarge)
             runBusy(QObject::tr("IDS_LOADING_MESSAGES"), sources->window(), read);
         else
@@ -74,7 +74,7 @@ QStringList ViewSwitches::missingLines()
     const _ChatSessionItemNode *conversation = sources->currentConversation();
     const std::optional<_MsgSession> session =
         conversation ? std::optional(conversation->session) : std::nullopt;
-    if (dynamic_cast<AbsIOSMessageDb &>(*source->db).isLocalDatabase())
+    if (source->db->isLocalDatabase())
         return {QObject::tr("IDS_GAPS_NOT_IN_LOCALDB")};
     const MessageGaps &all = gapsOf(*source);
     QStringList lines;

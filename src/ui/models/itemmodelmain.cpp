@@ -74,14 +74,15 @@ QVariant ItemModelMain::headerData(int, Qt::Orientation, int) const
     return {};
 }
 
-_IOSDeviceItemNode *ItemModelMain::addDevice(const QSharedPointer<AbsMessageDb> &db, const IOSDevice &device)
+_IOSDeviceItemNode *ItemModelMain::addDevice(const QSharedPointer<AbsIOSMessageDb> &db,
+                                             const IOSDevice &device)
 {
     auto *node = new _IOSDeviceItemNode(db, device);
     appendNodes(rootDevice, {node});
     return node;
 }
 
-_LocalDBItemNode *ItemModelMain::addLocalDb(const QSharedPointer<AbsMessageDb> &db, const QString &name)
+_LocalDBItemNode *ItemModelMain::addLocalDb(const QSharedPointer<AbsIOSMessageDb> &db, const QString &name)
 {
     auto *node = new _LocalDBItemNode(db, name);
     appendNodes(rootLocalDb, {node});

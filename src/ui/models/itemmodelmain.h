@@ -18,9 +18,9 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
     /// Adds a phone. The node belongs to the model.
-    _IOSDeviceItemNode *addDevice(const QSharedPointer<AbsMessageDb> &db, const IOSDevice &device);
+    _IOSDeviceItemNode *addDevice(const QSharedPointer<AbsIOSMessageDb> &db, const IOSDevice &device);
     /// Adds a Local Database. The node belongs to the model.
-    _LocalDBItemNode *addLocalDb(const QSharedPointer<AbsMessageDb> &db, const QString &name);
+    _LocalDBItemNode *addLocalDb(const QSharedPointer<AbsIOSMessageDb> &db, const QString &name);
     /// Whether the conversations with one person are one. Those of sources read already are made anew.
     void setJoinsPersons(bool joins);
     /// Makes the conversations below `node` anew from its store, newest first.

@@ -26,17 +26,17 @@ _RootLocalDBItemNode::_RootLocalDBItemNode() : _ItemNode(RootLocalDbNode, QObjec
 }
 
 _AbsDBItemNode::_AbsDBItemNode(int nodeType, const QString &nodeText,
-                               const QSharedPointer<AbsMessageDb> &source)
+                               const QSharedPointer<AbsIOSMessageDb> &source)
     : _ItemNode(nodeType, nodeText), db(source), store(_MsgStorePtr::create())
 {
 }
 
-_IOSDeviceItemNode::_IOSDeviceItemNode(const QSharedPointer<AbsMessageDb> &source, const IOSDevice &phone)
+_IOSDeviceItemNode::_IOSDeviceItemNode(const QSharedPointer<AbsIOSMessageDb> &source, const IOSDevice &phone)
     : _AbsDBItemNode(IosDeviceNode, phone.deviceName, source), device(phone)
 {
 }
 
-_LocalDBItemNode::_LocalDBItemNode(const QSharedPointer<AbsMessageDb> &source, const QString &name)
+_LocalDBItemNode::_LocalDBItemNode(const QSharedPointer<AbsIOSMessageDb> &source, const QString &name)
     : _AbsDBItemNode(LocalDbNode, name, source)
 {
 }

@@ -28,20 +28,20 @@ struct _RootLocalDBItemNode : AbsTreeItemModel::_ItemNode {
 
 /// A source of messages. Jobs may hold `db` longer than the node lives.
 struct _AbsDBItemNode : AbsTreeItemModel::_ItemNode {
-    _AbsDBItemNode(int nodeType, const QString &nodeText, const QSharedPointer<AbsMessageDb> &source);
-    QSharedPointer<AbsMessageDb> db;
+    _AbsDBItemNode(int nodeType, const QString &nodeText, const QSharedPointer<AbsIOSMessageDb> &source);
+    QSharedPointer<AbsIOSMessageDb> db;
     _MsgStorePtr store; ///< never null; filled when the source is loaded
 };
 
 /// A phone.
 struct _IOSDeviceItemNode : _AbsDBItemNode {
-    _IOSDeviceItemNode(const QSharedPointer<AbsMessageDb> &source, const IOSDevice &phone);
+    _IOSDeviceItemNode(const QSharedPointer<AbsIOSMessageDb> &source, const IOSDevice &phone);
     IOSDevice device;
 };
 
 /// A Local Database; its folder's name is the text.
 struct _LocalDBItemNode : _AbsDBItemNode {
-    _LocalDBItemNode(const QSharedPointer<AbsMessageDb> &source, const QString &name);
+    _LocalDBItemNode(const QSharedPointer<AbsIOSMessageDb> &source, const QString &name);
 };
 
 /// A conversation of the source above it.

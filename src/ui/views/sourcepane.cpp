@@ -127,9 +127,9 @@ _AbsDBItemNode *SourcePane::sourceOf(const _MsgStorePtr &store) const
     return nullptr;
 }
 
-void SourcePane::use(const _AbsDBItemNode &source, const std::function<void(AbsMessageDb &db)> &work)
+void SourcePane::use(const _AbsDBItemNode &source, const std::function<void(AbsIOSMessageDb &db)> &work)
 {
-    const QSharedPointer<AbsMessageDb> db = source.db; // the node may go meanwhile
+    const QSharedPointer<AbsIOSMessageDb> db = source.db; // the node may go meanwhile
     if (inUse.contains(db.data()))
         throw std::runtime_error(QObject::tr("IDS_SOURCE_%1_IN_USE").arg(source.text).toStdString());
     inUse.insert(db.data());
@@ -149,7 +149,7 @@ bool SourcePane::load(_AbsDBItemNode *source)
     const Recovered recovered = source->type == IosDeviceNode ? Recovered::Shown : Recovered::LeftOut;
     const QString file = messageFileOf(*source);
     _MsgStorePtr store;
-    use(*source, [&](AbsMessageDb &db) { store = readSource(db, file, window(), recovered); });
+    use(*source, [&](AbsIOSMessageDb &db) { store = readSource(db, file, window(), recovered); });
     if (!place.isValid())
         return false;
     if (store->messages.isEmpty() && store->chats.isEmpty() && source->store->chats.isEmpty())

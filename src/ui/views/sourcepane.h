@@ -40,7 +40,7 @@ public:
     /// Runs `work`, which may wait under a dialog for another thread, on the database of a source. One
     /// connection serves one at a time: throws `std::runtime_error` when it is in use, and what `work`
     /// throws.
-    void use(const _AbsDBItemNode &source, const std::function<void(AbsMessageDb &db)> &work);
+    void use(const _AbsDBItemNode &source, const std::function<void(AbsIOSMessageDb &db)> &work);
     /// Whether any source is in use.
     bool isBusy() const { return !inUse.isEmpty(); }
     /// Reads a source that isn't loaded, and makes its conversations. False when it went away meanwhile.
@@ -70,5 +70,5 @@ private:
     ItemModelMain *mainModel;
     QLineEdit *txtHandleKeyword;
     MyTreeView *treeViewDS;
-    QSet<const AbsMessageDb *> inUse;
+    QSet<const AbsIOSMessageDb *> inUse;
 };
