@@ -1,6 +1,6 @@
 #include "tools/samplephone/samplecast.h"
 
-#include "tools/samplephone/sampleimages.h"
+#include "tools/samplephone/samplemedia.h"
 #include "tools/samplephone/samplewords.h"
 
 using namespace Qt::StringLiterals;
@@ -11,44 +11,20 @@ namespace
 /// Names that try file systems, markup, spreadsheets and terminals.
 const QStringList &hostileNames()
 {
-    static const QStringList names = {
-        u"../../../etc/passwd"_s,
-        u"<script>alert(1)</script> & \"quotes\""_s,
-        u"=1+2;\"A\",B"_s,
-        u"a/b\\c:d*e?\"<>|"_s,
-        u"Line\nBreak\tTab"_s,
-        u"\u202Ecod.exe"_s,
-        u"CON"_s,
-        u"   "_s,
-        u"\u001B[31mred\u0007"_s,
-        QString(2000, u'X'),
-        u"%1 %2 %s %n"_s,
-        u"'; drop table person; --"_s,
-    };
+    static const QStringList names =
+        u"../../../etc/passwd~<script>alert(1)</script> & \"quotes\"~=1+2;\"A\",B~a/b\\c:d*e?\"<>|~"
+        "Line\nBreak\tTab~\u202Ecod.exe~CON~   ~\u001B[31mred\u0007~%1 %2 %s %n~'; drop table person; --"_s
+            .split(u'~') +
+        QStringList{QString(2000, u'X')};
     return names;
-}
-
-/// The eight digits behind the 6 of a Spanish mobile; different for each `place`.
-QString mobileDigits(int place, quint64 offset)
-{
-    constexpr quint64 numbers = 100000000;
-    constexpr quint64 step = 10007; // Has no factor in common with `numbers`.
-    return QString::number((offset + quint64(place) * step) % numbers).rightJustified(8, u'0');
 }
 
 /// A national number of nine digits as people type it.
 QString spelling(const QString &number, int style)
 {
-    QString spaced = number.first(3) % u' ' % number.sliced(3, 3) % u' ' % number.last(3);
-    switch (style) {
-    case 0: return spaced;
-    case 1: return u"+34 "_s % spaced;
-    case 2: return u"0034"_s % number;
-    case 3:
-        return u"(+34) "_s % number.first(3) % u'-' % number.sliced(3, 2) % u'-' % number.sliced(5, 2) %
-               u'-' % number.last(2);
-    default: return number;
-    }
+    static const QStringList styles = {u"%1 %2 %3"_s, u"+34 %1 %2 %3"_s, u"0034%1%2%3"_s, u"(+34) %1-%2-%3"_s,
+                                       u"%1%2%3"_s};
+    return styles.at(style).arg(number.first(3), number.sliced(3, 3), number.last(3));
 }
 
 void giveForeignNumber(SamplePerson &person, int place, const QString &digits)
@@ -110,7 +86,9 @@ QList<SamplePerson> sampleCast(int count, SampleRandom &random)
     const quint64 offset = random.next() >> 32;
     for (int place = 0; place < count; ++place) {
         SamplePerson person;
-        const QString digits = mobileDigits(place, offset);
+        // The eight digits behind the 6 of a mobile; 10007 has no factor in common with their number.
+        const QString digits =
+            QString::number((offset + quint64(place) * 10007) % 100'000'000).rightJustified(8, u'0');
         giveName(person, place, random);
         person.hasCard = place % 6 != 1;
         if (place % 9 == 7)

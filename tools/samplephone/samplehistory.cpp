@@ -1,6 +1,5 @@
 #include "tools/samplephone/samplehistory.h"
 
-#include "tools/samplephone/sampleimages.h"
 #include "tools/samplephone/samplemedia.h"
 #include "tools/samplephone/samplewords.h"
 
@@ -11,49 +10,15 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// 2011-01-01 and 2015-12-31, seconds since 2001.
-constexpr qint64 firstDay = 315532800;
-constexpr qint64 lastDay = 473212800;
-/// 2018-01-01 and 2025-12-31.
-constexpr qint64 firstDayOfModern = 536457600;
-constexpr qint64 lastDayOfModern = 788832000;
-/// So many files of attachments stand in a sample at most.
-constexpr qsizetype mostFiles = 4000;
-constexpr int fewestPeople = 100;
-
 const auto iMessage = "iMessage"_L1;
 
-bool isPicture(const SampleAttachment &attachment)
-{
-    return attachment.mime_type.startsWith("image/"_L1, Qt::CaseInsensitive);
-}
-
-/// "~/Library/..." and "/var/mobile/Library/..." as a path in the backup's domain.
-QString pathInDomain(const QString &filename)
-{
-    return filename.sliced(filename.indexOf("Library/"_L1));
-}
-
 /// Decides what a file holds, the same on every machine.
-quint64 seedOf(const QString &filename)
+quint64 seedOf(const QString &text)
 {
     quint64 seed = 5381;
-    for (const QChar sign : filename)
+    for (const QChar sign : text)
         seed = seed * 33 + sign.unicode();
     return seed;
-}
-
-SampleContent contentOf(const SampleAttachment &attachment)
-{
-    const quint64 seed = seedOf(attachment.filename);
-    if (isPicture(attachment))
-        return sampleBytes(sampleJpeg(40, seed));
-    return sampleNoise(1000 + qint64(seed % 9000), seed);
-}
-
-QString personId(int place)
-{
-    return u"person-"_s + QString::number(place);
 }
 
 QString secondAddressOf(int place)
@@ -73,22 +38,23 @@ void addSecondAddresses(QList<SamplePerson> &people)
     }
 }
 
-SampleFile previewOf(const QString &path)
+/// Whether people can answer it.
+bool isTalk(const SampleMessage &message)
 {
-    const QString stem = path.first(path.lastIndexOf(u'.'));
-    return {u"MediaDomain"_s, stem % u"-preview-left.jpg"_s, sampleBytes(sampleJpeg(8, seedOf(path)))};
+    const SampleExtras &extras = message.extras;
+    return message.item_type == 0 && extras.associated_message_type == 0 && message.chats.size() == 1 &&
+           !message.text.isEmpty() && extras.delete_date == 0;
 }
 
 } // namespace
 
-SampleHistory::SampleHistory(IosVersion generation, int messages, int conversationsWanted, quint64 seed)
+SampleHistory::SampleHistory(IosVersion generation, int messages, int wantedConversations, quint64 seed)
     : version(generation)
     , messageCount(messages)
-    , conversationCount(std::max(conversationsWanted, 1))
+    , conversationCount(std::max(wantedConversations, 1))
     , random(seed)
-    , cast(sampleCast(std::max(conversationCount + 10, fewestPeople), random))
-    , touches(sampleTouches(generation))
-    , seasoning(generation, seed)
+    , cast(sampleCast(std::max(conversationCount + 10, 100), random))
+    , kinds(sampleKinds(generation))
 {
     if (isModern(version))
         addSecondAddresses(cast);
@@ -98,15 +64,16 @@ QList<SampleFile> SampleHistory::write(const QString &path, Log log)
 {
     const std::unique_ptr<SmsDbWriter> writer = SmsDbWriter::create(path, version);
     addConversations(*writer);
-    SampleScene scene = sceneOfEvents();
+    setScene();
     const int logStart = log == Log::Beside ? messageCount - std::max(1, messageCount / 10) : -1;
     for (int number = 0; number < messageCount; ++number) {
         if (number == logStart)
             writer->startLog();
-        scene.target = seasoning.newest();
-        scene.poll = seasoning.newestPoll();
-        SampleMessage message = messageAt(number, scene);
-        complete(message);
+        SampleMessage message = messageAt(number);
+        remember(message);
+        if (!isModern(version) && message.service == iMessage && !message.text.isEmpty())
+            message.attributedBody = typedStreamOf(message.text);
+        addFiles(message.attachments);
         if (isModern(version))
             writeErased(*writer, message);
         writer->addMessage(message);
@@ -115,35 +82,41 @@ QList<SampleFile> SampleHistory::write(const QString &path, Log log)
     return files;
 }
 
-/// An ordinary message, or an odd one in its place.
-SampleMessage SampleHistory::messageAt(int number, const SampleScene &scene)
+/// An ordinary message, or a special one in its place: each kind once, some again and again.
+SampleMessage SampleHistory::messageAt(int number)
 {
-    const int stride = std::max(2, messageCount / int(touches.size()));
     SampleMessage message = ordinaryMessage(number);
-    const int touch = number / stride;
-    const bool canAnswer = !isModern(version) || !scene.target.guid.isNull();
-    if (number % stride == (isModern(version) ? stride - 1 : 0) && touch < touches.size() && canAnswer)
-        touches.at(touch)(message, scene);
-    else if (isModern(version))
-        seasoning.season(message);
+    scene.number = number;
+    scene.target = newestOfChat.value(message.chats.first(), newest);
+    if (scene.target.guid.isNull())
+        return message;
+    const int stride = std::max(2, messageCount / int(kinds.size()));
+    if (const int place = number / stride; number % stride == stride - 1 && place < kinds.size()) {
+        kinds.at(place).touch(message, scene);
+    } else if (message.attachments.isEmpty()) {
+        const auto kind = std::ranges::find_if(
+            kinds, [this](const SampleKind &each) { return each.oneIn && random.isOneIn(each.oneIn); });
+        if (kind != kinds.end())
+            kind->touch(message, scene);
+    }
     return message;
 }
 
-void SampleHistory::complete(SampleMessage &message)
+void SampleHistory::remember(const SampleMessage &message)
 {
-    if (isModern(version))
-        seasoning.remember(message);
-    else if (message.service == iMessage && !message.text.isEmpty())
-        message.attributedBody = typedStreamOf(message.text);
-    message.attachments = withFiles(message.attachments);
+    if (!isTalk(message))
+        return;
+    newest = newestOfChat[message.chats.first()] = message;
+    if (message.extras.balloon_bundle_id.endsWith("com.apple.messages.Polls"_L1))
+        scene.poll = message;
 }
 
 /// Messages that were deleted for good leave gaps before `next`.
 void SampleHistory::writeErased(SmsDbWriter &writer, const SampleMessage &next)
 {
-    for (int left = seasoning.erasedHere(); left > 0; --left) {
+    for (int left = random.isOneIn(120) ? 1 + random.below(4) : 0; left > 0; --left) {
         SampleMessage erased = next;
-        erased.guid = SampleRandom(seedOf(next.guid) + quint64(left)).guid();
+        erased.guid = random.guid();
         erased.attachments.clear();
         erased.extras.isErased = true;
         writer.addMessage(erased);
@@ -155,14 +128,16 @@ void SampleHistory::addConversations(SmsDbWriter &writer)
 {
     conversations.clear();
     for (int place = 0; place < conversationCount; ++place) {
-        if (place % 5 == 1)
-            conversations.append(group(writer, place, iMessage));
-        else if (place % 10 == 8)
-            conversations.append(group(writer, place, u"SMS"_s));
-        else
-            conversations.append(direct(writer, place));
-        if (isModern(version) && place % 5 == 3)
-            conversations.append(secondAddress(writer, place));
+        const bool isGroup = place % 5 == 1 || place % 10 == 8;
+        conversations.append(isGroup ? group(writer, place, place % 5 == 1 ? QString(iMessage) : u"SMS"_s)
+                                     : direct(writer, place));
+        if (!isModern(version) || place % 5 != 3)
+            continue;
+        // The same person by e-mail.
+        const SampleHandle second{.id = secondAddressOf(place),
+                                  .person_centric_id = u"person-"_s + QString::number(place)};
+        const int chat = writer.addChat({.service = iMessage, .members = {second}});
+        conversations.append({.chats = {chat}, .services = {iMessage}, .members = {second}});
     }
 }
 
@@ -170,10 +145,8 @@ void SampleHistory::addConversations(SmsDbWriter &writer)
 SampleHistory::Conversation SampleHistory::direct(SmsDbWriter &writer, int place) const
 {
     const SamplePerson &person = cast.at(place);
-    Conversation conversation;
-    conversation.members = {person.handle};
-    conversation.members.first().person_centric_id = personId(place);
-    conversation.services = servicesOf(person, place);
+    Conversation conversation{.services = servicesOf(person, place), .members = {person.handle}};
+    conversation.members.first().person_centric_id = u"person-"_s + QString::number(place);
     for (const QString &service : std::as_const(conversation.services))
         conversation.chats.append(writer.addChat({.service = service,
                                                   .members = conversation.members,
@@ -193,23 +166,11 @@ QStringList SampleHistory::servicesOf(const SamplePerson &person, int place) con
     return services;
 }
 
-/// The same person by e-mail.
-SampleHistory::Conversation SampleHistory::secondAddress(SmsDbWriter &writer, int place) const
-{
-    Conversation conversation;
-    conversation.members = {{.id = secondAddressOf(place), .person_centric_id = personId(place)}};
-    conversation.services = {iMessage};
-    conversation.chats = {writer.addChat({.service = iMessage, .members = conversation.members})};
-    return conversation;
-}
-
 SampleHistory::Conversation SampleHistory::group(SmsDbWriter &writer, int place, const QString &service) const
 {
     static const QStringList names = {u"Familia"_s, u"Cena viernes 🍕"_s, u"Team A/B: *?"_s,
                                       u"<b>Fútbol</b>"_s};
-    Conversation conversation;
-    conversation.isGroup = true;
-    conversation.services = {service};
+    Conversation conversation{.isGroup = true, .services = {service}};
     const qsizetype size = 3 + place % 4;
     for (int next = place + 1; conversation.members.size() < size; ++next) {
         const SamplePerson &person = cast.at(next % int(cast.size()));
@@ -224,16 +185,16 @@ SampleHistory::Conversation SampleHistory::group(SmsDbWriter &writer, int place,
     return conversation;
 }
 
-SampleScene SampleHistory::sceneOfEvents() const
+void SampleHistory::setScene()
 {
     const Conversation &place = conversations.at(conversations.size() > 1 ? 1 : 0);
-    SampleScene scene;
-    scene.groupChat = place.chats.first();
-    scene.groupService = place.services.first();
+    scene = {.version = version,
+             .groupChat = place.chats.first(),
+             .groupService = place.services.first(),
+             .members = {},
+             .otherChat = conversations.last().chats.last()};
     for (const SampleHandle &member : place.members)
         scene.members.append(member.id);
-    scene.otherChat = conversations.last().chats.last();
-    return scene;
 }
 
 /// Talk comes in runs: mostly the conversation of the message before goes on, and some conversations go
@@ -257,26 +218,21 @@ SampleMessage SampleHistory::ordinaryMessage(int number)
     message.date = dateOf(number);
     message.text = sampleSentence(current, random);
     if (random.isOneIn(60)) {
+        static const QStringList endings = {u".jpg"_s, u".HEIC"_s, u".png"_s, u".gif"_s};
+        const QString name = u"IMG_"_s % QString::number(number % 10000).rightJustified(4, u'0') %
+                             endings.at(isModern(version) ? number % 4 : 0);
         message.text = QChar(0xFFFC) + (random.isOneIn(2) ? message.text : QString());
-        SampleAttachment picture;
-        picture.filename = sampleAttachmentName(version, message.guid, pictureName(number));
-        message.attachments = {picture};
+        message.attachments = {sampleAttachment(version, message.guid, name)};
     }
     return message;
-}
-
-QString SampleHistory::pictureName(int number) const
-{
-    static const QStringList modernEndings = {u".jpg"_s, u".HEIC"_s, u".png"_s, u".gif"_s};
-    const QString ending = isModern(version) ? modernEndings.at(number % modernEndings.size()) : u".jpg"_s;
-    return u"IMG_"_s % QString::number(number % 10000).rightJustified(4, u'0') % ending;
 }
 
 /// Dates rise with the rows, but some clocks are off by a minute and a few by a day.
 qint64 SampleHistory::dateOf(int number)
 {
-    const qint64 first = isModern(version) ? firstDayOfModern : firstDay;
-    const qint64 last = isModern(version) ? lastDayOfModern : lastDay;
+    // 2018-01-01 to 2025-12-31, or 2011-01-01 to 2015-12-31, in seconds since 2001.
+    const qint64 first = isModern(version) ? 536457600 : 315532800;
+    const qint64 last = isModern(version) ? 788832000 : 473212800;
     qint64 date = first + (last - first) * number / messageCount;
     if (random.isOneIn(30))
         date -= random.below(100);
@@ -285,27 +241,22 @@ qint64 SampleHistory::dateOf(int number)
     return date;
 }
 
-/// The attachments with their sizes, once their files are kept. One file in ten was lost.
-QList<SampleAttachment> SampleHistory::withFiles(QList<SampleAttachment> attachments)
+/// Gives attachments their sizes once their files are kept. One file in ten was lost.
+void SampleHistory::addFiles(QList<SampleAttachment> &attachments)
 {
+    constexpr qsizetype mostFiles = 4000;
     for (SampleAttachment &attachment : attachments) {
         if (attachment.filename.isNull())
             continue;
         const quint64 seed = seedOf(attachment.filename);
-        const SampleContent content =
-            isModern(version) ? sampleMedia(attachment.filename, seed) : contentOf(attachment);
+        const SampleContent content = sampleMedia(attachment.filename, seed);
         attachment.total_bytes = content.length;
-        if (files.size() < mostFiles)
-            addFiles(attachment, content);
+        if (files.size() >= mostFiles)
+            continue;
+        const QString path = attachment.filename.sliced(attachment.filename.indexOf("Library/"_L1));
+        files.append({u"MediaDomain"_s, path, content, seed % 10 == 0});
+        if (!isModern(version) && attachment.mime_type.startsWith("image/"_L1, Qt::CaseInsensitive))
+            files.append({u"MediaDomain"_s, path.first(path.lastIndexOf(u'.')) + u"-preview-left.jpg"_s,
+                          sampleBytes(sampleJpeg(8, seed))});
     }
-    return attachments;
-}
-
-void SampleHistory::addFiles(const SampleAttachment &attachment, const SampleContent &content)
-{
-    const QString path = pathInDomain(attachment.filename);
-    const bool isLost = seedOf(path) % 10 == 0;
-    files.append({u"MediaDomain"_s, path, content, isLost});
-    if (isPicture(attachment) && !isModern(version))
-        files.append(previewOf(path));
 }

@@ -3,8 +3,9 @@
 #include "testing/builders/samplefile.h"
 #include "testing/builders/smsdbwriter.h"
 #include "tools/samplephone/samplecast.h"
-#include "tools/samplephone/sampleseason.h"
-#include "tools/samplephone/sampletouches.h"
+#include "tools/samplephone/samplekinds.h"
+
+#include <QHash>
 
 /// The conversations of a sample phone, told one message after the other.
 class SampleHistory
@@ -30,18 +31,15 @@ private:
 
     void addConversations(SmsDbWriter &writer);
     Conversation direct(SmsDbWriter &writer, int place) const;
-    Conversation secondAddress(SmsDbWriter &writer, int place) const;
     QStringList servicesOf(const SamplePerson &person, int place) const;
     Conversation group(SmsDbWriter &writer, int place, const QString &service) const;
-    SampleScene sceneOfEvents() const;
-    SampleMessage messageAt(int number, const SampleScene &scene);
-    void complete(SampleMessage &message);
-    void writeErased(SmsDbWriter &writer, const SampleMessage &next);
-    QString pictureName(int number) const;
-    void addFiles(const SampleAttachment &attachment, const SampleContent &content);
+    void setScene();
+    SampleMessage messageAt(int number);
     SampleMessage ordinaryMessage(int number);
     qint64 dateOf(int number);
-    QList<SampleAttachment> withFiles(QList<SampleAttachment> attachments);
+    void remember(const SampleMessage &message);
+    void writeErased(SmsDbWriter &writer, const SampleMessage &next);
+    void addFiles(QList<SampleAttachment> &attachments);
 
     const IosVersion version;
     const int messageCount;
@@ -49,8 +47,10 @@ private:
     SampleRandom random;
     QList<SamplePerson> cast;
     QList<Conversation> conversations;
-    QList<SampleTouch> touches;
-    SampleSeason seasoning;
-    int current = 0;
+    const QList<SampleKind> kinds;
+    SampleScene scene;
+    QHash<int, SampleMessage> newestOfChat; ///< that others can answer
+    SampleMessage newest;
+    int current = 0; ///< conversation
     QList<SampleFile> files;
 };

@@ -2,11 +2,14 @@
 
 #include "testing/builders/samplecontent.h"
 
-/// A grey GIF of `size` x `size` pixels with two frames; `seed` decides the shades.
-QByteArray sampleGif(int size, quint64 seed);
+/// A grey JPEG of `size` x `size` squares of 8 pixels; `seed` decides the shades.
+QByteArray sampleJpeg(int size, quint64 seed);
 
-/// A voice message: a Core Audio file of half a second of noise.
-QByteArray sampleVoice(quint64 seed);
+/// A grey PNG of `size` x `size` pixels; `seed` decides the shades.
+QByteArray samplePng(int size, quint64 seed);
+
+/// A GIF of 40 x 40 pixels with two frames.
+QByteArray sampleGif();
 
 /// A HEIC picture of 64 x 64 pixels, blue above and yellow below.
 QByteArray sampleHeic();

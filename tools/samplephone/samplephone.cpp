@@ -49,28 +49,17 @@ void requireEmpty(const QDir &folder)
 /// Lists files of applications until the manifest has `wanted` records.
 void addListedRecords(BackupBuilder &builder, int wanted, SampleRandom &random)
 {
-    constexpr int filesOfFolder = 100;
-    constexpr int foldersOfApplication = 20;
-    int left = wanted - builder.recordCount();
-    QString domain;
-    QString folder;
-    for (int number = 0; left > 0; ++number) {
-        if (number % (filesOfFolder * foldersOfApplication) == 0) {
-            domain = u"AppDomain-com.example.app"_s %
-                     QString::number(number / (filesOfFolder * foldersOfApplication));
+    const int left = wanted - builder.recordCount();
+    for (int number = 0; number < left; ++number) {
+        const QString domain = u"AppDomain-com.example.app"_s % QString::number(number / 2000);
+        const QString folder = u"Data"_s % QString::number((number - 1) / 100);
+        if (number % 2000 == 0)
             builder.folder(domain, QString(u""_s));
-            left -= 1;
-        }
-        if (left > 0 && number % filesOfFolder == 0) {
-            folder = u"Data"_s % QString::number(number / filesOfFolder);
+        else if (number % 100 == 1)
             builder.folder(domain, folder);
-            left -= 1;
-        }
-        if (left > 0) {
-            const QString path = folder % u"/object-"_s % random.guid() % u".dat"_s;
-            builder.missing(domain, path, quint64(random.below(1 << 20)));
-            left -= 1;
-        }
+        else
+            builder.missing(domain, folder % u"/object-"_s % random.guid() % u".dat"_s,
+                            quint64(random.below(1 << 20)));
     }
 }
 
