@@ -7,9 +7,10 @@
 #include <QString>
 #include <QStringList>
 
+struct Command;
+
 /// The words of the command line, sorted out. Only what the command takes is filled.
 struct CommandLine {
-    QString command;
     QString source;       ///< what SOURCE or NAME stands for
     bool quiet = false;   ///< no progress, even on a terminal
     QString root;         ///< folder to look for backups in; empty means the default place
@@ -26,8 +27,9 @@ struct CommandLine {
     QString intoBackup; ///< backup folder to write to
 };
 
-/// What came of parsing: a command line, a help text to print, or what is wrong.
+/// What came of parsing: a command and what it is to work on, a help text to print, or what is wrong.
 struct ParsedCommandLine {
+    const Command *command = nullptr; ///< set where neither help nor error is
     CommandLine line;
     QString help;
     QString error;

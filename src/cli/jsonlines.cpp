@@ -22,6 +22,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+[[noreturn]] void throwOutputError()
+{
+    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+}
+
 QJsonValue dateJson(const QDateTime &date)
 {
     return date.isValid() ? QJsonValue(date.toUTC().toString(Qt::ISODate)) : QJsonValue();
@@ -135,7 +140,13 @@ void printJsonLine(const QJsonObject &object)
 {
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
     if (std::fwrite(line.constData(), 1, size_t(line.size()), stdout) != size_t(line.size()))
-        throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
+        throwOutputError();
+}
+
+void finishOutput()
+{
+    if (std::fflush(stdout) != 0)
+        throwOutputError();
 }
 
 QJsonObject backupJson(const BackupManifest &backup)
@@ -228,4 +239,13 @@ QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &
             {u"chat_identifier"_s, message.chat ? QJsonValue(message.chat->chat_identifier) : QJsonValue()},
             {u"guid"_s, hasGuid ? QJsonValue(message.guid) : QJsonValue()},
             {u"date"_s, messageDateJson(message.date)}};
+}
+
+QJsonObject attachmentTotalsJson(const AttachmentTotals &totals)
+{
+    return {{u"attachments"_s, totals.count},
+            {u"bytes"_s, totals.bytes},
+            {u"bytes_on_disk"_s, totals.bytesOnDisk},
+            {u"missing"_s, totals.missing},
+            {u"missing_bytes"_s, totals.missingBytes}};
 }

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 class BackupManifest;
+struct AttachmentTotals;
 struct MessageGap;
 struct MessageGaps;
 struct _MsgAttachment;
@@ -13,6 +14,8 @@ struct _MsgSession;
 
 /// Writes one object on a line of standard output. Throws `std::runtime_error` when it can't be written.
 void printJsonLine(const QJsonObject &object);
+/// Makes sure that all lines are out. Throws as `printJsonLine` does.
+void finishOutput();
 
 QJsonObject backupJson(const BackupManifest &backup);
 
@@ -31,3 +34,5 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
 
 /// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
 QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);
+/// What is said at the end of all attachments.
+QJsonObject attachmentTotalsJson(const AttachmentTotals &totals);

@@ -1,10 +1,12 @@
 #include "app/datalocations.h"
 #include "app/log.h"
 #include "app/texts.h"
+#include "cli/command.h"
 #include "cli/commandline.h"
-#include "cli/commands.h"
 #include "cli/exitstatus.h"
 #include "cli/interrupt.h"
+#include "cli/jsonlines.h"
+#include "cli/terminalprogress.h"
 
 #include <QGuiApplication>
 #include <QTranslator>
@@ -25,11 +27,15 @@ ExitStatus fail(ExitStatus status, const QString &text)
     return status;
 }
 
-ExitStatus run(const CommandLine &line)
+ExitStatus run(const ParsedCommandLine &parsed)
 {
     try {
-        const CommandResult result = runCommand(line);
-        return result.status == ExitStatus::Done ? result.status : fail(result.status, result.error);
+        TerminalProgress progress(parsed.line.quiet);
+        parsed.command->run(parsed.line, progress);
+        finishOutput();
+        return ExitStatus::Done;
+    } catch (const CommandError &error) {
+        return fail(error.status, QString::fromUtf8(error.what()));
     } catch (const std::exception &error) {
         return fail(ExitStatus::Failed, QString::fromUtf8(error.what()));
     } catch (int) {
@@ -80,5 +86,5 @@ int main(int argc, char **argv)
         return int(ExitStatus::Done);
     }
     startLog();
-    return int(run(parsed.line));
+    return int(run(parsed));
 }

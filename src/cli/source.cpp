@@ -3,6 +3,7 @@
 #include "app/texts.h"
 #include "backup/backupdiscovery.h"
 #include "cli/commandline.h"
+#include "cli/exitstatus.h"
 #include "cli/interrupt.h"
 #include "cli/terminalprogress.h"
 #include "sources/findsource.h"
@@ -35,8 +36,8 @@ QString readPassword(const QString &fileName)
     return QString::fromUtf8(line);
 }
 
-/// Opens a backup, with the password if it wants one; says why when it stays locked.
-CommandResult openLocked(BackupManifest &manifest, const CommandLine &line, TerminalProgress &progress)
+/// Opens a backup, with the password if it wants one. Throws `CommandError` when it stays locked.
+void unlock(BackupManifest &manifest, const CommandLine &line, TerminalProgress &progress)
 {
     BackupOpening opening = openBackup(manifest, std::nullopt);
     if (opening == BackupOpening::NeedsPassword && !line.passwordFile.isEmpty()) {
@@ -44,14 +45,12 @@ CommandResult openLocked(BackupManifest &manifest, const CommandLine &line, Term
         const InterruptScope interruptible(progress);
         opening = openBackup(manifest, password, &progress);
     }
-    switch (opening) {
-    case BackupOpening::Ready: return {};
-    case BackupOpening::WrongPassword:
-        return {ExitStatus::Password, u"%1: invalid password."_s.arg(line.source)};
-    case BackupOpening::NeedsPassword: break;
-    }
-    return {ExitStatus::Password,
-            u"%1: the backup is encrypted; give its password with --password-file."_s.arg(line.source)};
+    if (opening == BackupOpening::WrongPassword)
+        throw CommandError(ExitStatus::Password, u"%1: invalid password."_s.arg(line.source));
+    if (opening == BackupOpening::NeedsPassword)
+        throw CommandError(
+            ExitStatus::Password,
+            u"%1: the backup is encrypted; give its password with --password-file."_s.arg(line.source));
 }
 
 /// The reader of an unlocked backup, whose databases are brought into the cache first.
@@ -66,37 +65,24 @@ std::unique_ptr<AbsIOSMessageDb> extractAndOpen(const BackupManifest &manifest, 
     return openExtracted(manifest, country);
 }
 
-/// The reader of what the command line names. Says why when a backup stays locked.
-std::unique_ptr<AbsIOSMessageDb> openNamed(const CommandLine &line, TerminalProgress &progress,
-                                           CommandResult &refusal)
+} // namespace
+
+std::unique_ptr<AbsIOSMessageDb> openUnread(const CommandLine &line, TerminalProgress &progress)
 {
+    if (!line.country.isEmpty() && !isKnownCountry(line.country))
+        throw CommandError(ExitStatus::Usage, u"Unknown mobile country code \"%1\"."_s.arg(line.country));
     const FoundSource found = findSource(line.source);
     if (found.kind != SourceKind::Backup)
         return openInPlace(found, line.country);
     BackupManifest manifest(found.folder.absolutePath());
-    refusal = openLocked(manifest, line, progress);
-    if (refusal.status != ExitStatus::Done)
-        return nullptr;
+    unlock(manifest, line, progress);
     return extractAndOpen(manifest, line.country, progress);
-}
-
-} // namespace
-
-Source openUnread(const CommandLine &line, TerminalProgress &progress)
-{
-    Source source;
-    if (!line.country.isEmpty() && !isKnownCountry(line.country))
-        source.refusal = {ExitStatus::Usage, u"Unknown mobile country code \"%1\"."_s.arg(line.country)};
-    else
-        source.db = openNamed(line, progress, source.refusal);
-    return source;
 }
 
 Source openSource(const CommandLine &line, TerminalProgress &progress)
 {
-    Source source = openUnread(line, progress);
-    if (!source.db)
-        return source;
+    Source source;
+    source.db = openUnread(line, progress);
     source.store = readSource(*source.db, line.recovered);
     const QString failure = source.db->takeContactsFailure();
     if (!failure.isEmpty())

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+class TerminalProgress;
+struct CommandLine;
+
+/// One option of a command, on the command line and in its help.
+struct CommandOption {
+    const char *name;
+    const char *value; ///< what its help calls the value; null for a switch
+    const char *description;
+    void (*store)(CommandLine &line, const QStringList &values); ///< takes over what was given, once or more
+    bool isRequired = false;
+};
+
+/// One command of the companion. Parsing, help and work all go by this row.
+struct Command {
+    const char *name;
+    const char *subject; ///< the words that have to follow, such as "SOURCE", with blanks between them
+    const char *description;
+    QList<CommandOption> options;
+    /// Writes JSON Lines to standard output. Throws `CommandError`, `std::runtime_error` when the work fails,
+    /// and the integer -1 when it was interrupted.
+    void (*run)(const CommandLine &line, TerminalProgress &progress);
+    const char *details = ""; ///< of its own help
+};
+
+/// All commands, in the order of the help.
+const QList<Command> &commandTable();
+
+/// The command of that name; null when there is none.
+const Command *findCommand(const QString &name);
