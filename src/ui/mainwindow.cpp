@@ -8,6 +8,7 @@
 #include "device/backuptempdir.h"
 #include "device/devicewatch.h"
 #include "device/mobiledevice.h"
+#include "sources/phones.h"
 #include "store/records/messagestore.h"
 #include "ui/dialogs/aboutusform.h"
 #include "ui/dialogs/boxes.h"

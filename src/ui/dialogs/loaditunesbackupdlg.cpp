@@ -1,6 +1,6 @@
 #include "ui/dialogs/loaditunesbackupdlg.h"
 
-#include "backup/backupdiscovery.h"
+#include "sources/findsource.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/views/mytreeview.h"
 
@@ -18,10 +18,8 @@ LoadItunesBackupDlg::LoadItunesBackupDlg(QWidget *parent)
     , listBackups(new MyTreeView(this))
     , lookForDeleted(new QCheckBox(QObject::tr("IDS_ALSO_LOOK_FOR_DELETED_SMS"), this))
 {
-    for (const QString &root : defaultBackupRoots()) {
-        for (const QSharedPointer<BackupManifest> &backup : ::listBackups(root))
-            model->addBackup(backup);
-    }
+    for (const QSharedPointer<BackupManifest> &backup : findBackups())
+        model->addBackup(backup);
     build();
     if (model->rowCount() > 0)
         listBackups->setCurrentIndex(model->index(0, 0));

@@ -3,7 +3,8 @@
 #include "backup/backupmanifest.h"
 #include "device/backuptempdir.h"
 #include "device/filerelay.h"
-#include "store/people/countrylibdb.h"
+#include "sources/opensource.h"
+#include "sources/phones.h"
 #include "store/readers/openmessagedb.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/countryselform.h"
@@ -18,14 +19,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-bool isKnownCountry(const QString &mmc)
-{
-    bool found = false;
-    if (!mmc.isEmpty())
-        CountryLibDb({}).countryByMmc(mmc, &found);
-    return found;
-}
-
 /// The code that the phone tells, or the one that the person picks where that says nothing.
 QString countryOf(const IOSDevice &phone, QWidget *window)
 {
@@ -33,13 +26,6 @@ QString countryOf(const IOSDevice &phone, QWidget *window)
         return phone.mobileSubscriberCountryCode;
     const QString asked = askCountry(window);
     return asked.isEmpty() ? phone.mobileSubscriberCountryCode : asked;
-}
-
-/// Phones from iOS 5 to 7 hand their databases out; so may one that doesn't say what it is.
-bool hasFileRelay(const IOSDevice &phone)
-{
-    const QList<int> version = phone.versionNumbers();
-    return version.isEmpty() || (version.first() >= 5 && version.first() <= 7);
 }
 
 bool readByFileRelay(IOSDevice &phone, QWidget *window)

@@ -3,11 +3,10 @@
 #include "app/product.h"
 #include "backup/backupmanifest.h"
 #include "device/backuptempdir.h"
-#include "store/records/messagestore.h"
+#include "sources/phones.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/datasourceselform.h"
 #include "ui/flows/backupexport.h"
-#include "ui/flows/sourceloader.h"
 #include "ui/jobs/devicejobs.h"
 #include "ui/views/programicon.h"
 #include "ui/views/sourcepane.h"
@@ -16,9 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-// Phones of later systems list their backups in a form that this program doesn't write.
-constexpr int newestWritable = 9;
 
 /// All phones but the one that the messages come from; null when the person gives up.
 _IOSDeviceItemNode *pickPhone(const _MsgStorePtr &origin, SourcePane &sources, QWidget *window)
@@ -36,18 +32,12 @@ _IOSDeviceItemNode *pickPhone(const _MsgStorePtr &origin, SourcePane &sources, Q
 }
 
 /// Whether the phone can take messages at all; tells the person when it can't.
-bool isWritable(const _IOSDeviceItemNode &node)
+bool isWritable(const IOSDevice &phone)
 {
-    const QList<int> version = node.device.versionNumbers();
-    if (sniffMessageDbVersion(messageFileOf(node)) != 6)
-        showWarning(u"Failed to recover. Only iOS 6 or above is supported."_s);
-    else if (!node.device.device)
-        showWarning(QObject::tr("IDS_TRANSFER_NOT_TO_FOLDER"));
-    else if (!version.isEmpty() && version.first() > newestWritable)
-        showWarning(QObject::tr("IDS_TRANSFER_PHONE_IS_TOO_NEW"));
-    else
-        return true;
-    return false;
+    const QString error = transferError(phone);
+    if (!error.isEmpty())
+        showWarning(error);
+    return error.isEmpty();
 }
 
 bool isConfirmed(const IOSDevice &phone)
@@ -64,7 +54,7 @@ bool isConfirmed(const IOSDevice &phone)
 void transferToPhone(const MessageList &list, SourcePane &sources, QWidget *window)
 {
     const _IOSDeviceItemNode *node = pickPhone(list.store, sources, window);
-    if (!node || !isWritable(*node))
+    if (!node || !isWritable(node->device))
         return;
     const IOSDevice phone = node->device; // the node goes when the phone is pulled
     if (!checkBackupOptions(phone, true, true) || !isConfirmed(phone))

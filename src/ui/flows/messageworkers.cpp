@@ -1,9 +1,9 @@
 #include "ui/flows/messageworkers.h"
 
-#include "backup/backupdiscovery.h"
 #include "backup/extractmessages.h"
 #include "export/exportchoice.h"
 #include "recovery/local/localdatabases.h"
+#include "sources/opensource.h"
 #include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"
 #include "ui/dialogs/boxes.h"
@@ -69,10 +69,10 @@ std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *w
     ITunesCacheSMSThread job(manifest, &form);
     if (!runUnder(form, job))
         return nullptr;
-    auto db = openMessageDb(job.cacheDir(), countryOfBackup(manifest->backupDir));
+    auto db = openExtracted(*manifest, {});
     db->openDb();
     if (db->countryCode().isEmpty())
-        db = openMessageDb(job.cacheDir(), askCountry(window));
+        db = openExtracted(*manifest, askCountry(window));
     return db;
 }
 

@@ -3,6 +3,7 @@
 #include "app/datalocations.h"
 #include "recovery/carving/deletedmessages.h"
 #include "recovery/local/localdatabases.h"
+#include "sources/phones.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
 #include "ui/dialogs/boxes.h"
@@ -35,14 +36,10 @@ void sayContactsFailure(AbsIOSMessageDb &db)
 }
 
 /// A folder that acts as a phone which is always there.
-void addVirtualPhone(ItemModelMain &model, const QFileInfo &folder)
+void addVirtualPhone(ItemModelMain &model, const IOSDevice &phone)
 {
     try {
-        IOSDevice phone;
-        phone.deviceName = folder.fileName();
-        phone.uniqueDeviceID = folder.absoluteFilePath();
-        const QSharedPointer<AbsIOSMessageDb> db(
-            new IOS6MessageDb(QDir(phone.uniqueDeviceID), QString(), true));
+        const QSharedPointer<AbsIOSMessageDb> db(openVirtualPhone(phone).release());
         _MsgStorePtr store = _MsgStorePtr::create();
         db->chats(store);
         _IOSDeviceItemNode *node = model.addDevice(db, phone);
@@ -66,11 +63,6 @@ _MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *paren
         runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store, recovered); });
     sayContactsFailure(db);
     return store;
-}
-
-QDir rootOf(const IOSDevice &phone)
-{
-    return phone.device ? phone.cacheDir() : QDir(phone.uniqueDeviceID);
 }
 
 QString messageFileOf(const _AbsDBItemNode &source)
@@ -100,9 +92,8 @@ void fillSourceTree(ItemModelMain &model)
 {
     for (const LocalDatabase &database : localDatabases())
         addLocalDatabase(model, database);
-    const QDir phones(dataRoot().filePath(u"virtual_ios"_s));
-    for (const QFileInfo &folder : phones.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-        addVirtualPhone(model, folder);
+    for (const IOSDevice &phone : virtualPhones())
+        addVirtualPhone(model, phone);
 }
 
 void forgetMessages(_MsgStore &store, const QSet<_MsgMessage *> &gone)

@@ -5,9 +5,7 @@
 #include <QSet>
 
 class ItemModelMain;
-class QDir;
 class QWidget;
-struct IOSDevice;
 struct LocalDatabase;
 struct _AbsDBItemNode;
 struct _LocalDBItemNode;
@@ -18,10 +16,6 @@ enum class Recovered { Shown, LeftOut };
 /// Chats and messages of `db` in a new store. A `file` too large to read within a blink is read on another
 /// thread, under a busy dialog over `parent`. Throws what the reader throws.
 _MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *parent, Recovered recovered);
-
-/// Where the files of a phone lie: in its cache, or in the folder that acts as one. Throws
-/// `std::runtime_error`.
-QDir rootOf(const IOSDevice &phone);
 
 /// The message file of a source in the tree.
 QString messageFileOf(const _AbsDBItemNode &source);
