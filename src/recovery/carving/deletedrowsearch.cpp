@@ -3,6 +3,7 @@
 #include "app/jobprogress.h"
 #include "recovery/carving/messagerecycledb.h"
 #include "recovery/carving/searcheddatabase.h"
+#include "sqlite_qt/writetransaction.h"
 
 #include <stdexcept>
 
@@ -17,10 +18,11 @@ int takeRowsThatWent(SearchedDatabase &database, const DeletedRowKind &kind, Mes
                      const JobProgress *progress)
 {
     int found = 0;
-    recycle.beginTransaction();
+    recycle.openDb();
+    WriteTransaction transaction(recycle);
     for (const Sqlite3RawRow &row : database.rowsThatWent(kind.table, progress))
         found += kind.takeFreedRow(row);
-    recycle.endTransaction(true);
+    transaction.commit();
     return found;
 }
 
@@ -67,11 +69,12 @@ int DeletedRowSearch::run(const DeletedRowKind &kind)
 {
     if (!file.isOpen())
         file.open();
-    recycle.beginTransaction();
+    recycle.openDb();
+    WriteTransaction transaction(recycle);
     int found = searchFreelist(kind);
     addLivePages(kind.table);
     found += searchPages(kind);
-    recycle.endTransaction(true);
+    transaction.commit();
     return found;
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/jobprogress.h"
 #include "recovery/local/bulkdeletion.h"
+#include "sqlite_qt/writetransaction.h"
 #include "store/readers/ios6messagedb.h"
 
 #include <stdexcept>
@@ -16,18 +17,14 @@ namespace
 template <typename Work>
 qint64 deleteInTransaction(IOS6MessageDb &db, const JobProgress &progress, Work work)
 {
-    db.beginTransaction();
-    try {
-        BulkDeletion bulk(db);
-        const qint64 result = work();
-        bulk.finish();
-        throwIfCancelled(progress);
-        db.endTransaction(true);
-        return result;
-    } catch (...) {
-        db.endTransaction(false);
-        throw;
-    }
+    db.openDb();
+    WriteTransaction transaction(db);
+    BulkDeletion bulk(db);
+    const qint64 result = work();
+    bulk.finish();
+    throwIfCancelled(progress);
+    transaction.commit();
+    return result;
 }
 
 struct ChatMember {
@@ -136,7 +133,6 @@ qint64 deleteMessages(IOS6MessageDb &db, const QList<_MsgMessage *> &messages, J
 qint64 deleteConversations(IOS6MessageDb &db, const QStringList &chatIdentifiers, JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_DELETING_LOCAL_DB_MESSAGES"), 0, {});
-    db.openDb();
     return deleteInTransaction(db, progress, [&] {
         const QList<qint64> chats = chatRowidsThrow(db, chatIdentifiers);
         const qint64 removed = removeMembers(db, membersOf(db, chats), progress);

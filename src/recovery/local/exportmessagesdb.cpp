@@ -31,7 +31,7 @@ ExportMessagesDb::~ExportMessagesDb()
 {
     if (!db.isOpen())
         return;
-    db.rollbackTran(); // what `finish` has not committed
+    transaction.reset(); // rolls back what `finish` has not committed
     try {
         takeFilesBack();
     } catch (const std::exception &error) {
@@ -52,7 +52,8 @@ void ExportMessagesDb::begin()
 {
     forgetRun();
     messageCounts = {};
-    db.beginTransaction();
+    db.openDb();
+    transaction.emplace(db);
     extras.begin();
 }
 
@@ -98,7 +99,8 @@ void ExportMessagesDb::finish()
         db.setChatLastIfNone(it.key(), it.value());
     writer.finish();
     extras.finish();
-    db.endTransaction(true);
+    transaction->commit();
+    transaction.reset();
     files.keep();
     db.close();
     forgetRun();

@@ -6,6 +6,7 @@
 #include "recovery/local/importcounts.h"
 #include "recovery/local/knownrows.h"
 #include "recovery/local/messagewriter.h"
+#include "sqlite_qt/writetransaction.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/absformatexport.h"
 #include "store/records/messagerecords.h"
@@ -13,6 +14,8 @@
 #include <QDir>
 #include <QMap>
 #include <QString>
+
+#include <optional>
 
 /// Writes messages of any source into a Local Database. A message that is there already, by its guid or
 /// from another source by its content, gets no second row; chat, handles and attachments around it end up
@@ -56,7 +59,8 @@ private:
     void forgetRun();
 
     IOS6MessageDb db;
-    MessageWriter writer; ///< into `db`
+    std::optional<WriteTransaction> transaction; ///< of a run
+    MessageWriter writer;                        ///< into `db`
     ExtrasWriter extras;
     AttachmentNames names;
     KnownRows knownRows;

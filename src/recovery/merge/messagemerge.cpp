@@ -3,6 +3,7 @@
 #include "app/jobprogress.h"
 #include "recovery/carving/messagerecycledb.h"
 #include "recovery/merge/phonetwins.h"
+#include "sqlite_qt/writetransaction.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 
@@ -102,11 +103,11 @@ MergeCounts MessageMerge::run(const QList<_MsgMessage *> &messages)
                                      .toStdString());
     const std::vector<MergeItem> items = mergeOrder(phoneRows(), fresh);
     clear();
-    db.beginTransaction();
+    WriteTransaction transaction(db);
     write(items);
     completeKnown();
     writer.finish();
-    db.endTransaction(true);
+    transaction.commit();
     db.close();
     counts.written = qint64(fresh.size());
     return counts;

@@ -1,6 +1,7 @@
 #include "store/people/ioscontactsmemdb.h"
 
 #include "sqlite_qt/untoucheddb.h"
+#include "sqlite_qt/writetransaction.h"
 #include "store/people/countrylibdb.h"
 
 #include <QDateTime>
@@ -131,14 +132,14 @@ void IOSContactsMemDb::rebuildInMemory()
         if (exec(cacheSchema + furtherSchema, error) != 0)
             throw std::runtime_error(u"create IOSContactsMemDb error. %1"_s.arg(error).toStdString());
         executeThrow(Sqlite3Sql(u"pragma user_version=%1"_s.arg(cacheVersion(countryCode))));
-        beginTran();
+        WriteTransaction transaction(*this);
         UntouchedDb book(bookFile(u"AddressBook.sqlitedb"_s));
         copyPeople(book.db);
         copyNumbers(book.db);
         copyMails(book.db);
         copyCards(book.db);
         copyPhotos();
-        commitTran();
+        transaction.commit();
     } catch (...) {
         close(); // An open connection would pass for a whole address book.
         throw;
