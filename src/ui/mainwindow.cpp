@@ -228,7 +228,7 @@ void MainWindow::onMainTreeSelected(const QItemSelection &, const QItemSelection
     messages->clearMessageViews(); // what fails to be read must not leave another source's messages
     runFlow([this] {
         const _AbsDBItemNode *source = sources->currentSource();
-        if (source && !isLoaded(*source) && isLargeSource(*source))
+        if (source && !isLoaded(*source) && isLarge(*source->db))
             selectionTimer.start();
         else
             showSelected();

@@ -471,7 +471,7 @@ void TestMainWindow::chatsAreReadOnce()
     };
     fill(dir->path());
     CountingDb db(QDir(dir->path()), {}, false);
-    const _MsgStorePtr store = readSource(db, db.databasePath(), nullptr, Recovered::Shown);
+    const _MsgStorePtr store = readSource(db, Recovered::Shown);
     QCOMPARE(db.readings, 1);
     QCOMPARE(store->chats.size(), 2);
 }

@@ -1,5 +1,6 @@
 #include "ui/flows/messagerecovery.h"
 
+#include "sources/readsource.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/flows/shownsource.h"
@@ -7,8 +8,6 @@
 #include "ui/jobs/messagejobs.h"
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
-
-#include <algorithm>
 
 bool lookForDeleted(AbsIOSMessageDb &db, QWidget *window)
 {
@@ -19,8 +18,7 @@ bool lookForDeleted(AbsIOSMessageDb &db, QWidget *window)
 
 void sayRecovered(const _MsgStore &store)
 {
-    const auto count = std::count_if(store.messages.cbegin(), store.messages.cend(),
-                                     [](const _MsgMessage *message) { return message->isRecovered; });
+    const qsizetype count = countRecovered(store);
     if (count == 0)
         showInfo(QObject::tr("IDS_NO_DELETED_SMS"));
     else

@@ -155,8 +155,7 @@ void MessageWorkers::importBackup(const QString &folder, const QString &name)
     const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest.data(), window);
     if (!db || (recovered == Recovered::Shown && !lookForDeleted(*db, window)))
         return;
-    const QString file = messageDbPath(backupCacheDir(*manifest));
-    const _MsgStorePtr store = readSource(*db, file, window, recovered);
+    const _MsgStorePtr store = readUnderDialog(*db, window, recovered);
     if (recovered == Recovered::Shown)
         sayRecovered(*store);
     const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;

@@ -1,11 +1,8 @@
 #include "ui/flows/sourceloader.h"
 
-#include "app/datalocations.h"
-#include "recovery/carving/deletedmessages.h"
 #include "recovery/local/localdatabases.h"
 #include "sources/phones.h"
 #include "store/readers/ios6messagedb.h"
-#include "store/readers/openmessagedb.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/jobs/jobrunner.h"
 #include "ui/models/itemmodelmain.h"
@@ -19,14 +16,6 @@ namespace
 
 // Below this a source is there before a dialog could be.
 constexpr qint64 largeFile = 4 * 1024 * 1024; // bytes
-
-void readAll(AbsIOSMessageDb &db, _MsgStorePtr &store, Recovered recovered)
-{
-    db.messages(store, 0); // which reads the chats too
-    db.attachments(store);
-    if (recovered == Recovered::Shown)
-        loadRecycled(db, *store);
-}
 
 void sayContactsFailure(AbsIOSMessageDb &db)
 {
@@ -54,27 +43,25 @@ void addVirtualPhone(ItemModelMain &model, const IOSDevice &phone)
 
 } // namespace
 
-_MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *parent, Recovered recovered)
+bool isLarge(const AbsIOSMessageDb &db)
 {
-    _MsgStorePtr store = _MsgStorePtr::create();
-    if (QFileInfo(file).size() < largeFile)
-        readAll(db, store, recovered);
+    return QFileInfo(db.databasePath()).size() >= largeFile;
+}
+
+void runReading(const AbsIOSMessageDb &db, QWidget *parent, const std::function<void()> &work)
+{
+    if (isLarge(db))
+        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, work);
     else
-        runBusy(QObject::tr("IDS_LOADING_MESSAGES"), parent, [&] { readAll(db, store, recovered); });
+        work();
+}
+
+_MsgStorePtr readUnderDialog(AbsIOSMessageDb &db, QWidget *parent, Recovered recovered)
+{
+    _MsgStorePtr store;
+    runReading(db, parent, [&] { store = readSource(db, recovered); });
     sayContactsFailure(db);
     return store;
-}
-
-QString messageFileOf(const _AbsDBItemNode &source)
-{
-    if (source.type == LocalDbNode)
-        return messageDbPath(QDir(localDatabasesDir().filePath(source.text)));
-    return messageDbPath(rootOf(static_cast<const _IOSDeviceItemNode &>(source).device));
-}
-
-bool isLargeSource(const _AbsDBItemNode &source)
-{
-    return QFileInfo(messageFileOf(source)).size() >= largeFile;
 }
 
 bool isLoaded(const _AbsDBItemNode &source)

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "sources/readsource.h"
 #include "store/readers/absmessagedb.h"
 
 #include <QSet>
+
+#include <functional>
 
 class ItemModelMain;
 class QWidget;
@@ -10,17 +13,14 @@ struct LocalDatabase;
 struct _AbsDBItemNode;
 struct _LocalDBItemNode;
 
-/// Whether deleted messages that were found in a source stand among its others.
-enum class Recovered { Shown, LeftOut };
+/// Whether reading the file of `db` takes long enough for a dialog.
+bool isLarge(const AbsIOSMessageDb &db);
+/// Runs `work`, which reads all of `db`: of a large file on another thread, under a busy dialog over
+/// `parent`. Throws what it throws.
+void runReading(const AbsIOSMessageDb &db, QWidget *parent, const std::function<void()> &work);
+/// `readSource` by `runReading`, and a box where the address book can't be read.
+_MsgStorePtr readUnderDialog(AbsIOSMessageDb &db, QWidget *parent, Recovered recovered);
 
-/// Chats and messages of `db` in a new store. A `file` too large to read within a blink is read on another
-/// thread, under a busy dialog over `parent`. Throws what the reader throws.
-_MsgStorePtr readSource(AbsIOSMessageDb &db, const QString &file, QWidget *parent, Recovered recovered);
-
-/// The message file of a source in the tree.
-QString messageFileOf(const _AbsDBItemNode &source);
-/// Whether reading the source takes long enough for a dialog.
-bool isLargeSource(const _AbsDBItemNode &source);
 /// Whether its messages are in its store.
 bool isLoaded(const _AbsDBItemNode &source);
 

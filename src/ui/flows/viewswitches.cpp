@@ -4,7 +4,6 @@
 #include "store/readers/absmessagedb.h"
 #include "ui/flows/shownsource.h"
 #include "ui/flows/sourceloader.h"
-#include "ui/jobs/jobrunner.h"
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
 
@@ -53,13 +52,8 @@ const MessageGaps &ViewSwitches::gapsOf(const _AbsDBItemNode &source)
     if (readStore.toStrongRef() == store)
         return gaps;
     MessageGaps found;
-    const bool isLarge = isLargeSource(source);
     sources->use(source, [&](AbsIOSMessageDb &db) {
-        const auto read = [&] { found = messageGaps(db, *store); };
-        if (isLarge)
-            runBusy(QObject::tr("IDS_LOADING_MESSAGES"), sources->window(), read);
-        else
-            read();
+        runReading(db, sources->window(), [&] { found = messageGaps(db, *store); });
     });
     gaps = found;
     readStore = store;

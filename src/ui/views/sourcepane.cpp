@@ -147,9 +147,8 @@ bool SourcePane::load(_AbsDBItemNode *source)
         return true;
     const QPersistentModelIndex place(mainModel->indexOf(source));
     const Recovered recovered = source->type == IosDeviceNode ? Recovered::Shown : Recovered::LeftOut;
-    const QString file = messageFileOf(*source);
     _MsgStorePtr store;
-    use(*source, [&](AbsIOSMessageDb &db) { store = readSource(db, file, window(), recovered); });
+    use(*source, [&](AbsIOSMessageDb &db) { store = readUnderDialog(db, window(), recovered); });
     if (!place.isValid())
         return false;
     if (store->messages.isEmpty() && store->chats.isEmpty() && source->store->chats.isEmpty())
