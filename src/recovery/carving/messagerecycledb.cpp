@@ -1,13 +1,14 @@
 #include "recovery/carving/messagerecycledb.h"
 
 #include "store/readers/openmessagedb.h"
+#include "store/readers/recordinsertion.h"
 #include "store/readers/recordreader.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 
 #include <QFile>
 #include <QRegularExpression>
 
-#include <array>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -45,101 +46,57 @@ constexpr auto cachePages = "PRAGMA cache_size=-65536";
 // Recovered messages have the numbers below, which no row of a file has.
 constexpr qint64 aboveRecovered = -2047483648;
 
-using MessageField = RecordField<_MsgMessage>;
-using HandleField = RecordField<_MsgHandle>;
-
-constexpr std::array numberFields = {
-    std::pair{"replace"_L1, &_MsgMessage::replace},
-    std::pair{"version"_L1, &_MsgMessage::version},
-    std::pair{"type"_L1, &_MsgMessage::type},
-    std::pair{"error"_L1, &_MsgMessage::error},
-    std::pair{"date"_L1, &_MsgMessage::date},
-    std::pair{"date_read"_L1, &_MsgMessage::date_read},
-    std::pair{"date_delivered"_L1, &_MsgMessage::date_delivered},
-    std::pair{"is_delivered"_L1, &_MsgMessage::is_delivered},
-    std::pair{"is_finished"_L1, &_MsgMessage::is_finished},
-    std::pair{"is_emote"_L1, &_MsgMessage::is_emote},
-    std::pair{"is_from_me"_L1, &_MsgMessage::is_from_me},
-    std::pair{"is_empty"_L1, &_MsgMessage::is_empty},
-    std::pair{"is_delayed"_L1, &_MsgMessage::is_delayed},
-    std::pair{"is_auto_reply"_L1, &_MsgMessage::is_auto_reply},
-    std::pair{"is_prepared"_L1, &_MsgMessage::is_prepared},
-    std::pair{"is_read"_L1, &_MsgMessage::is_read},
-    std::pair{"is_system_message"_L1, &_MsgMessage::is_system_message},
-    std::pair{"is_sent"_L1, &_MsgMessage::is_sent},
-    std::pair{"has_dd_results"_L1, &_MsgMessage::has_dd_results},
-    std::pair{"is_service_message"_L1, &_MsgMessage::is_service_message},
-    std::pair{"is_forward"_L1, &_MsgMessage::is_forward},
-    std::pair{"was_downgraded"_L1, &_MsgMessage::was_downgraded},
-    std::pair{"is_archive"_L1, &_MsgMessage::is_archive},
-    std::pair{"was_data_detected"_L1, &_MsgMessage::was_data_detected},
-    std::pair{"was_deduplicated"_L1, &_MsgMessage::was_deduplicated},
-};
-
-constexpr std::array textFields = {
-    std::pair{"text"_L1, &_MsgMessage::text},
-    std::pair{"service_center"_L1, &_MsgMessage::service_center},
-    std::pair{"subject"_L1, &_MsgMessage::subject},
-    std::pair{"country"_L1, &_MsgMessage::country},
-    std::pair{"service"_L1, &_MsgMessage::service},
-    std::pair{"account"_L1, &_MsgMessage::account},
-    std::pair{"account_guid"_L1, &_MsgMessage::account_guid},
-    std::pair{"cache_roomnames"_L1, &_MsgMessage::cache_roomnames},
-};
-
-constexpr std::array handleFields = {
-    HandleField{"rowid"_L1, &_MsgHandle::rowid},
-    HandleField{"id"_L1, &_MsgHandle::id},
-    HandleField{"country"_L1, &_MsgHandle::country},
-    HandleField{"service"_L1, &_MsgHandle::service},
-    HandleField{"uncanonicalized_id"_L1, &_MsgHandle::uncanonicalized_id},
-};
-
-std::vector<MessageField> messageFields()
+/// The columns that it keeps of a message.
+RecordColumns<_MsgMessage> keptColumns()
 {
-    std::vector<MessageField> fields = {{"rowid"_L1, &_MsgMessage::rowid},
-                                        {"guid"_L1, &_MsgMessage::guid},
-                                        {"handle_id"_L1, &_MsgMessage::handle_id},
-                                        {"attributedBody"_L1, &_MsgMessage::attributedBody},
-                                        {"cache_has_attachments"_L1, &_MsgMessage::cache_has_attachments}};
-    for (const auto &[column, member] : numberFields)
-        fields.push_back({column, member});
-    for (const auto &[column, member] : textFields)
-        fields.push_back({column, member});
-    return fields;
+    return columnsUpTo(messageTable(), Release::Ios6);
 }
 
-QVariant unlessEmpty(const QString &text)
+RecordColumns<_MsgHandle> keptHandleColumns()
 {
-    return text.isEmpty() ? QVariant() : QVariant(text);
+    return columnsUpTo(handleTable(), Release::Ios6);
 }
 
 /// Its parameters are those of `addMessage`, chat, handle and row number in the source.
 const QString &insertStatement()
 {
     static const QString statement = [] {
-        QStringList columns = {u"guid"_s, u"handle_id"_s, u"attributedBody"_s, u"cache_has_attachments"_s};
-        for (const auto &[column, member] : numberFields)
-            columns.append(column);
-        for (const auto &[column, member] : textFields)
-            columns.append(column);
+        QStringList columns;
+        for (const RecordColumn<_MsgMessage> &column : keptColumns().subspan(1)) // the row number is new
+            columns.append(column.name);
         columns.append({u"chat_identifier"_s, u"handle"_s, u"src_rowid"_s});
-        return u"insert into message(%1) values(?%2)"_s.arg(columns.join(u','),
-                                                            u",?"_s.repeated(columns.size() - 1));
+        return insertText(u"message"_s, columns);
     }();
     return statement;
 }
 
+template <typename Value>
+QVariant kept(const Value &value)
+{
+    return value;
+}
+
+QVariant kept(const QString &value)
+{
+    return value.isEmpty() ? QVariant() : QVariant(value);
+}
+
+QVariant kept(const QByteArray &value)
+{
+    return value.isEmpty() ? QVariant() : QVariant(value);
+}
+
 void addMessage(Sqlite3Sql &sql, const _MsgMessage &message)
 {
-    sql.addTextParam(isGuid(message.guid) ? message.guid : newMessageGuid());
-    sql.addInt64Param(message.handle_id);
-    sql.addParam(message.attributedBody.isEmpty() ? QVariant() : QVariant(message.attributedBody));
-    sql.addIntParam(message.attachments.isEmpty() ? 0 : 1);
-    for (const auto &[column, member] : numberFields)
-        sql.addIntParam(message.*member);
-    for (const auto &[column, member] : textFields)
-        sql.addParam(unlessEmpty(message.*member));
+    const QString guid = isGuid(message.guid) ? message.guid : newMessageGuid();
+    for (const RecordColumn<_MsgMessage> &column : keptColumns().subspan(1)) {
+        if (column.name == "guid"_L1)
+            sql.addTextParam(guid);
+        else if (column.name == "cache_has_attachments"_L1)
+            sql.addIntParam(message.attachments.isEmpty() ? 0 : 1);
+        else
+            visitMember(column, [&](auto member) { sql.addParam(kept(message.*member)); });
+    }
 }
 
 /// What was found between rows has no number of its own any more: the type of its second value stands for
@@ -148,11 +105,6 @@ void addMessage(Sqlite3Sql &sql, const _MsgMessage &message)
 bool hasNumberOfCountry(const _MsgHandle &handle, qint64 srcRowid)
 {
     return srcRowid == 13 + 2 * handle.country.toUtf8().size();
-}
-
-QString notNull(const QString &value)
-{
-    return value.isNull() ? u""_s : value;
 }
 
 } // namespace
@@ -266,14 +218,18 @@ qint64 MessageRecycleDb::findWordless(const _RecycleMessage &recycled)
 
 qint64 MessageRecycleDb::insertHandle(const _MsgHandle &handle, qint64 srcRowid)
 {
-    Sqlite3Row row;
-    row[u"id"_s] = notNull(handle.id);
-    row[u"country"_s] = notNull(handle.country);
-    row[u"service"_s] = notNull(handle.service);
-    row[u"uncanonicalized_id"_s] = notNull(handle.uncanonicalized_id);
-    if (srcRowid > 0)
-        row[u"src_rowid"_s] = srcRowid;
-    return insertRow(row, u"handle"_s, {});
+    openDb();
+    QStringList columns;
+    Sqlite3Sql sql{QString()};
+    for (const RecordColumn<_MsgHandle> &column : keptHandleColumns().subspan(1)) {
+        columns.append(column.name);
+        visitMember(column, [&](auto member) { bindValue(sql, handle.*member); });
+    }
+    columns.append(u"src_rowid"_s);
+    sql.addParam(srcRowid > 0 ? QVariant(srcRowid) : QVariant());
+    sql.appendSql(insertText(u"handle"_s, columns));
+    executeThrow(sql);
+    return lastInsertId();
 }
 
 qint64 MessageRecycleDb::findHandle(const _MsgHandle &handle)
@@ -288,7 +244,7 @@ _MsgHandle MessageRecycleDb::handleBySourceRowid(qint64 rowid)
 {
     openDb();
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(u"select * from handle where src_rowid=%1"_s.arg(rowid)));
-    RecordReader<_MsgHandle> reader(cursor, handleFields);
+    RecordReader<_MsgHandle> reader(cursor, keptHandleColumns());
     QList<_MsgHandle> handles;
     while (cursor.moveNextThrow())
         handles.append(*reader.read(cursor));
@@ -300,7 +256,7 @@ QList<_RecycleMessage> MessageRecycleDb::loadMessages()
 {
     openDb();
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql("select * from message where is_skip=0 order by rowid"));
-    RecordReader<_MsgMessage> reader(cursor, messageFields());
+    RecordReader<_MsgMessage> reader(cursor, keptColumns());
     const int chatIdentifier = cursor.columnIndex(u"chat_identifier"_s);
     const int handle = cursor.columnIndex(u"handle"_s);
     QList<_RecycleMessage> messages;
@@ -330,7 +286,7 @@ QList<_MsgHandle> MessageRecycleDb::loadHandles()
 {
     openDb();
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql("select * from handle order by rowid"));
-    RecordReader<_MsgHandle> reader(cursor, handleFields);
+    RecordReader<_MsgHandle> reader(cursor, keptHandleColumns());
     QList<_MsgHandle> handles;
     while (cursor.moveNextThrow())
         handles.append(*reader.read(cursor));

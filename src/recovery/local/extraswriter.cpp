@@ -67,7 +67,6 @@ void ExtrasWriter::addToNew(qint64 messageId, const _MsgMessage &message)
     if (isKeeping && message.extras)
         addRows(messageId, message);
     if (isKeeping && message.isRecovered) {
-        rows.setRecovered(messageId, true);
         recovered.insert(messageId);
         if (isOfUnknownAddress(*message.chat))
             unknown.insert(messageId);
@@ -83,7 +82,7 @@ void ExtrasWriter::addToKept(qint64 messageId, const _MsgMessage &message, const
     if (message.extras || known == KnownBy::Guid)
         addChange(messageId, message, hash);
     if (!message.isRecovered && recovered.remove(messageId))
-        rows.setRecovered(messageId, false);
+        rows.takeBackRecovery(messageId);
 }
 
 bool ExtrasWriter::updatePlace(qint64 messageId, const _MsgMessage &message, Place place, const QString &hash)

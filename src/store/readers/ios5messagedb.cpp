@@ -9,11 +9,11 @@
 #include "store/readers/recordreader.h"
 #include "store/readers/standintables.h"
 #include "store/records/chatlinks.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 #include "store/records/noconversation.h"
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -24,31 +24,16 @@ constexpr int partnerStyle = 45;
 constexpr int groupStyle = 43;
 constexpr int sentFlags = 3;
 
-using MessageField = RecordField<_MsgMessage>;
-
-constexpr std::array smsFields = {
-    MessageField{"rowid"_L1, &_MsgMessage::rowid},
-    MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"svc_center"_L1, repeatingText(&_MsgMessage::service_center)},
-    MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
-};
-
-constexpr std::array madridFields = {
-    MessageField{"rowid"_L1, &_MsgMessage::rowid},
-    MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"svc_center"_L1, repeatingText(&_MsgMessage::service_center)},
-    MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
-    MessageField{"madrid_attributedBody"_L1, &_MsgMessage::attributedBody},
-    MessageField{"madrid_guid"_L1, &_MsgMessage::guid},
-    MessageField{"madrid_account"_L1, repeatingText(&_MsgMessage::account)},
-    MessageField{"madrid_account_guid"_L1, repeatingText(&_MsgMessage::account_guid)},
-    MessageField{"madrid_error"_L1, &_MsgMessage::error},
-    MessageField{"date"_L1, &_MsgMessage::date},
-    MessageField{"madrid_date_read"_L1, &_MsgMessage::date_read},
-    MessageField{"madrid_date_delivered"_L1, &_MsgMessage::date_delivered},
-};
+/// Those that are read as they stand.
+std::vector<RecordColumn<_MsgMessage>> columnsOf(std::initializer_list<Ios5Use> uses)
+{
+    std::vector<RecordColumn<_MsgMessage>> columns;
+    for (const Ios5Column &column : ios5MessageTable()) {
+        if (std::find(uses.begin(), uses.end(), column.use) != uses.end())
+            columns.push_back(column.column);
+    }
+    return columns;
+}
 
 // The flags that iOS 6 gives the messages it takes over.
 _MsgMessage messageModel(const QString &service)
@@ -152,8 +137,8 @@ public:
         : cursor(query)
         , store(target)
         , addresses(resolver)
-        , sms(cursor, smsFields, smsModel())
-        , madrid(cursor, madridFields, messageModel(u"iMessage"_s))
+        , sms(cursor, columnsOf({Ios5Use::All}), smsModel())
+        , madrid(cursor, columnsOf({Ios5Use::All, Ios5Use::IMessages}), messageModel(u"iMessage"_s))
         , isMadrid(cursor.columnIndex(u"is_madrid"_s))
         , date(cursor.columnIndex(u"date"_s))
         , flags(cursor.columnIndex(u"flags"_s))

@@ -30,33 +30,6 @@ Sqlite3Sql withRows(const QString &sql, std::initializer_list<qint64> rowids)
     return statement;
 }
 
-void setUnlessEmpty(Sqlite3Row &row, const QString &column, const QString &value)
-{
-    if (!value.isEmpty())
-        row[column] = value;
-}
-
-// A null string would go in as NULL.
-QString notNull(const QString &value)
-{
-    return value.isNull() ? u""_s : value;
-}
-
-Sqlite3Row chatRow(const _MsgChat &chat)
-{
-    Sqlite3Row row;
-    row[u"guid"_s] = notNull(chat.guid);
-    row[u"style"_s] = chat.style;
-    row[u"state"_s] = chat.state;
-    setUnlessEmpty(row, u"account_id"_s, chat.account_id);
-    row[u"chat_identifier"_s] = notNull(chat.chat_identifier);
-    row[u"service_name"_s] = notNull(chat.service_name);
-    setUnlessEmpty(row, u"room_name"_s, chat.room_name);
-    row[u"account_login"_s] = notNull(chat.account_login);
-    row[u"is_archived"_s] = chat.is_archived;
-    return row;
-}
-
 } // namespace
 
 bool IOS6MessageDb::hasColumn(const QString &table, const QString &columnText)
@@ -138,8 +111,13 @@ qint64 IOS6MessageDb::insertMessage(const _MsgMessage &message, qint64 handleRow
                                     const QString &hash)
 {
     openDb();
-    executeThrow(insertion.sql(message, handleRowid, otherHandleRowid,
-                               hash.isEmpty() && insertion.hasLogicHash() ? logicHash(message) : hash));
+    return insertThrow(insertion.sql(message, handleRowid, otherHandleRowid,
+                                     hash.isEmpty() && insertion.hasLogicHash() ? logicHash(message) : hash));
+}
+
+qint64 IOS6MessageDb::insertThrow(const Sqlite3Sql &sql)
+{
+    executeThrow(sql);
     return lastInsertId();
 }
 
@@ -150,13 +128,8 @@ qint64 IOS6MessageDb::insertChat(const _MsgChat &chat)
         throw std::runtime_error(
             u"IOS6MessageDb::insertChat, invalid chat, service_name:%1"_s.arg(chat.service_name)
                 .toStdString());
-    Sqlite3Row row = chatRow(chat);
-    if (hasColumn(u"chat"_s, u"display_name"_s))
-        setUnlessEmpty(row, u"display_name"_s, chat.display_name);
-    if (hasColumn(u"chat"_s, u"group_id"_s))
-        row[u"group_id"_s] =
-            chat.group_id.isEmpty() ? messageGuidFromData(chat.guid.toUtf8()) : chat.group_id;
-    const qint64 chatId = insertRow(row, u"chat"_s, {});
+    const QString groupId = chat.group_id.isEmpty() ? messageGuidFromData(chat.guid.toUtf8()) : chat.group_id;
+    const qint64 chatId = insertThrow(chatInsertion.sql(u"chat"_s, chat, {{"group_id"_L1, groupId}}));
     for (const _MsgHandle *handle : sortedHandles(chat)) {
         const qint64 known = handleRowid(*handle);
         joinChatHandle(chatId, known != 0 ? known : insertHandle(*handle));
@@ -166,20 +139,8 @@ qint64 IOS6MessageDb::insertChat(const _MsgChat &chat)
 
 qint64 IOS6MessageDb::insertHandle(const _MsgHandle &handle)
 {
-    Sqlite3Row row;
-    row[u"id"_s] = notNull(handle.id);
-    row[u"service"_s] = notNull(handle.service);
-    setUnlessEmpty(row, u"country"_s, handle.country);
-    setUnlessEmpty(row, u"uncanonicalized_id"_s, handle.uncanonicalized_id);
-    if (hasColumn(u"handle"_s, u"_ct_name TEXT"_s))
-        row[u"_ct_name"_s] = notNull(handle._ct_name);
-    if (hasColumn(u"handle"_s, u"_photo BLOB"_s) && !handle._photo.isEmpty())
-        row[u"_photo"_s] = handle._photo;
-    if (holdsExtras) {
-        setUnlessEmpty(row, u"_person_centric_id"_s, handle.person_centric_id);
-        setUnlessEmpty(row, u"_contact"_s, handle._contact);
-    }
-    return insertRow(row, u"handle"_s, {});
+    openDb();
+    return insertThrow(handleInsertion.sql(u"handle"_s, handle));
 }
 
 void IOS6MessageDb::tellPerson(qint64 handleRowid, const _MsgHandle &handle)
@@ -201,27 +162,8 @@ void IOS6MessageDb::tellPerson(qint64 handleRowid, const _MsgHandle &handle)
 
 qint64 IOS6MessageDb::insertAttachment(const _MsgAttachment &attachment)
 {
-    Sqlite3Row row;
-    row[u"guid"_s] = notNull(attachment.guid);
-    row[u"created_date"_s] = attachment.created_date;
-    row[u"start_date"_s] = attachment.start_date;
-    row[u"filename"_s] = notNull(attachment.filename);
-    row[u"uti"_s] = notNull(attachment.uti);
-    row[u"mime_type"_s] = notNull(attachment.mime_type);
-    row[u"transfer_state"_s] = attachment.transfer_state;
-    row[u"is_outgoing"_s] = attachment.is_outgoing;
-    if (hasColumn(u"attachment"_s, u"user_info"_s) && !attachment.user_info.isEmpty())
-        row[u"user_info"_s] = attachment.user_info;
-    if (hasColumn(u"attachment"_s, u"transfer_name"_s))
-        setUnlessEmpty(row, u"transfer_name"_s, attachment.transfer_name);
-    if (hasColumn(u"attachment"_s, u"total_bytes"_s))
-        row[u"total_bytes"_s] = attachment.total_bytes;
-    if (holdsExtras) {
-        row[u"_is_sticker"_s] = attachment.is_sticker;
-        row[u"_hide_attachment"_s] = attachment.hide_attachment;
-        setUnlessEmpty(row, u"_emoji_image_short_description"_s, attachment.emoji_image_short_description);
-    }
-    return insertRow(row, u"attachment"_s, {});
+    openDb();
+    return insertThrow(attachmentInsertion.sql(u"attachment"_s, attachment));
 }
 
 void IOS6MessageDb::insertJoin(const QString &sql, qint64 first, qint64 second)

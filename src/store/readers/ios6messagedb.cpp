@@ -9,48 +9,13 @@
 #include "store/readers/openmessagedb.h"
 #include "store/readers/recordreader.h"
 #include "store/readers/standintables.h"
+#include "store/records/columntables.h"
 #include "store/records/noconversation.h"
-
-#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-using ChatField = RecordField<_MsgChat>;
-using HandleField = RecordField<_MsgHandle>;
-
-constexpr std::array chatFields = {
-    ChatField{"rowid"_L1, &_MsgChat::rowid},
-    ChatField{"guid"_L1, &_MsgChat::guid},
-    ChatField{"style"_L1, &_MsgChat::style},
-    ChatField{"state"_L1, &_MsgChat::state},
-    ChatField{"account_id"_L1, &_MsgChat::account_id},
-    ChatField{"properties"_L1, &_MsgChat::properties},
-    ChatField{"chat_identifier"_L1, &_MsgChat::chat_identifier},
-    ChatField{"service_name"_L1, &_MsgChat::service_name},
-    ChatField{"room_name"_L1, &_MsgChat::room_name},
-    ChatField{"account_login"_L1, &_MsgChat::account_login},
-    ChatField{"is_archived"_L1, &_MsgChat::is_archived},
-    ChatField{"last_addressed_handle"_L1, &_MsgChat::last_addressed_handle},
-    ChatField{"display_name"_L1, &_MsgChat::display_name},
-    ChatField{"_last"_L1, &_MsgChat::_last},
-    ChatField{"group_id"_L1, &_MsgChat::group_id},
-};
-
-constexpr std::array handleFields = {
-    HandleField{"rowid"_L1, &_MsgHandle::rowid},
-    HandleField{"id"_L1, &_MsgHandle::id},
-    HandleField{"country"_L1, &_MsgHandle::country},
-    HandleField{"service"_L1, &_MsgHandle::service},
-    HandleField{"uncanonicalized_id"_L1, &_MsgHandle::uncanonicalized_id},
-    HandleField{"_ct_name"_L1, &_MsgHandle::_ct_name},
-    HandleField{"_photo"_L1, &_MsgHandle::_photo},
-    HandleField{"person_centric_id"_L1, &_MsgHandle::person_centric_id},
-    HandleField{"_person_centric_id"_L1, &_MsgHandle::person_centric_id}, // of a Local Database
-    HandleField{"_contact"_L1, &_MsgHandle::_contact},
-};
 
 int keepsFile(int)
 {
@@ -110,6 +75,9 @@ void IOS6MessageDb::prepare()
                               {"chat_handle_join"_L1, "chat_id, handle_id"_L1},
                               {"chat_message_join"_L1, "chat_id, message_id"_L1}});
     insertion = MessageInsertion(tables.value(u"message"_s));
+    chatInsertion = {chatTable(), tables.value(u"chat"_s)};
+    handleInsertion = {handleTable(), tables.value(u"handle"_s)};
+    attachmentInsertion = {attachmentTable(), tables.value(u"attachment"_s)};
     holdsExtras = hasOwnTables();
     isModern = hasModernColumns();
     findCountry();
@@ -143,7 +111,7 @@ void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
 void IOS6MessageDb::readChats(_MsgStore &store)
 {
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql("select * from chat"));
-    RecordReader<_MsgChat> reader(cursor, chatFields);
+    RecordReader<_MsgChat> reader(cursor, chatTable());
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow()) {
         const qint64 key = cursor.getInt64(rowid);
@@ -166,7 +134,7 @@ void IOS6MessageDb::deriveNewestDates(_MsgStore &store, const char *sql)
 void IOS6MessageDb::readHandles(_MsgStore &store, const char *sql)
 {
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(sql));
-    RecordReader<_MsgHandle> reader(cursor, handleFields);
+    RecordReader<_MsgHandle> reader(cursor, handleTable());
     const int rowid = cursor.columnIndex(u"rowid"_s);
     const int chatId = cursor.columnIndex(u"chat_id"_s);
     while (cursor.moveNextThrow()) {

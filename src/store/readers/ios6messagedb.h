@@ -106,6 +106,7 @@ private:
     void completeHandle(_MsgHandle &handle);
     qint64 firstRowid(const Sqlite3Sql &sql);
     QSet<qint64> chatsOf(qint64 messageId);
+    qint64 insertThrow(const Sqlite3Sql &sql);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
     // What a phone since iOS 10 keeps in further places; see ios6modern.cpp.
@@ -123,5 +124,10 @@ private:
     bool isModern = false;    ///< a phone's file since iOS 10
     AddressResolver addresses;
     QHash<QString, QString> tables; ///< name to the text that created it
-    MessageInsertion insertion;     ///< into the columns that `tables` tells
+
+    // Into the columns that `tables` tells.
+    MessageInsertion insertion;
+    RecordInsertion<_MsgChat> chatInsertion;
+    RecordInsertion<_MsgHandle> handleInsertion;
+    RecordInsertion<_MsgAttachment> attachmentInsertion;
 };

@@ -1,7 +1,8 @@
 #include "store/readers/localextras.h"
 
 #include "sqlite_qt/sqlite3db.h"
-#include "store/records/extrasfields.h"
+#include "store/readers/recordinsertion.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 #include "store/records/reactions.h"
 
@@ -46,12 +47,18 @@ void addStateBefore(_MsgMessage &message, const MessageEdit &before)
     extras.edits.insert(place, before);
 }
 
+/// What is written beside a message that is there; that it is in "Recently Deleted" is told otherwise.
+bool isUpdated(const RecordColumn<MessageExtras> &column)
+{
+    return column.name != "delete_date"_L1;
+}
+
 QString updateSql()
 {
     QStringList columns;
-    for (const ExtrasField &field : extrasFields()) {
-        if (field.column != "delete_date"_L1)
-            columns.append(u'_' + field.column + u"=?");
+    for (const RecordColumn<MessageExtras> &column : extrasTable()) {
+        if (isUpdated(column))
+            columns.append(column.localName() + u"=?");
     }
     return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
 }
@@ -75,11 +82,6 @@ void LocalExtras::read(_MsgStore &store)
 {
     readReactions(store);
     readPartTexts(store);
-    const QSet<qint64> rows = recovered();
-    for (const qint64 rowid : rows) {
-        if (_MsgMessage *message = store.messages.value(rowid))
-            message->isRecovered = true;
-    }
 }
 
 void LocalExtras::readReactions(_MsgStore &store)
@@ -235,9 +237,9 @@ void LocalExtras::updateExtras(qint64 messageId, const MessageExtras &extras)
 {
     static const QString text = updateSql();
     Sqlite3Sql sql(text);
-    for (const ExtrasField &field : extrasFields()) {
-        if (field.column != "delete_date"_L1)
-            bindField(sql, field, extras);
+    for (const RecordColumn<MessageExtras> &column : extrasTable()) {
+        if (isUpdated(column))
+            visitMember(column, [&](auto member) { bindValue(sql, extras.*member); });
     }
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
@@ -267,16 +269,12 @@ void LocalExtras::takeBackDeletion(qint64 messageId)
 
 QSet<qint64> LocalExtras::recovered()
 {
-    // A file that is only read may be older.
-    if (!db.tbInfo(u"message"_s).contains(u"_is_recovered"_s))
-        return {};
     return rowids(u"select rowid from message where _is_recovered > 0"_s);
 }
 
-void LocalExtras::setRecovered(qint64 messageId, bool isRecovered)
+void LocalExtras::takeBackRecovery(qint64 messageId)
 {
-    Sqlite3Sql sql("update message set _is_recovered=? where rowid=?");
-    sql.addIntParam(isRecovered ? 1 : 0);
+    Sqlite3Sql sql("update message set _is_recovered=0 where rowid=?");
     sql.addInt64Param(messageId);
     db.executeThrow(sql);
 }

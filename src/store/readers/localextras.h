@@ -30,7 +30,7 @@ public:
     /// Selects the handles that stand in no chat: of reactions, of messages without a conversation, and of
     /// partners who write in one chat by several services.
     static const char *looseHandles;
-    /// Gives the messages of `store` their reactions and texts of parts, and marks the recovered ones.
+    /// Gives the messages of `store` their reactions and texts of parts.
     void read(_MsgStore &store);
 
     bool hasReaction(qint64 messageId, const MessageReaction &reaction);
@@ -54,7 +54,7 @@ public:
 
     /// Messages that came in as recovered ones only.
     QSet<qint64> recovered();
-    void setRecovered(qint64 messageId, bool isRecovered);
+    void takeBackRecovery(qint64 messageId);
 
     /// Messages that stand in the made-up chat of those without a conversation.
     QSet<qint64> withoutConversation();

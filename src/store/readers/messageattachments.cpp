@@ -5,6 +5,7 @@
 #include "store/readers/attachmentpaths.h"
 #include "store/readers/mmsparts.h"
 #include "store/readers/recordreader.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 
@@ -17,39 +18,18 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-using AttachmentField = RecordField<_MsgAttachment>;
+using AttachmentColumn = RecordColumn<_MsgAttachment>;
 
-// A Local Database has the last three under names of its own.
-constexpr std::array attachmentFields = {
-    AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
-    AttachmentField{"guid"_L1, &_MsgAttachment::guid},
-    AttachmentField{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}},
-    AttachmentField{"start_date"_L1, RecordDate{&_MsgAttachment::start_date}},
-    AttachmentField{"filename"_L1, &_MsgAttachment::filename},
-    AttachmentField{"uti"_L1, repeatingText(&_MsgAttachment::uti)},
-    AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
-    AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
-    AttachmentField{"is_outgoing"_L1, &_MsgAttachment::is_outgoing},
-    AttachmentField{"user_info"_L1, &_MsgAttachment::user_info},
-    AttachmentField{"transfer_name"_L1, &_MsgAttachment::transfer_name},
-    AttachmentField{"total_bytes"_L1, &_MsgAttachment::total_bytes},
-    AttachmentField{"is_sticker"_L1, &_MsgAttachment::is_sticker},
-    AttachmentField{"hide_attachment"_L1, &_MsgAttachment::hide_attachment},
-    AttachmentField{"emoji_image_short_description"_L1, &_MsgAttachment::emoji_image_short_description},
-    AttachmentField{"_is_sticker"_L1, &_MsgAttachment::is_sticker},
-    AttachmentField{"_hide_attachment"_L1, &_MsgAttachment::hide_attachment},
-    AttachmentField{"_emoji_image_short_description"_L1, &_MsgAttachment::emoji_image_short_description},
-};
-
-constexpr std::array madridAttachmentFields = {
-    AttachmentField{"rowid"_L1, &_MsgAttachment::rowid},
-    AttachmentField{"attachment_guid"_L1, &_MsgAttachment::guid},
-    AttachmentField{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}},
-    AttachmentField{"start_date"_L1, RecordDate{&_MsgAttachment::start_date}},
-    AttachmentField{"filename"_L1, &_MsgAttachment::filename},
-    AttachmentField{"uti_type"_L1, repeatingText(&_MsgAttachment::uti)},
-    AttachmentField{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type)},
-    AttachmentField{"transfer_state"_L1, &_MsgAttachment::transfer_state},
+// Of phones before iOS 6.
+constexpr std::array madridAttachmentColumns = {
+    AttachmentColumn{"rowid"_L1, &_MsgAttachment::rowid, {}},
+    AttachmentColumn{"attachment_guid"_L1, &_MsgAttachment::guid, {}},
+    AttachmentColumn{"created_date"_L1, RecordDate{&_MsgAttachment::created_date}, {}},
+    AttachmentColumn{"start_date"_L1, RecordDate{&_MsgAttachment::start_date}, {}},
+    AttachmentColumn{"filename"_L1, &_MsgAttachment::filename, {}},
+    AttachmentColumn{"uti_type"_L1, repeatingText(&_MsgAttachment::uti), {}},
+    AttachmentColumn{"mime_type"_L1, repeatingText(&_MsgAttachment::mime_type), {}},
+    AttachmentColumn{"transfer_state"_L1, &_MsgAttachment::transfer_state, {}},
 };
 
 using Attachments = QHash<QString, _MsgAttachment *>;
@@ -108,11 +88,11 @@ Owner messageOwner(const _MsgStore &store, qint64 rowid)
 }
 
 /// The rows of `cursor`, each beside the rowid of what it belongs to in the column "message_id".
-template <size_t size, typename OwnerOf>
-void readRows(Sqlite3Cursor cursor, const std::array<AttachmentField, size> &fields, const QDir &root,
-              _MsgStore &store, OwnerOf ownerOf)
+template <typename OwnerOf>
+void readRows(Sqlite3Cursor cursor, RecordColumns<_MsgAttachment> columns, const QDir &root, _MsgStore &store,
+              OwnerOf ownerOf)
 {
-    RecordReader<_MsgAttachment> reader(cursor, fields, {}, DateUnit::EachItsOwn);
+    RecordReader<_MsgAttachment> reader(cursor, columns, {}, DateUnit::EachItsOwn);
     const int rowid = cursor.columnIndex(u"rowid"_s);
     const int messageId = cursor.columnIndex(u"message_id"_s);
     const int incoming = cursor.columnIndex(u"is_incoming"_s); // before iOS 6
@@ -158,17 +138,17 @@ void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
         return message.attachments || isLocal ? message : reactions(rowid);
     };
     readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"message_id"_s, u"message_attachment_join"_s))),
-             attachmentFields, root, store, ownerOf);
+             attachmentTable(), root, store, ownerOf);
     if (tables.contains(u"_reaction_attachment_join"_s))
         readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"reaction_id"_s, u"_reaction_attachment_join"_s))),
-                 attachmentFields, root, store, std::ref(reactions));
+                 attachmentTable(), root, store, std::ref(reactions));
 }
 
 void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     if (tables.contains(u"madrid_attachment"_s))
-        readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridAttachmentFields,
+        readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridAttachmentColumns,
                  root, store, [&](qint64 rowid) { return messageOwner(store, rowid); });
     readMmsAttachments(db, root, store);
 }

@@ -1,17 +1,16 @@
 #pragma once
 
-#include "sqlite_qt/sqlite3sql.h"
+#include "store/readers/recordinsertion.h"
 #include "store/records/messagerecords.h"
 
 #include <QHash>
-#include <QLatin1StringView>
 #include <QString>
 
-#include <vector>
+#include <utility>
 
-/// Makes the statement that inserts a message into the columns that a file's `message` table has. The
-/// columns are looked up once, and there is one text for each set of columns that a message fills, so
-/// that the statements behind the texts are prepared once.
+/// Makes the statement that inserts a message into the columns that a file's `message` table has. There is
+/// one text for each set of columns that a message fills, so that the statements behind the texts are
+/// prepared once.
 class MessageInsertion
 {
 public:
@@ -24,19 +23,12 @@ public:
                    const QString &logicHash);
 
     /// Whether the file keeps what newer phones tell, as our own do.
-    bool hasExtras() const { return writesExtras; }
+    bool hasExtras() const { return !extras.isEmpty(); }
     bool hasLogicHash() const { return writesLogicHash; }
 
 private:
-    struct IntColumn {
-        QLatin1StringView name;
-        int _MsgMessage::*member;
-    };
-
-    std::vector<IntColumn> optionalInts;
-    bool writesOtherHandle = false;
-    bool writesGroupTitle = false;
+    RecordInsertion<_MsgMessage> columns;
+    RecordInsertion<MessageExtras> extras;
     bool writesLogicHash = false;
-    bool writesExtras = false;
-    QHash<uint, QString> texts; ///< by the columns that only some messages fill
+    QHash<std::pair<quint64, quint64>, QString> texts; ///< by the columns that are bound
 };

@@ -1,8 +1,9 @@
 #include "store/readers/messagerows.h"
 
 #include "store/archives/typedstream.h"
+#include "store/readers/extrasreader.h"
 #include "store/readers/recordreader.h"
-#include "store/records/extrasfields.h"
+#include "store/records/columntables.h"
 #include "store/records/messageparts.h"
 #include "store/records/reactions.h"
 #include "store/records/replies.h"
@@ -10,72 +11,21 @@
 #include <QDebug>
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-using MessageField = RecordField<_MsgMessage>;
-
-constexpr RecordDate<_MsgMessage> date(int _MsgMessage::*member)
+/// Adds those columns of a phone that we keep and that are there.
+template <typename Record>
+void addExisting(QStringList &columns, const QSet<QString> &existing, RecordColumns<Record> table)
 {
-    return {member};
+    for (const RecordColumn<Record> &column : table) {
+        if (column.isOfPhone() && column.hasMember() && existing.contains(QString(column.name).toLower()))
+            columns.append(u'"' + column.name + u'"'); // some are words of SQL
+    }
 }
-
-constexpr std::array messageFields = {
-    MessageField{"rowid"_L1, &_MsgMessage::rowid},
-    MessageField{"guid"_L1, &_MsgMessage::guid},
-    MessageField{"text"_L1, &_MsgMessage::text},
-    MessageField{"replace"_L1, &_MsgMessage::replace},
-    MessageField{"service_center"_L1, repeatingText(&_MsgMessage::service_center)},
-    MessageField{"handle_id"_L1, &_MsgMessage::handle_id},
-    MessageField{"subject"_L1, &_MsgMessage::subject},
-    MessageField{"country"_L1, repeatingText(&_MsgMessage::country)},
-    MessageField{"attributedBody"_L1, &_MsgMessage::attributedBody},
-    MessageField{"version"_L1, &_MsgMessage::version},
-    MessageField{"type"_L1, &_MsgMessage::type},
-    MessageField{"service"_L1, repeatingText(&_MsgMessage::service)},
-    MessageField{"account"_L1, repeatingText(&_MsgMessage::account)},
-    MessageField{"account_guid"_L1, repeatingText(&_MsgMessage::account_guid)},
-    MessageField{"error"_L1, &_MsgMessage::error},
-    MessageField{"date"_L1, date(&_MsgMessage::date)},
-    MessageField{"date_read"_L1, date(&_MsgMessage::date_read)},
-    MessageField{"date_delivered"_L1, date(&_MsgMessage::date_delivered)},
-    MessageField{"is_delivered"_L1, &_MsgMessage::is_delivered},
-    MessageField{"is_finished"_L1, &_MsgMessage::is_finished},
-    MessageField{"is_emote"_L1, &_MsgMessage::is_emote},
-    MessageField{"is_from_me"_L1, &_MsgMessage::is_from_me},
-    MessageField{"is_empty"_L1, &_MsgMessage::is_empty},
-    MessageField{"is_delayed"_L1, &_MsgMessage::is_delayed},
-    MessageField{"is_auto_reply"_L1, &_MsgMessage::is_auto_reply},
-    MessageField{"is_prepared"_L1, &_MsgMessage::is_prepared},
-    MessageField{"is_read"_L1, &_MsgMessage::is_read},
-    MessageField{"is_system_message"_L1, &_MsgMessage::is_system_message},
-    MessageField{"is_sent"_L1, &_MsgMessage::is_sent},
-    MessageField{"has_dd_results"_L1, &_MsgMessage::has_dd_results},
-    MessageField{"is_service_message"_L1, &_MsgMessage::is_service_message},
-    MessageField{"is_forward"_L1, &_MsgMessage::is_forward},
-    MessageField{"was_downgraded"_L1, &_MsgMessage::was_downgraded},
-    MessageField{"is_archive"_L1, &_MsgMessage::is_archive},
-    MessageField{"cache_has_attachments"_L1, &_MsgMessage::cache_has_attachments},
-    MessageField{"cache_roomnames"_L1, repeatingText(&_MsgMessage::cache_roomnames)},
-    MessageField{"was_data_detected"_L1, &_MsgMessage::was_data_detected},
-    MessageField{"was_deduplicated"_L1, &_MsgMessage::was_deduplicated},
-    MessageField{"is_audio_message"_L1, &_MsgMessage::is_audio_message},
-    MessageField{"is_played"_L1, &_MsgMessage::is_played},
-    MessageField{"date_played"_L1, date(&_MsgMessage::date_played)},
-    MessageField{"item_type"_L1, &_MsgMessage::item_type},
-    MessageField{"other_handle"_L1, &_MsgMessage::other_handle},
-    MessageField{"group_title"_L1, repeatingText(&_MsgMessage::group_title)},
-    MessageField{"group_action_type"_L1, &_MsgMessage::group_action_type},
-    MessageField{"share_status"_L1, &_MsgMessage::share_status},
-    MessageField{"share_direction"_L1, &_MsgMessage::share_direction},
-    MessageField{"is_expirable"_L1, &_MsgMessage::is_expirable},
-    MessageField{"expire_state"_L1, &_MsgMessage::expire_state},
-    MessageField{"message_action_type"_L1, &_MsgMessage::message_action_type},
-};
 
 void link(const _MsgStore &store, _MsgMessage &message)
 {
@@ -105,7 +55,7 @@ class MessageRows::Reader
 public:
     Reader(const Sqlite3Cursor &query, DateUnit unit)
         : cursor(query)
-        , records(query, messageFields, {}, unit)
+        , records(query, messageTable(), {}, unit)
         , extras(query)
         , rowid(query.columnIndex(u"rowid"_s))
     {
@@ -131,14 +81,8 @@ private:
 QStringList MessageRows::columnsOf(const QSet<QString> &existing)
 {
     QStringList columns;
-    const auto add = [&](const QString &column) {
-        if (existing.contains(column.toLower()))
-            columns.append(u'"' + column + u'"'); // some are words of SQL
-    };
-    for (const MessageField &field : messageFields)
-        add(field.column);
-    for (const ExtrasField &field : extrasFields())
-        add(field.column);
+    addExisting(columns, existing, messageTable());
+    addExisting(columns, existing, extrasTable());
     return columns;
 }
 

@@ -2,7 +2,7 @@
 
 #include "sqlite_qt/untoucheddb.h"
 #include "sqlite_qt/writetransaction.h"
-#include "store/records/extrasfields.h"
+#include "store/records/columntables.h"
 
 #include <QFile>
 
@@ -19,25 +19,23 @@ struct OwnColumn {
     QString type;
 };
 
-struct ColumnType {
-    QString operator()(int MessageExtras::*) const { return u"INTEGER"_s; }
-    QString operator()(bool MessageExtras::*) const { return u"INTEGER"_s; }
-    QString operator()(QString MessageExtras::*) const { return u"TEXT"_s; }
-    QString operator()(QByteArray MessageExtras::*) const { return u"BLOB"_s; }
-};
+template <typename Record>
+void addOwn(QList<OwnColumn> &columns, const QString &table, RecordColumns<Record> known)
+{
+    for (const RecordColumn<Record> &column : known) {
+        if (column.traits.local == LocalColumn::Aside)
+            columns.append({table, column.localName(), column.declaration});
+    }
+}
 
 QList<OwnColumn> ownColumns()
 {
-    QList<OwnColumn> columns = {{u"handle"_s, u"_person_centric_id"_s, u"TEXT"_s},
-                                {u"handle"_s, u"_contact"_s, u"TEXT"_s},
-                                {u"message"_s, u"_is_recovered"_s, u"INTEGER"_s},
-                                {u"attachment"_s, u"_is_sticker"_s, u"INTEGER"_s},
-                                {u"attachment"_s, u"_hide_attachment"_s, u"INTEGER"_s},
-                                {u"_reaction"_s, u"payload_data"_s, u"BLOB"_s},
-                                {u"_reaction"_s, u"message_summary_info"_s, u"BLOB"_s},
-                                {u"attachment"_s, u"_emoji_image_short_description"_s, u"TEXT"_s}};
-    for (const ExtrasField &field : extrasFields())
-        columns.append({u"message"_s, u'_' + field.column, std::visit(ColumnType(), field.member)});
+    QList<OwnColumn> columns = {{u"_reaction"_s, u"payload_data"_s, u"BLOB"_s},
+                                {u"_reaction"_s, u"message_summary_info"_s, u"BLOB"_s}};
+    addOwn(columns, u"handle"_s, handleTable());
+    addOwn(columns, u"message"_s, messageTable());
+    addOwn(columns, u"attachment"_s, attachmentTable());
+    addOwn(columns, u"message"_s, extrasTable());
     return columns;
 }
 

@@ -2,34 +2,14 @@
 
 #include "app/appledates.h"
 #include "sqlite_qt/sqlite3cursor.h"
+#include "store/records/recordcolumn.h"
 #include "store/records/sharedtexts.h"
 
 #include <QByteArray>
-#include <QLatin1StringView>
 #include <QString>
 
 #include <memory>
-#include <span>
-#include <variant>
 #include <vector>
-
-/// A text field with few different values in many rows.
-template <typename Record>
-struct RepeatingText {
-    QString Record::*member;
-};
-
-/// A field for a date in seconds since 2001.
-template <typename Record>
-struct RecordDate {
-    int Record::*member;
-};
-
-template <typename Record>
-constexpr RepeatingText<Record> repeatingText(QString Record::*member)
-{
-    return {member};
-}
 
 /// In what a file counts its dates.
 enum class DateUnit {
@@ -37,14 +17,14 @@ enum class DateUnit {
     EachItsOwn, ///< some in seconds, some in nanoseconds
 };
 
-/// Which column goes into which field of a record.
+/// Position of `column` in the result of a query, by a phone's name for it or that of a Local Database; -1
+/// where there is none.
 template <typename Record>
-struct RecordField {
-    QLatin1StringView column;
-    std::variant<int Record::*, qint64 Record::*, QString Record::*, QByteArray Record::*,
-                 RepeatingText<Record>, RecordDate<Record>>
-        member;
-};
+int positionOf(const Sqlite3Cursor &cursor, const RecordColumn<Record> &column)
+{
+    const int position = column.isOfPhone() ? cursor.columnIndex(column.name) : -1;
+    return position >= 0 ? position : cursor.columnIndex(column.localName());
+}
 
 /// Makes records of the rows of one query. The columns are looked up once; a column that the result
 /// lacks reads as 0 or empty, also where a new record has another default.
@@ -53,13 +33,13 @@ class RecordReader
 {
 public:
     /// `model` is what a record holds before its columns are read.
-    RecordReader(const Sqlite3Cursor &cursor, std::span<const RecordField<Record>> fields,
-                 const Record &model = {}, DateUnit dateUnit = DateUnit::Seconds)
+    RecordReader(const Sqlite3Cursor &cursor, RecordColumns<Record> columns, const Record &model = {},
+                 DateUnit dateUnit = DateUnit::Seconds)
         : blank(model), unit(dateUnit)
     {
-        for (const RecordField<Record> &field : fields) {
-            const int position = cursor.columnIndex(field.column);
-            std::visit([&](auto member) { place(position, member); }, field.member);
+        for (const RecordColumn<Record> &column : columns) {
+            const int position = positionOf(cursor, column);
+            std::visit([&](auto member) { place(position, member); }, column.member);
         }
     }
 
@@ -73,6 +53,8 @@ public:
             (*record).*member = wholeSeconds(cursor.getInt64(position));
         for (const auto &[position, member] : longs)
             (*record).*member = cursor.getInt64(position);
+        for (const auto &[position, member] : flags)
+            (*record).*member = cursor.getInt(position) != 0;
         for (const auto &[position, member] : texts) {
             QString &text = (*record).*member;
             text = cursor.getText(position);
@@ -91,6 +73,8 @@ private:
         int position;
         Value Record::*member;
     };
+
+    void place(int, std::monostate) {}
 
     template <typename Value>
     void place(int position, Value Record::*member)
@@ -119,6 +103,7 @@ private:
 
     std::vector<Column<int>> &columnsOf(int Record::*) { return ints; }
     std::vector<Column<qint64>> &columnsOf(qint64 Record::*) { return longs; }
+    std::vector<Column<bool>> &columnsOf(bool Record::*) { return flags; }
     std::vector<Column<QString>> &columnsOf(QString Record::*) { return texts; }
     std::vector<Column<QByteArray>> &columnsOf(QByteArray Record::*) { return blobs; }
 
@@ -127,6 +112,7 @@ private:
     std::vector<Column<int>> ints;
     std::vector<Column<int>> dates;
     std::vector<Column<qint64>> longs;
+    std::vector<Column<bool>> flags;
     std::vector<Column<QString>> texts;
     std::vector<Column<QString>> repeating;
     std::vector<Column<QByteArray>> blobs;

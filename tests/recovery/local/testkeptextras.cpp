@@ -5,8 +5,9 @@
 #include "recovery/local/importmessages.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
+#include "store/readers/recordinsertion.h"
 #include "store/records/attachmentlist.h"
-#include "store/records/extrasfields.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 #include "testing/builders/smsdbbuilder.h"
@@ -111,8 +112,8 @@ QString told(const MessageExtras &extras)
                               QString::fromLatin1(one.payload_data + one.message_summary_info) +
                                   told(one.attachments)));
     Sqlite3Sql columns("");
-    for (const ExtrasField &field : extrasFields())
-        bindField(columns, field, extras);
+    for (const RecordColumn<MessageExtras> &column : extrasTable())
+        visitMember(column, [&](auto member) { bindValue(columns, extras.*member); });
     for (const QVariant &value : columns.params())
         texts.append(QString::fromLatin1(value.toByteArray().toHex()));
     return texts.join(u'|');
