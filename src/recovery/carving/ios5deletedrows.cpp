@@ -2,11 +2,12 @@
 #include "recovery/carving/deletedrows.h"
 #include "recovery/carving/rawvalues.h"
 #include "store/people/countrylibdb.h"
+#include "store/records/columntables.h"
 #include "store/records/messagestore.h"
 
 #include <QDateTime>
 
-#include <array>
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -22,53 +23,23 @@ constexpr qsizetype firstMadridColumn = 17;
 constexpr qsizetype isMadridColumn = 29;
 constexpr int sentFlags = 3;
 
-struct Column {
-    QLatin1StringView name;
-    QLatin1StringView type;
-};
-
-constexpr std::array columns = {
-    Column{"ROWID"_L1, "INTEGER"_L1},
-    Column{"address"_L1, "TEXT"_L1},
-    Column{"date"_L1, "INTEGER"_L1},
-    Column{"text"_L1, "TEXT"_L1},
-    Column{"flags"_L1, "INTEGER"_L1},
-    Column{"replace"_L1, "INTEGER"_L1},
-    Column{"svc_center"_L1, "TEXT"_L1},
-    Column{"group_id"_L1, "INTEGER"_L1},
-    Column{"association_id"_L1, "INTEGER"_L1},
-    Column{"height"_L1, "INTEGER"_L1},
-    Column{"UIFlags"_L1, "INTEGER"_L1},
-    Column{"version"_L1, "INTEGER"_L1},
-    Column{"subject"_L1, "TEXT"_L1},
-    Column{"country"_L1, "TEXT"_L1},
-    Column{"headers"_L1, "BLOB"_L1},
-    Column{"recipients"_L1, "BLOB"_L1},
-    Column{"read"_L1, "INTEGER"_L1},
-    Column{"madrid_attributedBody"_L1, "BLOB"_L1},
-    Column{"madrid_handle"_L1, "TEXT"_L1},
-    Column{"madrid_version"_L1, "INTEGER"_L1},
-    Column{"madrid_guid"_L1, "TEXT"_L1},
-    Column{"madrid_type"_L1, "INTEGER"_L1},
-    Column{"madrid_roomname"_L1, "TEXT"_L1},
-    Column{"madrid_service"_L1, "TEXT"_L1},
-    Column{"madrid_account"_L1, "TEXT"_L1},
-    Column{"madrid_flags"_L1, "INTEGER"_L1},
-    Column{"madrid_attachmentInfo"_L1, "BLOB"_L1},
-    Column{"madrid_url"_L1, "TEXT"_L1},
-    Column{"madrid_error"_L1, "INTEGER"_L1},
-    Column{"is_madrid"_L1, "INTEGER"_L1},
-    Column{"madrid_date_read"_L1, "INTEGER"_L1},
-    Column{"madrid_date_delivered"_L1, "INTEGER"_L1},
-    Column{"madrid_account_guid"_L1, "TEXT"_L1},
-};
-
 QList<_SqliteCol> firstColumns(qsizetype count)
 {
     QList<_SqliteCol> list;
-    for (const Column &column : columns)
-        list.append({column.name, column.type, false, false, false});
-    return list.first(count);
+    for (const Ios5Column &column : ios5MessageTable().first(size_t(count)))
+        list.append({column.column.name, column.column.declaration, false, false, false});
+    return list;
+}
+
+void takeValues(_MsgMessage &message, const QList<QVariant> &values, std::initializer_list<Ios5Use> uses)
+{
+    const std::span<const Ios5Column> columns = ios5MessageTable();
+    const qsizetype count = std::min(qsizetype(columns.size()), values.size());
+    for (qsizetype place = 1; place < count; ++place) { // the first one is the row number
+        const Ios5Column &column = columns[size_t(place)];
+        if (std::find(uses.begin(), uses.end(), column.use) != uses.end())
+            takeRawValue(message, column.column, values.at(place));
+    }
 }
 
 bool isKnownUiFlags(qint64 flags)
@@ -108,12 +79,7 @@ _MsgMessage commonMessage(const Sqlite3RawRow &row)
 {
     _MsgMessage message;
     message.rowid = row.rowid;
-    message.text = row.values.at(3).toString();
-    message.replace = intOf(row.values.at(5));
-    message.service_center = row.values.at(6).toString();
-    message.version = intOf(row.values.at(11));
-    message.subject = row.values.at(12).toString();
-    message.country = row.values.at(13).toString();
+    takeValues(message, row.values, {Ios5Use::All, Ios5Use::Carved});
     message.is_finished = 1;
     message.is_prepared = 1;
     message.is_read = 1;
@@ -139,15 +105,8 @@ void completeSms(_RecycleMessage &recycled, const QList<QVariant> &values, Count
 void completeMadrid(_RecycleMessage &recycled, const QList<QVariant> &values, CountryLibDb &countries)
 {
     _MsgMessage &message = recycled.message;
-    message.attributedBody = values.at(17).toByteArray();
-    message.guid = values.at(20).toString();
+    takeValues(message, values, {Ios5Use::IMessages});
     message.service = u"iMessage"_s;
-    message.account = values.at(24).toString();
-    message.account_guid = values.at(32).toString();
-    message.error = intOf(values.at(28));
-    message.date = intOf(values.at(2));
-    message.date_read = intOf(values.at(30));
-    message.date_delivered = intOf(values.at(31));
     message.is_from_me = message.date_delivered > 0 ? 1 : 0;
     recycled.handle = normalizeAddress(countries.defaultCountry(), values.at(18).toString());
     const QString room = values.at(22).toString();
