@@ -2,6 +2,7 @@
 
 #include "sqlite_qt/writetransaction.h"
 #include "store/readers/ownschema.h"
+#include "store/records/columntables.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,54 +20,16 @@ namespace
 /// A statement with the number by which a failure of it is known.
 struct NumberedSql {
     int line;
-    QLatin1StringView text;
+    QString text;
 };
 
-struct AddedColumn {
-    QLatin1StringView table;
-    QLatin1StringView column;
-    NumberedSql sql;
-};
+// The numbers of the first statements; each further one of "message" is three higher.
+constexpr int chatLine = 122;
+constexpr int messageLine = 127;
+constexpr int linesBetween = 3;
 
-// In the order in which a new file has them.
-constexpr std::array addedColumns = {
-    AddedColumn{"chat"_L1, "group_id"_L1, {122, "ALTER TABLE chat ADD COLUMN group_id TEXT;"_L1}},
-    AddedColumn{"message"_L1,
-                "is_audio_message"_L1,
-                {127, "ALTER TABLE message ADD COLUMN is_audio_message INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{"message"_L1,
-                "is_played"_L1,
-                {130, "ALTER TABLE message ADD COLUMN is_played INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{
-        "message"_L1, "date_played"_L1, {133, "ALTER TABLE message ADD COLUMN date_played INTEGER;"_L1}},
-    AddedColumn{"message"_L1,
-                "item_type"_L1,
-                {136, "ALTER TABLE message ADD COLUMN item_type INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{"message"_L1,
-                "other_handle"_L1,
-                {139, "ALTER TABLE message ADD COLUMN other_handle INTEGER DEFAULT -1;"_L1}},
-    AddedColumn{"message"_L1, "group_title"_L1, {142, "ALTER TABLE message ADD COLUMN group_title TEXT;"_L1}},
-    AddedColumn{"message"_L1,
-                "group_action_type"_L1,
-                {145, "ALTER TABLE message ADD COLUMN group_action_type INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{
-        "message"_L1, "share_status"_L1, {148, "ALTER TABLE message ADD COLUMN share_status INTEGER;"_L1}},
-    AddedColumn{"message"_L1,
-                "share_direction"_L1,
-                {151, "ALTER TABLE message ADD COLUMN share_direction INTEGER;"_L1}},
-    AddedColumn{"message"_L1,
-                "is_expirable"_L1,
-                {154, "ALTER TABLE message ADD COLUMN is_expirable INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{"message"_L1,
-                "expire_state"_L1,
-                {157, "ALTER TABLE message ADD COLUMN expire_state INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{"message"_L1,
-                "message_action_type"_L1,
-                {160, "ALTER TABLE message ADD COLUMN message_action_type INTEGER DEFAULT 0;"_L1}},
-    AddedColumn{"message"_L1, "logic_hash"_L1, {163, "ALTER TABLE message ADD COLUMN logic_hash TEXT;"_L1}},
-};
-
-constexpr NumberedSql hashIndex = {164, "CREATE INDEX message_idx_logic_hash ON message(logic_hash);"_L1};
+constexpr int hashIndexLine = 164;
+constexpr auto hashIndex = "CREATE INDEX message_idx_logic_hash ON message(logic_hash);"_L1;
 
 constexpr std::array neededTables = {"chat"_L1, "handle"_L1, "chat_handle_join"_L1, "message"_L1,
                                      "chat_message_join"_L1};
@@ -124,31 +87,44 @@ void execThrow(Sqlite3DB &db, const NumberedSql &sql)
             u"line:%1, sql:%2, error:%3"_s.arg(QString::number(sql.line), sql.text, error).toStdString());
 }
 
-bool lacksHashIndex(Sqlite3DB &db)
+void addHashIndex(Sqlite3DB &db)
 {
-    return !schemaNames(db, u"index"_s).contains(u"message_idx_logic_hash"_s);
+    if (!schemaNames(db, u"index"_s).contains(u"message_idx_logic_hash"_s))
+        execThrow(db, {hashIndexLine, hashIndex});
 }
 
-/// The column and its index come together: without the index each look-up would read the whole file.
-void addColumn(Sqlite3DB &db, const AddedColumn &added)
+/// The column of hashes and its index come together: without the index each look-up would read the whole
+/// file.
+void addColumn(Sqlite3DB &db, const NumberedSql &sql, bool isHash)
 {
     WriteTransaction transaction(db);
-    execThrow(db, added.sql);
-    if (added.column == "logic_hash"_L1 && lacksHashIndex(db))
-        execThrow(db, hashIndex);
+    execThrow(db, sql);
+    if (isHash)
+        addHashIndex(db);
     transaction.commit();
+}
+
+/// Adds what `table` lacks, in the order in which a new file has it.
+template <typename Record>
+void addColumns(Sqlite3DB &db, const QString &table, RecordColumns<Record> columns, int line)
+{
+    const QSet<QString> known = columnNames(db, table);
+    for (const RecordColumn<Record> &column : columns) {
+        if (column.traits.local != LocalColumn::Added)
+            continue;
+        if (!known.contains(column.name))
+            addColumn(
+                db, {line, u"ALTER TABLE %1 ADD COLUMN %2 %3;"_s.arg(table, column.name, column.declaration)},
+                column.name == "logic_hash"_L1);
+        line += linesBetween;
+    }
 }
 
 void upgradeSchema(Sqlite3DB &db)
 {
-    const QSet<QString> chat = columnNames(db, u"chat"_s);
-    const QSet<QString> message = columnNames(db, u"message"_s);
-    for (const AddedColumn &added : addedColumns) {
-        if (!(added.table == "chat"_L1 ? chat : message).contains(added.column))
-            addColumn(db, added);
-    }
-    if (lacksHashIndex(db))
-        execThrow(db, hashIndex);
+    addColumns(db, u"chat"_s, chatTable(), chatLine);
+    addColumns(db, u"message"_s, messageTable(), messageLine);
+    addHashIndex(db);
 }
 
 void checkTablesThrow(const QSet<QString> &tables, const QString &path)
