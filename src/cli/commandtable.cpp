@@ -20,26 +20,27 @@ const QList<CommandOption> choiceOptions = {
     {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once.",
      [](CommandLine &line, const QStringList &values) { line.choice.chats = values; }},
 };
-const CommandOption newestFirst = {
+const CommandOption newestFirstOption = {
     "newest-first", nullptr, "The newest message comes first.",
     [](CommandLine &line, const QStringList &) { line.order = ListOrder::NewestFirst; }};
-const CommandOption emoji = {
+const CommandOption emojiOption = {
     "emoji", nullptr, "Emoji stay as they are; without it \"[EMOJI]\" stands for each.",
     [](CommandLine &line, const QStringList &) { line.emoji = EmojiStyle::Characters; }};
-const CommandOption root = {"root", "DIR", "Look for backups below DIR.",
-                            [](CommandLine &line, const QStringList &values) { line.root = values.last(); }};
-const CommandOption missing = {"missing", nullptr, "Only those whose file isn't in the backup.",
-                               [](CommandLine &line, const QStringList &) { line.missing = true; }};
-const CommandOption format = {
+const CommandOption rootOption = {
+    "root", "DIR", "Look for backups below DIR.",
+    [](CommandLine &line, const QStringList &values) { line.root = values.last(); }};
+const CommandOption missingOption = {"missing", nullptr, "Only those whose file isn't in the backup.",
+                                     [](CommandLine &line, const QStringList &) { line.missing = true; }};
+const CommandOption formatOption = {
     "format", "txt|csv|html|pdf", "What to write.",
     [](CommandLine &line, const QStringList &values) { line.format = values.last(); }, true};
-const CommandOption out = {
+const CommandOption outOption = {
     "out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.",
     [](CommandLine &line, const QStringList &values) { line.out = values.last(); }, true};
-const CommandOption into = {"into", "NAME", "The Local Database to write to; it is made if it isn't there.",
-                            [](CommandLine &line, const QStringList &values) { line.into = values.last(); },
-                            true};
-const CommandOption intoBackup = {
+const CommandOption intoOption = {
+    "into", "NAME", "The Local Database to write to; it is made if it isn't there.",
+    [](CommandLine &line, const QStringList &values) { line.into = values.last(); }, true};
+const CommandOption intoBackupOption = {
     "into-backup", "DIR", "The unencrypted backup folder to write to.",
     [](CommandLine &line, const QStringList &values) { line.intoBackup = values.last(); }, true};
 
@@ -61,26 +62,27 @@ constexpr auto gapsDetails =
 const QList<Command> &commandTable()
 {
     static const QList<Command> table = {
-        {"backups", "", "The backups in the default place, or below DIR.", {root}, listBackupsCommand},
+        {"backups", "", "The backups in the default place, or below DIR.", {rootOption}, listBackupsCommand},
         {"databases", "", "The Local Databases.", {}, listDatabasesCommand},
         {"chats", "SOURCE", "The conversations of a source, newest first.", sourceOptions, listChatsCommand},
         {"messages", "SOURCE", "The messages of a source.",
-         sourceOptions + choiceOptions + QList{newestFirst, emoji}, listMessagesCommand},
+         sourceOptions + choiceOptions + QList{newestFirstOption, emojiOption}, listMessagesCommand},
         {"attachments", "SOURCE",
          "The attachments of a source, then how many there are and how many are missing.",
-         sourceOptions + choiceOptions + QList{newestFirst, missing}, listAttachmentsCommand},
+         sourceOptions + choiceOptions + QList{newestFirstOption, missingOption}, listAttachmentsCommand},
         {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, listGapsCommand,
          gapsDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
-         sourceOptions + choiceOptions + QList{newestFirst, emoji, format, out}, exportCommand},
+         sourceOptions + choiceOptions + QList{newestFirstOption, emojiOption, formatOption, outOption},
+         exportCommand},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
-         sourceOptions + choiceOptions + QList{into}, importCommand},
+         sourceOptions + choiceOptions + QList{intoOption}, importCommand},
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
          sourceOptions, recoverCommand},
         {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", choiceOptions,
          deleteCommand},
         {"merge", "SOURCE", "Writes a source's messages into an unencrypted backup folder.",
-         sourceOptions + QList{intoBackup}, mergeCommand},
+         sourceOptions + QList{intoBackupOption}, mergeCommand},
     };
     return table;
 }

@@ -1,10 +1,8 @@
 #include "ui/flows/messageworkers.h"
 
-#include "backup/extractmessages.h"
 #include "export/exportchoice.h"
 #include "recovery/local/localdatabases.h"
 #include "sources/opensource.h"
-#include "store/readers/openmessagedb.h"
 #include "store/records/messagestore.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/countryselform.h"
