@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int deepest = 64;                   // objects within each other
+constexpr int deepestObject = 64;             // objects within each other
 constexpr int mostNodes = 100'000;            // the largest archive seen has 48 objects
 constexpr qsizetype mostBytes = largestPlist; // of texts and data, as often as they are told
 constexpr double latestDate = 1e11;           // seconds since 2001: 3,000 years
@@ -76,7 +76,7 @@ private:
 
 TreeReader::Node TreeReader::value(const Object &object, int depth)
 {
-    if (depth > deepest || ++nodes > mostNodes)
+    if (depth > deepestObject || ++nodes > mostNodes)
         return {};
     if (const std::optional<quint64> reference = archive.reference(object))
         return referred(*reference, depth);
@@ -107,7 +107,7 @@ TreeReader::Node TreeReader::referred(quint64 number, int depth)
 {
     const auto found = known.constFind(number);
     if (found != known.cend()) {
-        const bool isUsable = !found->isOpen && depth + found->node.height <= deepest;
+        const bool isUsable = !found->isOpen && depth + found->node.height <= deepestObject;
         return isUsable ? found->node : Node();
     }
     known.insert(number, {});
