@@ -95,7 +95,7 @@ LocalDatabase database(const QTemporaryDir &dir, const QString &name)
 void import(const QList<_MsgMessage *> &messages, const LocalDatabase &target)
 {
     SilentProgress progress;
-    backupMessages(messages, QDir(target.path), target.file(), progress);
+    importMessages(messages, QDir(target.path), target.file(), progress);
 }
 
 void compareInsertion(const QTemporaryDir &dir)
@@ -148,7 +148,7 @@ void printMemory(const QList<_MsgMessage *> &messages, const LocalDatabase &targ
 {
     MeasuringProgress progress;
     const qint64 before = allocatedBytes();
-    backupMessages(messages, QDir(target.path), target.file(), progress);
+    importMessages(messages, QDir(target.path), target.file(), progress);
     std::printf("%-52s %9.1f MiB\n",
                 qPrintable(u"memory: 20,000 messages into %1"_s.arg(countMessages(target) - messages.size())),
                 double(progress.most - before) / (1 << 20));

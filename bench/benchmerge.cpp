@@ -69,7 +69,7 @@ int main(int argc, char **argv)
     const auto merge = [&] {
         SilentProgress progress;
         IOS6MessageDb source(QDir(), phone, QString(), false);
-        restoreMessages(chosen, source, folder(round++), progress);
+        mergeMessages(chosen, source, folder(round++), progress);
     };
     merge();
     const Floor floor(folder(0).filePath(messageDatabaseName()), dir.filePath(u"bare.db"_s));

@@ -100,7 +100,7 @@ QDir backupCacheDir(const BackupManifest &manifest)
     return QDir(dataRoot().absoluteFilePath(u"itunes_cache/"_s + manifest.cacheFolderName()));
 }
 
-void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress)
+void extractMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), 99, {});
     const MessageFolders folders = findFolders(manifest.rootNode);

@@ -13,7 +13,7 @@ QDir backupCacheDir(const BackupManifest &manifest);
 /// that would leave the folder are passed over and logged. Throws `std::runtime_error`, or the integer
 /// -1 when cancelled; a cache that was new is then gone, one that was there before holds what was not
 /// replaced yet and is completed by the next run. A recycle database in it stays.
-void cacheBackupMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress);
+void extractMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress);
 
 /// Takes away what was copied into `cacheDir`; a recycle database in it stays, with the journal that it may
 /// need. Throws `std::runtime_error` when another program works in it.

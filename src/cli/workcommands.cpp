@@ -77,7 +77,7 @@ void importCommand(const CommandLine &line, TerminalProgress &progress)
     const LocalDatabase target = localDatabaseToFill(line.into);
     const InterruptScope interruptible(progress);
     const ImportCounts counts =
-        backupMessages(chosenMessages(source.store, line.choice), QDir(target.path), target.file(), progress);
+        importMessages(chosenMessages(source.store, line.choice), QDir(target.path), target.file(), progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.handedIn()},
                    {u"added"_s, counts.added},
@@ -89,7 +89,7 @@ void importCommand(const CommandLine &line, TerminalProgress &progress)
 void mergeCommand(const CommandLine &line, TerminalProgress &progress)
 {
     BackupManifest target(QDir(line.intoBackup).absolutePath());
-    openForMessages(target);
+    openForMerge(target);
     const Source source = openSource(line, progress);
     const InterruptScope interruptible(progress);
     const MergeCounts counts = mergeIntoBackup(chosenMessages(source.store, line.choice), target, progress);

@@ -17,7 +17,7 @@ bool isKnownCountry(const QString &mcc)
 
 void extractMessages(const BackupManifest &manifest, JobProgress &progress)
 {
-    cacheBackupMessages(manifest, backupCacheDir(manifest), progress);
+    extractMessages(manifest, backupCacheDir(manifest), progress);
 }
 
 std::unique_ptr<AbsIOSMessageDb> openExtracted(const BackupManifest &manifest, const QString &country)

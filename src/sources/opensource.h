@@ -17,7 +17,7 @@ struct FoundSource;
 bool isKnownCountry(const QString &mcc);
 
 /// Brings the message and address book files of an opened backup into its cache. Throws as
-/// `cacheBackupMessages` does.
+/// `extractMessages` does.
 void extractMessages(const BackupManifest &manifest, JobProgress &progress);
 
 /// The reader of what was extracted from a backup. An empty `country` stands for the one that the backup

@@ -72,7 +72,7 @@ private:
     {
         RecordingProgress progress;
         runJob(progress, [&] {
-            cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+            extractMessages(*manifest, QDir(path(u"cache"_s)), progress);
             return QString();
         });
         return progress.outcome;
@@ -258,7 +258,7 @@ void TestBackup::onlyChangedFilesAreCopiedAgain()
             ++progress.actAtUpdate;
         };
         progress.actAtUpdate = 1;
-        cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+        extractMessages(*manifest, QDir(path(u"cache"_s)), progress);
         return QString();
     });
     QCOMPARE(bytesOf(database), "killed"_ba);
@@ -299,7 +299,7 @@ void TestBackup::cancellingLeavesNothing()
     for (int report = 1; report <= 5; ++report) {
         RecordingProgress progress;
         progress.actAtUpdate = report;
-        QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress), int);
+        QVERIFY_EXCEPTION_THROWN(extractMessages(*manifest, QDir(path(u"cache"_s)), progress), int);
         QCOMPARE(found(), QStringList(u"cache/recycle.db"_s));
     }
 }
@@ -330,7 +330,7 @@ void TestBackup::killedRunsAreMadeGood()
     for (int micros = 0; micros < 20000; micros += 1000) {
         const auto work = [this] {
             RecordingProgress progress;
-            cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), progress);
+            extractMessages(*manifest, QDir(path(u"cache"_s)), progress);
         };
         resultOfChild([&] { return failureOf(work); }, micros);
     }
@@ -346,7 +346,7 @@ void TestBackup::twoRunsDoNotMix()
     RecordingProgress outer;
     outer.actAtUpdate = 3;
     outer.act = [&] { error = cache(); };
-    cacheBackupMessages(*manifest, QDir(path(u"cache"_s)), outer);
+    extractMessages(*manifest, QDir(path(u"cache"_s)), outer);
     QVERIFY2(error.startsWith(path(u"cache"_s)), qUtf8Printable(error));
     QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
 }

@@ -156,7 +156,7 @@ void TestModernBackup::takesOddRows()
     RecordingProgress progress;
     const QDir cache(path(u"cache"_s));
     for (int run = 0; run < 2; ++run) { // a date that nobody knows is no reason to keep a copy
-        cacheBackupMessages(*manifest, cache, progress);
+        extractMessages(*manifest, cache, progress);
         QCOMPARE(bytesOf(cache.filePath(u"file-relay/var/mobile/"_s + smsDb)),
                  run == 0 ? "messages"_ba : "newer"_ba);
         QVERIFY(writeFile(place, "newer"));
@@ -289,11 +289,11 @@ void TestModernBackup::damagedFilesAreErrors()
     QVERIFY(extract(picture).startsWith(picture.toUtf8()));
     RecordingProgress progress;
     const QDir cache(path(u"cache"_s));
-    cacheBackupMessages(*manifest, cache, progress);
+    extractMessages(*manifest, cache, progress);
     QVERIFY(!cache.exists(u"file-relay/var/mobile/"_s + picture));
     QVERIFY(QFile::resize(manifest->sourceFile(manifest->smsDatabase->record).value(), 15));
     QVERIFY(extract().startsWith(smsDb.toUtf8()));
-    QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*manifest, QDir(path(u"other"_s)), progress),
+    QVERIFY_EXCEPTION_THROWN(extractMessages(*manifest, QDir(path(u"other"_s)), progress),
                              std::runtime_error);
 }
 
@@ -364,7 +364,7 @@ void TestModernBackup::saysWhatIsMissing()
     backups.first()->loadIndex();
     RecordingProgress progress;
     const QDir cache(path(u"cache"_s));
-    QVERIFY_EXCEPTION_THROWN(cacheBackupMessages(*backups.first(), cache, progress), std::runtime_error);
+    QVERIFY_EXCEPTION_THROWN(extractMessages(*backups.first(), cache, progress), std::runtime_error);
     QVERIFY(!cache.exists());
 }
 

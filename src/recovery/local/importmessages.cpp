@@ -107,7 +107,7 @@ void appendAll(ExportMessagesDb &target, const QList<_MsgMessage *> &messages, J
 
 } // namespace
 
-ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
+ImportCounts importMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
                             JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_BACKING_UP_SMS"), 0, {});

@@ -13,5 +13,5 @@ class JobProgress;
 /// it is made if it isn't there. Throws `std::runtime_error`, and the integer -1 on cancel: the database is
 /// then as it was, and not there if it wasn't before. Of the attachment files that were copied,
 /// those stay that a row of before names.
-ImportCounts backupMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
+ImportCounts importMessages(const QList<_MsgMessage *> &messages, const QDir &root, const QString &path,
                             JobProgress &progress);

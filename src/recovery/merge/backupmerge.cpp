@@ -33,7 +33,7 @@ bool isCacheCurrent(const BackupManifest &manifest, const QDir &cache)
 
 } // namespace
 
-void openForMessages(BackupManifest &manifest)
+void openForMerge(BackupManifest &manifest)
 {
     const QDir &backup = manifest.backupDir;
     manifest.loadInfo();
@@ -45,14 +45,14 @@ void openForMessages(BackupManifest &manifest)
     manifest.loadIndex();
 }
 
-void cacheForMessages(const BackupManifest &manifest, JobProgress &progress)
+void extractForMerge(const BackupManifest &manifest, JobProgress &progress)
 {
     const QDir cache = backupCacheDir(manifest);
-    cacheBackupMessages(manifest, cache, progress);
+    extractMessages(manifest, cache, progress);
     if (isCacheCurrent(manifest, cache))
         return;
     emptyCache(cache);
-    cacheBackupMessages(manifest, cache, progress);
+    extractMessages(manifest, cache, progress);
 }
 
 QString writeError(const QString &path)
@@ -72,6 +72,6 @@ std::unique_ptr<IOS6MessageDb> cachedPhone(const BackupManifest &manifest)
 MergeCounts mergeIntoBackup(const QList<_MsgMessage *> &messages, const BackupManifest &manifest,
                             JobProgress &progress)
 {
-    cacheForMessages(manifest, progress);
-    return restoreMessages(messages, *cachedPhone(manifest), manifest.backupDir, progress);
+    extractForMerge(manifest, progress);
+    return mergeMessages(messages, *cachedPhone(manifest), manifest.backupDir, progress);
 }

@@ -12,11 +12,11 @@ class JobProgress;
 /// Gets a backup ready to be written to: finishes a change that was interrupted, reads what the backup is
 /// and lists its files. Throws `std::runtime_error` with a sentence for people when it can't be written
 /// to: it is encrypted, of a newer phone, or none.
-void openForMessages(BackupManifest &manifest);
+void openForMerge(BackupManifest &manifest);
 
-/// Brings the phone's files into the cache, as `cacheBackupMessages` does, and makes sure that the message
+/// Brings the phone's files into the cache, as `extractMessages` does, and makes sure that the message
 /// database there is the one that the backup holds: a cache goes by dates, and those may deceive.
-void cacheForMessages(const BackupManifest &manifest, JobProgress &progress);
+void extractForMerge(const BackupManifest &manifest, JobProgress &progress);
 
 /// What keeps the message database `path` of a phone from being written to, as a text to show; empty when
 /// nothing does. Throws `std::runtime_error` when it is missing or no database.

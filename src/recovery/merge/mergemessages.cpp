@@ -25,8 +25,8 @@ void checkHasFiles(const QDir &backup)
 
 } // namespace
 
-MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source,
-                            const QDir &backupDir, JobProgress &progress)
+MergeCounts mergeMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source, const QDir &backupDir,
+                          JobProgress &progress)
 {
     progress.updateProgress(QObject::tr("IDS_MERGING_IOS6_MESSAGES"), 0, {});
     checkHasFiles(backupDir);

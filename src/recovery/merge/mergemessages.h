@@ -13,5 +13,5 @@ class JobProgress;
 /// time. `source` is the copy of the phone's database that was taken out of this backup; it is closed.
 ///
 /// Throws `std::runtime_error`, and the integer -1 when cancelled; the backup is then as it was.
-MergeCounts restoreMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source,
-                            const QDir &backupDir, JobProgress &progress);
+MergeCounts mergeMessages(const QList<_MsgMessage *> &messages, IOS6MessageDb &source, const QDir &backupDir,
+                          JobProgress &progress);

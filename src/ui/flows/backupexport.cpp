@@ -14,11 +14,11 @@ namespace
 {
 
 /// Takes the phone's files out of a backup, into the cache.
-bool fillCache(const BackupManifest *manifest, QWidget *window)
+bool extractUnderDialog(const BackupManifest *manifest, QWidget *window)
 {
     ProgressForm form(QString(), window);
     return runAsJob(form, [&] {
-        cacheForMessages(*manifest, form);
+        extractForMerge(*manifest, form);
         return QString();
     });
 }
@@ -47,8 +47,8 @@ void exportToItunesBackup(const MessageList &list, QWidget *window)
 
 std::optional<QString> writeIntoBackup(const MessageList &list, BackupManifest &manifest, QWidget *window)
 {
-    openForMessages(manifest);
-    if (!fillCache(&manifest, window))
+    openForMerge(manifest);
+    if (!extractUnderDialog(&manifest, window))
         return std::nullopt;
     const std::unique_ptr<IOS6MessageDb> phone = cachedPhone(manifest);
     ProgressForm form(QString(), window);

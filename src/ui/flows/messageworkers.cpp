@@ -83,10 +83,10 @@ MessageWorkers::MessageWorkers(SourcePane *sourcePane, MessagePane *messagePane,
 
 void MessageWorkers::backup(const MessageChoice &choice)
 {
-    backupToLocalDb(choice.sourceName + u"_Backup"_s, choice);
+    importIntoLocalDb(choice.sourceName + u"_Backup"_s, choice);
 }
 
-void MessageWorkers::backupToLocalDb(const QString &name, const MessageChoice &choice)
+void MessageWorkers::importIntoLocalDb(const QString &name, const MessageChoice &choice)
 {
     LocalDbSelForm form(sources->localDatabaseNames(), name, window);
     form.exec();
@@ -157,5 +157,5 @@ void MessageWorkers::importBackup(const QString &folder, const QString &name)
     if (recovered == Recovered::Shown)
         sayRecovered(*store);
     const QString proposal = name.isEmpty() ? manifest->deviceName + u"_Backup"_s : name;
-    backupToLocalDb(proposal, {{allMessages(store), store}, manifest->deviceName});
+    importIntoLocalDb(proposal, {{allMessages(store), store}, manifest->deviceName});
 }

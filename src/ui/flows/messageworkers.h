@@ -21,7 +21,7 @@ public:
     /// Into a Local Database that the person names; "<source>_Backup" is proposed.
     void backup(const MessageChoice &choice);
     /// Into a Local Database that the person names, then shows it. `name` is proposed.
-    void backupToLocalDb(const QString &name, const MessageChoice &choice);
+    void importIntoLocalDb(const QString &name, const MessageChoice &choice);
     /// Into a file, or a folder of files, that the person names.
     void exportMessages(const MessageChoice &choice);
     /// Onto paper, by way of a preview.

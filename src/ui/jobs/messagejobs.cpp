@@ -22,7 +22,7 @@ ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *manifest, const QDir 
 void ITunesCacheSMSThread::run()
 {
     runJob(*progress, [this] {
-        cacheBackupMessages(*manifest, folder, *progress);
+        extractMessages(*manifest, folder, *progress);
         return QString();
     });
 }
@@ -36,7 +36,7 @@ BackupSMSThread::BackupSMSThread(const QList<_MsgMessage *> &messages, const QDi
 void BackupSMSThread::run()
 {
     runJob(*progress, [this] {
-        const ImportCounts counts = backupMessages(messages, root, path, *progress);
+        const ImportCounts counts = importMessages(messages, root, path, *progress);
         return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(counts.handedIn());
     });
 }
@@ -91,7 +91,7 @@ IOS6RestoreMessagesThread::IOS6RestoreMessagesThread(const QList<_MsgMessage *> 
 void IOS6RestoreMessagesThread::run()
 {
     runJob(*progress, [this] {
-        const MergeCounts counts = restoreMessages(*messages, *source, backupDir, *progress);
+        const MergeCounts counts = mergeMessages(*messages, *source, backupDir, *progress);
         unknownCount = counts.unknownCount;
         validCount = counts.validCount;
         return QString();

@@ -286,7 +286,7 @@ void TestDeletedMessages::aConversationThatWasDeletedComesBack()
     const QString kept = dir->filePath(u"kept.db"_s);
     RecordingProgress progress;
     for (int run = 0; run < 2; ++run)
-        backupMessages(allMessages(store), root(), kept, progress);
+        importMessages(allMessages(store), root(), kept, progress);
     QCOMPARE(rowsOf(kept, u"select count(*) from message"_s), {QString::number(store->messages.size())});
     QCOMPARE(rowsOf(kept, u"select h.id, count(*), min(m._is_recovered) from message m join handle h on "
                           "m.handle_id=h.rowid where m.text like 'Bob%' group by 1"_s),
@@ -307,7 +307,7 @@ void TestDeletedMessages::aConversationThatWasDeletedComesBack()
         back.chat = &live;
         back.handle = &person;
         back.date += identifier == bob ? 0 : 7;
-        backupMessages({&back}, root(), kept, progress);
+        importMessages({&back}, root(), kept, progress);
         QCOMPARE(
             rowsOf(kept, u"select c.guid, h.id, m.date, m._is_recovered from message m join handle h on "
                          "m.handle_id=h.rowid join chat_message_join j on j.message_id=m.rowid join chat c "

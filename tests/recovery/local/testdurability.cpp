@@ -72,7 +72,7 @@ void import(int first, int last)
     Records records(QString::number(first));
     for (int i = first; i < last; ++i)
         records.chat(u"+3461111111%1"_s.arg(i % 3)).received(QString::number(10'000 + i));
-    backupMessages(records.list(), QDir(kept().path), kept().file(), silent);
+    importMessages(records.list(), QDir(kept().path), kept().file(), silent);
 }
 
 const auto importFew = [] { import(0, fewMessages); };

@@ -200,7 +200,7 @@ void TestKeptExtras::import(const Talk &talk)
     phone.write();
     const _MsgStorePtr store = storeOf(*openMessageDb(QDir(root.path()), u"214"_s));
     RecordingProgress progress;
-    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    importMessages(allMessages(store), QDir(dir->path()), file, progress);
 }
 
 void TestKeptExtras::everythingReadsBackAlike()
@@ -235,7 +235,7 @@ void TestKeptExtras::everythingReadsBackAlike()
     const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
     const QStringList expected = told(store);
     RecordingProgress progress;
-    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    importMessages(allMessages(store), QDir(dir->path()), file, progress);
     QVERIFY(QFile::remove(sticker)); // the Local Database has its own
     const _MsgStorePtr back = storeOf(*kept());
     QCOMPARE(told(back), expected);
@@ -246,10 +246,10 @@ void TestKeptExtras::everythingReadsBackAlike()
     // Again, and then out of the Local Database into another.
     const QString all = u"select * from message, _reaction, chat, _reaction_attachment_join"_s;
     const QStringList before = rowsOf(file, all);
-    backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    importMessages(allMessages(store), QDir(dir->path()), file, progress);
     QCOMPARE(rowsOf(file, all), before);
     file += u"2"_s;
-    backupMessages(allMessages(back), QDir(dir->path()), file, progress);
+    importMessages(allMessages(back), QDir(dir->path()), file, progress);
     QCOMPARE(told(storeOf(*kept())), expected);
 }
 
@@ -272,7 +272,7 @@ void TestKeptExtras::nothingOfAPhoneIsLost()
     runOn(phone, u"update %1 set rowid=rowid+5000 where rowid%4=%2"_s.arg(chats).arg(seed % 4));
     const _MsgStorePtr store = storeOf(*openMessageDb(QDir(dir->path()), u"214"_s));
     RecordingProgress progress;
-    const ImportCounts counts = backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+    const ImportCounts counts = importMessages(allMessages(store), QDir(dir->path()), file, progress);
     QVERIFY2(counts.refused == 0 && counts.added == store->messages.size(),
              qPrintable(QString::number(seed)));
 
@@ -360,7 +360,7 @@ void TestKeptExtras::aNameThatWasMissingComesIn()
         const _MsgStorePtr store = storeOf(*kept());
         store->handles.begin().value()->_ct_name = name;
         RecordingProgress progress;
-        backupMessages(allMessages(store), QDir(dir->path()), file, progress);
+        importMessages(allMessages(store), QDir(dir->path()), file, progress);
     }
     QCOMPARE(storeOf(*kept())->handles.begin().value()->_ct_name, u"Ann"_s);
 }

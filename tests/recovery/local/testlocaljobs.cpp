@@ -45,7 +45,7 @@ private Q_SLOTS:
 
 private:
     void fillSample();
-    void append(const QList<_MsgMessage *> &list) { backupMessages(list, QDir(sample.path), file, progress); }
+    void append(const QList<_MsgMessage *> &list) { importMessages(list, QDir(sample.path), file, progress); }
     QStringList rows(const QString &sql) const { return rowsOf(file, sql); }
 
     RecordingProgress progress;
@@ -120,7 +120,7 @@ void TestLocalJobs::alikeInOneSourceAreTwo()
             records.chat(u"+34611111111"_s).received(u"\uFFFC"_s).attachment(QString());
         for (_MsgMessage *message : records.list())
             message->date = 400'000'000;
-        const ImportCounts counts = backupMessages(records.list(), QDir(sample.path), file, progress);
+        const ImportCounts counts = importMessages(records.list(), QDir(sample.path), file, progress);
         return u"%1 added %2 known"_s.arg(counts.added).arg(counts.known);
     };
     QCOMPARE(import(u"first"_s, 4, 5), u"9 added 0 known"_s);
@@ -271,7 +271,7 @@ void TestLocalJobs::aCancelledBackupLeavesNothing()
         RecordingProgress dialog;
         dialog.actAtUpdate = 2; // the first comes before any message
         runJob(dialog, [&] {
-            backupMessages(records.list(), QDir(target.path), target.file(), dialog);
+            importMessages(records.list(), QDir(target.path), target.file(), dialog);
             return QString();
         });
         QCOMPARE(dialog.outcome, u"not reported"_s);

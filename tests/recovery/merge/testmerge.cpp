@@ -100,7 +100,7 @@ private:
     MergeCounts merge(const QList<_MsgMessage *> &messages)
     {
         BackupManifest manifest(backup.path());
-        openForMessages(manifest);
+        openForMerge(manifest);
         return mergeIntoBackup(messages, manifest, progress);
     }
     QString databasePath() const { return backup.filePath(databaseName); }

@@ -98,7 +98,7 @@ QString TestMergeKill::merge()
         records.attachment(u"~/"_s + attachmentPath, dir.filePath(u"new.jpg"_s));
         RecordingProgress progress;
         BackupManifest manifest(backup.path());
-        openForMessages(manifest);
+        openForMerge(manifest);
         mergeIntoBackup(records.list(), manifest, progress);
     });
 }
