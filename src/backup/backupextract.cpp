@@ -2,7 +2,7 @@
 #include "backup/backupmanifest.h"
 #include "backup/keys/keybag.h"
 #include "backup/keys/wipe.h"
-#include "backup/paddedcipher.h"
+#include "backup/filecipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>

@@ -13,7 +13,7 @@
 #include "backup/manifestdb.h"
 #include "backup/manifesttree.h"
 #include "backup/mbdbreader.h"
-#include "backup/paddedcipher.h"
+#include "backup/filecipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>

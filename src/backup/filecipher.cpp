@@ -1,4 +1,4 @@
-#include "backup/paddedcipher.h"
+#include "backup/filecipher.h"
 
 #include "app/boundedbytes.h"
 #include "backup/backupfiles.h"
