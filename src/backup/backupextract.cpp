@@ -1,8 +1,9 @@
 #include "backup/backupfiles.h"
 #include "backup/backupmanifest.h"
+#include "backup/filecipher.h"
+#include "backup/filecopy.h"
 #include "backup/keys/keybag.h"
 #include "backup/keys/wipe.h"
-#include "backup/filecipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>
@@ -12,67 +13,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int copyBlockSize = 8192; // bytes
 constexpr qsizetype keyPrefixSize = 4;
-constexpr qint64 cipherBlock = 16; // bytes
-
-/// The cipher stream of one file.
-class FileCipher
-{
-public:
-    FileCipher() = default;
-    FileCipher(const FileCipher &) = delete;
-    FileCipher &operator=(const FileCipher &) = delete;
-    virtual ~FileCipher() = default;
-
-    /// Plain bytes after the next block; nothing when its length is no multiple of 16. `done` counts the
-    /// bytes read so far, these included.
-    virtual std::optional<QByteArray> plainBlock(const char *data, int length, qint64 done) = 0;
-    /// What is still to come after the last block.
-    virtual QByteArray rest() { return {}; }
-};
-
-/// Padding goes by the length that the record names. A whole block of it stays.
-class LengthCipher final : public FileCipher
-{
-public:
-    LengthCipher(const _MbdbRecord &fileRecord, Aes256 fileAes) : record(fileRecord), aes(std::move(fileAes))
-    {
-    }
-
-    std::optional<QByteArray> plainBlock(const char *data, int length, qint64 done) override
-    {
-        QByteArray plain = decryptBlock(aes, data, length, iv);
-        if (plain.isEmpty())
-            return std::nullopt;
-        const quint32 excess = quint32(done) - quint32(record.fileLength);
-        if (excess >= 1 && excess <= 15)
-            plain.chop(excess);
-        return plain;
-    }
-
-private:
-    const _MbdbRecord &record;
-    Aes256 aes;
-    unsigned char iv[16] = {};
-};
-
-/// Padding goes by what stands at the end.
-class PaddingCipher final : public FileCipher
-{
-public:
-    PaddingCipher(const _MbdbRecord &fileRecord, Aes256 aes) : record(fileRecord), cipher(std::move(aes)) {}
-
-    std::optional<QByteArray> plainBlock(const char *data, int length, qint64) override
-    {
-        return cipher.next(data, length);
-    }
-    QByteArray rest() override { return cipher.last(record.path.text()); }
-
-private:
-    const _MbdbRecord &record;
-    PaddedCipher cipher;
-};
 
 QByteArray plainKey(const BackupManifest &manifest, const _MbdbRecord &record)
 {
@@ -88,49 +29,16 @@ std::unique_ptr<FileCipher> cipherOf(const BackupManifest &manifest, const _Mbdb
     QByteArray key = plainKey(manifest, record);
     const auto keyGoes = qScopeGuard([&] { wipe(key); });
     std::optional<Aes256> aes = Aes256::forDecryption(key);
-    if (aes && manifest.isModern)
-        return std::make_unique<PaddingCipher>(record, std::move(*aes));
-    if (aes)
-        return std::make_unique<LengthCipher>(record, std::move(*aes));
-    return nullptr;
-}
-
-void writeAll(QFile &target, const char *data, qint64 length)
-{
-    if (target.write(data, length) != length)
-        throwFileError(target);
+    if (!aes)
+        return nullptr;
+    if (manifest.isModern)
+        return std::make_unique<PaddedCipher>(std::move(*aes), record.path.text());
+    return std::make_unique<LengthCipher>(std::move(*aes), record.fileLength);
 }
 
 [[noreturn]] void throwOddLength(const QString &name)
 {
     throw std::runtime_error(u"%1, POLARSSL_ERR_AES_INVALID_INPUT_LENGTH."_s.arg(name).toStdString());
-}
-
-void copyBlocks(QFile &source, QFile &target, FileCipher *cipher, const QString &name, void *userData,
-                ProgressCallback callback)
-{
-    const qint64 total = source.size();
-    qint64 done = 0;
-    char block[copyBlockSize];
-    while (const qint64 length = source.read(block, copyBlockSize)) {
-        if (length < 0)
-            throwFileError(source);
-        done += length;
-        if (cipher) {
-            const std::optional<QByteArray> plain = cipher->plainBlock(block, int(length), done);
-            if (!plain)
-                throwOddLength(name);
-            writeAll(target, plain->constData(), plain->size());
-        } else {
-            writeAll(target, block, length);
-        }
-        if (callback)
-            callback(total, done, userData);
-    }
-    if (cipher) {
-        const QByteArray rest = cipher->rest();
-        writeAll(target, rest.constData(), rest.size());
-    }
 }
 
 void closeWithDate(QFile &target, quint32 seconds)
@@ -192,7 +100,7 @@ QString BackupManifest::damageOf(const _MbdbRecord &record) const
     if (key.isEmpty())
         return u"the key of the file doesn't open, the backup is damaged"_s;
     const std::optional<QString> source = sourceFile(record);
-    const bool isCut = source && QFileInfo(*source).size() % cipherBlock != 0;
+    const bool isCut = source && QFileInfo(*source).size() % Aes256::blockSize != 0;
     return isCut ? u"the file is cut, the backup is damaged"_s : QString();
 }
 
@@ -208,12 +116,15 @@ void BackupManifest::extractFile(const _ManifestNode *node, const QString &desti
         throw std::runtime_error(u"%1 is no file of this backup"_s.arg(path).toStdString());
     QFile source(path);
     openForReading(source);
+    const std::unique_ptr<FileCipher> cipher = cipherOf(*this, node->record);
+    if (cipher && source.size() % Aes256::blockSize != 0)
+        throwOddLength(recordFileName(node->record));
     QFile target(destination);
     if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         throwFileError(target);
     auto halfFileGoes = qScopeGuard([&] { target.remove(); });
-    const std::unique_ptr<FileCipher> cipher = cipherOf(*this, node->record);
-    copyBlocks(source, target, cipher.get(), recordFileName(node->record), userData, callback);
+    const auto report = [=](qint64 total, qint64 done) { callback(total, done, userData); };
+    copyFile(source, target, cipher.get(), callback ? CopyReport(report) : CopyReport());
     closeWithDate(target, node->record.mtime);
     halfFileGoes.dismiss();
 }

@@ -8,12 +8,12 @@
 #include "app/plistvalue.h"
 #include "backup/backupfiles.h"
 #include "backup/backuprewrite.h"
+#include "backup/filecopy.h"
 #include "backup/keys/keybag.h"
 #include "backup/keys/wipe.h"
 #include "backup/manifestdb.h"
 #include "backup/manifesttree.h"
 #include "backup/mbdbreader.h"
-#include "backup/filecipher.h"
 
 #include <QFileInfo>
 #include <QScopeGuard>

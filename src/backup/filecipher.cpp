@@ -1,17 +1,13 @@
 #include "backup/filecipher.h"
 
 #include "app/boundedbytes.h"
-#include "backup/backupfiles.h"
+#include "backup/keys/keybag.h"
 
 #include <algorithm>
-
-using namespace Qt::StringLiterals;
 
 namespace
 {
 
-constexpr qsizetype cipherBlock = 16;
-constexpr qsizetype pieceSize = 64 * 1024;
 constexpr qsizetype databaseHeaderSize = 100;
 constexpr QByteArrayView databaseHeader("SQLite format 3\0", 16);
 constexpr qsizetype pageSizePlace = 16;
@@ -27,21 +23,38 @@ qint64 pageSizeOf(QByteArrayView head)
 
 } // namespace
 
-std::optional<QByteArray> PaddedCipher::next(const char *data, qsizetype length)
+bool LengthCipher::next(QByteArrayView piece, QByteArray &plain)
 {
-    if (length == 0)
-        return QByteArray();
-    QByteArray plain = waiting;
-    const qsizetype start = plain.size();
-    plain.resize(start + length);
-    if (!aes.decryptCbc(data, length, iv, plain.data() + start))
-        return std::nullopt;
-    total += length;
+    plain.resize(0);
+    while (!piece.isEmpty()) {
+        const qsizetype length = qMin(piece.size(), blockSize);
+        QByteArray block = decryptBlock(aes, piece.data(), int(length), iv);
+        if (block.isEmpty())
+            return false;
+        done += quint64(length);
+        const quint32 excess = quint32(done) - quint32(fileLength);
+        if (excess >= 1 && excess < Aes256::blockSize)
+            block.chop(excess);
+        plain += block;
+        piece = piece.sliced(length);
+    }
+    return true;
+}
+
+bool PaddedCipher::next(QByteArrayView piece, QByteArray &plain)
+{
+    const qsizetype start = waiting.size();
+    plain.resize(start + piece.size());
+    std::copy(waiting.cbegin(), waiting.cend(), plain.begin());
+    if (!aes.decryptCbc(piece.data(), piece.size(), iv, plain.data() + start))
+        return false;
+    total += piece.size();
     if (head.size() < databaseHeaderSize)
-        head += plain.sliced(start, qMin(length, databaseHeaderSize - head.size()));
-    waiting = plain.last(cipherBlock);
-    plain.chop(cipherBlock);
-    return plain;
+        head +=
+            QByteArrayView(plain).sliced(start).first(qMin(piece.size(), databaseHeaderSize - head.size()));
+    waiting = plain.last(qMin(plain.size(), Aes256::blockSize));
+    plain.chop(waiting.size());
+    return true;
 }
 
 bool PaddedCipher::endsInPage() const
@@ -56,13 +69,13 @@ qsizetype PaddedCipher::paddingSize() const
     if (waiting.isEmpty())
         return 0;
     const char value = waiting.back();
-    if (value < 1 || value > cipherBlock)
+    if (value < 1 || value > Aes256::blockSize)
         return 0;
     const QByteArrayView end = QByteArrayView(waiting).last(value);
     return std::all_of(end.begin(), end.end(), [&](char byte) { return byte == value; }) ? value : 0;
 }
 
-QByteArray PaddedCipher::last(const QString &name)
+QByteArray PaddedCipher::last()
 {
     if (endsInPage())
         return waiting;
@@ -71,30 +84,4 @@ QByteArray PaddedCipher::last(const QString &name)
         qWarning("%ls: the end of the file is not padded as it should be, all of it is kept",
                  qUtf16Printable(name));
     return waiting.chopped(padding);
-}
-
-void decipherFile(const QString &from, const QString &to, QByteArrayView key)
-{
-    QFile source(from);
-    openForReading(source);
-    QFile target(to);
-    if (!target.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
-        throwFileError(target);
-    std::optional<Aes256> aes = Aes256::forDecryption(key);
-    if (!aes)
-        throw std::runtime_error(u"%1: its key has a wrong length"_s.arg(from).toStdString());
-    PaddedCipher cipher(std::move(*aes));
-    const auto write = [&](const QByteArray &plain) {
-        if (target.write(plain) != plain.size())
-            throwFileError(target);
-    };
-    QByteArray piece(pieceSize, Qt::Uninitialized);
-    while (const qint64 length = source.read(piece.data(), piece.size())) {
-        const std::optional<QByteArray> plain =
-            length > 0 ? cipher.next(piece.constData(), length) : std::nullopt;
-        if (!plain)
-            throwFileError(source, u"The file is cut or damaged; make the backup again."_s);
-        write(*plain);
-    }
-    write(cipher.last(from));
 }

@@ -5,6 +5,7 @@
 #include "app/freespace.h"
 #include "app/log.h"
 #include "app/texts.h"
+#include "app/workahead.h"
 #include "testing/helpers/testtools.h"
 
 #include <QDirIterator>
@@ -30,6 +31,8 @@ private Q_SLOTS:
     void logKeepsTheNewestFilesAndWritesUtf8();
     void jobsTellWhyTheyFailedUnlessCancelled();
     void cursorNeverReadsPastTheEnd();
+    void piecesMadeAheadComeInOrder_data();
+    void piecesMadeAheadComeInOrder();
     void everyKeyOfTheSourcesHasAText();
 
 private:
@@ -141,6 +144,46 @@ void TestApp::aFullDiskIsToldBefore()
     QVERIFY_THROWS_EXCEPTION(std::runtime_error,
                              checkFreeSpaceThrow(folder, std::numeric_limits<qint64>::max()));
     QVERIFY(!QFile::exists(dir->filePath(u"not"_s)));
+}
+
+void TestApp::piecesMadeAheadComeInOrder_data()
+{
+    QTest::addColumn<int>("makerFailsAt");
+    QTest::addColumn<int>("takerFailsAt");
+    QTest::addColumn<int>("expected");
+    QTest::newRow("all of them") << -1 << -1 << 1000;
+    QTest::newRow("those before the maker fails") << 500 << -1 << 500;
+    QTest::newRow("none after the taker fails") << -1 << 20 << 20;
+}
+
+void TestApp::piecesMadeAheadComeInOrder()
+{
+    QFETCH(int, makerFailsAt);
+    QFETCH(int, takerFailsAt);
+    int made = 0;
+    QList<int> taken;
+    int failedAt = -1;
+    const auto make = [&](QByteArray &piece) {
+        if (made == makerFailsAt)
+            throw made;
+        piece = QByteArray::number(made);
+        return made++ < 1000;
+    };
+    const auto take = [&](const QByteArray &piece) {
+        if (taken.size() == takerFailsAt)
+            throw int(taken.size());
+        taken.append(piece.toInt());
+    };
+    try {
+        workAhead(make, take);
+    } catch (int place) {
+        failedAt = place;
+    }
+    QCOMPARE(failedAt, qMax(makerFailsAt, takerFailsAt));
+    QTEST(int(taken.size()), "expected");
+    for (int i = 0; i < taken.size(); ++i)
+        QCOMPARE(taken.at(i), i);
+    QVERIFY2(made <= taken.size() + 4, "memory has a bound");
 }
 
 void TestApp::everyKeyOfTheSourcesHasAText()

@@ -34,6 +34,7 @@ private Q_SLOTS:
     void extracts_data();
     void extracts();
     void filesWithoutAKeyStayCiphertext();
+    void failuresLeaveNothing_data();
     void failuresLeaveNothing();
     void readsFilesOfTheBackupOnly();
     void cachesUnderProperNamesWithTheirDate();
@@ -125,12 +126,17 @@ void TestBackup::extracts_data()
 {
     QTest::addColumn<QString>("password");
     QTest::addColumn<int>("length");
+    QTest::addColumn<int>("listed");
     QTest::addColumn<int>("extracted");
-    QTest::newRow("plain") << QString() << 20000 << 20000;
-    QTest::newRow("encrypted, padding goes") << u"pw"_s << 100 << 100;
-    QTest::newRow("encrypted, one byte over") << u"pw"_s << 8193 << 8193;
-    QTest::newRow("encrypted, chained over blocks") << u"pw"_s << 30001 << 30001;
-    QTest::newRow("encrypted, a whole block of padding stays") << u"pw"_s << 8192 << 8208;
+    QTest::newRow("plain") << QString() << 20000 << 20000 << 20000;
+    QTest::newRow("plain, on both cores") << QString() << 3'000'000 << 3'000'000 << 3'000'000;
+    QTest::newRow("encrypted, padding goes") << u"pw"_s << 100 << 100 << 100;
+    QTest::newRow("encrypted, one byte over") << u"pw"_s << 8193 << 8193 << 8193;
+    QTest::newRow("encrypted, chained over blocks") << u"pw"_s << 30001 << 30001 << 30001;
+    QTest::newRow("encrypted, a whole block of padding stays") << u"pw"_s << 8192 << 8192 << 8208;
+    QTest::newRow("encrypted, on both cores") << u"pw"_s << 3'000'001 << 3'000'001 << 3'000'001;
+    QTest::newRow("a wrong length cuts where a block of 8192 ends")
+        << u"pw"_s << 300'001 << 81'915 << 300'011;
 }
 
 void TestBackup::extracts()
@@ -138,9 +144,11 @@ void TestBackup::extracts()
     QFETCH(QString, password);
     QFETCH(int, length);
     const QByteArray content = SampleRandom(7).bytes(length);
-    open(builder().password(password).iterations(3).file(home, smsDb, content), password);
+    QFETCH(int, listed);
+    BackupBuilder backup = builder().password(password).iterations(3).file(home, smsDb, content);
+    open(backup.with([=](SampleRecord &record) { record.fileLength = quint64(listed); }), password);
     QCOMPARE(extract(), QString());
-    QCOMPARE(bytesOf(target()).first(length), content);
+    QCOMPARE(bytesOf(target()).first(qMin(length, listed)), content.first(qMin(length, listed)));
     QTEST(int(bytesOf(target()).size()), "extracted");
 }
 
@@ -160,18 +168,32 @@ void TestBackup::filesWithoutAKeyStayCiphertext()
     }
 }
 
+void TestBackup::failuresLeaveNothing_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::newRow("on this core") << 100'000;
+    QTest::newRow("on both cores") << 4'000'000;
+}
+
 void TestBackup::failuresLeaveNothing()
 {
-    open(builder().password(u"pw"_s).iterations(3).file(home, smsDb, QByteArray(100000, 'x')), u"pw"_s);
+    QFETCH(int, length);
+    open(builder().password(u"pw"_s).iterations(3).file(home, smsDb, QByteArray(length, 'x')), u"pw"_s);
+    const auto cancel = [](qint64 total, qint64 done, void *) {
+        if (done >= total / 2)
+            throw -1;
+    };
+    QVERIFY_EXCEPTION_THROWN(manifest->extractFile(manifest->smsDatabase, target(), nullptr, cancel), int);
+    QCOMPARE(found(), QStringList());
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit fullDisk{50000, before.rlim_max};
+    const rlimit fullDisk{rlim_t(length / 2), before.rlim_max};
     std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit then fails
     setrlimit(RLIMIT_FSIZE, &fullDisk);
     const QStringList errors{extract(), cache()};
     setrlimit(RLIMIT_FSIZE, &before);
     QCOMPARE(found(), QStringList());
-    QVERIFY(QFile::resize(source, 99999)); // no whole number of cipher blocks
+    QVERIFY(QFile::resize(source, length - 1)); // no whole number of cipher blocks
     const QStringList cutErrors{extract(), cache()};
     QVERIFY(errors.first().startsWith(target()) && errors.last().startsWith(path(u"cache"_s)));
     QCOMPARE(cutErrors.filter(QFileInfo(source).fileName()).size(), 2);

@@ -260,6 +260,7 @@ void TestModernBackup::takesOffPaddingOnly_data()
     QTest::newRow("the listed length is nothing") << QByteArray(100, 'x') << 0ULL << true;
     QTest::newRow("a whole block of padding") << QByteArray(8192, 'x') << 8192ULL << true;
     QTest::newRow("none at all") << QByteArray(8192, 'x') << 8192ULL << false;
+    QTest::newRow("read and deciphered on both cores") << QByteArray(3'000'001, 'x') << 0ULL << true;
     QTest::newRow("whole pages without padding") << database(3) << 1536ULL << false;
     QTest::newRow("a page that ends as if padded") << database(3, "\2\2") << 1534ULL << false;
     QTest::newRow("whole pages and padding") << database(3, "\2\2") << 1536ULL << true;
