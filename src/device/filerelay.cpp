@@ -89,15 +89,3 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
     QFile::remove(archive);
     return isWhole;
 }
-
-IOSLoadFileRelayThread::IOSLoadFileRelayThread(IOSDevice *phone, JobProgress *jobProgress, QObject *parent)
-    : QThread(parent), device(phone), progress(jobProgress)
-{
-}
-
-void IOSLoadFileRelayThread::run()
-{
-    runJob(*progress, [this] {
-        return loadFileRelay(*device, *progress) ? QString() : QObject::tr("IDS_PHONE_STOPPED_EARLY");
-    });
-}

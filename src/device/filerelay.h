@@ -3,7 +3,6 @@
 #include "device/iosdevice.h"
 
 #include <QStringList>
-#include <QThread>
 
 class JobProgress;
 
@@ -24,19 +23,3 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress);
 /// Takes a "cpio" or other archive apart below `folder`. An entry whose name would lead out of it is passed
 /// over and logged. False when the archive ends early. Throws as above.
 bool extractArchive(const QString &archivePath, const QDir &folder, JobProgress &progress);
-
-/// The job around `loadFileRelay`. Borrows both.
-class IOSLoadFileRelayThread : public QThread
-{
-    Q_OBJECT
-
-public:
-    IOSLoadFileRelayThread(IOSDevice *device, JobProgress *progress, QObject *parent = nullptr);
-
-protected:
-    void run() override;
-
-private:
-    IOSDevice *device;
-    JobProgress *progress;
-};

@@ -56,13 +56,12 @@ QByteArray archiveOf(const QList<Entry> &entries)
 }
 
 /// Runs `job` to its end; what stands in for the person's "Cancel" is the flag in `notes`.
-void runToItsEnd(QThread &job, const RecordingProgress &notes)
+void runToItsEnd(BackupToolThread &job, const RecordingProgress &notes)
 {
-    auto *const tool = qobject_cast<BackupToolThread *>(&job);
     job.start();
     while (!job.wait(5)) {
-        if (tool && notes.cancelled)
-            tool->cancel();
+        if (notes.cancelled)
+            job.cancel();
     }
 }
 
@@ -94,8 +93,7 @@ using Work = std::function<bool(IOSDevice &, const FakePhone &, RecordingProgres
 
 bool loadByRelay(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
 {
-    IOSLoadFileRelayThread job(&device, &notes);
-    runToItsEnd(job, notes);
+    runJob(notes, [&] { return loadFileRelay(device, notes) ? QString() : u"stopped early"_s; });
     const QByteArrayList files = filesIn(device.cacheDir().filePath(u"file-relay"_s));
     return !notes.outcome.isEmpty() || files == QByteArrayList({"a:" + phone.udid.toUtf8(), "b:b"});
 }

@@ -2,7 +2,6 @@
 
 #include "backup/backupmanifest.h"
 #include "device/backuptempdir.h"
-#include "device/filerelay.h"
 #include "sources/opensource.h"
 #include "sources/phones.h"
 #include "store/readers/openmessagedb.h"

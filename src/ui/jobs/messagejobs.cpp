@@ -2,11 +2,24 @@
 
 #include "app/jobprogress.h"
 #include "backup/extractmessages.h"
+#include "device/filerelay.h"
 #include "recovery/carving/recoverdeleted.h"
 #include "recovery/local/deletemessages.h"
 #include "recovery/local/importmessages.h"
 #include "recovery/local/updatelocaldatabases.h"
 #include "recovery/merge/mergemessages.h"
+
+IOSLoadFileRelayThread::IOSLoadFileRelayThread(IOSDevice *device, JobProgress *progress, QObject *parent)
+    : QThread(parent), device(device), progress(progress)
+{
+}
+
+void IOSLoadFileRelayThread::run()
+{
+    runJob(*progress, [this] {
+        return loadFileRelay(*device, *progress) ? QString() : QObject::tr("IDS_PHONE_STOPPED_EARLY");
+    });
+}
 
 ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *manifest, JobProgress *progress, QObject *parent)
     : ITunesCacheSMSThread(manifest, backupCacheDir(*manifest), progress, parent)

@@ -10,9 +10,24 @@ class AbsIOSMessageDb;
 class BackupManifest;
 class IOS6MessageDb;
 class JobProgress;
+struct IOSDevice;
 
 // The jobs on messages as threads. Each holds the arguments of the function that it names and tells a
 // `JobProgress` how that ended; what is handed in by pointer has to outlive the thread.
+
+/// Runs `loadFileRelay`.
+class IOSLoadFileRelayThread final : public QThread
+{
+public:
+    IOSLoadFileRelayThread(IOSDevice *device, JobProgress *progress, QObject *parent = nullptr);
+
+protected:
+    void run() override;
+
+private:
+    IOSDevice *device;
+    JobProgress *progress;
+};
 
 /// Runs `extractMessages`.
 class ITunesCacheSMSThread final : public QThread
