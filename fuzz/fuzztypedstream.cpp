@@ -4,6 +4,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
 {
     textOfTypedStream(QByteArrayView(data, qsizetype(size)));
-    attachmentsOfTypedStream(QByteArrayView(data, qsizetype(size)));
+    runsOfTypedStream(QByteArrayView(data, qsizetype(size)));
     return 0;
 }

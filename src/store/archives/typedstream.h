@@ -3,6 +3,7 @@
 #include <QByteArrayView>
 #include <QList>
 #include <QString>
+#include <QVariantMap>
 
 #include <optional>
 
@@ -17,6 +18,16 @@ struct TypedStreamText {
 /// text begins. Never throws, whatever the bytes.
 std::optional<TypedStreamText> textOfTypedStream(QByteArrayView stream);
 
+/// A stretch of the text of the stream's root object, an attributed string.
+struct TypedStreamRun {
+    qsizetype at = 0; ///< in UTF-16 units of the text; may lie outside of it
+    qsizetype length = 0;
+    QVariantMap attributes; ///< texts, addresses as text, numbers as double, data, dictionaries
+};
+
+/// The runs of the text. A stream that is damaged gives what stands before the damage. Never throws.
+QList<TypedStreamRun> runsOfTypedStream(QByteArrayView stream);
+
 /// A character of the text that stands for an attachment.
 struct TypedStreamAttachment {
     qsizetype at = 0; ///< in UTF-16 units of the text
@@ -24,6 +35,5 @@ struct TypedStreamAttachment {
     bool isInline = false; ///< it stands within a line, like an emoji
 };
 
-/// What the attributes of the stream's root object, an attributed string, say of attachments, in the order of
-/// the text. A stream that is damaged gives what stands before the damage. Never throws.
+/// The runs that stand for attachments, in the order of the text.
 QList<TypedStreamAttachment> attachmentsOfTypedStream(QByteArrayView stream);
