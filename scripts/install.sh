@@ -4,7 +4,7 @@
 build_packages=(
   g++ cmake ninja-build ccache pkg-config
   qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
-  libsqlite3-dev sqlite3 libplist-dev nettle-dev libarchive-dev libheif-dev
+  libsqlite3-dev sqlite3 libplist-dev nettle-dev libarchive-dev liblzma-dev libheif-dev
   libimobiledevice-dev libusbmuxd-dev libimobiledevice-utils usbmuxd libssl-dev
   qt6-image-formats-plugins
 )
