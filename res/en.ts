@@ -535,6 +535,82 @@
         <translation>Drawing</translation>
     </message>
     <message>
+        <source>IDS_CONTENT_%1_SHARED_%2</source>
+        <translation>%1 (shared %2)</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_%1_SHARED</source>
+        <translation>%1 (shared)</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_EXPECTED_BY_%1</source>
+        <translation>expected by %1</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_WAS_EXPECTED_%1</source>
+        <translation>was expected at %1</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_TOUCH_%1</source>
+        <translation>Digital Touch: %1</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_TAP</source>
+        <translation>taps</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_SKETCH</source>
+        <translation>sketch</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_KISS</source>
+        <translation>kiss</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_HEARTBEAT</source>
+        <translation>heartbeat</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_FIREBALL</source>
+        <translation>fireball</translation>
+    </message>
+    <message>
+        <source>IDS_TOUCH_MEDIA</source>
+        <translation>photo or video</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_BEATS_%1</source>
+        <translation>%1 beats a minute</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_ONE_STROKE</source>
+        <translation>1 stroke</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_STROKES_%1</source>
+        <translation>%1 strokes</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_OPTION_GONE</source>
+        <translation>An option no longer in the list</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_NO_VOTES</source>
+        <translation>no votes</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_%1_CHOSEN</source>
+        <translation>%1 (chosen)</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_TRANSCRIPT_%1</source>
+        <translation>Transcript: %1</translation>
+    </message>
+    <message>
+        <source>IDS_CONTENT_TRANSLATED_%1_%2_%3</source>
+        <translation>Translated (%1 to %2): %3</translation>
+    </message>
+    <message>
         <source>IDS_BALLOON_APP_%1</source>
         <translation>Message from app %1</translation>
     </message>

@@ -1,5 +1,6 @@
 #include "store/readers/extrasreader.h"
 
+#include "store/content/contentkind.h"
 #include "store/readers/recordreader.h"
 #include "store/records/messagesummary.h"
 #include "store/records/reactions.h"
@@ -23,7 +24,11 @@ struct Telling {
     }
     bool operator()(ExtrasDate) const { return wholeSeconds(cursor.getInt64(position)) != 0; }
     bool operator()(bool MessageExtras::*) const { return cursor.getInt(position) != 0; }
-    bool operator()(QByteArray MessageExtras::*) const { return mayTellOfChanges(cursor.getBytes(position)); }
+    bool operator()(QByteArray MessageExtras::*member) const
+    {
+        const QByteArrayView bytes = cursor.getBytes(position);
+        return member == &MessageExtras::message_summary_info ? mayTellOfChanges(bytes) : !bytes.isEmpty();
+    }
     bool operator()(QString MessageExtras::*) const { return !cursor.getUtf8(position).isEmpty(); }
     bool operator()(RepeatingText<MessageExtras>) const { return !cursor.getUtf8(position).isEmpty(); }
     bool operator()(qint64 MessageExtras::*) const { return cursor.getInt64(position) != 0; }
@@ -49,13 +54,12 @@ void derive(MessageExtras &extras)
 {
     if (!isReactionType(extras.associated_message_type)) {
         extras.associated_message_type = 0;
-        extras.associated_message_guid.clear();
+        if (balloonKind(extras.balloon_bundle_id) != ContentKind::Poll) // else the poll that gets new options
+            extras.associated_message_guid.clear();
         extras.associated_message_emoji.clear();
     }
     if (extras.thread_originator_guid.isEmpty())
         extras.reply_to_guid.clear();
-    if (extras.balloon_bundle_id.isEmpty() && extras.associated_message_type == 0)
-        extras.payload_data.clear();
     if (mayTellOfChanges(extras.message_summary_info)) {
         const MessageSummary summary = messageSummaryOf(extras.message_summary_info);
         extras.edits = summary.edits;

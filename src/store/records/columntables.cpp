@@ -173,7 +173,7 @@ constexpr std::array extrasColumns = {
                  beside(Release::Ios18)},
     ExtrasColumn{"balloon_bundle_id"_L1, &MessageExtras::balloon_bundle_id, textColumn,
                  aside(Release::Ios10)},
-    ExtrasColumn{"payload_data"_L1, &MessageExtras::payload_data, blobColumn, beside(Release::Ios10)},
+    ExtrasColumn{"payload_data"_L1, &MessageExtras::payload_data, blobColumn, aside(Release::Ios10)},
     ExtrasColumn{"expressive_send_style_id"_L1, &MessageExtras::expressive_send_style_id, textColumn,
                  aside(Release::Ios10)},
     ExtrasColumn{"message_summary_info"_L1, &MessageExtras::message_summary_info, blobColumn,

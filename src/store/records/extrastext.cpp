@@ -1,8 +1,11 @@
 #include "store/records/extrastext.h"
 
+#include "store/records/attachmentlist.h"
+#include "store/records/contenttext.h"
 #include "store/records/eventtext.h"
 #include "store/records/messagetext.h"
 #include "store/records/reactions.h"
+#include "store/records/richcontent.h"
 
 #include <QObject>
 
@@ -140,6 +143,19 @@ QStringList earlierTexts(const MessageExtras &extras, DateForm dates = DateForm:
     return lines;
 }
 
+void addContent(QStringList &lines, const _MsgMessage &message, DateForm dates)
+{
+    const MessageExtras &extras = *message.extras;
+    QStringList content = contentText(message, dates);
+    if (!content.isEmpty() && isShownByContent(message)) // its first line stands there already
+        content.removeFirst();
+    // The link itself is the text.
+    if (content.isEmpty() && !extras.balloon_bundle_id.isEmpty() && !plainText(message).trimmed().isEmpty() &&
+        appOf(extras.balloon_bundle_id) != linkBalloon)
+        lines.append(balloonName(extras.balloon_bundle_id));
+    lines += content + spokenAndTranslated(message);
+}
+
 void addEdits(QStringList &lines, const MessageExtras &extras, History history, DateForm dates)
 {
     const bool isOnlyUnsent = extras.edits.isEmpty() && hasUnsentParts(extras);
@@ -224,7 +240,16 @@ QString shownText(const _MsgMessage &message, const QString &text, DateForm date
         return text;
     if (isUnsent(message))
         return QObject::tr("IDS_UNSENT_%1").arg(unsentDate(message, dates));
-    return extras.balloon_bundle_id.isEmpty() ? QString() : balloonName(extras.balloon_bundle_id);
+    const QString content = contentSummary(message, dates);
+    if (!content.isEmpty() || extras.balloon_bundle_id.isEmpty())
+        return content;
+    return balloonName(extras.balloon_bundle_id);
+}
+
+bool isShownByContent(const _MsgMessage &message)
+{
+    return hasContent(message) && !message.extras->isTextUndecodable && !isUnsent(message) &&
+           plainText(message).trimmed().isEmpty() && shownAttachments(message).isEmpty();
 }
 
 bool isRecentlyDeleted(const _MsgMessage &message)
@@ -241,15 +266,12 @@ QStringList linesUnder(const _MsgMessage &message, History history, DateForm dat
 {
     QStringList lines;
     if (!message.extras)
-        return lines;
+        return spokenAndTranslated(message);
     const MessageExtras &extras = *message.extras;
     addReply(lines, extras);
     if (!extras.expressive_send_style_id.isEmpty())
         lines.append(QObject::tr("IDS_SENT_WITH_%1").arg(effectName(extras.expressive_send_style_id)));
-    // The link itself is the text.
-    if (!extras.balloon_bundle_id.isEmpty() && !plainText(message).trimmed().isEmpty() &&
-        appOf(extras.balloon_bundle_id) != linkBalloon)
-        lines.append(balloonName(extras.balloon_bundle_id));
+    addContent(lines, message, dates);
     addEdits(lines, extras, history, dates);
     addLostParts(lines, message, dates);
     if (extras.schedule_type == 2)

@@ -34,6 +34,9 @@ bool isUnsent(const _MsgMessage &message);
 /// can't be read or is a reaction to a message that isn't there.
 QString shownText(const _MsgMessage &message, const QString &text, DateForm dates = DateForm::Spelled);
 
+/// Whether the content of its balloon stands in the place of a text that it doesn't have.
+bool isShownByContent(const _MsgMessage &message);
+
 /// Whether it lies in "Recently Deleted".
 bool isRecentlyDeleted(const _MsgMessage &message);
 
@@ -43,7 +46,7 @@ bool hasHistory(const _MsgMessage &message);
 /// Whether an edited message comes with what it said before.
 enum class History { Told, LeftOut };
 
-/// The lines under the message: what it answers, effect, app, edits with what it said before, unsent and
+/// The lines under the message: what it answers, effect, content, edits with what it said before, unsent and
 /// deleted parts, that it is still to be sent or recently deleted, then the reactions.
 QStringList linesUnder(const _MsgMessage &message, History history = History::Told,
                        DateForm dates = DateForm::Spelled);

@@ -68,11 +68,18 @@ MessageSummary messageSummaryOf(const QByteArray &list)
 
 bool mayTellOfChanges(QByteArrayView list)
 {
-    constexpr char textOfTwo = 0x52; // stands before a key of two characters
-    for (qsizetype at = list.indexOf(textOfTwo); at >= 0; at = list.indexOf(textOfTwo, at + 1)) {
-        const QByteArrayView key = list.sliced(at + 1).first(std::min<qsizetype>(2, list.size() - at - 1));
-        if (key == "ec" || key == "ep" || key == "rp")
+    if (list.startsWith("<?xml"))
+        return true;
+    // The marker of a text of two or three characters stands before each key.
+    for (const QByteArrayView key : {"\x52"
+                                     "ec",
+                                     "\x52"
+                                     "ep",
+                                     "\x52"
+                                     "rp",
+                                     "\x53"
+                                     "tmp"})
+        if (list.indexOf(key) >= 0)
             return true;
-    }
     return false;
 }

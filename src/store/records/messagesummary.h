@@ -14,6 +14,6 @@ struct MessageSummary {
 /// decoded stays with an empty text.
 MessageSummary messageSummaryOf(const QByteArray &list);
 
-/// A quick look whether there may be any such thing: nearly every message has a summary, few tell of
-/// changes.
+/// A quick look whether there may be any such thing, or a translation: nearly every message has a summary,
+/// few tell of changes.
 bool mayTellOfChanges(QByteArrayView list);

@@ -1,5 +1,6 @@
 #include "store/records/messagetext.h"
 
+#include "store/records/contenttext.h"
 #include "store/records/eventtext.h"
 #include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
@@ -219,8 +220,12 @@ QString renderText(const _MsgMessage &message, EmojiStyle emoji, DateForm dates)
 QString fullText(const _MsgMessage &message, EmojiStyle emoji)
 {
     QString text = renderText(message, emoji);
-    const QStringList lines = linesUnder(message);
-    for (const QString &line : lines) {
+    QStringList lines = linesUnder(message);
+    if (isShownByContent(message) && !contentSummary(message).isEmpty()) {
+        lines.prepend(text);
+        text.clear();
+    }
+    for (const QString &line : std::as_const(lines)) {
         const QString words = u'[' + withEmoji(line, emoji) + u']';
         text += text.isEmpty() ? words : u'\n' + words;
     }
