@@ -1,10 +1,10 @@
 #include "cli/jsonlines.h"
 
 #include "backup/backupmanifest.h"
+#include "cli/contentjson.h"
 #include "store/readers/messagegaps.h"
 #include "store/records/attachmentlist.h"
 #include "store/records/extrastext.h"
-#include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"
 #include "store/records/messagestore.h"
 
@@ -69,32 +69,12 @@ QJsonValue textOrNull(const QString &text)
     return text.isEmpty() ? QJsonValue() : QJsonValue(text);
 }
 
-QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
-{
-    return {{u"filename"_s, attachment.filename},
-            {u"mime_type"_s, attachment.mime_type},
-            {u"total_bytes"_s, attachment.total_bytes},
-            {u"localFile"_s, textOrNull(attachment.localFile)}};
-}
-
 QJsonArray attachmentsJson(const QHash<QString, _MsgAttachment *> &attachments)
 {
     QJsonArray list;
     for (const _MsgAttachment *attachment : sortedAttachments(attachments))
         list.append(attachmentPartJson(*attachment));
     return list;
-}
-
-QJsonArray partsJson(const _MsgMessage &message)
-{
-    QJsonArray parts;
-    for (const MessagePart &part : messageParts(message)) {
-        if (part.attachment)
-            parts.append(QJsonObject{{u"attachment"_s, attachmentPartJson(*part.attachment)}});
-        else
-            parts.append(QJsonObject{{u"text"_s, part.text}});
-    }
-    return parts;
 }
 
 QJsonArray reactionsJson(const MessageExtras &extras)
@@ -219,9 +199,20 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"item_type"_s, message.item_type},
                        {u"recovered"_s, message.isRecovered},
                        {u"attachments"_s, attachmentsJson(message.attachments)},
-                       {u"parts"_s, partsJson(message)}};
+                       {u"translations"_s, translationsJson(message)}};
+    const QJsonValue content = contentJson(message);
+    object.insert(u"content"_s, content);
+    object.insert(u"parts"_s, partsJson(message, content));
     addExtras(object, message);
     return object;
+}
+
+QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
+{
+    return {{u"filename"_s, attachment.filename},
+            {u"mime_type"_s, attachment.mime_type},
+            {u"total_bytes"_s, attachment.total_bytes},
+            {u"localFile"_s, textOrNull(attachment.localFile)}};
 }
 
 QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid)

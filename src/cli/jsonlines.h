@@ -32,6 +32,9 @@ QJsonObject gapsTotalJson(const MessageGaps &gaps);
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
                         EmojiStyle emoji);
 
+/// An attachment among the pieces of a message.
+QJsonObject attachmentPartJson(const _MsgAttachment &attachment);
+
 /// `message` is the one that it came with; `hasGuid` is false when that has no identifier of its own.
 QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &message, bool hasGuid);
 /// What is said at the end of all attachments.

@@ -1,100 +1,149 @@
 #include "testing/builders/samplepayloads.h"
 
 #include "testing/builders/samplearchive.h"
-#include "testing/builders/samplerandom.h"
 
-#include <QStringList>
+#include <QDateTime>
+#include <QHash>
+#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-/// The classes that a payload refers to, each written once.
-struct Classes {
-    explicit Classes(SampleArchive &archive)
-        : dictionary(archive.addClass({u"NSMutableDictionary"_s, u"NSDictionary"_s, u"NSObject"_s}))
-        , address(archive.addClass({u"NSURL"_s, u"NSObject"_s}))
-        , link(archive.addClass({u"LPLinkMetadata"_s, u"NSObject"_s}))
+constexpr qint64 millisecondsTo2001 = 978307200000;
+
+class TreeWriter
+{
+public:
+    QByteArray write(const QVariant &root)
     {
+        const quint64 number = add(root);
+        return archive.toBinary(number);
     }
 
-    quint64 dictionary;
-    quint64 address;
-    quint64 link;
+private:
+    quint64 add(const QVariant &value);
+    quint64 addMap(const QVariantMap &map);
+    quint64 addRecord(const QVariantMap &map);
+    quint64 addList(const QVariantList &list);
+    quint64 addAddress(const QUrl &url);
+    quint64 addDate(const QDateTime &date);
+    quint64 classOf(const QString &name)
+    {
+        if (!classes.contains(name))
+            classes.insert(name, archive.addClass({name, u"NSObject"_s}));
+        return classes.value(name);
+    }
+
+    SampleArchive archive;
+    QHash<QString, quint64> classes;
 };
 
-quint64 addAddress(SampleArchive &archive, const Classes &classes, const QString &address)
+quint64 TreeWriter::add(const QVariant &value)
 {
-    SamplePlist object = SamplePlist::dictionary();
-    object.setUid("NS.base", 0);
-    object.setUid("NS.relative", archive.add(address));
-    object.setUid("$class", classes.address);
-    return archive.add(std::move(object));
+    switch (value.metaType().id()) {
+    case QMetaType::QVariantMap: {
+        const QVariantMap map = value.toMap();
+        return map.contains(u"$class"_s) ? addRecord(map) : addMap(map);
+    }
+    case QMetaType::QVariantList: return addList(value.toList());
+    case QMetaType::QUrl: return addAddress(value.toUrl());
+    case QMetaType::QDateTime: return addDate(value.toDateTime());
+    case QMetaType::QByteArray: return archive.addData(value.toByteArray());
+    case QMetaType::Bool: return archive.add(SamplePlist::boolean(value.toBool()));
+    case QMetaType::Double: return archive.add(SamplePlist::real(value.toDouble()));
+    case QMetaType::Int:
+    case QMetaType::LongLong: return archive.add(SamplePlist::number(value.toLongLong()));
+    case QMetaType::QString: return archive.add(value.toString());
+    default: return 0;
+    }
 }
 
-struct Entry {
-    QString key;
-    quint64 object;
-};
-
-SamplePlist dictionaryOf(SampleArchive &archive, const Classes &classes, const QList<Entry> &entries)
+quint64 TreeWriter::addMap(const QVariantMap &map)
 {
     SamplePlist keys = SamplePlist::array();
     SamplePlist objects = SamplePlist::array();
-    for (const Entry &entry : entries) {
-        keys.appendUid(archive.add(entry.key));
-        objects.appendUid(entry.object);
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        bool isNumber = false;
+        const qint64 number = it.key().toLongLong(&isNumber);
+        keys.appendUid(isNumber ? archive.add(SamplePlist::number(number)) : archive.add(it.key()));
+        objects.appendUid(add(it.value()));
     }
     SamplePlist dictionary = SamplePlist::dictionary();
     dictionary.set("NS.keys", keys);
     dictionary.set("NS.objects", objects);
-    dictionary.setUid("$class", classes.dictionary);
-    return dictionary;
+    dictionary.setUid("$class", classOf(u"NSMutableDictionary"_s));
+    return archive.add(std::move(dictionary));
+}
+
+quint64 TreeWriter::addRecord(const QVariantMap &map)
+{
+    SamplePlist record = SamplePlist::dictionary();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const QByteArray key = it.key().toLatin1();
+        if (key == "$class")
+            record.setUid("$class", classOf(it.value().toString()));
+        else if (it.value().metaType().id() == QMetaType::Bool)
+            record.set(key.constData(), it.value().toBool());
+        else if (it.value().metaType().id() == QMetaType::Int)
+            record.set(key.constData(), it.value().toLongLong());
+        else
+            record.setUid(key.constData(), add(it.value()));
+    }
+    return archive.add(std::move(record));
+}
+
+quint64 TreeWriter::addList(const QVariantList &list)
+{
+    SamplePlist objects = SamplePlist::array();
+    for (const QVariant &value : list)
+        objects.appendUid(add(value));
+    SamplePlist array = SamplePlist::dictionary();
+    array.set("NS.objects", objects);
+    array.setUid("$class", classOf(u"NSArray"_s));
+    return archive.add(std::move(array));
+}
+
+quint64 TreeWriter::addAddress(const QUrl &url)
+{
+    SamplePlist object = SamplePlist::dictionary();
+    object.setUid("NS.base", 0);
+    object.setUid("NS.relative", archive.add(url.toString(QUrl::FullyEncoded)));
+    object.setUid("$class", classOf(u"NSURL"_s));
+    return archive.add(std::move(object));
+}
+
+quint64 TreeWriter::addDate(const QDateTime &date)
+{
+    SamplePlist object = SamplePlist::dictionary();
+    object.set("NS.time", double(date.toMSecsSinceEpoch() - millisecondsTo2001) / 1000);
+    object.setUid("$class", classOf(u"NSDate"_s));
+    return archive.add(std::move(object));
 }
 
 } // namespace
 
+QByteArray sampleKeyedArchive(const QVariant &root)
+{
+    return TreeWriter().write(root);
+}
+
 QByteArray sampleLinkPayload(const QString &address, const QString &title, const QString &summary)
 {
-    SampleArchive archive;
-    const quint64 root = archive.reserve();
-    const Classes classes(archive);
-    SamplePlist link = SamplePlist::dictionary();
-    link.setUid("originalURL", addAddress(archive, classes, address));
-    link.setUid("URL", addAddress(archive, classes, address));
-    link.setUid("title", archive.add(title));
-    link.setUid("summary", archive.add(summary));
-    link.set("version", qint64(1));
-    link.setUid("$class", classes.link);
-    const quint64 metadata = archive.add(std::move(link));
-    archive.put(root, dictionaryOf(archive, classes, {{u"richLinkMetadata"_s, metadata}}));
-    return archive.toBinary(root);
+    return sampleKeyedArchive(
+        QVariantMap{{u"richLinkMetadata"_s, QVariantMap{{u"$class"_s, u"LPLinkMetadata"_s},
+                                                        {u"originalURL"_s, QUrl(address)},
+                                                        {u"URL"_s, QUrl(address)},
+                                                        {u"title"_s, title},
+                                                        {u"summary"_s, summary},
+                                                        {u"version"_s, 1}}}});
 }
 
 QByteArray sampleAppPayload(const QString &appName, const QString &caption, const QString &address)
 {
-    SampleArchive archive;
-    const quint64 root = archive.reserve();
-    const Classes classes(archive);
-    const quint64 words = archive.add(dictionaryOf(archive, classes, {{u"caption"_s, archive.add(caption)}}));
-    archive.put(root, dictionaryOf(archive, classes,
-                                   {{u"an"_s, archive.add(appName)},
-                                    {u"ldtext"_s, archive.add(caption)},
-                                    {u"userInfo"_s, words},
-                                    {u"URL"_s, addAddress(archive, classes, address)}}));
-    return archive.toBinary(root);
-}
-
-QByteArray sampleStrokePayload(quint64 seed)
-{
-    constexpr int points = 40;
-    SampleRandom random(seed);
-    QByteArray message;
-    for (int point = 0; point < points; ++point) {
-        // Field 1, a number of two bytes.
-        message.append(QByteArray::fromHex("08")).append(char(0x80 | random.below(0x80)));
-        message.append(char(1 + random.below(0x7F)));
-    }
-    return message;
+    return sampleKeyedArchive(QVariantMap{{u"an"_s, appName},
+                                          {u"ldtext"_s, caption},
+                                          {u"userInfo"_s, QVariantMap{{u"caption"_s, caption}}},
+                                          {u"URL"_s, QUrl(address)}});
 }

@@ -44,6 +44,21 @@ SamplePlist SamplePlist::text(const QString &text)
     return SamplePlist(plist_new_string(text.toUtf8().constData()));
 }
 
+SamplePlist SamplePlist::number(qint64 number)
+{
+    return SamplePlist(plist_new_uint(quint64(number)));
+}
+
+SamplePlist SamplePlist::boolean(bool value)
+{
+    return SamplePlist(plist_new_bool(value ? 1 : 0));
+}
+
+SamplePlist SamplePlist::real(double number)
+{
+    return SamplePlist(plist_new_real(number));
+}
+
 void SamplePlist::set(const char *key, const QString &value)
 {
     plist_dict_set_item(handle.get(), key, plist_new_string(value.toUtf8().constData()));

@@ -13,6 +13,9 @@ public:
     static SamplePlist dictionary();
     static SamplePlist array();
     static SamplePlist text(const QString &text);
+    static SamplePlist number(qint64 number);
+    static SamplePlist boolean(bool value);
+    static SamplePlist real(double number);
 
     void set(const char *key, const QString &value);
     void set(const char *key, const char *value);

@@ -73,6 +73,8 @@ public:
         type("@");
         if (attribute.text.isNull())
             numberObject(attribute.number);
+        else if (attribute.isAddress)
+            address(attribute.text);
         else
             knownText(attribute.text);
     }
@@ -120,6 +122,16 @@ private:
             return reference(*known);
         texts.insert(words, labels);
         text(words, {{"NSString", 1}, {"NSObject", 0}});
+    }
+
+    void address(const QString &link)
+    {
+        beginObject({{"NSURL", 0}, {"NSObject", 0}});
+        type("c");
+        bytes.append('\0'); // no base
+        type("@");
+        knownText(link);
+        endObject();
     }
 
     void numberObject(int value)

@@ -9,6 +9,7 @@ struct SampleAttribute {
     QByteArray key;
     int number = 0;
     QString text = {};
+    bool isAddress = false; ///< the text is that of a link
 
     bool operator==(const SampleAttribute &) const = default;
 };

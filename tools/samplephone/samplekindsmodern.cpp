@@ -1,5 +1,6 @@
 #include "testing/builders/samplebody.h"
 #include "testing/builders/samplepayloads.h"
+#include "testing/builders/samplerichkinds.h"
 #include "testing/builders/sampletypedstream.h"
 #include "tools/samplephone/samplekinds.h"
 
@@ -168,11 +169,6 @@ QList<SampleKind> effectKinds()
     return kinds;
 }
 
-QString extensionId(const QString &bundle)
-{
-    return u"com.apple.messages.MSMessageExtensionBalloonPlugin:0000000000:"_s + bundle;
-}
-
 SampleTouch ballooning(const QString &bundle, const QByteArray &payload)
 {
     return [=](SampleMessage &message, const SampleScene &scene) {
@@ -198,39 +194,35 @@ void vote(SampleMessage &message, const SampleScene &scene)
     message.text = QString();
     message.extras.associated_message_type = 4000;
     message.extras.associated_message_guid = target.guid;
-    message.extras.balloon_bundle_id = extensionId(u"com.apple.messages.Polls"_s);
+    message.extras.balloon_bundle_id =
+        u"com.apple.messages.MSMessageExtensionBalloonPlugin:0000000000:com.apple.messages.Polls"_s;
     message.extras.payload_data =
-        sampleAppPayload(u"Polls"_s, u"Voto"_s, u"data:,%7B%22vote%22%3A%220%22%7D"_s);
+        sampleVote(message.handle.isNull() ? u"+34600000000"_s : message.handle, {u"2"_s});
+}
+
+/// A voice message, and what the phone heard in it.
+void speak(SampleMessage &message, const SampleScene &scene)
+{
+    sampleCarrying(u"\uFFFC"_s, {u"Audio Message.caf"_s})(message, scene);
+    message.is_audio_message = true;
+    message.attributedBody = sampleTypedStream(
+        message.text, {{1,
+                        {{"__kIMFileTransferGUIDAttributeName", 0, sampleAttachmentGuid(message, 0)},
+                         {partKey, 0},
+                         {"IMAudioTranscription", 0, u"Llego en diez minutos"_s}}}});
 }
 
 QList<SampleKind> balloonKinds()
 {
-    struct App {
-        IosVersion since;
-        QString bundle;
-        QString name;
-        QString caption;
-    };
-    static const App apps[] = {
-        {Ios11, u"com.apple.PassbookUIService.PeerPaymentMessagesExtension"_s, u"Apple Cash"_s, u"5 €"_s},
-        {Ios11, u"com.apple.ActivityMessagesApp.MessagesExtension"_s, u"Activity"_s, u"Reto"_s},
-        {Ios11, u"com.apple.icloud.apps.messages.business.extension"_s, u"Business"_s, u"Cita"_s},
-        {Ios13, u"com.apple.mobileslideshow.PhotosMessagesApp"_s, u"Photos"_s, u"12 fotos"_s},
-        {Ios18, u"com.apple.SafetyMonitorApp.SafetyMonitorMessages"_s, u"Check In"_s, u"En casa"_s},
-        {Ios18, u"com.apple.findmy.FindMyMessagesApp"_s, u"Find My"_s, u"Madrid"_s},
-        {Ios26, u"com.apple.messages.Polls"_s, u"Polls"_s, u"¿Pizza o pasta?"_s},
-        {Ios11, u"org.example.game.MessagesExtension"_s, u"Juego"_s, u"Tu turno"_s},
-    };
-    QList<SampleKind> kinds = {
-        {Ios11, shareLink, 90},
-        {Ios11, ballooning(u"com.apple.Handwriting.HandwritingProvider"_s, sampleStrokePayload(1))},
-        {Ios11, ballooning(u"com.apple.DigitalTouchBalloonProvider"_s, sampleStrokePayload(2))},
-    };
-    for (const App &app : apps)
-        kinds.append(
-            {app.since, ballooning(extensionId(app.bundle),
-                                   sampleAppPayload(app.name, app.caption, u"https://example.org/app"_s))});
+    QList<SampleKind> kinds = {{Ios11, shareLink, 90}, {Ios13, speak}};
+    for (const SampleRichKind &kind : sampleRichKinds())
+        kinds.append({kind.since, ballooning(kind.balloon_bundle_id, kind.payload_data)});
     kinds.append({Ios26, vote});
+    kinds.append({Ios18, with([](auto &message) {
+                      message.text = u"See you tomorrow"_s;
+                      message.extras.message_summary_info =
+                          sampleTranslation(u"Hasta mañana"_s, u"en_US"_s, u"es_ES"_s);
+                  })});
     return kinds;
 }
 

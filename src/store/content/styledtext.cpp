@@ -112,13 +112,15 @@ QList<StyledRun> styledRuns(const QString &text, const QByteArray &attributedBod
 
 bool mayHaveStyles(const QByteArray &attributedBody)
 {
+    // The numbers of parts and the names of files are in every body.
     constexpr std::array signs = {
         QByteArrayView("__kIMText"),    QByteArrayView("__kIMBold"),          QByteArrayView("__kIMItalic"),
-        QByteArrayView("__kIMUnder"),   QByteArrayView("__kIMStrike"),        QByteArrayView("Mention"),
-        QByteArrayView("__kIMLinkAtt"), QByteArrayView("AudioTranscription"), QByteArrayView("OneTimeCode")};
-    return std::any_of(signs.begin(), signs.end(), [&](QByteArrayView sign) {
-        return QByteArrayView(attributedBody).indexOf(sign) >= 0;
-    });
+        QByteArrayView("__kIMUnder"),   QByteArrayView("__kIMStrike"),        QByteArrayView("__kIMMention"),
+        QByteArrayView("__kIMLinkAtt"), QByteArrayView("AudioTranscription"), QByteArrayView("OneTimeCode"),
+        QByteArrayView("__kIMData"),    QByteArrayView("__kIMPhone"),         QByteArrayView("__kIMAddress"),
+        QByteArrayView("__kIMMoney"),   QByteArrayView("__kIMCalendar")};
+    return std::any_of(signs.begin(), signs.end(),
+                       [&](QByteArrayView sign) { return attributedBody.contains(sign); });
 }
 
 QString textEffectName(int effect)

@@ -9,11 +9,15 @@
 namespace
 {
 
-void addWords(QList<MessagePart> &parts, const QString &text)
+/// `text` begins at `at` of the message's.
+void addWords(QList<MessagePart> &parts, const QString &text, qsizetype at)
 {
-    const QString words = text.trimmed();
+    QString words = text;
+    words.remove(attachmentSign);
+    const bool isOneStretch = words.size() == text.size();
+    words = words.trimmed();
     if (!words.isEmpty())
-        parts.append(MessagePart{words});
+        parts.append(MessagePart{words, nullptr, false, isOneStretch ? at + text.indexOf(words) : -1});
 }
 
 /// Words and attachments as `text` has them. What of `attachments` is found there is taken out.
@@ -24,7 +28,7 @@ QList<MessagePart> orderedParts(const _MsgMessage &message, QList<_MsgAttachment
     for (const TypedStreamAttachment &place : attachmentsOfTypedStream(message.attributedBody)) {
         if (place.at < done || place.at >= message.text.size() || message.text.at(place.at) != attachmentSign)
             continue;
-        addWords(parts, message.text.sliced(done, place.at - done).remove(attachmentSign));
+        addWords(parts, message.text.sliced(done, place.at - done), done);
         done = place.at + 1;
         const auto found =
             std::find_if(attachments.cbegin(), attachments.cend(),
@@ -34,7 +38,7 @@ QList<MessagePart> orderedParts(const _MsgMessage &message, QList<_MsgAttachment
         parts.append(MessagePart{{}, *found, place.isInline});
         attachments.erase(found);
     }
-    addWords(parts, message.text.sliced(done).remove(attachmentSign));
+    addWords(parts, message.text.sliced(done), done);
     return parts;
 }
 
@@ -60,7 +64,7 @@ QList<MessagePart> messageParts(const _MsgMessage &message)
     if (hasPartOrder(message))
         parts = orderedParts(message, attachments);
     else if (message.item_type == 0)
-        addWords(parts, plainText(message));
+        addWords(parts, message.text, 0);
     for (_MsgAttachment *attachment : std::as_const(attachments))
         parts.append(MessagePart{{}, attachment});
     return parts;

@@ -10,6 +10,7 @@ struct MessagePart {
     QString text;
     _MsgAttachment *attachment = nullptr; ///< null for words
     bool isInline = false;                ///< it stands within a line, like an emoji
+    qsizetype at = -1; ///< where the words begin in `_MsgMessage::text`; -1 where that isn't one stretch
 };
 
 /// Whether the message, of a phone since iOS 10, tells where in its text the attachments stand and that makes

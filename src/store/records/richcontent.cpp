@@ -4,6 +4,8 @@
 #include "store/records/extrastext.h"
 #include "store/records/messagetext.h"
 
+#include <QObject>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +24,19 @@ bool isBareLink(const _MsgMessage &message)
         return false;
     const QList<StyledRun> runs = styledRuns(message);
     return runs.size() == 1 && !runs.first().link.isEmpty();
+}
+
+/// Words that phones complete when they show them: the workouts of a friend.
+void putNames(QString &words, const _MsgMessage &message)
+{
+    if (!words.contains("$(kIM"_L1))
+        return;
+    const QString you = QObject::tr("IDS_YOU");
+    const _MsgHandle *handle = message.handle;
+    const QString other = handle ? displayName(*handle, false) : QObject::tr("IDS_SOMEBODY");
+    const bool isOwn = message.is_from_me != 0;
+    words.replace("$(kIMTranscriptPluginBreadcrumbTextReceiverIdentifier)"_L1, isOwn ? other : you);
+    words.replace("$(kIMTranscriptPluginBreadcrumbTextSenderIdentifier)"_L1, isOwn ? you : other);
 }
 
 /// The rows that tell a poll's options anew, by date.
@@ -85,8 +100,10 @@ MessageContent ownContent(const _MsgMessage &message)
 {
     if (!message.extras || message.item_type != 0)
         return {};
-    return readContent(
-        {message.extras->balloon_bundle_id, message.extras->payload_data, isBareLink(message)});
+    MessageContent content =
+        readContent({message.extras->balloon_bundle_id, message.extras->payload_data, isBareLink(message)});
+    putNames(content.words, message);
+    return content;
 }
 
 MessageContent contentOf(const _MsgMessage &message)
