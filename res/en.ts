@@ -205,7 +205,7 @@
     </message>
     <message>
         <source>IDS_NO_PHONE_SERVICE</source>
-        <translation>the service for phones doesn't answer (package usbmuxd)</translation>
+        <translation>the service for phones is missing (package usbmuxd)</translation>
     </message>
     <message>
         <source>IDS_NO_PHONE_BACKUP_TOOL</source>
@@ -214,6 +214,34 @@
     <message>
         <source>IDS_STOPPING</source>
         <translation>Stopping...</translation>
+    </message>
+    <message>
+        <source>IDS_ENTER_PASSCODE_ON_PHONE</source>
+        <translation>Enter the passcode on the phone.</translation>
+    </message>
+    <message>
+        <source>IDS_PHONE_ERROR_LOCKED</source>
+        <translation>The phone is locked, or its passcode wasn't entered in time. Unlock it, enter the passcode when it asks for it, and try again.</translation>
+    </message>
+    <message>
+        <source>IDS_PHONE_ERROR_NO_SPACE</source>
+        <translation>This computer has too little free space for a backup of the phone.</translation>
+    </message>
+    <message>
+        <source>IDS_CONNECTING_TO_PHONE</source>
+        <translation>Connecting to the phone...</translation>
+    </message>
+    <message>
+        <source>IDS_UNLOCK_AND_TRUST</source>
+        <translation>Unlock the phone and tap &quot;Trust&quot; on it.</translation>
+    </message>
+    <message>
+        <source>IDS_READ_ANYWAY</source>
+        <translation>Read anyway</translation>
+    </message>
+    <message>
+        <source>IDS_COPYING_LAST_BACKUP</source>
+        <translation>Keeping the last backup...</translation>
     </message>
     <message>
         <source>IDS_GAPS_NONE</source>

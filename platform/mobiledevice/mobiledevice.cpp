@@ -40,6 +40,14 @@ public:
         return found == present.end() ? nullptr : present.extract(found).mapped();
     }
 
+    /// Null when it isn't.
+    Phone *here(const std::string &udid)
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = present.find(udid);
+        return found == present.end() ? nullptr : found->second;
+    }
+
     bool isHere(const Phone *phone)
     {
         const std::lock_guard lock(mutex);
@@ -77,13 +85,19 @@ void notify(const idevice_event_t *event, void *user)
     const auto *subscription = static_cast<const Subscription *>(user);
     if (event->conn_type != CONNECTION_USBMUXD)
         return;
-    const bool isArrival = event->event == IDEVICE_DEVICE_ADD;
-    const bool isRemoval = event->event == IDEVICE_DEVICE_REMOVE;
-    Phone *const phone = isArrival   ? phones().arrived(event->udid)
-                         : isRemoval ? phones().gone(event->udid)
-                                     : nullptr;
-    DeviceNotificationInfo info = {phone, isArrival ? deviceArrived : deviceRemoved, user};
-    if (phone)
+    DeviceNotificationInfo info = {nullptr, deviceArrived, user};
+    switch (event->event) {
+    case IDEVICE_DEVICE_ADD: info.device = phones().arrived(event->udid); break;
+    case IDEVICE_DEVICE_REMOVE:
+        info.message = deviceRemoved;
+        info.device = phones().gone(event->udid);
+        break;
+    case IDEVICE_DEVICE_PAIRED:
+        info.message = devicePaired;
+        info.device = phones().here(event->udid);
+        break;
+    }
+    if (info.device)
         subscription->callback(&info, subscription->context);
 }
 

@@ -5,6 +5,18 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+/// Since iOS 10 a phone lets a computer back it up whether or not iCloud does too.
+bool backsUpBesideCloud(const IOSDevice &phone)
+{
+    constexpr int firstThatDoes = 10;
+    return phone.versionNumbers().value(0) >= firstThatDoes;
+}
+
+} // namespace
+
 std::optional<BackupRefusal> backupRefusal(const IOSDevice &phone, bool checkCloudBackup,
                                            bool checkEncryption)
 {
@@ -16,7 +28,7 @@ std::optional<BackupRefusal> backupRefusal(const IOSDevice &phone, bool checkClo
     if (checkCloudBackup && settings.dictionaryValue(u"CloudBackupEnabled"_s).toBool(false))
         return BackupRefusal{u"Failed to transfer data to device. Please turn off iCloud backup on your "
                              "iPhone to try again."_s,
-                             u":res/close_icloudbk.jpg"_s};
+                             u":res/close_icloudbk.jpg"_s, !checkEncryption && backsUpBesideCloud(phone)};
     if (checkEncryption && settings.dictionaryValue(u"WillEncrypt"_s).toBool(false))
         return BackupRefusal{
             u"Failed to transfer data to device. Your iTunes backup is encrypted. Please run "

@@ -8,8 +8,9 @@ struct IOSDevice;
 
 /// Why a phone can't be backed up or written to as it is set.
 struct BackupRefusal {
-    QString text;    ///< what to do about it
-    QString picture; ///< resource that shows where
+    QString text;              ///< what to do about it
+    QString picture;           ///< resource that shows where
+    bool mayBeIgnored = false; ///< the phone can be read all the same
 };
 
 /// Asks the phone for its backup settings. Encryption matters where messages are to be written. Nothing

@@ -62,6 +62,11 @@ void makeIosBackupTempDir()
 
 PhoneBackupLock::PhoneBackupLock(const IOSDevice &phone) : lock(lockPath(phone))
 {
+    take();
+}
+
+void PhoneBackupLock::take()
+{
     lockThrow(lock, iosBackupTempDir(), u"this phone is being loaded already"_s);
 }
 

@@ -19,8 +19,14 @@ void makeIosBackupTempDir();
 class PhoneBackupLock
 {
 public:
-    /// Makes the folder. Throws `std::runtime_error` when another flow or program has this phone's backup.
+    /// Makes the folder and takes the lock. Throws `std::runtime_error` when another flow or program has
+    /// this phone's backup.
     explicit PhoneBackupLock(const IOSDevice &phone);
+
+    /// Lets go while a person is asked or told something: the phone may be pulled and come back meanwhile.
+    void release() { lock.unlock(); }
+    /// Takes it again. Throws as above.
+    void take();
 
 private:
     QLockFile lock;

@@ -20,10 +20,9 @@ constexpr int startTimeoutMs = 60'000;
 constexpr int tickMs = 200;
 constexpr int mostTicksAlone = 10;           // a tool may look for ever for a phone that was pulled
 constexpr int mostTicksAloneRestoring = 300; // it may be back, under a new handle, or restart at the end
-constexpr auto goneText = "The phone was disconnected. Connect it and try again.";
-constexpr qint64 usualSeconds = 60;         // where the phone doesn't say how full it is
-constexpr double secondsPerMegabyte = 0.03; // of used space, for backup and restore alike
-constexpr double mostPercent = 99.0;        // the end of the job closes the dialog
+constexpr qint64 usualSeconds = 60;          // where the phone doesn't say how full it is
+constexpr double secondsPerMegabyte = 0.03;  // of used space, for backup and restore alike
+constexpr double mostPercent = 99.0;         // the end of the job closes the dialog
 
 /// Until the tool has ended or `goesOn`, asked at each tick, says no. What is printed is taken at once: a
 /// wait for the end alone would keep it all, and never come to a tick with a tool that prints without end.
@@ -106,7 +105,7 @@ std::string backup2tool::trouble(int op)
     if (op == 0 && disk.isValid() && disk.bytesAvailable() < leastRoom)
         return fullDiskText(root);
     ticksAlone = mobiledevice_is_here(device) ? 0 : ticksAlone + 1;
-    return ticksAlone > (op == 1 ? mostTicksAloneRestoring : mostTicksAlone) ? goneText : "";
+    return ticksAlone > (op == 1 ? mostTicksAloneRestoring : mostTicksAlone) ? phoneGoneText : "";
 }
 
 void backup2tool::run(const backup2tool_op &op)
@@ -115,7 +114,7 @@ void backup2tool::run(const backup2tool_op &op)
     const qint64 estimate = estimatedSeconds();
     const BackupToolCommand command = backupToolCommand(op.op, target, root);
     if (!cancelled && !mobiledevice_is_here(device))
-        throw std::runtime_error(goneText);
+        throw std::runtime_error(phoneGoneText);
     QProcess tool;
     tool.start(command.program, command.arguments, QIODevice::ReadOnly);
     if (!tool.waitForStarted(startTimeoutMs))

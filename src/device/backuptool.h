@@ -31,6 +31,9 @@ public:
     /// ran full or the phone has gone and the tool doesn't find out.
     void run(const backup2tool_op &op);
 
+    /// Another folder than that of the constructor, before `run`.
+    void setRoot(const QDir &folder) { root = folder; }
+
     /// How many bytes of the disk have to stay free in a backup: a tool may cut files without a word on a
     /// full one, and a backup with cut files, put back, would take the phone's own.
     void setLeastRoom(qint64 bytes) { leastRoom = bytes; }
@@ -38,6 +41,7 @@ public:
     /// How long a tool that was asked to end may take before it is killed: 10 s unless told otherwise.
     void setPatience(int milliseconds) { patienceMs = milliseconds; }
 
+    bool isCancelled() const { return cancelled; }
     QString status1() const { return firstStatus; }
     QString status2() const { return secondStatus; }
     double progress() const { return percent; } ///< 0 to 99

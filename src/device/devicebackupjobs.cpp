@@ -2,9 +2,10 @@
 
 #include "app/filetools.h"
 #include "app/jobprogress.h"
-#include "app/plistvalue.h"
 #include "app/product.h"
 #include "device/backuptempdir.h"
+#include "device/backupworkspace.h"
+#include "device/passcodewatch.h"
 
 #include <QRegularExpression>
 
@@ -12,12 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-PlistValue readList(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? PlistValue::parse(file.readAll()) : PlistValue();
-}
 
 QString escaped(QString text)
 {
@@ -41,6 +36,25 @@ QString linesThatMatter(const QString &output)
     return told.last(std::min(told.size(), mostTold)).join(u'\n');
 }
 
+/// The phone's own number for what went wrong, as the tool prints it; 0 for none.
+int errorCodeIn(const QString &output)
+{
+    static const QRegularExpression code(u"MBErrorDomain/(\\d{1,9})|Error ?Code:? (\\d{1,9})"_s);
+    const QRegularExpressionMatch match = code.match(output);
+    return match.captured(match.lastCapturedIndex()).toInt();
+}
+
+/// What the number means to a person, in front of what the tool says.
+QString withMeaning(const QString &output)
+{
+    const QString text = escaped(linesThatMatter(output));
+    switch (errorCodeIn(output)) {
+    case 105: return QObject::tr("IDS_PHONE_ERROR_NO_SPACE") + "<br/><br/>"_L1 + text;
+    case 208: return QObject::tr("IDS_PHONE_ERROR_LOCKED") + "<br/><br/>"_L1 + text;
+    default: return text;
+    }
+}
+
 QString withRestartNote(const QString &text)
 {
     return text + "<br/><br/>Note: You can restart your device to try again."_L1;
@@ -48,19 +62,9 @@ QString withRestartNote(const QString &text)
 
 } // namespace
 
-bool canContinueBackup(const QDir &folder, const QString &productVersion)
-{
-    const QString status = folder.absoluteFilePath(u"Status.plist"_s);
-    const QString manifest = folder.absoluteFilePath(u"Manifest.plist"_s);
-    const bool isThere = QFile::exists(status) && QFile::exists(manifest) &&
-                         (folder.exists(u"Manifest.mbdb"_s) || folder.exists(u"Manifest.db"_s));
-    return isThere && readList(status).value(u"SnapshotState"_s).toString() == "finished"_L1 &&
-           readList(manifest).value(u"Lockdown"_s).value(u"ProductVersion"_s).toString() == productVersion;
-}
-
 QString backupFailureText(const QString &output)
 {
-    return withRestartNote(escaped(linesThatMatter(output)));
+    return withRestartNote(withMeaning(output));
 }
 
 QString restoreFailureText(const QString &output)
@@ -70,7 +74,9 @@ QString restoreFailureText(const QString &output)
         QRegularExpression::CaseInsensitiveOption);
     constexpr double perKibi = 0.0009765625;
     const QString text = escaped(output);
-    if (text.contains("Find My iPhone must be disabled"_L1, Qt::CaseInsensitive))
+    constexpr int findMyIPhoneIsOn = 211;
+    if (text.contains("Find My iPhone must be disabled"_L1, Qt::CaseInsensitive) ||
+        errorCodeIn(output) == findMyIPhoneIsOn)
         return u"Please follow <a href=\"%1\"> this tutorial</a> to disable \"Find my iPhone\" first and "
                u"then "
                "restart your iPhone to try again.<br/><br/>"_s.arg(websiteAddress().toHtmlEscaped());
@@ -81,7 +87,7 @@ QString restoreFailureText(const QString &output)
                "roll videos from your device to computer to free up disk space first and then try again."_s
                    .arg(gibibytes, 0, 'g', 1);
     }
-    return withRestartNote(escaped(linesThatMatter(output)));
+    return withRestartNote(withMeaning(output));
 }
 
 BackupToolThread::BackupToolThread(IOSDevice *phone, const QDir &folder, JobProgress *jobProgress,
@@ -100,12 +106,23 @@ BackupToolThread::~BackupToolThread()
     tool->deleteLater();
 }
 
+void BackupToolThread::runTool(int op, const QString &status)
+{
+    progress->updateProgress(status, 0, {});
+    const PasscodeWatch watch(device->device, [this, status](bool isAsking) {
+        progress->updateProgress(isAsking ? QObject::tr("IDS_ENTER_PASSCODE_ON_PHONE") : status, -1, {});
+    });
+    tool->run({op});
+}
+
 void BackupToolThread::fail(const std::exception &error, QString (*textOf)(const QString &))
 {
     const QString output = QString::fromUtf8(error.what());
     const QString text = textOf(output);
     if (!text.contains(escaped(output)))
         progress->noteDetails(output);
+    if (lock)
+        lock->release();
     failJob(*progress, text);
 }
 
@@ -122,21 +139,33 @@ IOSMobileBackupThread::IOSMobileBackupThread(IOSDevice *phone, JobProgress *jobP
 
 void IOSMobileBackupThread::run()
 {
-    const std::optional<QString> folder = pathBelow(root, device->uniqueDeviceID);
-    progress->updateProgress(u"Loading data from Device..."_s, 0, {});
+    const QString status = u"Loading data from Device..."_s;
+    progress->updateProgress(status, 0, {});
     try {
-        if (!folder)
+        if (!pathBelow(root, device->uniqueDeviceID))
             throw std::runtime_error("The phone gives an identifier that names no folder.");
         makeIosBackupTempDir(); // not every tool makes it
-        if (QFileInfo::exists(*folder) && !canContinueBackup(QDir(*folder), device->productVersion))
-            removeTree(*folder);
-        tool->run({0});
+        BackupWorkspace workspace(root, device->uniqueDeviceID, device->productVersion, *progress);
+        backUpInto(workspace, status);
         progress->succeed({});
     } catch (const std::exception &error) {
-        if (folder)
-            removeTree(*folder);
         fail(error, backupFailureText);
+    } catch (int) {
+        // Cancelled while the last backup was copied.
     }
+}
+
+void IOSMobileBackupThread::backUpInto(BackupWorkspace &workspace, const QString &status)
+{
+    tool->setRoot(workspace.toolRoot());
+    try {
+        runTool(0, status);
+    } catch (...) {
+        workspace.discard();
+        throw;
+    }
+    if (!progress->cancelled && !tool->isCancelled())
+        workspace.keep();
 }
 
 IOSMobileRestoreThread::IOSMobileRestoreThread(IOSDevice *phone, const QDir &folder, JobProgress *jobProgress,
@@ -147,9 +176,8 @@ IOSMobileRestoreThread::IOSMobileRestoreThread(IOSDevice *phone, const QDir &fol
 
 void IOSMobileRestoreThread::run()
 {
-    progress->updateProgress(u"Transferring data to Device..."_s, 0, {});
     try {
-        tool->run({1});
+        runTool(1, u"Transferring data to Device..."_s);
         progress->succeed({});
     } catch (const std::exception &error) {
         fail(error, restoreFailureText);

@@ -5,7 +5,9 @@
 
 #include <QThread>
 
+class BackupWorkspace;
 class JobProgress;
+class PhoneBackupLock;
 
 /// A job around one run of the backup tool. Borrows `device` and `progress`. Made on the main thread.
 class BackupToolThread : public QThread
@@ -15,12 +17,17 @@ class BackupToolThread : public QThread
 public:
     ~BackupToolThread() override;
 
+    /// Released before a failure is told. Not owned.
+    void setLock(PhoneBackupLock *heldLock) { lock = heldLock; }
+
 public Q_SLOTS:
     void cancel() { tool->cancel(); }
 
 protected:
     BackupToolThread(IOSDevice *device, const QDir &root, JobProgress *progress, QObject *parent);
 
+    /// Runs the tool under `status`, or under words to the owner of a phone that waits for its passcode.
+    void runTool(int op, const QString &status);
     /// Reports a failure of the tool in people's words, and the whole of what it printed as details.
     void fail(const std::exception &error, QString (*textOf)(const QString &));
 
@@ -28,14 +35,15 @@ protected:
     QDir root; ///< the folder that holds the phone's backup folder
     JobProgress *progress;
     backup2tool *tool;
+    PhoneBackupLock *lock = nullptr;
 
 private Q_SLOTS:
     void backupUpdate(double percent, QString status1, QString status2);
 };
 
-/// Brings a full backup of a phone into the temporary folder. What lies there of an earlier run is used
-/// again when it was finished and is of the same system version, else removed first. A failed run removes it
-/// too.
+/// Brings a full backup of a phone into the temporary folder. What lies there of an earlier run is used again
+/// when it is whole and of the same system version. A failed run leaves the last whole backup as it was where
+/// the disk has space for two, else none.
 class IOSMobileBackupThread : public BackupToolThread
 {
     Q_OBJECT
@@ -47,6 +55,9 @@ public:
 
 protected:
     void run() override;
+
+private:
+    void backUpInto(BackupWorkspace &workspace, const QString &status);
 };
 
 /// Puts the backup below `root` back on its phone. The folder stays, whatever happens.
@@ -61,10 +72,6 @@ public:
 protected:
     void run() override;
 };
-
-/// Whether the backup in `folder` may be continued for a phone of that system version: it is finished and
-/// of the same version.
-bool canContinueBackup(const QDir &folder, const QString &productVersion);
 
 /// What people read when the tool failed with `output`: rich text, and of a long output only the lines that
 /// matter.

@@ -11,6 +11,7 @@ struct DeviceNotificationInfo {
 
 inline constexpr std::uint32_t deviceArrived = 1;
 inline constexpr std::uint32_t deviceRemoved = 2;
+inline constexpr std::uint32_t devicePaired = 0x100; ///< trusts this computer; of our library alone
 
 /// Runs on a thread of the library. `context` is what the subscriber handed in.
 using DeviceNotificationCallback = void (*)(DeviceNotificationInfo *info, void *context);

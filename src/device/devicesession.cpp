@@ -2,6 +2,9 @@
 
 #include "device/mobiledevice.h"
 
+#include <map>
+#include <mutex>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -47,11 +50,24 @@ void mobiledevice_close_session(void *device)
     amd("AMDeviceDisconnect", device);
 }
 
+/// Of a phone, for good: handles aren't used twice.
+std::mutex &turnOf(void *device)
+{
+    static std::mutex guard;
+    static auto *turns = new std::map<void *, std::mutex>; // outlives threads that wait for a phone
+    const std::lock_guard lock(guard);
+    return (*turns)[device];
+}
+
+// Codes of libimobiledevice. Those of the maker's library are others.
+constexpr int passwordProtected = -17;
+constexpr int dialogResponsePending = -19;
+
 /// An open session, for as long as it stands.
 class DeviceSession
 {
 public:
-    explicit DeviceSession(void *handle) : device(handle)
+    explicit DeviceSession(void *handle) : device(handle), turn(turnOf(handle))
     {
         QString errorText;
         if (mobiledevice_open_session(device, errorText) != 0)
@@ -70,6 +86,7 @@ public:
 
 private:
     void *device;
+    std::lock_guard<std::mutex> turn;
 };
 
 CFType nameOrNull(const QString &name)
@@ -78,6 +95,19 @@ CFType nameOrNull(const QString &name)
 }
 
 } // namespace
+
+bool mobiledevice_is_trusted(void *device)
+{
+    const std::lock_guard turn(turnOf(device));
+    QString errorText;
+    const int code = mobiledevice_open_session(device, errorText);
+    if (code == passwordProtected || code == dialogResponsePending)
+        return false;
+    if (code != 0)
+        throw std::runtime_error(errorText.toStdString());
+    mobiledevice_close_session(device);
+    return true;
+}
 
 void mobiledevice_start_service(void *device, const char *serviceName, int *socket)
 {

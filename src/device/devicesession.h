@@ -6,8 +6,13 @@
 #include <QStringList>
 
 // Operations on the phone behind an opaque handle. Each opens a session, does its work and closes it. All
-// block; one thread at a time uses a phone. They throw `std::runtime_error` with a text for people when the
+// block, for ten seconds and more where the phone doesn't answer, and wait for each other where they go to
+// one phone; any thread. They throw `std::runtime_error` with a text for people when the
 // session doesn't open.
+
+/// Whether the phone trusts this computer. False while its owner is asked, or when it is locked and can't
+/// ask: try again. Throws as above also when the owner refused.
+bool mobiledevice_is_trusted(void *device);
 
 /// Starts a service on the phone. Returns its socket in `socket`, which stays good after the session and is
 /// the caller's to close (`mobiledevice_close_socket`). Throws `std::runtime_error` when the phone refuses.

@@ -12,19 +12,25 @@ namespace
 
 std::mutex receivers; // over the receivers of all targets
 
+/// Null for what nobody wants to know.
+const char *slotFor(const DeviceWatchTarget &target, unsigned message)
+{
+    switch (message) {
+    case deviceArrived: return target.connectedSlot;
+    case deviceRemoved: return target.disconnectedSlot;
+    case devicePaired: return target.pairedSlot;
+    default: return nullptr;
+    }
+}
+
 /// On a thread of the library: hands over and does nothing else.
 void deviceChanged(DeviceNotificationInfo *info, void *context)
 {
     const auto *target = static_cast<const DeviceWatchTarget *>(context);
     const std::lock_guard lock(receivers);
-    if (!target->receiver)
-        return;
-    if (info->message == deviceArrived)
-        QMetaObject::invokeMethod(target->receiver, target->connectedSlot, Qt::QueuedConnection,
-                                  Q_ARG(void *, info->device));
-    else if (info->message == deviceRemoved)
-        QMetaObject::invokeMethod(target->receiver, target->disconnectedSlot, Qt::QueuedConnection,
-                                  Q_ARG(void *, info->device));
+    const char *slot = slotFor(*target, info->message);
+    if (target->receiver && slot)
+        QMetaObject::invokeMethod(target->receiver, slot, Qt::QueuedConnection, Q_ARG(void *, info->device));
 }
 
 } // namespace

@@ -7,6 +7,7 @@ struct DeviceWatchTarget {
     QObject *receiver;
     const char *connectedSlot;    ///< takes the handle as a void pointer
     const char *disconnectedSlot; ///< the same
+    const char *pairedSlot; ///< the same, for a phone whose owner has just trusted this computer; may be null
 };
 
 /// From now on the slots are called, on the receiver's thread, for each phone that is there, comes or goes.

@@ -16,9 +16,12 @@ bool mobiledevice_load_frameworks(QString &errorText);
 /// Whether both libraries are loaded.
 bool mobiledevice_is_loaded();
 
-/// Whether phones can be reached: the libraries are loaded, and a daemon answers where one is needed. A
-/// daemon that starts later is found all the same.
+/// Whether phones can be reached at this moment: the libraries are loaded, and a daemon answers where one is
+/// needed. Many systems start it with the first phone.
 bool mobiledevice_can_reach_phones();
+
+/// What people read of a phone that was pulled.
+inline constexpr auto phoneGoneText = "The phone was disconnected. Connect it and try again.";
 
 /// False when it is known that the phone of this handle has gone. Any thread.
 bool mobiledevice_is_here(void *device);

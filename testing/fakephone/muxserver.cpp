@@ -215,8 +215,12 @@ QVariantMap MuxServer::describe(quint32 id) const
 void MuxServer::tellListeners(const QVariantMap &message)
 {
     for (const Connection &connection : connections) {
-        if (connection.listens)
-            send(connection.descriptor, message, 0);
+        try {
+            if (connection.listens && !connection.ended)
+                send(connection.descriptor, message, 0);
+        } catch (const Closed &) {
+            // Goes just now; its own thread ends it.
+        }
     }
 }
 
@@ -225,6 +229,13 @@ void MuxServer::plugIn(FakePhone &phone)
     const std::lock_guard lock(mutex);
     phones.insert(++lastId, &phone);
     tellListeners(describe(lastId));
+}
+
+void MuxServer::trust(FakePhone &phone)
+{
+    const std::lock_guard lock(mutex);
+    phone.trust = Trust::Given;
+    tellListeners({{u"MessageType"_s, u"Paired"_s}, {u"DeviceID"_s, phones.key(&phone)}});
 }
 
 void MuxServer::pullOut(FakePhone &phone)

@@ -20,6 +20,8 @@ public:
     QString address() const { return QStringLiteral("UNIX:") + socketPath; }
 
     void plugIn(FakePhone &phone);
+    /// Its owner trusts this computer from now on, and computers are told.
+    void trust(FakePhone &phone);
     /// Its connections end in the middle of what they say.
     void pullOut(FakePhone &phone);
 

@@ -41,7 +41,7 @@ FakePhone &PhoneStand::newPhone()
 void *PhoneStand::plugIn(FakePhone &phone)
 {
     if (!target.receiver) {
-        target = {this, "iosDeviceConnected", "iosDeviceDisconnected"};
+        target = {this, "iosDeviceConnected", "iosDeviceDisconnected", nullptr};
         mobiledevice_subscribe(&target);
     }
     const int before = arrivals;

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 
 #include <functional>
+#include <mutex>
 
 inline QByteArray bytesOf(const QString &path)
 {
@@ -37,8 +38,11 @@ inline QString failureOf(const std::function<void()> &work)
 class RecordingProgress : public JobProgress
 {
 public:
-    void updateProgress(const QString &, int, const QString &) override
+    void updateProgress(const QString &status, int, const QString &) override
     {
+        const std::lock_guard lock(mutex);
+        if (!status.isEmpty())
+            statuses.append(status);
         if (++updates == actAtUpdate)
             act();
     }
@@ -47,6 +51,8 @@ public:
     void tipsWait(const QString &) override {}
     void noteDetails(const QString &text) override { details = text; }
 
+    std::mutex mutex; ///< over the statuses
+    QStringList statuses;
     QString details;
     QString outcome = QStringLiteral("not reported");
     int updates = 0;

@@ -4,6 +4,7 @@
 #include "app/datalocations.h"
 #include "device/backupoptions.h"
 #include "device/backuptempdir.h"
+#include "device/backupworkspace.h"
 #include "device/clients/backupservice.h"
 #include "device/devicebackupjobs.h"
 #include "device/filerelay.h"
@@ -103,7 +104,9 @@ bool backUp(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
     IOSMobileBackupThread job(&device, &notes);
     runToItsEnd(job, notes);
     const QDir folder(job.backupRoot().filePath(device.uniqueDeviceID));
-    return notes.outcome.isEmpty() ? filesIn(folder) == filesIn(phone.backup) : !folder.exists();
+    const bool hasNothingBeside = job.backupRoot().entryList({u"*.new"_s}, QDir::Dirs).isEmpty();
+    const bool isWhole = filesIn(folder) == filesIn(phone.backup);
+    return hasNothingBeside && (isWhole || (!notes.outcome.isEmpty() && !folder.exists()));
 }
 
 bool putBack(IOSDevice &device, const FakePhone &phone, RecordingProgress &notes)
@@ -146,6 +149,7 @@ private Q_SLOTS:
     void judgesTheTool_data();
     void judgesTheTool();
     void removesWhatCantBeContinued();
+    void keepsTheLastGoodBackup();
     void saysWhyARestoreFailed_data();
     void saysWhyARestoreFailed();
     void refusesAsThePhoneIsSet();
@@ -398,6 +402,32 @@ void TestDeviceJobs::removesWhatCantBeContinued()
         notes.outcome,
         u"The backup tool failed.\nerror &lt;5&gt;\nEnd<br/><br/>Note: You can restart your device to try again."_s);
     QVERIFY(notes.details.endsWith(u"Sending 'error50\nerror <5>\nEnd\n"_s));
+}
+
+void TestDeviceJobs::keepsTheLastGoodBackup()
+{
+    FakePhone &phone = newFullPhone();
+    phone.relayedNotifications = QStringList({u"com.apple.LocalAuthentication.ui.presented"_s});
+    IOSDevice device = plugIn(phone);
+    RecordingProgress first;
+    QVERIFY(backUp(device, phone, first) && first.outcome.isEmpty());
+    QVERIFY(first.statuses.contains(u"IDS_ENTER_PASSCODE_ON_PHONE"_s));
+    const QDir folder(iosBackupTempDir().filePath(phone.udid));
+    phone.backupRefusal = u"Device locked"_s;
+    phone.refusalCode = 208;
+    RecordingProgress refused;
+    backUp(device, phone, refused);
+    QVERIFY2(refused.outcome.startsWith(u"IDS_PHONE_ERROR_LOCKED<br/>"_s), qPrintable(refused.outcome));
+    QVERIFY(filesIn(folder) == filesIn(phone.backup));
+    // A power cut between the two renames at the end: the old one comes back.
+    QVERIFY(QDir(folder.path() + u".new"_s).mkpath(u"."_s));
+    QVERIFY(QDir().rename(folder.path(), folder.path() + u".new/replaced"_s));
+    device.productVersion = u"7.0"_s;
+    backUp(device, phone, refused);
+    QVERIFY(filesIn(folder) == filesIn(phone.backup));
+    phone.backupRefusal.clear();
+    RecordingProgress second;
+    QVERIFY(backUp(device, phone, second) && second.outcome.isEmpty());
 }
 
 void TestDeviceJobs::saysWhyARestoreFailed_data()

@@ -1,4 +1,4 @@
-#include "device/clients/notificationproxy.h"
+#include "device/notificationproxy.h"
 
 #include "device/devicesession.h"
 #include "device/servicemessages.h"
@@ -9,6 +9,7 @@ namespace
 {
 
 constexpr int notificationTimeoutMs = 500;
+constexpr int betweenRoundsMs = 1000;
 
 CFType command(const QString &name)
 {
@@ -72,6 +73,7 @@ mobiledevice_notification_thread::~mobiledevice_notification_thread()
 void mobiledevice_notification_thread::stop()
 {
     stopRequested = true;
+    stopped.release();
     if (socket.descriptor() != 0)
         socket_hang_up(socket.descriptor());
 }
@@ -96,6 +98,6 @@ void mobiledevice_notification_thread::run()
         } catch (const std::exception &error) {
             qDebug("mobiledevice_notification_thread::run, %s", error.what());
         }
-        sleep(1);
+        stopped.tryAcquire(1, betweenRoundsMs);
     }
 }

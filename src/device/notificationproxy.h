@@ -2,6 +2,7 @@
 
 #include "device/servicesocket.h"
 
+#include <QSemaphore>
 #include <QStringList>
 #include <QThread>
 
@@ -21,13 +22,13 @@ class mobiledevice_notification_thread : public QThread
 
 public:
     mobiledevice_notification_thread(void *device, QObject *parent);
-    /// Stops listening and waits for the thread, about a second.
+    /// Stops listening and waits for the thread.
     ~mobiledevice_notification_thread() override;
 
     /// Starts the service and asks for these notifications; before the thread starts, or after it stopped.
     /// Throws `std::runtime_error`.
     void observe(const QStringList &names);
-    /// The thread ends after the round it is in, which waits for nothing any more. Any thread.
+    /// The thread ends with the round it is in, which waits for nothing any more. Any thread.
     void stop();
 
 Q_SIGNALS:
@@ -40,6 +41,7 @@ protected:
 
 private:
     std::atomic_bool stopRequested = false;
+    QSemaphore stopped; ///< ends the pause between two rounds
     void *device;
     ServiceSocket socket;
 };
