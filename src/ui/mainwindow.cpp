@@ -16,6 +16,7 @@
 #include "ui/flows/devicearrival.h"
 #include "ui/flows/messagedeletion.h"
 #include "ui/flows/messagerecovery.h"
+#include "ui/flows/phonearrivals.h"
 #include "ui/flows/shownsource.h"
 #include "ui/flows/sourceloader.h"
 #include "ui/flows/viewswitches.h"
@@ -62,6 +63,7 @@ MainWindow::MainWindow(QWidget *parent)
     , workers(new MessageWorkers(sources, messages, this))
     , menus(new WindowMenus(this))
     , views(new ViewSwitches(menus->viewMenu(), sources, messages))
+    , phones(new PhoneArrivals([this](void *p) { readArrived(p); }, this))
     , advLabel(new QLabel(this))
 {
     build();
@@ -91,7 +93,8 @@ void MainWindow::watchPhones()
 {
     if (!mobiledevice_is_loaded())
         return;
-    phoneWatch = new DeviceWatchTarget{this, "iosDeviceConnected", "iosDeviceDisconnected"}; // stays
+    phoneWatch = new DeviceWatchTarget{this, "iosDeviceConnected", "iosDeviceDisconnected",
+                                       "iosDevicePaired"}; // stays
     mobiledevice_subscribe(phoneWatch);
 }
 
@@ -178,11 +181,21 @@ void MainWindow::dropEvent(QDropEvent *event)
 
 void MainWindow::iosDeviceConnected(void *p)
 {
-    phonesHere.insert(p);
+    runFlow([&] { phones->arrived(p); });
+}
+
+void MainWindow::iosDevicePaired(void *p)
+{
+    if (!sources->device(p))
+        phones->trusted(p);
+}
+
+void MainWindow::readArrived(void *p)
+{
     runFlow([&] {
         const std::optional<ReadPhone> phone = readPhone(p, this);
-        if (phone && !phonesHere.contains(p)) // else it would stand in the tree for good
-            throw std::runtime_error("The phone was disconnected. Connect it and try again.");
+        if (phone && !phones->isHere(p)) // else it would stand in the tree for good
+            throw std::runtime_error(phoneGoneText);
         if (phone)
             showPhone(*phone);
     });
@@ -203,7 +216,7 @@ void MainWindow::showPhone(const ReadPhone &phone)
 
 void MainWindow::iosDeviceDisconnected(void *p)
 {
-    phonesHere.remove(p);
+    phones->gone(p);
     if (_IOSDeviceItemNode *phone = sources->device(p))
         sources->model().removeNode(phone);
     menus->follow(state());

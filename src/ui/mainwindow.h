@@ -4,11 +4,11 @@
 #include "ui/windowmenus.h"
 
 #include <QMainWindow>
-#include <QSet>
 #include <QTimer>
 
 #include <functional>
 
+class PhoneArrivals;
 class QItemSelection;
 struct DeviceWatchTarget;
 struct ReadPhone;
@@ -36,6 +36,8 @@ public Q_SLOTS:
     // Told by the watch on phones, with the phone's handle.
     void iosDeviceConnected(void *p);
     void iosDeviceDisconnected(void *p);
+    /// Its owner trusts this computer from now on.
+    void iosDevicePaired(void *p);
     void onMainTreeSelected(const QItemSelection &selections, const QItemSelection &);
     void onMainTreeContextMenu();
     void onSMSContextMenu();
@@ -100,6 +102,7 @@ private:
 
     void build();
     void watchPhones();
+    void readArrived(void *p);
     void showPhone(const ReadPhone &phone);
     void fillStatusBar();
     SourceState state() const;
@@ -121,11 +124,11 @@ private:
     MessageWorkers *workers;
     WindowMenus *menus;
     ViewSwitches *views;
+    PhoneArrivals *phones;
     QLabel *advLabel;
     DeviceWatchTarget *phoneWatch = nullptr; ///< null while no phone can come
-    QSet<void *> phonesHere;
-    QTimer selectionTimer;       ///< shows what was selected last, however often that changed
-    bool selectionWaits = false; ///< for sources that are in use
+    QTimer selectionTimer;                   ///< shows what was selected last, however often that changed
+    bool selectionWaits = false;             ///< for sources that are in use
     int flowsRunning = 0;
     bool closeWanted = false;
 };

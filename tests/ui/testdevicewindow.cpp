@@ -11,9 +11,11 @@
 #include "testing/helpers/boxreader.h"
 #include "testing/helpers/testtools.h"
 #include "ui/dialogs/datasourceselform.h"
+#include "ui/dialogs/progressform.h"
 #include "ui/mainwindow.h"
 #include "ui/views/mytreeview.h"
 
+#include <QLabel>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -41,6 +43,58 @@ QStringList contentOf(const QDir &backup)
     return content;
 }
 
+/// Plays the person while dialogs hold the test up: waits for what it is to see, does something, and goes on
+/// to the next step.
+class Person
+{
+public:
+    struct Step {
+        std::function<bool()> sees;
+        std::function<void()> act;
+    };
+
+    explicit Person(const QList<Step> &toDo) : steps(toDo)
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this] {
+            if (steps.isEmpty() || !steps.first().sees())
+                return;
+            const Step step = steps.takeFirst();
+            step.act();
+        });
+        timer.start(10);
+    }
+
+    bool isDone() const { return steps.isEmpty(); }
+
+private:
+    QList<Step> steps;
+    QTimer timer;
+};
+
+/// The message box or progress dialog on top; null for another or none.
+template <typename Dialog>
+Dialog *top()
+{
+    return qobject_cast<Dialog *>(QApplication::activeModalWidget());
+}
+
+std::function<bool()> box(const QString &text)
+{
+    return [text] { return top<QMessageBox>() && top<QMessageBox>()->text().contains(text); };
+}
+
+bool isAskingForTrust()
+{
+    const auto *label =
+        top<ProgressForm>() ? top<ProgressForm>()->findChild<QLabel *>(u"lbStatus"_s) : nullptr;
+    return label && label->text() == u"Unlock the phone and tap \"Trust\" on it."_s;
+}
+
+void accept()
+{
+    top<QMessageBox>()->accept();
+}
+
 } // namespace
 
 class TestDeviceWindow : public QObject
@@ -48,7 +102,13 @@ class TestDeviceWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
     void readsAPhoneThatArrivesAndWritesToIt();
+    void waitsForTheOwnersTrust();
+    void sharesANoteThatClosesWithItsPhones();
+    void readsAPhoneThatComesBackUnderABox();
 
 private:
     QModelIndex find(const QString &title) const
@@ -57,26 +117,56 @@ private:
         return model->match(model->index(0, 0), Qt::DisplayRole, title, 1, Qt::MatchRecursive).value(0);
     }
     MyTreeView *tree() const { return window->findChild<MyTreeView *>(u"treeViewDS"_s); }
+    FakePhone &newPhone();
 
     QTranslator translator;
     QTemporaryDir dir;
+    std::list<FakePhone> phones; // outlive the threads of the server
+    std::unique_ptr<MuxServer> server;
     std::unique_ptr<MainWindow> window;
 };
 
-void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
+void TestDeviceWindow::initTestCase()
 {
     installTexts(translator);
     QString error;
     QVERIFY2(mobiledevice_load_frameworks(error), qPrintable(error));
     std::signal(SIGPIPE, SIG_IGN); // QTest has set a handler of its own since
+    server = std::make_unique<MuxServer>(dir.filePath(u"socket"_s));
+    qputenv("USBMUXD_SOCKET_ADDRESS", server->address().toUtf8());
+}
+
+void TestDeviceWindow::init()
+{
     QVERIFY(dataRoot().removeRecursively());
-    FakePhone phone(QString(40, u'c'));
+    window = std::make_unique<MainWindow>();
+}
+
+void TestDeviceWindow::cleanup()
+{
+    const BoxReader ok;
+    for (FakePhone &phone : phones)
+        server->pullOut(phone);
+    window.reset();
+}
+
+/// With one message.
+FakePhone &TestDeviceWindow::newPhone()
+{
+    FakePhone &phone = phones.emplace_back(u"%1"_s.arg(phones.size() + 1, 40, 16, QChar(u'c')));
     phone.values[u"ProductVersion"_s] = u"8.1"_s;
     for (QDir *folder : {&phone.backup, &phone.restored, &phone.media})
         folder->setPath(dir.filePath(QString::number(quintptr(folder))));
+    SmsDbBuilder messages(dir.filePath(phone.udid));
     BackupBuilder(phone.backup)
-        .messages(SmsDbBuilder(dir.filePath(u"phone"_s)).chat(u"+34612345678"_s).received(u"Hola"_s).write())
+        .messages(messages.chat(u"+34612345678"_s).received(u"Hola"_s).write())
         .write();
+    return phone;
+}
+
+void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
+{
+    FakePhone &phone = newPhone();
     SmsDbBuilder(QDir(localDatabasesDir().filePath(u"Mine"_s)))
         .chat(u"+34612345678"_s)
         .sent(u"Adios"_s)
@@ -86,8 +176,7 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
         .write();
     const QString picture = u"Mine/file-relay/var/mobile/Library/SMS/Attachments/ab/cat.jpg"_s;
     QVERIFY(writeFile(localDatabasesDir().filePath(picture)));
-    MuxServer server(dir.filePath(u"socket"_s));
-    qputenv("USBMUXD_SOCKET_ADDRESS", server.address().toUtf8());
+    window = std::make_unique<MainWindow>();
     const BoxReader ok;
     const BoxReader yes(QMessageBox::Yes);
     QTimer picker;
@@ -96,8 +185,7 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
             dialog->findChild<QPushButton *>(u"btnOK"_s)->click();
     });
     picker.start(20);
-    window = std::make_unique<MainWindow>();
-    server.plugIn(phone);
+    server->plugIn(phone);
     QTRY_VERIFY_WITH_TIMEOUT(find(u"Ann's iPhone"_s).isValid(), 60'000);
     QTRY_COMPARE(window->findChild<MyTreeView *>(u"treeViewSMS"_s)->model()->rowCount(), 1);
 
@@ -113,10 +201,69 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
     QCOMPARE(contentOf(phone.restored).size(), original.size() + 5); // the picture and its folders
     QVERIFY(!contentOf(phone.restored).contains(original.last()));   // the messages
 
-    server.pullOut(phone);
+    server->pullOut(phone);
     QTRY_VERIFY(!find(u"Ann's iPhone"_s).isValid());
     window->miClearCache();
-    window.reset();
+}
+
+void TestDeviceWindow::waitsForTheOwnersTrust()
+{
+    FakePhone &phone = newPhone();
+    phone.trust = Trust::NotAnswered;
+    const auto note = box(u"please enter your passcode"_s);
+    const Person hasty({{note, accept}, {isAskingForTrust, [] { top<ProgressForm>()->cancel(); }}});
+    server->plugIn(phone);
+    QTRY_VERIFY_WITH_TIMEOUT(hasty.isDone() && !QApplication::activeModalWidget(), 20'000);
+    server->trust(phone); // after all
+    QTRY_VERIFY_WITH_TIMEOUT(find(u"Ann's iPhone"_s).isValid(), 60'000);
+
+    FakePhone &refusing = newPhone();
+    refusing.trust = Trust::PasscodeWanted;
+    const Person patient({{note, accept},
+                          {isAskingForTrust, [&] { refusing.trust = Trust::Refused; }},
+                          {box(u"Error code: AMDevicePair(-18)"_s), accept}});
+    server->plugIn(refusing);
+    QTRY_VERIFY_WITH_TIMEOUT(patient.isDone(), 20'000);
+}
+
+void TestDeviceWindow::sharesANoteThatClosesWithItsPhones()
+{
+    FakePhone &ann = newPhone();
+    FakePhone &bob = newPhone();
+    const QMessageBox *note = nullptr;
+    int turns = 0;
+    const Person owner(
+        {{[&] { return ++turns > 20 && top<QMessageBox>(); },
+          [&] {
+              note = top<QMessageBox>();
+              turns = 0;
+              server->pullOut(ann);
+          }},
+         {[&] { return ++turns > 20 && top<QMessageBox>() == note; }, [&] { server->pullOut(bob); }}});
+    server->plugIn(ann);
+    server->plugIn(bob);
+    QTRY_VERIFY_WITH_TIMEOUT(owner.isDone() && !QApplication::activeModalWidget(), 20'000);
+}
+
+// The box that says why the first try failed is still open when the phone comes back.
+void TestDeviceWindow::readsAPhoneThatComesBackUnderABox()
+{
+    FakePhone &phone = newPhone();
+    phone.backupRefusal = u"Device locked"_s;
+    phone.refusalCode = 208;
+    const auto note = box(u"please enter your passcode"_s);
+    const Person owner({{note, accept},
+                        {box(u"its passcode wasn't entered in time"_s),
+                         [&] {
+                             QVERIFY(top<QMessageBox>()->detailedText().contains(u"ErrorCode 208"_s));
+                             server->pullOut(phone);
+                             phone.backupRefusal.clear();
+                             server->plugIn(phone);
+                         }},
+                        {note, accept},
+                        {[&] { return find(u"Ann's iPhone"_s).isValid() && top<QMessageBox>(); }, accept}});
+    server->plugIn(phone);
+    QTRY_VERIFY_WITH_TIMEOUT(owner.isDone() && !QApplication::activeModalWidget(), 60'000);
 }
 
 QTEST_MAIN(TestDeviceWindow)

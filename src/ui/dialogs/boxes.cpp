@@ -68,21 +68,28 @@ QString startOf(const QString &richText)
 
 } // namespace
 
-int showMessage(int icon, const QString &text, int buttons, const QString &details)
+std::unique_ptr<QMessageBox> messageBox(int icon, const QString &text, int buttons)
 {
-    QMessageBox box(QMessageBox::Icon(icon), productName(), text, QMessageBox::NoButton, nullptr,
-                    Qt::Dialog | Qt::FramelessWindowHint);
-    const WinMovable movable(&box);
-    box.setStyleSheet(loadStyleSheet());
-    box.setTextFormat(Qt::RichText);
-    showIcon(box, icon);
-    box.setAccessibleName(productName());
+    auto box =
+        std::make_unique<QMessageBox>(QMessageBox::Icon(icon), productName(), text, QMessageBox::NoButton,
+                                      nullptr, Qt::Dialog | Qt::FramelessWindowHint);
+    new WinMovable(box.get(), box.get());
+    box->setStyleSheet(loadStyleSheet());
+    box->setTextFormat(Qt::RichText);
+    showIcon(*box, icon);
+    box->setAccessibleName(productName());
     for (const QMessageBox::StandardButton button : offeredButtons)
         if (buttons & button)
-            box.addButton(button);
-    box.setDetailedText(details);
-    keepAboveActiveWindow(box);
-    return box.exec();
+            box->addButton(button);
+    keepAboveActiveWindow(*box);
+    return box;
+}
+
+int showMessage(int icon, const QString &text, int buttons, const QString &details)
+{
+    const std::unique_ptr<QMessageBox> box = messageBox(icon, text, buttons);
+    box->setDetailedText(details);
+    return box->exec();
 }
 
 void showInfo(const QString &text)

@@ -2,6 +2,10 @@
 
 #include <QString>
 
+#include <memory>
+
+class QMessageBox;
+
 // The modal message boxes of the program. All texts are rich text: names and words that came from
 // outside go in through `toHtmlEscaped`, whole messages through `plainInBox`. Main thread only.
 
@@ -9,6 +13,9 @@
 /// that `buttons` asks for. Returns the button pressed; Escape counts as Cancel, No, or the only button.
 /// `details`, plain text, are shown at a button's press.
 int showMessage(int icon, const QString &text, int buttons, const QString &details = {});
+
+/// The same box before it is shown, for those who add a button or close it themselves.
+std::unique_ptr<QMessageBox> messageBox(int icon, const QString &text, int buttons);
 
 void showInfo(const QString &text);
 void showWarning(const QString &text);

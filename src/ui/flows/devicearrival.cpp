@@ -36,16 +36,18 @@ bool readByFileRelay(IOSDevice &phone, QWidget *window)
 
 bool readByBackup(const IOSDevice &phone, QWidget *window)
 {
-    if (!checkBackupOptions(phone, true, false))
+    if (!checkBackupOptions(phone, true, false, window))
         return false;
-    const PhoneBackupLock lock(phone);
-    const std::optional<QDir> folder = backUpPhone(phone, window);
+    PhoneBackupLock lock(phone);
+    const std::optional<QDir> folder = backUpPhone(phone, lock, window);
     if (!folder)
         return false;
     BackupManifest manifest(folder->absolutePath());
     manifest.loadInfo();
+    lock.release();
     if (manifest.isEncrypted && PasscodeDlg(&manifest, window).exec() != QDialog::Accepted)
         return false;
+    lock.take();
     runBusy(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), window, [&] { manifest.loadIndex(); });
     ProgressForm form(QString(), window);
     ITunesCacheSMSThread job(&manifest, phone.cacheDir(), &form);
@@ -56,9 +58,10 @@ bool readByBackup(const IOSDevice &phone, QWidget *window)
 
 std::optional<ReadPhone> readPhone(void *handle, QWidget *window)
 {
-    showInfo(u"<p><b>Notes:</b> If your iPhone is protected with a passcode, please enter your passcode on "
-             "iPhone first.</p>"_s);
-    IOSDevice phone = readDevice(handle);
+    std::optional<IOSDevice> answer = askPhone(handle, window);
+    if (!answer)
+        return std::nullopt;
+    IOSDevice &phone = *answer;
     phone.mobileSubscriberCountryCode = countryOf(phone, window);
     if (!(hasFileRelay(phone) ? readByFileRelay(phone, window) : readByBackup(phone, window)))
         return std::nullopt;

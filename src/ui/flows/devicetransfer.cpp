@@ -57,14 +57,14 @@ void transferToPhone(const MessageList &list, SourcePane &sources, QWidget *wind
     if (!node || !isWritable(node->device))
         return;
     const IOSDevice phone = node->device; // the node goes when the phone is pulled
-    if (!checkBackupOptions(phone, true, true) || !isConfirmed(phone))
+    if (!checkBackupOptions(phone, true, true, window) || !isConfirmed(phone))
         return;
-    const PhoneBackupLock lock(phone);
-    const std::optional<QDir> folder = backUpPhone(phone, window);
+    PhoneBackupLock lock(phone);
+    const std::optional<QDir> folder = backUpPhone(phone, lock, window);
     if (!folder)
         return;
     BackupManifest manifest(folder->absolutePath());
     const std::optional<QString> done = writeIntoBackup(list, manifest, window);
-    if (done && restorePhone(phone, *folder, window))
+    if (done && restorePhone(phone, *folder, lock, window))
         showInfo(*done);
 }

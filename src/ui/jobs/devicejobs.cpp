@@ -2,11 +2,18 @@
 
 #include "device/backupoptions.h"
 #include "device/devicebackupjobs.h"
+#include "device/devicesession.h"
+#include "device/mobiledevice.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/jobs/jobrunner.h"
 
 #include <QMessageBox>
+#include <QPushButton>
+
+#include <chrono>
+#include <memory>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -19,33 +26,74 @@ bool runTool(ProgressForm &form, BackupToolThread &job)
     return runUnder(form, job);
 }
 
-} // namespace
-
-bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption)
+/// False for a refusal that the person may not or doesn't override.
+bool isOverridden(const BackupRefusal &refusal)
 {
-    const std::optional<BackupRefusal> refusal = backupRefusal(phone, checkCloudBackup, checkEncryption);
-    if (!refusal)
-        return true;
-    const QString picture = u"qrc:/"_s + refusal->picture.mid(1);
-    showMessage(QMessageBox::Critical, u"%1<br/><br/><img src=\"%2\"/>"_s.arg(refusal->text, picture),
-                QMessageBox::Ok);
-    return false;
+    const QString picture = u"qrc:/"_s + refusal.picture.mid(1);
+    const auto box =
+        messageBox(QMessageBox::Critical, u"%1<br/><br/><img src=\"%2\"/>"_s.arg(refusal.text, picture),
+                   refusal.mayBeIgnored ? QMessageBox::Cancel : QMessageBox::Ok);
+    const QPushButton *readAnyway =
+        refusal.mayBeIgnored ? box->addButton(QObject::tr("IDS_READ_ANYWAY"), QMessageBox::AcceptRole)
+                             : nullptr;
+    box->exec();
+    return readAnyway && box->clickedButton() == readAnyway;
 }
 
-std::optional<QDir> backUpPhone(IOSDevice phone, QWidget *window)
+/// Asks again until the owner of the phone has answered it, or the person gave up.
+bool isTrusted(void *handle, const Patience &patience)
+{
+    constexpr auto betweenQuestions = std::chrono::milliseconds(1000);
+    while (!mobiledevice_is_trusted(handle)) {
+        patience.say(QObject::tr("IDS_UNLOCK_AND_TRUST"));
+        std::this_thread::sleep_for(betweenQuestions);
+        if (patience.isOver())
+            return false;
+        if (!mobiledevice_is_here(handle))
+            throw std::runtime_error(phoneGoneText);
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<IOSDevice> askPhone(void *handle, QWidget *window)
+{
+    const auto phone = std::make_shared<std::optional<IOSDevice>>();
+    const bool isAnswered =
+        runUnlessLeft(QObject::tr("IDS_CONNECTING_TO_PHONE"), window, [=](const Patience &patience) {
+            if (isTrusted(handle, patience))
+                *phone = readDevice(handle);
+        });
+    return isAnswered ? *phone : std::nullopt;
+}
+
+bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption, QWidget *window)
+{
+    const auto refusal = std::make_shared<std::optional<BackupRefusal>>();
+    const bool isAnswered =
+        runUnlessLeft(QObject::tr("IDS_CONNECTING_TO_PHONE"), window, [=](const Patience &) {
+            *refusal = backupRefusal(phone, checkCloudBackup, checkEncryption);
+        });
+    return isAnswered && (!*refusal || isOverridden(**refusal));
+}
+
+std::optional<QDir> backUpPhone(IOSDevice phone, PhoneBackupLock &lock, QWidget *window)
 {
     ProgressForm form(QString(), window);
     IOSMobileBackupThread job(&phone, &form);
+    job.setLock(&lock);
     if (!runTool(form, job))
         return std::nullopt;
     return QDir(job.backupRoot().absoluteFilePath(phone.uniqueDeviceID));
 }
 
-bool restorePhone(IOSDevice phone, const QDir &folder, QWidget *window)
+bool restorePhone(IOSDevice phone, const QDir &folder, PhoneBackupLock &lock, QWidget *window)
 {
     ProgressForm form(QString(), window);
     QDir root = folder;
     root.cdUp();
     IOSMobileRestoreThread job(&phone, root, &form);
+    job.setLock(&lock);
     return runTool(form, job);
 }

@@ -8,6 +8,15 @@ class ProgressForm;
 class QThread;
 class QWidget;
 
+/// What work that nobody may wait for any more knows of the dialog over it. Any thread.
+class Patience
+{
+public:
+    virtual ~Patience() = default;
+    virtual bool isOver() const = 0; ///< the person gave up
+    virtual void say(const QString &status) const = 0;
+};
+
 /// Runs `job` under `form` and waits for both. True when the job succeeded; when it failed or was
 /// cancelled, the person knows.
 bool runUnder(ProgressForm &form, QThread &job);
@@ -22,3 +31,8 @@ bool runWork(ProgressForm &form, const std::function<void()> &work);
 /// Runs `work`, which can't be interrupted, on a thread of its own while a busy dialog with `title` stands
 /// over `parent`. What `work` throws is thrown again here.
 void runBusy(const QString &title, QWidget *parent, const std::function<void()> &work);
+
+/// Runs `work`, which can't be interrupted, on a thread of its own under a dialog that the person may leave
+/// at once: false then, and `work` goes on by itself, so that it may use nothing that ends before it. What it
+/// throws while it is waited for is thrown again here.
+bool runUnlessLeft(const QString &title, QWidget *parent, const std::function<void(const Patience &)> &work);
