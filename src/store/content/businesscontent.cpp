@@ -95,6 +95,7 @@ void readForm(MessageContent &content, const QJsonValue &form)
 
 void readBusiness(MessageContent &content, const QVariantMap &root)
 {
+    content.url.clear(); // the app's own
     const QByteArray data = root.value(u"data"_s).toByteArray();
     if (data.size() > largestJson)
         return;

@@ -134,6 +134,12 @@ QString drawingText(const MessageContent &content)
     return joined(texts, u", "_s);
 }
 
+/// What the sender's phone made of it; the card where it said nothing.
+QString sentenceOf(const MessageContent &content)
+{
+    return content.words.isEmpty() ? cardText(content) : content.words;
+}
+
 /// The line that says what it is.
 QString firstLine(const MessageContent &content, DateForm dates)
 {
@@ -146,8 +152,8 @@ QString firstLine(const MessageContent &content, DateForm dates)
     case ContentKind::Place: return placeText(content);
     case ContentKind::Collaboration: return sharedText(content, dates);
     case ContentKind::Payment:
-        return named(nameOf(content),
-                     joined({content.words.isEmpty() ? cardText(content) : content.words}, {}));
+    case ContentKind::Photos:
+        return named(nameOf(content), joined({sentenceOf(content), content.url}, u" "_s));
     case ContentKind::CheckIn: return checkInText(content, dates);
     case ContentKind::QuickReply:
     case ContentKind::ListPicker:

@@ -278,7 +278,10 @@ QStringList linesUnder(const _MsgMessage &message, History history, DateForm dat
         lines.append(QObject::tr("IDS_TO_BE_SENT_LATER"));
     if (isRecentlyDeleted(message))
         lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date, dates)));
+    const bool hasPoll = balloonKind(extras.balloon_bundle_id) == ContentKind::Poll &&
+                         !contentSummary(message).isEmpty(); // which tells who voted for what
     for (const MessageReaction &reaction : extras.reactions)
-        lines.append(reactionText(reaction));
+        if (!hasPoll || reactionKind(reaction.associated_message_type) != "vote"_L1)
+            lines.append(reactionText(reaction));
     return lines;
 }

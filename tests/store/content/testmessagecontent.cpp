@@ -93,8 +93,7 @@ void TestMessageContent::tellsEachKind_data()
     row("a check-in", "check_in", {u"Check In: Timer Started, expected by 08 Mar 2023 10:26 PM"_s});
     row("a check-in that is late", "check_in", {u"Check In: Late, was expected at 08 Mar 2023 10:26 PM"_s});
     row("a place of a friend", "location", {u"Find My: Ana shares the location"_s});
-    row("an album", "photos",
-        {u"Photos: Summer. 12. Summer, 12 photos https://share.icloud.com/photos/x#Summer"_s});
+    row("an album", "photos", {u"Photos: Summer, 12 photos https://share.icloud.com/photos/x#Summer"_s});
     row("a turn of a game", "app", {u"Moves: Your move. Chess"_s});
     row("a workout", "fitness", {u"Fitness: You closed the rings"_s});
     row("an archive of a shape of its own", "app",
