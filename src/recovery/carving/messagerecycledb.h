@@ -10,9 +10,6 @@
 
 #include <optional>
 
-/// Chats with this number and below were made for messages whose address nobody knows.
-constexpr qint64 highestUnknownChat = -2047483647;
-
 /// Keeps the deleted messages and handles that were found in a source's message database, in the file
 /// "recycle.db" beside it: what was found once stays, whatever becomes of the message database. The
 /// file is made by the first call.
@@ -48,8 +45,7 @@ public:
     void setMessageChat(const _MsgMessage &message, const QString &chatIdentifier, const QString &handle);
     QList<_MsgHandle> loadHandles();
 
-    /// Adds `messages` to the chats of `store`, marked as recovered. Chats that are not there are made, with
-    /// rowids from -1947483647 down, or -2047483647 where nobody knows the address.
+    /// Adds `messages` to the chats of `store`, marked as recovered. Chats that are not there are made up.
     static void mergeInto(_MsgStore &store, const QList<_RecycleMessage> &messages);
 
 private:
@@ -67,6 +63,3 @@ private:
 
 /// Whether `text` has the shape of a guid.
 bool isGuid(const QString &text);
-/// Whether `chat` was made by `mergeInto` for somebody whose address nobody knows, or was kept from such a
-/// one in a Local Database. It means nothing to a phone.
-bool isOfUnknownAddress(const _MsgChat &chat);

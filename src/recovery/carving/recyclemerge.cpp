@@ -1,9 +1,8 @@
 // How recovered messages join the chats of a source.
 
 #include "recovery/carving/messagerecycledb.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
-
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <unordered_map>
@@ -13,12 +12,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// Made-up chats lie below this, so that the number tells what a chat is.
-constexpr qint64 highestMadeChat = -1947483647;
 // Above it, numbers of the second kind would run into those of the first.
 constexpr qint64 highestHandle = 99'999'999;
-
-constexpr auto unknownPrefix = "unknown"_L1;
 
 using ChatsByIdentifier = QHash<QString, _MsgChat *>;
 
@@ -65,13 +60,13 @@ private:
     {
         const _MsgMessage &message = recycled.message;
         if (recycled.chat_identifier.isEmpty()) {
-            const QString identifier = unknownPrefix + QString::number(message.handle_id);
+            const QString identifier = unknownAddress(message.handle_id);
             _MsgChat *&chat = otherChats[identifier];
-            return chat ? chat : chat = makeChat(identifier, highestUnknownChat, message, u"SMS"_s);
+            return chat ? chat : chat = makeChat(identifier, highestChatOffPhones, message, u"SMS"_s);
         }
         _MsgChat *&chat = tableFor(message.service)[recycled.chat_identifier];
         if (!chat)
-            chat = makeChat(recycled.chat_identifier, highestMadeChat, message,
+            chat = makeChat(recycled.chat_identifier, highestMadeUpChat, message,
                             isIMessage(message.service) ? u"iMessage"_s : u"SMS"_s);
         return chat;
     }
@@ -129,12 +124,6 @@ private:
 };
 
 } // namespace
-
-bool isOfUnknownAddress(const _MsgChat &chat)
-{
-    static const QRegularExpression pattern("^SMS;-;"_L1 + unknownPrefix + "-?[0-9]+\\z"_L1);
-    return pattern.match(chat.guid).hasMatch();
-}
 
 void MessageRecycleDb::mergeInto(_MsgStore &store, const QList<_RecycleMessage> &messages)
 {

@@ -1,8 +1,8 @@
 #include "recovery/local/exportmessagesdb.h"
 
-#include "recovery/carving/messagerecycledb.h"
 #include "recovery/local/attachmentmatch.h"
 #include "store/readers/attachmentpaths.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 

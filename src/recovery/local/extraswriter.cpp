@@ -1,7 +1,7 @@
 #include "recovery/local/extraswriter.h"
 
-#include "recovery/carving/messagerecycledb.h"
 #include "store/readers/ios6messagedb.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagesummary.h"
 #include "store/records/messagetext.h"

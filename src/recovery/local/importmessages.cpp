@@ -3,10 +3,10 @@
 #include "app/filetools.h"
 #include "app/freespace.h"
 #include "app/jobprogress.h"
-#include "recovery/carving/messagerecycledb.h"
 #include "recovery/local/exportmessagesdb.h"
 #include "store/readers/attachmentpaths.h"
 #include "store/records/attachmentlist.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 
 #include <QDebug>

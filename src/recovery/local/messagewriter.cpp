@@ -1,6 +1,6 @@
 #include "recovery/local/messagewriter.h"
 
-#include "recovery/carving/messagerecycledb.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 
 #include <QDebug>
@@ -43,7 +43,7 @@ bool MessageWriter::hasKnownChat(const _MsgMessage &message)
         qDebug("IOS6RestoreMessagesThread skip message with empty chat.");
         return false;
     }
-    if (message.chat->rowid <= highestUnknownChat) {
+    if (isKeptOffPhones(*message.chat)) {
         qDebug("IOS6RestoreMessagesThread skip message with unknown chat.");
         return false;
     }

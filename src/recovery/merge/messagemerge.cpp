@@ -1,9 +1,9 @@
 #include "recovery/merge/messagemerge.h"
 
 #include "app/jobprogress.h"
-#include "recovery/carving/messagerecycledb.h"
 #include "recovery/merge/phonetwins.h"
 #include "sqlite_qt/writetransaction.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 

@@ -10,8 +10,8 @@
 #include "store/readers/standintables.h"
 #include "store/records/chatlinks.h"
 #include "store/records/columntables.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
-#include "store/records/noconversation.h"
 
 #include <algorithm>
 

@@ -10,7 +10,7 @@
 #include "store/readers/recordreader.h"
 #include "store/readers/standintables.h"
 #include "store/records/columntables.h"
-#include "store/records/noconversation.h"
+#include "store/records/madeupchats.h"
 
 using namespace Qt::StringLiterals;
 

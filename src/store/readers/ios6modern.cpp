@@ -6,7 +6,7 @@
 #include "app/appledates.h"
 #include "store/archives/typedstream.h"
 #include "store/readers/messagerows.h"
-#include "store/records/noconversation.h"
+#include "store/records/madeupchats.h"
 
 #include <QSet>
 

@@ -3,6 +3,7 @@
 #include "sqlite_qt/sqlite3db.h"
 #include "store/readers/recordinsertion.h"
 #include "store/records/columntables.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "store/records/reactions.h"
 
@@ -63,12 +64,9 @@ QString updateSql()
     return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
 }
 
-// Recovery makes these for messages under an address that nobody knows.
-constexpr auto unknownChats = "guid glob 'SMS;-;unknown[0-9]*' or guid glob 'SMS;-;unknown-[0-9]*'"_L1;
-
 QString madeUpChats()
 {
-    return "chat_identifier = 'no-conversation' or "_L1 + unknownChats;
+    return u"(%1 or %2)"_s.arg(isNoConversationSql(), isOfUnknownAddressSql());
 }
 
 } // namespace
@@ -282,14 +280,14 @@ void LocalExtras::takeBackRecovery(qint64 messageId)
 QSet<qint64> LocalExtras::withoutConversation()
 {
     return rowids(
-        u"select j.message_id from chat as c inner join chat_message_join as j on j.chat_id = c.rowid "
-        "where c.chat_identifier = 'no-conversation'"_s);
+        u"select j.message_id from chat inner join chat_message_join as j on j.chat_id = chat.rowid where %1"_s
+            .arg(isNoConversationSql()));
 }
 
 QSet<qint64> LocalExtras::ofUnknownAddress()
 {
     return rowids(u"select message_id from chat_message_join where chat_id in (select rowid from chat where "
-                  "%1)"_s.arg(unknownChats));
+                  "%1)"_s.arg(isOfUnknownAddressSql()));
 }
 
 // As an update: a row that leaves a chat would have the file look for orphans among all messages.
@@ -314,7 +312,7 @@ void LocalExtras::updateOrigin(qint64 messageId, int date, qint64 handleId, cons
 
 void LocalExtras::dropEmptyMadeUpChats()
 {
-    db.executeThrow(Sqlite3Sql(u"delete from chat where (%1) and not exists (select 1 from "
+    db.executeThrow(Sqlite3Sql(u"delete from chat where %1 and not exists (select 1 from "
                                "chat_message_join where chat_id = chat.rowid)"_s.arg(madeUpChats())));
 }
 

@@ -109,11 +109,6 @@ QList<_MsgMessage *> allMessages(const _MsgStorePtr &store)
     return byRowid(store->messages);
 }
 
-bool isNoConversation(const _MsgChat &chat)
-{
-    return chat.chat_identifier == noConversationIdentifier;
-}
-
 bool isGroup(const _MsgChat &chat)
 {
     return chat.handles.size() > 1;

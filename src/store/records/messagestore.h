@@ -27,10 +27,6 @@ QList<_MsgMessage *> sessionMessages(const QList<_MsgChat *> &chats);
 /// All messages by rowid, each once.
 QList<_MsgMessage *> allMessages(const _MsgStorePtr &store);
 
-/// The chat that is made up for messages which stand in none.
-inline constexpr QLatin1StringView noConversationIdentifier("no-conversation");
-bool isNoConversation(const _MsgChat &chat);
-
 /// True when more than one person takes part besides the owner.
 bool isGroup(const _MsgChat &chat);
 

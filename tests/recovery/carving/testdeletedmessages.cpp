@@ -5,6 +5,7 @@
 #include "store/readers/ios5messagedb.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "testing/builders/smsdbbuilder.h"
 #include "testing/helpers/testdatabase.h"

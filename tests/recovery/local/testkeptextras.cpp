@@ -8,6 +8,7 @@
 #include "store/readers/recordinsertion.h"
 #include "store/records/attachmentlist.h"
 #include "store/records/columntables.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 #include "testing/builders/smsdbbuilder.h"

@@ -1,4 +1,5 @@
 #include "store/readers/openmessagedb.h"
+#include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
 #include "testing/builders/addressbookbuilder.h"
 #include "testing/builders/smsdbbuilder.h"
