@@ -1,6 +1,7 @@
 #include "backup/filecipher.h"
 
 #include "app/boundedbytes.h"
+#include "app/sqliteheader.h"
 #include "backup/keys/keybag.h"
 
 #include <algorithm>
@@ -9,13 +10,12 @@ namespace
 {
 
 constexpr qsizetype databaseHeaderSize = 100;
-constexpr QByteArrayView databaseHeader("SQLite format 3\0", 16);
 constexpr qsizetype pageSizePlace = 16;
 
 /// Of the database that begins with `head`, in bytes; 0 when it is none.
 qint64 pageSizeOf(QByteArrayView head)
 {
-    if (head.size() < databaseHeaderSize || !head.startsWith(databaseHeader))
+    if (head.size() < databaseHeaderSize || !head.startsWith(sqliteFileHeader))
         return 0;
     const quint16 size = *readBigEndian<quint16>(head.sliced(pageSizePlace));
     return size == 1 ? 65536 : size; // the largest doesn't fit

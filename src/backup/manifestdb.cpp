@@ -1,5 +1,6 @@
 #include "backup/manifestdb.h"
 
+#include "app/sqliteheader.h"
 #include "backup/backupfiles.h"
 #include "backup/mbfile.h"
 #include "sqlite_qt/untoucheddb.h"
@@ -145,10 +146,9 @@ bool hasPlainManifestDb(const QString &folder)
 
 bool isDatabase(const QString &path)
 {
-    constexpr QByteArrayView header("SQLite format 3\0", 16);
     QFile file(path);
     openForReading(file);
-    return file.read(header.size()) == header;
+    return file.read(sqliteFileHeader.size()) == sqliteFileHeader;
 }
 
 void readManifestDb(const QString &path, ManifestList &list, TextArena &texts)

@@ -77,14 +77,9 @@ int secondsSince2001(qint64 secondsSince1970)
 /// What both kinds have.
 _MsgMessage commonMessage(const Sqlite3RawRow &row)
 {
-    _MsgMessage message;
+    _MsgMessage message = takenOverMessage(isSms(row.values) ? u"SMS"_s : u"iMessage"_s);
     message.rowid = row.rowid;
     takeValues(message, row.values, {Ios5Use::All, Ios5Use::Carved});
-    message.is_finished = 1;
-    message.is_prepared = 1;
-    message.is_read = 1;
-    message.is_sent = 1;
-    message.was_data_detected = 1;
     return message;
 }
 
@@ -92,7 +87,6 @@ void completeSms(_RecycleMessage &recycled, const QList<QVariant> &values, Count
 {
     _MsgMessage &message = recycled.message;
     message.guid = newMessageGuid();
-    message.service = u"SMS"_s;
     message.account = u"e:"_s;
     message.date = secondsSince2001(longOf(values.at(2)));
     message.date_read = message.date;
@@ -106,7 +100,6 @@ void completeMadrid(_RecycleMessage &recycled, const QList<QVariant> &values, Co
 {
     _MsgMessage &message = recycled.message;
     takeValues(message, values, {Ios5Use::IMessages});
-    message.service = u"iMessage"_s;
     message.is_from_me = message.date_delivered > 0 ? 1 : 0;
     recycled.handle = normalizeAddress(countries.defaultCountry(), values.at(18).toString());
     const QString room = values.at(22).toString();

@@ -3,6 +3,7 @@
 #include "app/appledates.h"
 #include "app/datalocations.h"
 #include "app/jobprogress.h"
+#include "app/sqliteheader.h"
 #include "recovery/local/exportmessagesdb.h"
 #include "recovery/local/localdatabases.h"
 #include "recovery/local/oldmessagefile.h"
@@ -59,11 +60,10 @@ bool isOldDatabase(const QString &path)
 {
     if (isHalfMoved(path))
         return true;
-    constexpr QByteArrayView sqliteHeader("SQLite format 3", 16);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error(u"%1: %2"_s.arg(path, file.errorString()).toStdString());
-    if (file.read(sqliteHeader.size()) != sqliteHeader)
+    if (file.read(sqliteFileHeader.size()) != sqliteFileHeader)
         return false;
     UntouchedDb old(path);
     return old.db.queryThrow(Sqlite3Sql("select 1 from sqlite_master where name='view_sms'")).moveNextThrow();
@@ -106,19 +106,16 @@ QString moveAsideThrow(const QString &path)
     return working;
 }
 
-void fillMessage(_MsgMessage &message, const OldMessage &old)
+_MsgMessage messageOf(const OldMessage &old)
 {
+    _MsgMessage message = takenOverMessage(u"SMS"_s);
     message.text = old.text;
-    message.service = u"SMS"_s;
     message.account = u"e:"_s;
     message.date = int(old.date - appleEpoch);
     message.date_read = message.date;
     message.date_delivered = message.date;
     message.is_from_me = old.isSent ? 1 : 0;
-    for (int _MsgMessage::*flag :
-         {&_MsgMessage::is_finished, &_MsgMessage::is_prepared, &_MsgMessage::is_read, &_MsgMessage::is_sent,
-          &_MsgMessage::was_data_detected})
-        message.*flag = 1;
+    return message;
 }
 
 /// Appends a message. Its guid is made of its content, so that a second conversion makes the same one.
@@ -132,8 +129,7 @@ void appendConverted(ExportMessagesDb &target, const OldMessage &old, const QStr
     chat.guid = u"SMS;-;"_s + address;
     chat.chat_identifier = address;
     chat.handles.insert(address, &handle);
-    _MsgMessage message;
-    fillMessage(message, old);
+    _MsgMessage message = messageOf(old);
     message.handle = &handle;
     message.chat = &chat;
     message.guid = messageGuidFromData(logicHash(message).toUtf8());

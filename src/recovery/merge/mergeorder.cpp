@@ -1,19 +1,16 @@
 #include "recovery/merge/mergeorder.h"
 
+#include "store/records/messageorder.h"
+
 #include <algorithm>
-#include <cstdlib>
 #include <queue>
 
 namespace
 {
 
-constexpr qint64 nearRows = 20;
-constexpr qint64 nearDates = 120; // seconds
-
 bool standClose(const MergeItem &a, const MergeItem &b)
 {
-    return a.rowid != 0 && b.rowid != 0 && std::abs(a.rowid - b.rowid) <= nearRows &&
-           std::abs(a.date - b.date) <= nearDates;
+    return standClose(MessagePlace{a.rowid, a.date}, MessagePlace{b.rowid, b.date});
 }
 
 bool isOlder(const MergeItem &a, const MergeItem &b)

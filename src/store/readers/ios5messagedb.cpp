@@ -35,22 +35,9 @@ std::vector<RecordColumn<_MsgMessage>> columnsOf(std::initializer_list<Ios5Use> 
     return columns;
 }
 
-// The flags that iOS 6 gives the messages it takes over.
-_MsgMessage messageModel(const QString &service)
-{
-    _MsgMessage model;
-    model.is_finished = 1;
-    model.is_prepared = 1;
-    model.is_read = 1;
-    model.is_sent = 1;
-    model.was_data_detected = 1;
-    model.service = service;
-    return model;
-}
-
 _MsgMessage smsModel()
 {
-    _MsgMessage model = messageModel(u"SMS"_s);
+    _MsgMessage model = takenOverMessage(u"SMS"_s);
     model.account = u"e:"_s;
     return model;
 }
@@ -138,7 +125,7 @@ public:
         , store(target)
         , addresses(resolver)
         , sms(cursor, columnsOf({Ios5Use::All}), smsModel())
-        , madrid(cursor, columnsOf({Ios5Use::All, Ios5Use::IMessages}), messageModel(u"iMessage"_s))
+        , madrid(cursor, columnsOf({Ios5Use::All, Ios5Use::IMessages}), takenOverMessage(u"iMessage"_s))
         , isMadrid(cursor.columnIndex(u"is_madrid"_s))
         , date(cursor.columnIndex(u"date"_s))
         , flags(cursor.columnIndex(u"flags"_s))

@@ -3,6 +3,7 @@
 #include "app/appledates.h"
 #include "sqlite_qt/sqlite3db.h"
 #include "sqlite_qt/untoucheddb.h"
+#include "store/records/messageorder.h"
 #include "store/records/samepersons.h"
 
 #include <QCryptographicHash>
@@ -20,9 +21,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr qint64 nearRows = 20;
-constexpr qint64 nearDates = 120; // seconds
-
 // What the order of a message depends on, without its record: sorting walks over these.
 struct OrderKey {
     qint64 row; // 0 when only the date counts
@@ -32,10 +30,7 @@ struct OrderKey {
 
 bool isBefore(const OrderKey &a, const OrderKey &b)
 {
-    if (a.row > 0 && b.row > 0 && std::abs(a.row - b.row) <= nearRows &&
-        std::abs(qint64(a.date) - b.date) <= nearDates)
-        return a.row < b.row;
-    return a.date < b.date;
+    return standClose({a.row, a.date}, {b.row, b.date}) ? a.row < b.row : a.date < b.date;
 }
 
 OrderKey orderKey(const _MsgMessage &message, quint32 index)
@@ -138,6 +133,18 @@ QList<_MsgMessage *> sortMessages(const QList<_MsgMessage *> &messages)
     for (const OrderKey &key : keys)
         sorted.append(rows.at(key.index));
     return sorted;
+}
+
+_MsgMessage takenOverMessage(const QString &service)
+{
+    _MsgMessage message;
+    message.service = service;
+    message.is_finished = 1;
+    message.is_prepared = 1;
+    message.is_read = 1;
+    message.is_sent = 1;
+    message.was_data_detected = 1;
+    return message;
 }
 
 QString newMessageGuid()

@@ -42,6 +42,9 @@ bool compareMessages(const _MsgMessage &a, const _MsgMessage &b);
 /// Messages that compare alike go by rowid.
 QList<_MsgMessage *> sortMessages(const QList<_MsgMessage *> &messages);
 
+/// A message as iOS 6 takes it over from an older phone: these flags are set on each.
+_MsgMessage takenOverMessage(const QString &service);
+
 /// A new random UUID in upper case, without braces.
 QString newMessageGuid();
 
