@@ -73,21 +73,44 @@ void ExportMessagesDb::append(const _MsgMessage &message)
         ++(taken == ExtrasWriter::Taken::Added ? messageCounts.added : messageCounts.known);
         return;
     }
-    const QString hash = logicHash(message);
-    const auto [known, by] = knownRows.rowOf(message, hash);
-    ++(known != 0 ? messageCounts.known : messageCounts.added);
-    if (known != 0)
-        extras.addToKept(known, message, hash, by);
-    if (known != 0 && (isNoConversation(*message.chat) || isOfUnknownAddress(*message.chat)))
+    const Incoming incoming{message, logicHash(message)};
+    const KnownRows::Row known = knownRows.rowOf(message, incoming.hash);
+    if (known.rowid == 0)
+        appendNew(incoming);
+    else
+        appendKnown(incoming, known);
+}
+
+void ExportMessagesDb::appendNew(const Incoming &incoming)
+{
+    ++messageCounts.added;
+    const _MsgMessage &message = incoming.message;
+    const ExtrasWriter::Place place = placeOf(message);
+    const qint64 messageId = writer.insert(message, place.chatId, place.handleId, incoming.hash);
+    raiseNewest(place.chatId, message);
+    extras.addToNew(messageId, message);
+    writer.noteAddressed(message, place.chatId);
+    appendAttachments(incoming, messageId);
+}
+
+void ExportMessagesDb::appendKnown(const Incoming &incoming, const KnownRows::Row &known)
+{
+    ++messageCounts.known;
+    const _MsgMessage &message = incoming.message;
+    extras.addToKept(known.rowid, message, incoming.hash, known.by);
+    if (isNoConversation(*message.chat) || isOfUnknownAddress(*message.chat))
         return; // it may be in a conversation here, and stays there
+    const ExtrasWriter::Place place = placeOf(message);
+    if (extras.updatePlace(known.rowid, message, place, incoming.hash))
+        raiseNewest(place.chatId, message);
+    writer.noteAddressed(message, place.chatId);
+    appendAttachments(incoming, known.rowid);
+}
+
+ExtrasWriter::Place ExportMessagesDb::placeOf(const _MsgMessage &message)
+{
     const qint64 chatId = writer.chatRowid(*message.chat);
-    const qint64 handleId = writer.personRowid(*message.chat, chatId, message.handle);
-    const qint64 messageId = known != 0 ? known : insertNew(message, chatId, handleId, hash);
-    if (known != 0 && extras.updatePlace(known, message, {chatId, handleId}, hash))
-        raiseNewest(chatId, message);
-    writer.noteAddressed(message, chatId);
-    if (!message.attachments.isEmpty())
-        appendAttachments(message, messageId, hash);
+    return {chatId, writer.personRowid(*message.chat, chatId, message.handle)};
 }
 
 void ExportMessagesDb::finish()
@@ -114,15 +137,6 @@ bool ExportMessagesDb::canHold(const _MsgMessage &message)
     return isKept || MessageWriter::hasKnownChat(message);
 }
 
-qint64 ExportMessagesDb::insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId,
-                                   const QString &hash)
-{
-    const qint64 messageId = writer.insert(message, chatId, handleId, hash);
-    raiseNewest(chatId, message);
-    extras.addToNew(messageId, message);
-    return messageId;
-}
-
 void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
 {
     const bool isDeleted = message.extras && message.extras->delete_date != 0;
@@ -134,11 +148,13 @@ void ExportMessagesDb::raiseNewest(qint64 chatId, const _MsgMessage &message)
         *newest = std::max(*newest, message.date);
 }
 
-void ExportMessagesDb::appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash)
+void ExportMessagesDb::appendAttachments(const Incoming &incoming, qint64 messageId)
 {
-    for (const _MsgAttachment *attachment : sortedAttachments(message))
+    if (incoming.message.attachments.isEmpty())
+        return;
+    for (const _MsgAttachment *attachment : sortedAttachments(incoming.message))
         writer.joinAttachment(keptFile(*attachment), messageId);
-    renewHash(db, messageId, message, hash);
+    renewHash(db, messageId, incoming.message, incoming.hash);
 }
 
 _MsgAttachment ExportMessagesDb::keptFile(const _MsgAttachment &attachment)

@@ -48,10 +48,18 @@ public:
     void end() override { finish(); }
 
 private:
+    struct Incoming {
+        const _MsgMessage &message;
+        QString hash; ///< its `logicHash`
+    };
+
     bool canHold(const _MsgMessage &message);
+    void appendNew(const Incoming &incoming);
+    /// Of a message that has a row: adds what came since.
+    void appendKnown(const Incoming &incoming, const KnownRows::Row &known);
+    ExtrasWriter::Place placeOf(const _MsgMessage &message);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
-    qint64 insertNew(const _MsgMessage &message, qint64 chatId, qint64 handleId, const QString &hash);
-    void appendAttachments(const _MsgMessage &message, qint64 messageId, const QString &hash);
+    void appendAttachments(const Incoming &incoming, qint64 messageId);
     /// Copies the file, if any. Returns the attachment with the path that it has here.
     _MsgAttachment keptFile(const _MsgAttachment &attachment);
     void copyFile(const _MsgAttachment &attachment);
