@@ -41,13 +41,13 @@ bool IOS6MessageDb::hasColumn(const QString &table, const QString &columnText)
 bool IOS6MessageDb::isLocalDatabase()
 {
     openDb();
-    return insertion.hasLogicHash(); // also where the file is read as a phone's
+    return kind == FileKind::LocalDatabase || kind == FileKind::OldLocalDatabase;
 }
 
 bool IOS6MessageDb::keepsExtras()
 {
     openDb();
-    return holdsExtras;
+    return kind == FileKind::LocalDatabase;
 }
 
 bool IOS6MessageDb::hasItemType()
@@ -58,9 +58,10 @@ bool IOS6MessageDb::hasItemType()
 // Sharing of locations is hidden, but people are told of it since iOS 10.
 QString IOS6MessageDb::shownCondition()
 {
-    if (!hasItemType() || isModern)
+    if (!hasItemType() || kind == FileKind::ModernPhone)
         return {};
-    return holdsExtras ? u"(m.item_type <> 4 or m._has_newer_event <> 0)"_s : u"m.item_type <> 4"_s;
+    return kind == FileKind::LocalDatabase ? u"(m.item_type <> 4 or m._has_newer_event <> 0)"_s
+                                           : u"m.item_type <> 4"_s;
 }
 
 qint64 IOS6MessageDb::firstRowid(const Sqlite3Sql &sql)
@@ -112,7 +113,7 @@ qint64 IOS6MessageDb::insertMessage(const _MsgMessage &message, qint64 handleRow
 {
     openDb();
     return insertThrow(insertion.sql(message, handleRowid, otherHandleRowid,
-                                     hash.isEmpty() && insertion.hasLogicHash() ? logicHash(message) : hash));
+                                     hash.isEmpty() && isLocalDatabase() ? logicHash(message) : hash));
 }
 
 qint64 IOS6MessageDb::insertThrow(const Sqlite3Sql &sql)

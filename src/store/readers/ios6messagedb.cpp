@@ -6,6 +6,7 @@
 #include "store/readers/localschema.h"
 #include "store/readers/messageattachments.h"
 #include "store/readers/messagerows.h"
+#include "store/readers/modernmessages.h"
 #include "store/readers/openmessagedb.h"
 #include "store/readers/recordreader.h"
 #include "store/readers/standintables.h"
@@ -28,6 +29,10 @@ constexpr auto newestDates =
 
 constexpr auto handlesOfChats =
     "select j.chat_id, h.* from chat_handle_join as j inner join handle as h on j.handle_id = h.rowid";
+
+// Whoever reacted or wrote without being in a chat.
+constexpr auto looseHandles = "select h.* from handle as h where h.rowid not in "
+                              "(select handle_id from chat_handle_join where handle_id is not null)";
 
 } // namespace
 
@@ -78,22 +83,28 @@ void IOS6MessageDb::prepare()
     chatInsertion = {chatTable(), tables.value(u"chat"_s)};
     handleInsertion = {handleTable(), tables.value(u"handle"_s)};
     attachmentInsertion = {attachmentTable(), tables.value(u"attachment"_s)};
-    holdsExtras = hasOwnTables();
-    isModern = hasModernColumns();
+    kind = kindOfFile();
     findCountry();
     addresses.useCountry(mcc);
 }
 
-bool IOS6MessageDb::hasOwnTables() const
+IOS6MessageDb::FileKind IOS6MessageDb::kindOfFile()
 {
-    return insertion.hasExtras() && tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s);
+    if (ModernMessages::isModern(*this))
+        return FileKind::ModernPhone;
+    const QString message = tables.value(u"message"_s);
+    if (declaresColumn(message, u"_message_summary_info"_s) && tables.contains(u"_reaction"_s) &&
+        tables.contains(u"_part_text"_s))
+        return FileKind::LocalDatabase;
+    return declaresColumn(message, u"logic_hash"_s) ? FileKind::OldLocalDatabase : FileKind::Phone;
 }
 
 void IOS6MessageDb::chats(_MsgStorePtr &store)
 {
     readChatsAndHandles(*store);
     if (!tables.value(u"chat"_s).contains("_last INTEGER"_L1, Qt::CaseInsensitive))
-        deriveNewestDates(*store, isModern ? newestModernDates() : newestDates);
+        deriveNewestDates(*store,
+                          kind == FileKind::ModernPhone ? ModernMessages::newestDates() : newestDates);
 }
 
 void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
@@ -102,9 +113,9 @@ void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
     addresses.openContacts();
     readChats(store);
     readHandles(store, handlesOfChats);
-    if (isModern)
-        readLooseHandles(store);
-    if (holdsExtras)
+    if (kind == FileKind::ModernPhone)
+        readHandles(store, looseHandles);
+    if (kind == FileKind::LocalDatabase)
         readHandles(store, LocalExtras::looseHandles);
 }
 
@@ -127,7 +138,8 @@ void IOS6MessageDb::deriveNewestDates(_MsgStore &store, const char *sql)
     const int last = cursor.columnIndex(u"last"_s);
     while (cursor.moveNextThrow()) {
         if (_MsgChat *chat = store.chats.value(cursor.getInt64(chatId)))
-            chat->_last = isModern ? wholeSeconds(cursor.getInt64(last)) : cursor.getInt(last);
+            chat->_last =
+                kind == FileKind::ModernPhone ? wholeSeconds(cursor.getInt64(last)) : cursor.getInt(last);
     }
 }
 
@@ -161,7 +173,8 @@ void IOS6MessageDb::nameHandle(_MsgHandle &handle)
     if (handle.country.isEmpty())
         handle.country = addresses.ownCountry();
     addresses.nameHandle(handle);
-    if (isModern) // addresses of older phones were never looked up, and their names stay as they were
+    if (kind == FileKind::ModernPhone) // addresses of older phones were never looked up, and their names stay
+                                       // as they were
         addresses.nameHandleByMail(handle);
 }
 
@@ -200,30 +213,29 @@ void IOS6MessageDb::readUnplaced(_MsgStore &store, MessageRows &rows)
     const Sqlite3Sql sql(text);
     if (!queryThrow(sql).moveNextThrow())
         return;
-    readLooseHandles(store);
+    readHandles(store, looseHandles);
     rows.readUnplaced(queryThrow(sql), noConversation(store));
 }
 
 void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 {
     openDb();
+    const bool isModern = kind == FileKind::ModernPhone;
     if (isModern && chatId == 0)
         readChatsAndHandles(*store); // the pass over all messages tells the newest dates
     else
         chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
+    if (isModern)
+        return ModernMessages(*this, tables).read(*store, chatId);
     MessageRows rows(*store);
-    if (isModern) {
-        readModernMessages(*store, rows, chatId);
-        return;
-    }
     const bool areAllPlaced = rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
     const bool isComplete = areAllPlaced && store->messages.size() == rowCount(u"message"_s);
     if (chatId == 0 && !isComplete)
         readUnplaced(*store, rows);
     rows.finish();
-    if (holdsExtras)
+    if (kind == FileKind::LocalDatabase)
         LocalExtras(*this).read(*store);
 }
 

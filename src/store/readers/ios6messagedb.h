@@ -98,6 +98,14 @@ protected:
     void prepare() override;
 
 private:
+    enum class FileKind {
+        Phone,            ///< up to iOS 9
+        ModernPhone,      ///< since iOS 10
+        OldLocalDatabase, ///< without the columns and tables of our own; one that is only read
+        LocalDatabase,
+    };
+
+    FileKind kindOfFile();
     void readChats(_MsgStore &store);
     void deriveNewestDates(_MsgStore &store, const char *sql);
     void readHandles(_MsgStore &store, const char *sql);
@@ -109,19 +117,8 @@ private:
     qint64 insertThrow(const Sqlite3Sql &sql);
     void insertJoin(const QString &sql, qint64 first, qint64 second);
 
-    // What a phone since iOS 10 keeps in further places; see ios6modern.cpp.
-
-    bool hasOwnTables() const;
-    bool hasModernColumns();
-    static const char *newestModernDates();
-    void readLooseHandles(_MsgStore &store);
-    void readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId);
-    std::vector<MessageRows::Place> readPlaces(qint64 chatId);
-    void readDeletedParts(_MsgStore &store);
-
     bool upgrade;
-    bool holdsExtras = false; ///< a Local Database that has the tables of our own
-    bool isModern = false;    ///< a phone's file since iOS 10
+    FileKind kind = FileKind::Phone;
     AddressResolver addresses;
     QHash<QString, QString> tables; ///< name to the text that created it
 

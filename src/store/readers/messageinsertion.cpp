@@ -12,9 +12,7 @@ constexpr qsizetype mostColumns = 96;
 } // namespace
 
 MessageInsertion::MessageInsertion(const QString &createText)
-    : columns(messageTable(), createText)
-    , extras(extrasTable(), createText)
-    , writesLogicHash(declaresColumn(createText, u"logic_hash"_s))
+    : columns(messageTable(), createText), extras(extrasTable(), createText)
 {
 }
 

@@ -22,13 +22,8 @@ public:
     Sqlite3Sql sql(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
                    const QString &logicHash);
 
-    /// Whether the file keeps what newer phones tell, as our own do.
-    bool hasExtras() const { return !extras.isEmpty(); }
-    bool hasLogicHash() const { return writesLogicHash; }
-
 private:
     RecordInsertion<_MsgMessage> columns;
     RecordInsertion<MessageExtras> extras;
-    bool writesLogicHash = false;
     QHash<std::pair<quint64, quint64>, QString> texts; ///< by the columns that are bound
 };

@@ -72,8 +72,6 @@ public:
         }
     }
 
-    bool isEmpty() const { return columns.empty(); }
-
     /// Binds the values of `record`. Returns for which columns, a bit each.
     quint64 bind(Sqlite3Sql &sql, const Record &record, std::initializer_list<ToldValue> told = {}) const
     {

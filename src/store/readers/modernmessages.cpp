@@ -1,11 +1,8 @@
-// What phones since iOS 10 keep beside the messages of chats: steps of reading of their own, which files
-// of older phones and Local Databases don't take. Such a phone is told by its columns.
-
-#include "store/readers/ios6messagedb.h"
+#include "store/readers/modernmessages.h"
 
 #include "app/appledates.h"
+#include "sqlite_qt/sqlite3db.h"
 #include "store/archives/typedstream.h"
-#include "store/readers/messagerows.h"
 #include "store/records/madeupchats.h"
 
 #include <QSet>
@@ -15,57 +12,55 @@
 
 using namespace Qt::StringLiterals;
 
-bool IOS6MessageDb::hasModernColumns()
+bool ModernMessages::isModern(Sqlite3DB &db)
 {
-    return tbInfo(u"message"_s).contains(u"associated_message_guid"_s);
+    return db.tbInfo(u"message"_s).contains(u"associated_message_guid"_s);
 }
 
 // Dates of both units stand beside each other. Reactions are no messages of their own.
-const char *IOS6MessageDb::newestModernDates()
+const char *ModernMessages::newestDates()
 {
     static_assert(firstNanoseconds == 1'000'000'000'000);
     return "select j.chat_id, max(case when m.date >= 1000000000000 then m.date / 1000000000 else m.date "
-           "end) "
-           "as last from chat_message_join as j inner join message as m on j.message_id = m.rowid where "
+           "end) as last from chat_message_join as j inner join message as m on j.message_id = m.rowid where "
            "coalesce(m.associated_message_type, 0) < 1000 group by j.chat_id";
-}
-
-// Whoever reacted or wrote without being in a chat.
-void IOS6MessageDb::readLooseHandles(_MsgStore &store)
-{
-    readHandles(store, "select h.* from handle as h where h.rowid not in (select handle_id from "
-                       "chat_handle_join where handle_id is not null)");
 }
 
 // One pass over `message` in the order of the file: cheaper than looking up each row that a join names,
 // and it tells which rows no join names.
-void IOS6MessageDb::readModernMessages(_MsgStore &store, MessageRows &rows, qint64 chatId)
+void ModernMessages::read(_MsgStore &store, qint64 chatId)
 {
     const std::vector<MessageRows::Place> places = readPlaces(chatId);
-    const QHash<QString, _SqliteCol> table = tbInfo(u"message"_s);
-    QSet<QString> existing = {u"rowid"_s};
-    for (auto it = table.cbegin(); it != table.cend(); ++it)
-        existing.insert(it.key().toLower());
     _MsgChat &none = noConversation(store);
-    const QString columns = MessageRows::columnsOf(existing).join(u',');
-    rows.readPlaced(queryThrow(Sqlite3Sql(u"select %1 from message order by rowid"_s.arg(columns))), places,
-                    chatId == 0 ? &none : nullptr);
+    MessageRows rows(store);
+    rows.readPlaced(
+        db.queryThrow(Sqlite3Sql(u"select %1 from message order by rowid"_s.arg(columnsToRead()))), places,
+        chatId == 0 ? &none : nullptr);
     readDeletedParts(store);
     rows.finish();
     dropUnused(store, none);
 }
 
+QString ModernMessages::columnsToRead()
+{
+    const QHash<QString, _SqliteCol> table = db.tbInfo(u"message"_s);
+    QSet<QString> existing = {u"rowid"_s};
+    for (auto it = table.cbegin(); it != table.cend(); ++it)
+        existing.insert(it.key().toLower());
+    return MessageRows::columnsOf(existing).join(u',');
+}
+
 // A message that was put back stands in a chat again, whatever else still names it.
-std::vector<MessageRows::Place> IOS6MessageDb::readPlaces(qint64 chatId)
+std::vector<MessageRows::Place> ModernMessages::readPlaces(qint64 chatId)
 {
     std::vector<MessageRows::Place> places;
     const QString ofChat = chatId > 0 ? u" where chat_id=%1"_s.arg(chatId) : QString();
     Sqlite3Cursor joins =
-        queryThrow(Sqlite3Sql(u"select message_id, chat_id from chat_message_join"_s + ofChat));
+        db.queryThrow(Sqlite3Sql(u"select message_id, chat_id from chat_message_join"_s + ofChat));
     while (joins.moveNextThrow())
         places.push_back({joins.getInt64(0), joins.getInt64(1)});
     if (tables.contains(u"chat_recoverable_message_join"_s)) {
-        Sqlite3Cursor deleted = queryThrow(Sqlite3Sql(
+        Sqlite3Cursor deleted = db.queryThrow(Sqlite3Sql(
             u"select message_id, chat_id, delete_date from chat_recoverable_message_join"_s + ofChat));
         while (deleted.moveNextThrow())
             places.push_back(
@@ -77,13 +72,13 @@ std::vector<MessageRows::Place> IOS6MessageDb::readPlaces(qint64 chatId)
     return places;
 }
 
-void IOS6MessageDb::readDeletedParts(_MsgStore &store)
+void ModernMessages::readDeletedParts(_MsgStore &store)
 {
     if (!tables.contains(u"recoverable_message_part"_s))
         return;
     QHash<_MsgMessage *, QList<MessageEdit>> deleted;
     Sqlite3Cursor cursor =
-        queryThrow(Sqlite3Sql("select * from recoverable_message_part order by part_index"));
+        db.queryThrow(Sqlite3Sql("select * from recoverable_message_part order by part_index"));
     const int messageId = cursor.columnIndex(u"message_id"_s);
     const int index = cursor.columnIndex(u"part_index"_s);
     const int deleteDate = cursor.columnIndex(u"delete_date"_s);
