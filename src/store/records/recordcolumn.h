@@ -29,6 +29,9 @@ template <typename Record>
 struct RecordDate {
     int Record::*member;
 };
+// GCC finds this by itself, the compiler of the fuzz targets doesn't.
+template <typename Record>
+RecordDate(int Record::*) -> RecordDate<Record>;
 
 /// The first release of which phones have a column.
 enum class Release { Never, Ios6, Ios7, Ios8, Ios10, Ios11, Ios12, Ios14, Ios16, Ios18 };
