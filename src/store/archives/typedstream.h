@@ -22,6 +22,7 @@ std::optional<TypedStreamText> textOfTypedStream(QByteArrayView stream);
 struct TypedStreamRun {
     qsizetype at = 0; ///< in UTF-16 units of the text; may lie outside of it
     qsizetype length = 0;
+    int number = 0;         ///< of the attributes: runs of one number have the same
     QVariantMap attributes; ///< texts, addresses as text, numbers as double, data, dictionaries
 };
 

@@ -73,7 +73,7 @@ QList<TypedStreamRun> TypedStreamWalk::runs()
     QList<TypedStreamRun> list;
     qsizetype at = 0;
     for (const Run &run : runsRead) {
-        list.append({at, run.length, maps.value(run.attributes)});
+        list.append({at, run.length, run.attributes, maps.value(run.attributes)});
         at += run.length;
     }
     return list;
@@ -86,13 +86,24 @@ QVariant TypedStreamWalk::valueOf(std::ptrdiff_t place, int depth)
         return {};
     const Label &label = labels[size_t(place)];
     switch (label.base) {
-    case Base::String: return QString::fromUtf8(label.bytes);
+    case Base::String:
+    case Base::Data: return bytesOrText(place);
     case Base::Number: return label.number ? QVariant(*label.number) : QVariant();
-    case Base::Data: return label.bytes.toByteArray();
     case Base::Url: return label.members.empty() ? QVariant() : valueOf(label.members.front(), depth + 1);
     case Base::Dictionary: return pairsOf(label, depth + 1);
     default: return {};
     }
+}
+
+/// Texts and data are made once, however many dictionaries refer to them.
+QVariant TypedStreamWalk::bytesOrText(std::ptrdiff_t place)
+{
+    QVariant &value = values[place];
+    const Label &label = labels[size_t(place)];
+    if (!value.isValid())
+        value = label.base == Base::Data ? QVariant(label.bytes.toByteArray())
+                                         : QVariant(QString::fromUtf8(label.bytes));
+    return value;
 }
 
 QVariantMap TypedStreamWalk::pairsOf(const Label &dictionary, int depth)

@@ -82,6 +82,7 @@ private:
     bool note(Owner owner, std::optional<double> number);
 
     QVariant valueOf(std::ptrdiff_t label, int depth);
+    QVariant bytesOrText(std::ptrdiff_t label);
     QVariantMap pairsOf(const Label &dictionary, int depth);
 
     ByteCursor bytes;
@@ -91,6 +92,7 @@ private:
     bool isForText = true;             // the walk ends at the text; else it goes on for the runs
     std::optional<TypedStreamText> found;
     std::vector<Run> runsRead;
-    QHash<qint32, size_t> attributes; // labels of the runs' dictionaries, by their number
-    int valuesLeft = 100'000;         // dictionaries can hold each other many times over
+    QHash<qint32, size_t> attributes;       // labels of the runs' dictionaries, by their number
+    QHash<std::ptrdiff_t, QVariant> values; // of texts and data, by label
+    int valuesLeft = 100'000;               // dictionaries can hold each other many times over
 };

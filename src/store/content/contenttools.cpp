@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 QString boundedText(const QString &text, qsizetype length)
 {
     QString bounded = text.first(std::min(text.size(), length + 1));
-    bounded.replace(u"\r\n"_s, u"\n"_s);
+    bounded.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
     bounded.removeIf([](QChar c) { return c.category() == QChar::Other_Control && c != u'\n'; });
     if (bounded.size() > length) {
         const bool isInPair = bounded.at(length - 1).isHighSurrogate();

@@ -40,8 +40,8 @@ struct Drawing {
     bool isOverlay = false;
 };
 
-/// Unpacks the drawing of a balloon; nothing when it can't be read or none is in it. A million points take
-/// a tenth of a second, more than four million are refused.
+/// Unpacks the drawing of a balloon; nothing when it can't be read or none is in it. Handwriting of more than
+/// four million points is refused.
 std::optional<Drawing> drawingOf(const QString &balloon_bundle_id, const QByteArray &payload_data);
 
 /// The drawing as an SVG document of at most some megabytes: a finer one loses points that lie close

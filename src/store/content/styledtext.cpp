@@ -4,6 +4,8 @@
 #include "store/archives/typedstream.h"
 #include "store/content/contenttools.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <array>
 
@@ -62,12 +64,12 @@ QString detectionOf(const QVariantMap &attributes)
     return {};
 }
 
-StyledRun styledRun(const TypedStreamRun &run)
+/// What attributes say of any stretch that has them.
+StyledRun lookOf(const QVariantMap &attributes)
 {
     StyledRun styled;
-    styled.at = run.at;
     const auto number = [&](QLatin1StringView key, int otherwise) {
-        const double value = run.attributes.value(key, otherwise).toDouble();
+        const double value = attributes.value(key, otherwise).toDouble();
         return std::abs(value) < 1e6 ? int(value) : otherwise;
     };
     styled.part = number("__kIMMessagePartAttributeName"_L1, -1);
@@ -75,9 +77,9 @@ StyledRun styledRun(const TypedStreamRun &run)
     for (const Mark &mark : marks)
         styled.*mark.member |= number(mark.key, 0) != 0;
     for (const TextKey &text : texts)
-        styled.*text.member = boundedText(run.attributes.value(text.key).toString());
-    styled.code = boundedTextAt(run.attributes, u"__kIMOneTimeCodeAttributeName/code", longestTitle);
-    styled.detection = detectionOf(run.attributes);
+        styled.*text.member = boundedText(attributes.value(text.key).toString());
+    styled.code = boundedTextAt(attributes, u"__kIMOneTimeCodeAttributeName/code", longestTitle);
+    styled.detection = detectionOf(attributes);
     return styled;
 }
 
@@ -100,10 +102,14 @@ bool StyledRun::isPlain() const
 QList<StyledRun> styledRuns(const QString &text, const QByteArray &attributedBody)
 {
     QList<StyledRun> styled;
+    QHash<int, StyledRun> looks; // by the number of their attributes
     for (const TypedStreamRun &run : runsOfTypedStream(attributedBody)) {
         if (run.at < 0 || run.at >= text.size() || run.length <= 0)
             continue;
-        styled.append(styledRun(run));
+        if (!looks.contains(run.number))
+            looks.insert(run.number, lookOf(run.attributes));
+        styled.append(looks.value(run.number));
+        styled.last().at = run.at;
         styled.last().length = std::min(run.length, text.size() - run.at);
     }
     const std::optional<TypedStreamText> own = textOfTypedStream(attributedBody);

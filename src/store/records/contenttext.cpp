@@ -18,10 +18,12 @@ namespace
 QString joined(const QStringList &texts, const QString &separator)
 {
     QString result;
+    QStringList told;
     for (const QString &text : texts) {
         const QString line = text.simplified();
-        if (line.isEmpty() || result.contains(line))
+        if (line.isEmpty() || told.contains(line))
             continue;
+        told.append(line);
         if (result.isEmpty())
             result = line;
         else // no second full stop behind a sentence

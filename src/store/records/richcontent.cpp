@@ -92,7 +92,7 @@ void completePoll(MessageContent &content, const _MsgMessage &poll)
 
 bool hasContent(const _MsgMessage &message)
 {
-    return message.extras && message.item_type == 0 &&
+    return message.extras && message.item_type == 0 && message.extras->associated_message_type == 0 &&
            (balloonKind(message.extras->balloon_bundle_id) != ContentKind::None || isBareLink(message));
 }
 

@@ -154,7 +154,7 @@ void TestMessageContent::pollsStandAsTheyDoAtTheEnd()
 void TestMessageContent::damageCostsNothingButTheContent()
 {
     for (const SampleRichKind &kind : sampleRichKinds()) {
-        const qsizetype step = kind.payload_data.size() / 60 + 1;
+        const qsizetype step = kind.payload_data.size() / 25 + 1;
         for (qsizetype length = 1; length < kind.payload_data.size(); length += step) {
             const _MsgMessage cut =
                 balloon(kind.balloon_bundle_id, QByteArray(kind.payload_data.constData(), length));
