@@ -8,7 +8,8 @@
 using namespace Qt::StringLiterals;
 
 // A made phone on a local socket, for the program and for any other client of the multiplexer, until its
-// standard input ends. Lines that it reads: "in" plugs the phone in, "out" pulls it.
+// standard input ends. Lines that it reads: "in" plugs the phone in, "out" pulls it, "trust" is what its
+// owner taps.
 
 int main(int argc, char *argv[])
 {
@@ -23,6 +24,8 @@ int main(int argc, char *argv[])
                         {u"backup"_s, u"Backup folder that a backup of the phone brings."_s, u"folder"_s},
                         {u"restored"_s, u"Folder that a restore fills."_s, u"folder"_s},
                         {u"refuse-with"_s, u"Code with which it gives no backup."_s, u"number"_s},
+                        {u"untrusting"_s, u"Its owner hasn't trusted this computer yet."_s},
+                        {u"cloud"_s, u"It is backed up to the maker's computers."_s},
                         {u"encipher"_s, u"Services speak TLS."_s}});
     options.process(application);
     FakePhone phone(options.value(u"udid"_s));
@@ -34,6 +37,9 @@ int main(int argc, char *argv[])
     phone.refusalCode = options.value(u"refuse-with"_s).toInt();
     if (phone.refusalCode != 0)
         phone.backupRefusal = u"Refused (MBErrorDomain/%1)"_s.arg(phone.refusalCode);
+    if (options.isSet(u"untrusting"_s))
+        phone.trust = Trust::NotAnswered;
+    phone.domains[u"com.apple.mobile.backup"_s][u"CloudBackupEnabled"_s] = options.isSet(u"cloud"_s);
     QFile relay(options.value(u"relay"_s));
     if (relay.open(QIODevice::ReadOnly))
         phone.relayArchive = relay.readAll();
@@ -47,5 +53,7 @@ int main(int argc, char *argv[])
             server.plugIn(phone);
         else if (line == u"out"_s)
             server.pullOut(phone);
+        else if (line == u"trust"_s)
+            server.trust(phone);
     }
 }

@@ -29,7 +29,7 @@ bool runTool(ProgressForm &form, BackupToolThread &job)
 /// False for a refusal that the person may not or doesn't override.
 bool isOverridden(const BackupRefusal &refusal)
 {
-    const QString picture = u"qrc:/"_s + refusal.picture.mid(1);
+    const QString picture = u":/"_s + refusal.picture.mid(1);
     const auto box =
         messageBox(QMessageBox::Critical, u"%1<br/><br/><img src=\"%2\"/>"_s.arg(refusal.text, picture),
                    refusal.mayBeIgnored ? QMessageBox::Cancel : QMessageBox::Ok);
