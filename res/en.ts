@@ -244,6 +244,10 @@
         <translation>Keeping the last backup...</translation>
     </message>
     <message>
+        <source>IDS_TRANSFER_IN_FLIGHT_MODE</source>
+        <translation>4) Switch the iPhone to flight mode until the transfer is done: it comes back as it was backed up, without what arrives meanwhile.</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

@@ -3,6 +3,7 @@
 #include "app/datalocations.h"
 
 #include <QStorageInfo>
+#include <QTemporaryDir>
 
 #include <cerrno>
 
@@ -13,6 +14,15 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+/// Whether a folder there can be kept from others: some file systems know no owners.
+bool keepsFoldersPrivate(const QString &place)
+{
+    const QTemporaryDir probe(place + u"/.marrowlight-XXXXXX"_s); // for its owner alone, if that can be
+    struct stat status = {};
+    return probe.isValid() && ::stat(QFile::encodeName(probe.path()).constData(), &status) == 0 &&
+           (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
 
 /// A place on the volume where an ordinary user may write: the data root where it lies on that volume, else
 /// the root of the volume itself. Empty when there is none.
@@ -71,7 +81,7 @@ QString freestVolume()
     qint64 mostFree = 0;
     for (const QStorageInfo &volume : QStorageInfo::mountedVolumes()) {
         const QString place = isFixed(volume) ? writablePlace(volume) : QString();
-        if (!place.isEmpty() && volume.bytesAvailable() > mostFree) {
+        if (!place.isEmpty() && volume.bytesAvailable() > mostFree && keepsFoldersPrivate(place)) {
             best = place;
             mostFree = volume.bytesAvailable();
         }

@@ -3,6 +3,7 @@
 #include "app/boundedbytes.h"
 #include "device/servicesocket.h"
 
+#include <QRegularExpression>
 #include <QtEndian>
 
 using namespace Qt::StringLiterals;
@@ -14,16 +15,24 @@ constexpr qsizetype longestQuote = 800;           // characters
 constexpr qint64 firstPiece = 64 * 1024;          // bytes
 constexpr qint64 largestPiece = 16 * 1024 * 1024; // bytes
 
+/// For an error, which goes to the log and to the screen: without passwords.
+QString quoteOf(const CFType &message)
+{
+    static const QRegularExpression password(u"(<key>[^<]*password[^<]*</key>\\s*<(string|data)>)[^<]*"_s,
+                                             QRegularExpression::CaseInsensitiveOption);
+    return messageText(message).replace(password, u"\\1..."_s).left(longestQuote);
+}
+
 [[noreturn]] void failSending(const QString &text, const CFType &message)
 {
-    throw std::runtime_error(text.arg(messageText(message).left(longestQuote)).toStdString());
+    throw std::runtime_error(text.arg(quoteOf(message)).toStdString());
 }
 
 [[noreturn]] void failReceiving(const QString &text, qint64 received, const CFType &lastSent)
 {
     QString error = text.arg(received);
     if (lastSent.ref())
-        error += u'\n' + messageText(lastSent).left(longestQuote);
+        error += u'\n' + quoteOf(lastSent);
     throw std::runtime_error(error.toStdString());
 }
 

@@ -109,9 +109,10 @@ int socket_receive(int socket, void *data, int length, int timeoutMs, const std:
 {
     int received = 0;
     int silentMs = 0;
-    while (received < length && silentMs < timeoutMs) {
+    const bool isLimited = timeoutMs > 0;
+    while (received < length && (!isLimited || silentMs < timeoutMs)) {
         atTick();
-        const int ready = socket_wait(socket, std::min(tickMs, timeoutMs), true);
+        const int ready = socket_wait(socket, isLimited ? std::min(tickMs, timeoutMs) : tickMs, true);
         if (ready == 0) {
             silentMs += tickMs;
             continue;

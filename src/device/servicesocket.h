@@ -20,8 +20,7 @@ int socket_receive(int socket, void *data, int length, int timeoutMs);
 
 void mobiledevice_close_socket(int socket);
 
-/// The same, and asks `atTick` five times a second at least, which may throw to give up. `timeoutMs` is
-/// above 0.
+/// The same, and asks `atTick` five times a second at least, which may throw to give up.
 int socket_receive(int socket, void *data, int length, int timeoutMs, const std::function<void()> &atTick);
 
 /// Ends the conversation: whoever waits for the socket, on any thread, finds it at its end.

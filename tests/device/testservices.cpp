@@ -248,6 +248,13 @@ void TestServices::stopsWaitingForTheRest()
             throw std::runtime_error("given up");
     };
     QCOMPARE(failureOf([&] { mobiledevice_recmsg(program, sent, 3'600'000, giveUp); }), u"given up"_s);
+    line.say("\xFF\xFF\xFF\xF0");
+    QCOMPARE(failureOf([&] { mobiledevice_recmsg(program, sent, 0, giveUp); }), u"given up"_s); // in the body
+    CFType secret = CFType::newDictionary();
+    secret.setDictionaryValue(CFType::fromString(u"BackupPassword"_s), CFType::fromString(u"sesame"_s));
+    line.say("\xFF\xFF\xFF\xF0");
+    const QString quote = failureOf([&] { mobiledevice_recmsg(program, secret, 30); });
+    QVERIFY(quote.contains(u"BackupPassword"_s) && !quote.contains(u"sesame"_s));
     mobiledevice_sendmsg(phone, CFType(nullptr, true), true, 30);
     QCOMPARE(socket_wait(program, 10, true), 0);
     // A phone that stops reading holds nobody either.

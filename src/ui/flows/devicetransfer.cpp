@@ -46,7 +46,8 @@ bool isConfirmed(const IOSDevice &phone)
     if (!isPhone && !askYesNo(u"You can transfer iMessage only to an iPad/iPod. Want to continue?"_s))
         return false;
     return askYesNo(
-        QObject::tr("IDS_RESTORE_IOS_TIPS_FIND_MY_IPHONE_MUST_OFF").arg(websiteAddress().toHtmlEscaped()));
+        QObject::tr("IDS_RESTORE_IOS_TIPS_FIND_MY_IPHONE_MUST_OFF").arg(websiteAddress().toHtmlEscaped()) +
+        "<br/>"_L1 + QObject::tr("IDS_TRANSFER_IN_FLIGHT_MODE"));
 }
 
 } // namespace
