@@ -10,6 +10,9 @@ install_packages "${build_packages[@]}" "${check_packages[@]}"
 echo "== Formatting"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
 
+echo "== Windows's own sources"
+scripts/windows.sh
+
 for preset in release sanitize; do
   echo "== Tests: $preset"
   build "$preset"
