@@ -12,7 +12,8 @@ struct CommandOption {
     const char *name;
     const char *value; ///< what its help calls the value; null for a switch
     const char *description;
-    void (*store)(CommandLine &line, const QStringList &values); ///< takes over what was given, once or more
+    /// Takes over what was given, once or more. Throws `CommandError` when that can't be meant.
+    void (*store)(CommandLine &line, const QStringList &values);
     bool isRequired = false;
 };
 

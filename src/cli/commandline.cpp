@@ -2,6 +2,7 @@
 
 #include "app/product.h"
 #include "cli/command.h"
+#include "cli/exitstatus.h"
 
 #include <QCommandLineParser>
 
@@ -57,6 +58,8 @@ CommandLine commandLineFrom(const Command &command, const QCommandLineParser &pa
         if (parser.isSet(QLatin1StringView(option.name)))
             option.store(line, parser.values(QLatin1StringView(option.name)));
     }
+    if (line.choice.from && line.choice.to && *line.choice.from > *line.choice.to)
+        throw CommandError(ExitStatus::Usage, u"--from is later than --to."_s);
     return line;
 }
 
@@ -79,9 +82,13 @@ ParsedCommandLine parseCommand(const Command &command, const QStringList &words)
         parsed.help = parser.helpText();
     else
         parsed.error = isUnderstood ? usageError(command, parser) : parser.errorText();
-    if (parsed.help.isEmpty() && parsed.error.isEmpty()) {
-        parsed.command = &command;
+    if (!parsed.help.isEmpty() || !parsed.error.isEmpty())
+        return parsed;
+    try {
         parsed.line = commandLineFrom(command, parser);
+        parsed.command = &command;
+    } catch (const CommandError &error) {
+        parsed.error = QString::fromUtf8(error.what());
     }
     return parsed;
 }

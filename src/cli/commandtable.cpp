@@ -1,9 +1,13 @@
 #include "cli/command.h"
 #include "cli/commandline.h"
+#include "cli/exitstatus.h"
 #include "cli/listcommands.h"
 #include "cli/workcommands.h"
+#include "sources/choicedates.h"
 
 #include <algorithm>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -16,9 +20,54 @@ const QList<CommandOption> sourceOptions = {
     {"recovered", nullptr, "With the deleted messages that the command recover found.",
      [](CommandLine &line, const QStringList &) { line.recovered = Recovered::Shown; }},
 };
+
+/// What `read` makes of a date. Throws `CommandError` when that is nothing.
+qint64 dateFrom(const QString &text, std::optional<qint64> (*read)(const QString &))
+{
+    const std::optional<qint64> seconds = read(text);
+    if (!seconds)
+        throw CommandError(ExitStatus::Usage,
+                           u"\"%1\" is no date; write 2014-03-05 or 2014-03-05T18:30."_s.arg(text));
+    return *seconds;
+}
+
+void storeKinds(CommandLine &line, const QStringList &kinds)
+{
+    for (const QString &kind : kinds) {
+        if (kind == "attachments"_L1)
+            line.choice.withAttachments = true;
+        else if (kind == "links"_L1)
+            line.choice.withLinks = true;
+        else if (kind == "reactions"_L1)
+            line.choice.withReactions = true;
+        else
+            throw CommandError(
+                ExitStatus::Usage,
+                u"Unknown kind \"%1\"; there are attachments, links and reactions."_s.arg(kind));
+    }
+}
+
+const CommandOption chatOption = {
+    "chat", "ID", "Only the conversation with this chat_identifier; may be given more than once.",
+    [](CommandLine &line, const QStringList &values) { line.choice.chats = values; }};
 const QList<CommandOption> choiceOptions = {
-    {"chat", "ID", "Only the conversation with this chat_identifier; may be given more than once.",
-     [](CommandLine &line, const QStringList &values) { line.choice.chats = values; }},
+    chatOption,
+    {"person", "TEXT",
+     "Only what this person wrote or was sent: part of a name or an address; may be given more than once.",
+     [](CommandLine &line, const QStringList &values) { line.choice.persons = values; }},
+    {"from", "DATE", "Only since this day, or this time: 2014-03-05, 2014-03-05T18:30, with Z or +01:00.",
+     [](CommandLine &line, const QStringList &values) {
+         line.choice.from = dateFrom(values.last(), firstSecond);
+     }},
+    {"to", "DATE", "Only until this time, or the end of this day.",
+     [](CommandLine &line, const QStringList &values) {
+         line.choice.to = dateFrom(values.last(), lastSecond);
+     }},
+    {"sent", nullptr, "Only what the owner sent.",
+     [](CommandLine &line, const QStringList &) { line.choice.sent = true; }},
+    {"received", nullptr, "Only what others sent.",
+     [](CommandLine &line, const QStringList &) { line.choice.received = true; }},
+    {"with", "attachments|links|reactions", "Only messages that have them.", storeKinds},
 };
 const CommandOption newestFirstOption = {
     "newest-first", nullptr, "The newest message comes first.",
@@ -79,10 +128,13 @@ const QList<Command> &commandTable()
          sourceOptions + choiceOptions + QList{intoOption}, importCommand},
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
          sourceOptions, recoverCommand},
-        {"delete", "NAME", "Deletes conversations of a Local Database, or all of it.", choiceOptions,
+        {"delete",
+         "NAME",
+         "Deletes conversations of a Local Database, or all of it.",
+         {chatOption},
          deleteCommand},
         {"merge", "SOURCE", "Writes a source's messages into an unencrypted backup folder.",
-         sourceOptions + QList{intoBackupOption}, mergeCommand},
+         sourceOptions + choiceOptions + QList{intoBackupOption}, mergeCommand},
     };
     return table;
 }

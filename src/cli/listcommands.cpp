@@ -48,7 +48,8 @@ void listChatsCommand(const CommandLine &line, TerminalProgress &progress)
 void listMessagesCommand(const CommandLine &line, TerminalProgress &progress)
 {
     const Source source = openSource(line, progress);
-    for (const ListedMessage &listed : listedMessages(source.store, line.choice, line.order))
+    for (const ListedMessage &listed :
+         listedMessages(source.store, source.localized(line.choice), line.order))
         printJsonLine(messageJson(*listed.message, listed.chatIdentifier,
                                   hasOwnGuid(*source.db, *listed.message), line.emoji));
 }
@@ -57,7 +58,7 @@ void listAttachmentsCommand(const CommandLine &line, TerminalProgress &progress)
 {
     const Source source = openSource(line, progress);
     const QList<ListedAttachment> list =
-        listAttachments(chosenMessages(source.store, line.choice, line.order));
+        listAttachments(chosenMessages(source.store, source.localized(line.choice), line.order));
     for (const ListedAttachment &listed : list) {
         if (!line.missing || listed.attachment->localFile.isEmpty())
             printJsonLine(

@@ -79,6 +79,12 @@ std::unique_ptr<AbsIOSMessageDb> openUnread(const CommandLine &line, TerminalPro
     return extractAndOpen(manifest, line.country, progress);
 }
 
+Choice Source::localized(Choice choice) const
+{
+    choice.country = db->countryCode();
+    return choice;
+}
+
 Source openSource(const CommandLine &line, TerminalProgress &progress)
 {
     Source source;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sources/choice.h"
 #include "store/readers/absmessagedb.h"
 
 #include <memory>
@@ -11,6 +12,9 @@ struct CommandLine;
 struct Source {
     std::unique_ptr<AbsIOSMessageDb> db;
     _MsgStorePtr store;
+
+    /// `choice` with the country by which this source writes numbers.
+    Choice localized(Choice choice) const;
 };
 
 /// Opens what the command line names without reading its records. A backup is unlocked and brought into the

@@ -59,7 +59,8 @@ void exportCommand(const CommandLine &line, TerminalProgress &progress)
             "PDF needs a font and none is installed; on Debian, install fonts-dejavu-core.");
 
     const Source source = openSource(line, progress);
-    const QList<_MsgMessage *> messages = chosenMessages(source.store, line.choice, line.order);
+    const QList<_MsgMessage *> messages =
+        chosenMessages(source.store, source.localized(line.choice), line.order);
     const InterruptScope interruptible(progress);
     const ExportPlan plan{line.out, format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
                           line.emoji};
@@ -76,8 +77,8 @@ void importCommand(const CommandLine &line, TerminalProgress &progress)
     const Source source = openSource(line, progress);
     const LocalDatabase target = localDatabaseToFill(line.into);
     const InterruptScope interruptible(progress);
-    const ImportCounts counts =
-        importMessages(chosenMessages(source.store, line.choice), QDir(target.path), target.file(), progress);
+    const ImportCounts counts = importMessages(chosenMessages(source.store, source.localized(line.choice)),
+                                               QDir(target.path), target.file(), progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.handedIn()},
                    {u"added"_s, counts.added},
@@ -92,7 +93,8 @@ void mergeCommand(const CommandLine &line, TerminalProgress &progress)
     openForMerge(target);
     const Source source = openSource(line, progress);
     const InterruptScope interruptible(progress);
-    const MergeCounts counts = mergeIntoBackup(chosenMessages(source.store, line.choice), target, progress);
+    const MergeCounts counts =
+        mergeIntoBackup(chosenMessages(source.store, source.localized(line.choice)), target, progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.written},
                    {u"path"_s, target.backupDir.absolutePath()},

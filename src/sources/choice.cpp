@@ -1,5 +1,6 @@
 #include "sources/choice.h"
 
+#include "sources/choicefilter.h"
 #include "store/records/messagestore.h"
 
 #include <QHash>
@@ -10,14 +11,12 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-/// The conversations asked for.
 QList<_MsgSession> chosenSessions(const _MsgStorePtr &store, const QStringList &identifiers)
 {
     QSet<QString> missing(identifiers.begin(), identifiers.end());
     QList<_MsgSession> chosen;
+    if (identifiers.isEmpty())
+        return chosen;
     for (const _MsgSession &session : groupChatSessions(store)) {
         const QString identifier = session.chats.first()->chat_identifier;
         missing.remove(identifier);
@@ -32,8 +31,6 @@ QList<_MsgSession> chosenSessions(const _MsgStorePtr &store, const QStringList &
     }
     return chosen;
 }
-
-} // namespace
 
 QList<ListedMessage> listedMessages(const _MsgStorePtr &store, const Choice &choice, ListOrder order)
 {
@@ -52,6 +49,8 @@ QList<ListedMessage> listedMessages(const _MsgStorePtr &store, const Choice &cho
             }
         }
     }
+    const ChoiceFilter filter(store, choice);
+    messages.removeIf([&](const _MsgMessage *message) { return !filter.accepts(*message); });
     messages = sortMessages(messages);
     if (order == ListOrder::NewestFirst)
         std::reverse(messages.begin(), messages.end());

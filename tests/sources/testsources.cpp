@@ -1,8 +1,14 @@
 #include "app/datalocations.h"
 #include "device/iosdevice.h"
 #include "sources/choice.h"
+#include "sources/choicedates.h"
 #include "sources/findsource.h"
 #include "sources/phones.h"
+#include "sources/readsource.h"
+#include "store/readers/absmessagedb.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/messagetext.h"
+#include "testing/builders/addressbookbuilder.h"
 #include "testing/builders/smsdbbuilder.h"
 #include "testing/helpers/records.h"
 #include "testing/helpers/testtools.h"
@@ -21,6 +27,10 @@ private Q_SLOTS:
     void phonesDoWhatTheirSystemCan_data();
     void phonesDoWhatTheirSystemCan();
     void aMessageOfTwoConversationsIsListedInBoth();
+    void aChoiceTakesWhatItSays_data();
+    void aChoiceTakesWhatItSays();
+    void daysAreThoseOfTheLocalCalendar_data();
+    void daysAreThoseOfTheLocalCalendar();
 };
 
 void TestSources::aNameStandsForOneKindOfSource()
@@ -95,6 +105,99 @@ void TestSources::aMessageOfTwoConversationsIsListedInBoth()
     QCOMPARE(listing({u"+1"_s, u"+2"_s}, ListOrder::OldestFirst).size(), 4);
     QCOMPARE(chosenMessages(records.store, {{u"+1"_s, u"+2"_s}}).size(), 3);
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, listedMessages(records.store, {{u"+1"_s, u"+3"_s}}));
+}
+
+void TestSources::aChoiceTakesWhatItSays_data()
+{
+    QTest::addColumn<Choice>("choice");
+    QTest::addColumn<QString>("expected"); // "nobody" for an error
+    const auto person = [](const QString &text) { return Choice{.persons = {text}, .country = u"262"_s}; };
+    QTest::newRow("everything") << Choice() << u"hallo ja www.example.org alle Foto Glas"_s;
+    QTest::newRow("a person, with what she was sent") << person(u"zoe mÜLL"_s) << u"hallo ja alle Foto"_s;
+    QTest::newRow("a group's member is not the group") << person(u"bob@"_s) << u"alle Glas"_s;
+    for (const QString &spelling : {u"+49 (0)170 / 123-45 67"_s, u"0170 1234567"_s, u"0049 170 1234567"_s,
+                                    u"٠١٧٠ 1234567"_s, u"170-123.4"_s, u"49170"_s})
+        QTest::newRow(qUtf8Printable(u"number "_s + spelling)) << person(spelling) << u"hallo ja alle Foto"_s;
+    QTest::newRow("two persons") << Choice{.persons = {u"Zoé"_s, u"+331"_s}}
+                                 << u"hallo ja www.example.org alle Foto"_s;
+    for (const QString &nobody : {u"Nina"_s, u""_s, u"+49 171"_s, u"0171 1234567"_s, u"034567"_s})
+        QTest::newRow(qUtf8Printable(u"nobody is "_s + nobody)) << person(nobody) << u"nobody"_s;
+    QTest::newRow("one by one") << Choice{.persons = {u"Zoé"_s, u"Nina"_s}} << u"nobody"_s;
+    QTest::newRow("sent") << Choice{.sent = true} << u"ja alle"_s;
+    QTest::newRow("received from a person")
+        << Choice{.persons = {u"zoe"_s}, .received = true} << u"hallo Foto"_s;
+    QTest::newRow("sent and received")
+        << Choice{.sent = true, .received = true} << u"hallo ja www.example.org alle Foto Glas"_s;
+    QTest::newRow("attachments") << Choice{.withAttachments = true} << u"Foto"_s;
+    QTest::newRow("links") << Choice{.withLinks = true} << u"www.example.org"_s;
+    QTest::newRow("reactions in one chat")
+        << Choice{.chats = {u"+491701234567"_s}, .withReactions = true} << u"ja"_s;
+    const qint64 first = 389102400; // 2013-05-01 12:00 UTC
+    QTest::newRow("from and to, both with their second")
+        << Choice{.from = first + 60, .to = first + 120} << u"ja www.example.org"_s;
+}
+
+void TestSources::aChoiceTakesWhatItSays()
+{
+    QFETCH(Choice, choice);
+    const QTemporaryDir dir;
+    SmsDbBuilder(QDir(dir.path()), IosVersion::Ios16)
+        .chat(u"+491701234567"_s)
+        .received(u"hallo"_s)
+        .sent(u"ja"_s)
+        .reaction(2000)
+        .at(QDateTime({2013, 5, 1}, {12, 1}, Qt::UTC))
+        .chat(u"+33123456789"_s)
+        .received(u"www.example.org"_s)
+        .at(QDateTime({2013, 5, 1}, {12, 2}, Qt::UTC))
+        .group({u"+491701234567"_s, u"bob@example.org"_s})
+        .sent(u"alle"_s)
+        .receivedFrom(u"+491701234567"_s, u"Foto"_s)
+        .attachment(u"~/Library/SMS/Attachments/1/a.jpg"_s)
+        .receivedFrom(u"bob@example.org"_s, u"Glas"_s)
+        .write();
+    AddressBookBuilder(QDir(dir.path())).person(u"Zoé"_s, u"Müller"_s).phone(u"+49 170 1234567"_s).write();
+    const std::unique_ptr<AbsIOSMessageDb> db = openMessageDb(QDir(dir.path()), u"262"_s);
+    const _MsgStorePtr store = readSource(*db, Recovered::LeftOut);
+    QStringList found;
+    try {
+        for (const _MsgMessage *message : chosenMessages(store, choice))
+            found.append(plainText(*message));
+    } catch (const std::runtime_error &error) {
+        found = {QByteArray(error.what()).contains("no person") ? u"nobody"_s
+                                                                : QString::fromUtf8(error.what())};
+    }
+    QTEST(found.join(u' '), "expected");
+}
+
+void TestSources::daysAreThoseOfTheLocalCalendar_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("last");
+    const auto row = [](const char *text, const char *first, const char *last) {
+        QTest::newRow(text) << QString::fromLatin1(first) << QString::fromLatin1(last);
+    };
+    // In Madrid clocks go forward at 01:00 UTC on 2014-03-30 and back at 01:00 UTC on 2014-10-26.
+    row("2014-03-30", "2014-03-29T23:00:00Z", "2014-03-30T21:59:59Z");
+    row("2014-10-26", "2014-10-25T22:00:00Z", "2014-10-26T22:59:59Z");
+    row("2014-10-26T02:30", "2014-10-26T00:30:00Z", "2014-10-26T01:30:00Z");
+    row("2014-06-01T10:20:30", "2014-06-01T08:20:30Z", "2014-06-01T08:20:30Z");
+    row("2014-06-01T10:20:30Z", "2014-06-01T10:20:30Z", "2014-06-01T10:20:30Z");
+    row("2014-06-01T10:20-05:00", "2014-06-01T15:20:00Z", "2014-06-01T15:20:00Z");
+    for (const char *wrong :
+         {"", "2014-02-30", "2014-3-5", "5.3.2014", "2014", "2014-06-01T25:00", "2014-06-01T"})
+        row(wrong, "", "");
+}
+
+void TestSources::daysAreThoseOfTheLocalCalendar()
+{
+    const QString text = QString::fromLatin1(QTest::currentDataTag());
+    const auto spelled = [](std::optional<qint64> seconds) {
+        return seconds ? QDateTime::fromSecsSinceEpoch(*seconds + 978307200, Qt::UTC).toString(Qt::ISODate)
+                       : QString();
+    };
+    QTEST(spelled(firstSecond(text)), "first");
+    QTEST(spelled(lastSecond(text)), "last");
 }
 
 QTEST_GUILESS_MAIN(TestSources)
