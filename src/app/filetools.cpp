@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <filesystem>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -34,6 +35,14 @@ QString uniqueFileName(const QString &path)
         if (!QFile::exists(candidate))
             return candidate;
     }
+}
+
+void renameThrow(const QString &from, const QString &to)
+{
+    std::error_code error;
+    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), error);
+    if (error)
+        throw std::runtime_error(to.toStdString() + ": " + error.message());
 }
 
 void removeTree(const QString &folder)

@@ -11,6 +11,10 @@ class QFile;
 /// folder. The name is cut at its first dot: "a.b.c" gives "a(1).c".
 QString uniqueFileName(const QString &path);
 
+/// Gives a file or a folder the name `to` in one step; a file that has that name is replaced. Throws
+/// `std::runtime_error`, which names `to`.
+void renameThrow(const QString &from, const QString &to);
+
 /// Removes a folder with what it holds. Hidden files stay, and so do the folders around them;
 /// links are removed, never followed. Failures are ignored: look at what is left if it matters.
 void removeTree(const QString &folder);

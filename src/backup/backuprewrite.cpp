@@ -1,6 +1,7 @@
 #include "backup/backuprewrite.h"
 
 #include "app/disksync.h"
+#include "app/filetools.h"
 #include "backup/backupfiles.h"
 #include "backup/manifestwriter.h"
 
@@ -20,19 +21,6 @@ constexpr auto decidedPrefix = "marrowlight-ready-"_L1; // and the time of the c
 constexpr auto lockName = "marrowlight.lock"_L1;
 constexpr auto changedText = "another program is changing this backup"_L1;
 constexpr auto baseName = "old-manifest.sha1"_L1; // of the manifest that the change was made from
-
-std::filesystem::path nativePath(const QString &path)
-{
-    return path.toStdU16String();
-}
-
-void renameThrow(const QString &from, const QString &to)
-{
-    std::error_code error;
-    std::filesystem::rename(nativePath(from), nativePath(to), error);
-    if (error)
-        throw std::runtime_error(to.toStdString() + ": " + error.message());
-}
 
 QString decidedFolder(const QDir &backup)
 {
@@ -105,7 +93,7 @@ void DecidedChange::putAside(const QString &name) const
     if (!QFile::exists(path) || QFile::exists(path + time))
         return;
     std::error_code error;
-    std::filesystem::create_hard_link(nativePath(path), nativePath(path + time), error);
+    std::filesystem::create_hard_link(path.toStdU16String(), QString(path + time).toStdU16String(), error);
     if (error)
         renameThrow(path, path + time);
 }

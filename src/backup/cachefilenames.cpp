@@ -1,6 +1,7 @@
 #include "backup/cachefilenames.h"
 
 #include "backup/manifestnode.h"
+#include "sqlite_qt/databasefiles.h"
 
 #include <QStringList>
 
@@ -22,8 +23,8 @@ QStringList withCompanions(const QStringList &databases)
 {
     QStringList companions;
     for (const QString &database : databases) {
-        for (const char16_t *suffix : companionSuffixes)
-            companions.append(database + QString::fromUtf16(suffix));
+        for (const QLatin1StringView suffix : companionSuffixes)
+            companions.append(database + suffix);
     }
     return companions;
 }

@@ -2,12 +2,7 @@
 
 #include <QString>
 
-#include <array>
-
 struct _ManifestNode;
-
-/// Endings of the files that SQLite keeps beside a database.
-inline constexpr std::array companionSuffixes = {u"-wal", u"-shm", u"-journal"};
 
 /// Whether `name`, in any letter case, is one of the databases that are read out of the cache.
 bool isReadDatabase(const QString &name);

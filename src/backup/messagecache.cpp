@@ -5,12 +5,12 @@
 #include "app/jobprogress.h"
 #include "backup/backupmanifest.h"
 #include "backup/cachefilenames.h"
+#include "sqlite_qt/databasefiles.h"
 
 #include <QFileInfo>
 #include <QObject>
 
 #include <algorithm>
-#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -37,11 +37,6 @@ void makeFolder(const QString &path)
         QFile::remove(path);
     if (!info.isDir() && !QDir().mkpath(path))
         throw std::runtime_error(u"%1: the folder can't be made"_s.arg(path).toStdString());
-}
-
-std::filesystem::path nativePath(const QString &path)
-{
-    return path.toStdU16String();
 }
 
 /// A video may take minutes.
@@ -150,17 +145,13 @@ void MessageCache::replaceFile(const _ManifestNode &node, const QString &target)
     manifest.extractFile(&node, half, &progress, reportBlock);
     if (QFileInfo(target).isDir()) // an empty file in an earlier state of the backup
         QDir(target).removeRecursively();
-    std::error_code error;
-    std::filesystem::rename(nativePath(half), nativePath(target), error);
-    if (error)
-        throw std::runtime_error(target.toStdString() + ": " + error.message());
+    renameThrow(half, target);
 }
 
 // A log of an older copy, applied to a newer database, would give wrong messages.
 void MessageCache::removeLeftOvers(const _ManifestNode &database, const QString &target)
 {
-    for (const char16_t *ending : companionSuffixes) {
-        const QString suffix = QString::fromUtf16(ending);
+    for (const QLatin1StringView suffix : companionSuffixes) {
         const _ManifestNode *listed = sibling(database, database.name + suffix);
         if (listed && !isEmptyEntry(listed->record) && manifest.sourceFile(listed->record))
             continue;

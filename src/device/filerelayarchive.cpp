@@ -4,6 +4,7 @@
 #include "app/jobprogress.h"
 #include "backup/cachefilenames.h"
 #include "device/cpiogate.h"
+#include "sqlite_qt/databasefiles.h"
 
 #include <QLocale>
 #include <QRegularExpression>
@@ -151,8 +152,8 @@ void Extraction::copyData(qint64 size, QFile &file)
 // A log that an earlier run left, laid over the new database, would give wrong messages.
 void Extraction::removeOldCompanions(const QString &database) const
 {
-    for (const char16_t *suffix : companionSuffixes) {
-        const QString companion = database + QString::fromUtf16(suffix);
+    for (const QLatin1StringView suffix : companionSuffixes) {
+        const QString companion = database + suffix;
         if (!written.contains(companion))
             QFile::remove(companion);
     }

@@ -8,7 +8,7 @@
 #include <QFile>
 #include <QScopeGuard>
 
-#include <filesystem>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
@@ -24,11 +24,6 @@ bool isWholePdf(const QString &path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - trailer.size())) &&
            file.readAll() == trailer;
-}
-
-std::filesystem::path nativePath(const QString &path)
-{
-    return std::filesystem::path(path.toStdU16String());
 }
 
 } // namespace
@@ -68,11 +63,12 @@ void ExportSMSPdf::end()
         return;
     painter.end();
     const auto removePart = qScopeGuard([this] { QFile::remove(partPath); });
-    std::error_code error;
-    if (isWholePdf(partPath)) {
-        syncToDisk(partPath); // a name that outlives a loss of power must not name an empty file
-        std::filesystem::rename(nativePath(partPath), nativePath(path), error);
+    if (!isWholePdf(partPath))
+        return;
+    syncToDisk(partPath); // a name that outlives a loss of power must not name an empty file
+    try {
+        renameThrow(partPath, path);
+    } catch (const std::runtime_error &error) {
+        qWarning("%s", error.what());
     }
-    if (error)
-        qWarning("%s: %s", qUtf8Printable(path), error.message().c_str());
 }

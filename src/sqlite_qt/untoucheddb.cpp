@@ -1,12 +1,10 @@
 #include "sqlite_qt/untoucheddb.h"
 
 #include "app/freespace.h"
+#include "sqlite_qt/databasefiles.h"
 
-#include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
-#include <array>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -14,21 +12,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// Of what SQLite leaves beside a database, these hold content.
-constexpr std::array contentSuffixes = {"-wal"_L1, "-journal"_L1};
-
 // The first read is where SQLite finds out that a file is no database, and rolls a journal back.
 void probeThrow(Sqlite3DB &db)
 {
     Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select count(*) from sqlite_master"));
     cursor.moveNextThrow();
-}
-
-void copyThrow(const QString &from, const QString &to)
-{
-    QFile source(from);
-    if (!source.copy(to) || !QFile::setPermissions(to, QFile::ReadOwner | QFile::WriteOwner))
-        throw std::runtime_error(u"%1: %2"_s.arg(from, source.errorString()).toStdString());
 }
 
 qint64 bytesToCopy(const QString &path)
@@ -41,22 +29,13 @@ qint64 bytesToCopy(const QString &path)
 
 } // namespace
 
-bool hasLogOrJournal(const QString &path)
-{
-    return std::any_of(contentSuffixes.begin(), contentSuffixes.end(),
-                       [&](QLatin1StringView suffix) { return QFileInfo(path + suffix).size() > 0; });
-}
-
 PrivateCopy::PrivateCopy(const QString &source) : file(folder.filePath(QFileInfo(source).fileName()))
 {
     if (!folder.isValid())
         throw std::runtime_error(u"%1: %2"_s.arg(folder.path(), folder.errorString()).toStdString());
     checkFreeSpaceThrow(folder.path(), bytesToCopy(source));
-    copyThrow(source, file);
-    for (const QLatin1StringView suffix : contentSuffixes) {
-        if (QFile::exists(source + suffix))
-            copyThrow(source + suffix, file + suffix);
-    }
+    if (const QString failure = copyDatabase(source, file); !failure.isNull())
+        throw std::runtime_error(failure.toStdString());
     foldThrow(source);
 }
 

@@ -9,10 +9,6 @@
 
 #include <memory>
 
-/// Whether SQLite has left a write-ahead log or a journal beside the database at `path`, so that its main
-/// file alone isn't the whole truth.
-bool hasLogOrJournal(const QString &path);
-
 /// A copy of a database that only we can read, with the log or the journal beside it worked into it: one
 /// plain file. It goes with this object, and an interrupt of the program waits for that.
 class PrivateCopy

@@ -1,6 +1,7 @@
 #include "recovery/carving/searcheddatabase.h"
 
 #include "app/jobprogress.h"
+#include "sqlite_qt/databasefiles.h"
 
 #include <QFileInfo>
 

@@ -7,6 +7,7 @@
 #include "recovery/local/exportmessagesdb.h"
 #include "recovery/local/localdatabases.h"
 #include "recovery/local/oldmessagefile.h"
+#include "sqlite_qt/databasefiles.h"
 #include "sqlite_qt/untoucheddb.h"
 #include "store/people/countrylibdb.h"
 #include "store/records/messagestore.h"
@@ -17,7 +18,6 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -27,14 +27,11 @@ namespace
 
 constexpr auto workingSuffix = ".__tmp"_L1;
 
-// Files that SQLite keeps beside a database while it works on it.
-constexpr std::array companionEndings = {"-journal"_L1, "-wal"_L1, "-shm"_L1};
-
 /// Whether `path` is a file of SQLite's own beside a database. It may still bear the database's name from
 /// before it was moved.
 bool isCompanion(const QString &path)
 {
-    for (const QLatin1StringView ending : companionEndings) {
+    for (const QLatin1StringView ending : companionSuffixes) {
         if (!path.endsWith(ending))
             continue;
         QString owner = path.chopped(ending.size());
@@ -49,7 +46,7 @@ bool isCompanion(const QString &path)
 /// Whether an interrupted update has begun to move `path`: without its journal it can't be looked into.
 bool isHalfMoved(const QString &path)
 {
-    return std::any_of(companionEndings.begin(), companionEndings.end(), [&](QLatin1StringView ending) {
+    return std::any_of(companionSuffixes.begin(), companionSuffixes.end(), [&](QLatin1StringView ending) {
         return QFile::exists(path + workingSuffix + ending);
     });
 }
@@ -98,7 +95,7 @@ QString moveAsideThrow(const QString &path)
     if (path.endsWith(workingSuffix))
         return path;
     const QString working = path + workingSuffix;
-    for (const QLatin1StringView ending : companionEndings) {
+    for (const QLatin1StringView ending : companionSuffixes) {
         if (QFile::exists(path + ending))
             renameThrow(path + ending, working + ending);
     }
@@ -165,7 +162,7 @@ void convertFile(const QString &path, JobProgress &progress)
         convertRows(old, writer, status, progress);
         writer.finish();
     }
-    for (const QLatin1StringView ending : companionEndings)
+    for (const QLatin1StringView ending : companionSuffixes)
         removeThrow(working + ending);
     removeThrow(working);
 }

@@ -6,6 +6,7 @@
 #include "backup/backuprewrite.h"
 #include "backup/cachefilenames.h"
 #include "backup/mbdbreader.h"
+#include "sqlite_qt/databasefiles.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -51,8 +52,8 @@ QString messageDatabaseName()
 QStringList messageDatabaseNames()
 {
     QStringList names{backupName()};
-    for (const char16_t *suffix : companionSuffixes)
-        names.append(backupName(QString::fromUtf16(suffix)));
+    for (const QLatin1StringView suffix : companionSuffixes)
+        names.append(backupName(suffix));
     return names;
 }
 
@@ -113,8 +114,8 @@ void BackupStaging::stageDatabase(const QString &path)
 // All that the log held is in the new database. On the old log SQLite would lay the old pages over it.
 void BackupStaging::emptyCompanions()
 {
-    for (const char16_t *suffix : companionSuffixes) {
-        const QString name = backupName(QString::fromUtf16(suffix));
+    for (const QLatin1StringView suffix : companionSuffixes) {
+        const QString name = backupName(suffix);
         if (!isListed(name) || rewrite.oldHash(name).isEmpty())
             continue;
         QFile empty(rewrite.staged(name));

@@ -1,6 +1,6 @@
 #include "recovery/merge/workingcopies.h"
 
-#include "backup/cachefilenames.h"
+#include "sqlite_qt/databasefiles.h"
 #include "sqlite_qt/sqlite3db.h"
 
 #include <QDateTime>
@@ -15,11 +15,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-void copyThrow(const QString &from, const QString &to, const QString &failure)
+void copyThrow(const QString &from, const QString &to)
 {
-    if (!QFile::copy(from, to))
-        throw std::runtime_error(failure.arg(to).toStdString());
-    QFile::setPermissions(to, QFile::permissions(to) | QFile::WriteOwner);
+    if (const QString failure = copyDatabase(from, to); !failure.isNull()) {
+        qWarning("%ls", qUtf16Printable(failure));
+        throw std::runtime_error(u"copy database to %1 failed."_s.arg(to).toStdString());
+    }
 }
 
 QString answerOf(Sqlite3DB &db, const QString &sql)
@@ -60,20 +61,14 @@ void WorkingCopies::remove() const
 {
     for (const QString &path : {merged, phone}) {
         QFile::remove(path);
-        for (const char16_t *suffix : companionSuffixes)
-            QFile::remove(path + QString::fromUtf16(suffix));
+        for (const QLatin1StringView suffix : companionSuffixes)
+            QFile::remove(path + suffix);
     }
 }
 
 void WorkingCopies::copy(const QString &source)
 {
-    const QString failure = u"copy database to %1 failed."_s;
-    copyThrow(source, merged, failure);
-    for (const char16_t *suffix : {u"-wal", u"-journal"}) {
-        const QString ending = QString::fromUtf16(suffix);
-        if (QFile::exists(source + ending))
-            copyThrow(source + ending, merged + ending, failure);
-    }
+    copyThrow(source, merged);
     hadLogMode = setJournalMode(merged, u"delete"_s) == "wal"_L1;
-    copyThrow(merged, phone, failure);
+    copyThrow(merged, phone);
 }

@@ -1,5 +1,6 @@
 #include "store/people/ioscontactsmemdb.h"
 
+#include "app/filetools.h"
 #include "sqlite_qt/untoucheddb.h"
 #include "sqlite_qt/writetransaction.h"
 #include "store/people/countrylibdb.h"
@@ -10,7 +11,6 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
-#include <filesystem>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -55,11 +55,6 @@ qint64 modificationTime(const QString &path)
 {
     const QFileInfo info(path);
     return info.exists() ? info.lastModified().toSecsSinceEpoch() : 0;
-}
-
-std::filesystem::path toFilesystemPath(const QString &path)
-{
-    return std::filesystem::path(path.toStdU16String());
 }
 
 } // namespace
@@ -252,7 +247,7 @@ bool IOSContactsMemDb::saveCache(qint64 sourceTime)
             !file.setFileTime(time, QFileDevice::FileModificationTime))
             throw std::runtime_error(file.errorString().toStdString());
         file.close();
-        std::filesystem::rename(toFilesystemPath(file.fileName()), toFilesystemPath(cacheFile()));
+        renameThrow(file.fileName(), cacheFile());
         return true;
     } catch (const std::exception &error) {
         qWarning("can not write %s: %s", qUtf8Printable(cacheFile()), error.what());
