@@ -64,26 +64,12 @@ std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView list)
     return isSound ? std::optional(BinaryPlist(list, trailer)) : std::nullopt;
 }
 
-// There are a dozen objects in each of hundreds of thousands of lists, so that these read bytes in place.
-// Of a wide integer the last 8 bytes count. Its bytes have to be there.
-quint64 BinaryPlist::integerAt(QByteArrayView bytes, qsizetype place, qsizetype width)
-{
-    if (width == 1)
-        return quint8(bytes.at(place));
-    if (width == 2)
-        return quint64(quint8(bytes.at(place))) << 8 | quint8(bytes.at(place + 1));
-    quint64 value = 0;
-    for (qsizetype i = 0; i < width; ++i)
-        value = value << 8 | quint8(bytes.at(place + i));
-    return value;
-}
-
 BinaryPlist::Object BinaryPlist::object(quint64 number) const
 {
     if (number >= trailer.objects) // below that the table lies inside
         return {};
-    const quint64 place = integerAt(
-        all, qsizetype(trailer.offsetTable + number * quint64(trailer.offsetWidth)), trailer.offsetWidth);
+    const quint64 place = bigEndianOf(all.sliced(
+        qsizetype(trailer.offsetTable + number * quint64(trailer.offsetWidth)), trailer.offsetWidth));
     return place < quint64(all.size()) ? objectAt(qsizetype(place)) : Object{};
 }
 
@@ -95,7 +81,8 @@ BinaryPlist::Object BinaryPlist::objectAt(qsizetype place) const
     if (isInteger || marker == UidMarker) {
         const qsizetype width = isInteger ? qsizetype(1) << low : low + 1;
         const Kind kind = isInteger ? Kind::Integer : Kind::Uid;
-        return width < all.size() - place ? Object{kind, integerAt(all, place + 1, width), {}} : Object{};
+        return width < all.size() - place ? Object{kind, bigEndianOf(all.sliced(place + 1, width)), {}}
+                                          : Object{};
     }
     const Kind kind = kindOf(marker);
     if (kind != Kind::Other)
@@ -139,8 +126,8 @@ BinaryPlist::Object BinaryPlist::sized(Kind kind, quint64 count, qsizetype place
 
 BinaryPlist::Object BinaryPlist::referred(const Object &container, quint64 index) const
 {
-    return object(
-        integerAt(container.bytes, qsizetype(index) * trailer.referenceWidth, trailer.referenceWidth));
+    return object(bigEndianOf(
+        container.bytes.sliced(qsizetype(index) * trailer.referenceWidth, trailer.referenceWidth)));
 }
 
 BinaryPlist::Object BinaryPlist::at(const Object &array, quint64 index) const

@@ -65,7 +65,6 @@ private:
     Object simpleAt(int marker, int low, qsizetype place) const;
     Object counted(Kind kind, qsizetype place) const;
     Object sized(Kind kind, quint64 count, qsizetype place) const;
-    static quint64 integerAt(QByteArrayView bytes, qsizetype place, qsizetype width);
     Object referred(const Object &container, quint64 index) const;
 
     QByteArrayView all;

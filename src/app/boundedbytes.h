@@ -29,6 +29,15 @@ template <typename Integer>
     return qFromLittleEndian<Integer>(bytes.data());
 }
 
+/// Big-endian integer that all of `bytes` make up. Of more than 8 bytes the last 8 count.
+[[nodiscard]] inline quint64 bigEndianOf(QByteArrayView bytes)
+{
+    quint64 value = 0;
+    for (const char byte : bytes)
+        value = value << 8 | quint8(byte);
+    return value;
+}
+
 /// Walks over a buffer that it does not own; it never reads past the end.
 class ByteCursor
 {

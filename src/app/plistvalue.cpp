@@ -1,6 +1,7 @@
 #include "app/plistvalue.h"
 
 #include "app/appledates.h"
+#include "app/closer.h"
 #include "app/plistguard.h"
 
 #include <plist/plist.h>
@@ -155,7 +156,7 @@ QByteArray PlistValue::toBinary() const
     uint32_t length = 0;
     if (node)
         plist_to_bin(node.get(), &raw, &length);
-    const std::unique_ptr<char, decltype(&plist_to_bin_free)> bytes(raw, plist_to_bin_free);
+    const std::unique_ptr<char, Closer<plist_to_bin_free>> bytes(raw);
     return QByteArray(bytes.get(), qsizetype(length));
 }
 

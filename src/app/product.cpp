@@ -11,7 +11,7 @@ QString productName()
 
 QString versionText()
 {
-    return u"%1(%2)"_s.arg(u"2.14.13"_s).arg(41);
+    return QStringLiteral(MARROWLIGHT_VERSION);
 }
 
 QString reportHost()

@@ -1,5 +1,6 @@
 #include "device/filerelay.h"
 
+#include "app/closer.h"
 #include "app/filetools.h"
 #include "app/jobprogress.h"
 #include "backup/cachefilenames.h"
@@ -24,10 +25,7 @@ constexpr int archiveBlockSize = 0x80000; // bytes
 constexpr unsigned directoryBit = 0x4000;
 constexpr unsigned fileBit = 0x8000;
 
-struct CloseReader {
-    void operator()(archive *reader) const noexcept { archive_read_free(reader); }
-};
-using ArchiveReader = std::unique_ptr<archive, CloseReader>;
+using ArchiveReader = std::unique_ptr<archive, Closer<archive_read_free>>;
 
 /// Unpacks what `path` holds, whatever that is. Of the ways to pack, these are the usual one and one that
 /// takes no more memory than it: others keep gigabytes if the file says so, start programs, or read files of

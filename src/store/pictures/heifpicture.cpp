@@ -2,6 +2,8 @@
 
 #ifdef MARROWLIGHT_HEIF
 
+#include "app/closer.h"
+
 #include <QFile>
 #include <QMutex>
 
@@ -12,14 +14,9 @@
 namespace
 {
 
-template <auto freeFunction>
-struct Freer {
-    void operator()(auto *object) const noexcept { freeFunction(object); }
-};
-
-using HeifContext = std::unique_ptr<heif_context, Freer<heif_context_free>>;
-using HeifHandle = std::unique_ptr<heif_image_handle, Freer<heif_image_handle_release>>;
-using HeifImage = std::unique_ptr<heif_image, Freer<heif_image_release>>;
+using HeifContext = std::unique_ptr<heif_context, Closer<heif_context_free>>;
+using HeifHandle = std::unique_ptr<heif_image_handle, Closer<heif_image_handle_release>>;
+using HeifImage = std::unique_ptr<heif_image, Closer<heif_image_release>>;
 
 constexpr qint64 mostHeifPixels = 64'000'000; // six bytes each while it is decoded
 constexpr int longestSide = 16384;
