@@ -76,7 +76,7 @@ QStringList oldFiles()
     return files;
 }
 
-void renameThrow(const QString &from, const QString &to)
+void moveThrow(const QString &from, const QString &to)
 {
     if (!QFile::rename(from, to))
         throw std::runtime_error(u"can not rename %1."_s.arg(to).toStdString());
@@ -97,9 +97,9 @@ QString moveAsideThrow(const QString &path)
     const QString working = path + workingSuffix;
     for (const QLatin1StringView ending : companionSuffixes) {
         if (QFile::exists(path + ending))
-            renameThrow(path + ending, working + ending);
+            moveThrow(path + ending, working + ending);
     }
-    renameThrow(path, working);
+    moveThrow(path, working);
     return working;
 }
 
