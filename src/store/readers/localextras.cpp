@@ -15,13 +15,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-MessageExtras &ownExtras(_MsgMessage &message)
-{
-    if (!message.extras)
-        message.extras = new MessageExtras;
-    return *message.extras;
-}
-
 /// Reactions of hostile files may lack a guid.
 QString reactionGuid(const MessageReaction &reaction)
 {

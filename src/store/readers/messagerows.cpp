@@ -40,13 +40,6 @@ void link(const _MsgStore &store, _MsgMessage &message)
     }
 }
 
-MessageExtras &ownExtras(_MsgMessage &message)
-{
-    if (!message.extras)
-        message.extras = new MessageExtras;
-    return *message.extras;
-}
-
 } // namespace
 
 /// Makes records of the rows of one query.

@@ -78,6 +78,14 @@ struct _MsgMessage {
     MessageExtrasPtr extras;           ///< null for the most
 };
 
+/// The message's extras, made where it has none.
+inline MessageExtras &ownExtras(_MsgMessage &message)
+{
+    if (!message.extras)
+        message.extras = new MessageExtras;
+    return *message.extras;
+}
+
 /// One chat: a row of the database with a service of its own. What people call a conversation is a
 /// `_MsgSession`.
 struct _MsgChat {
