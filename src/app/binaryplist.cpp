@@ -49,19 +49,20 @@ BinaryPlist::Kind kindOf(int marker)
 
 } // namespace
 
-std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView list)
+std::optional<BinaryPlist> BinaryPlist::open(QByteArrayView plist)
 {
-    if (list.size() < header.size() + trailerSize || list.size() > largestPlist || !list.startsWith(header))
+    if (plist.size() < header.size() + trailerSize || plist.size() > largestPlist ||
+        !plist.startsWith(header))
         return std::nullopt;
-    const QByteArrayView bytes = list.last(trailerSize);
+    const QByteArrayView bytes = plist.last(trailerSize);
     const Trailer trailer{quint8(bytes.at(6)), quint8(bytes.at(7)), *readBigEndian<quint64>(bytes.sliced(8)),
                           *readBigEndian<quint64>(bytes.sliced(16)),
                           *readBigEndian<quint64>(bytes.sliced(24))};
-    const quint64 size = quint64(list.size());
+    const quint64 size = quint64(plist.size());
     const bool isSound = isWidth(trailer.offsetWidth) && isWidth(trailer.referenceWidth) &&
                          trailer.offsetTable < size &&
                          trailer.objects <= (size - trailer.offsetTable) / quint64(trailer.offsetWidth);
-    return isSound ? std::optional(BinaryPlist(list, trailer)) : std::nullopt;
+    return isSound ? std::optional(BinaryPlist(plist, trailer)) : std::nullopt;
 }
 
 BinaryPlist::Object BinaryPlist::object(quint64 number) const

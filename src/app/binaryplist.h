@@ -36,15 +36,15 @@ public:
         QByteArrayView bytes; ///< of data, text, a real and a date; the references of a container
     };
 
-    /// Nothing when `bytes` has no header or no sound trailer. The list points into `bytes`.
-    static std::optional<BinaryPlist> open(QByteArrayView bytes);
+    /// Nothing when `plist` has no header or no sound trailer. The result points into it.
+    static std::optional<BinaryPlist> open(QByteArrayView plist);
 
     Object root() const { return object(trailer.rootObject); }
     /// The entry of an array.
     Object at(const Object &array, quint64 index) const;
     /// The value of a dictionary under a key of ASCII letters, the first if there are several. Looks at
     /// the first thousand keys. Of kind `Damaged` where there is none.
-    Object value(const Object &dictionary, QByteArrayView key) const;
+    Object value(const Object &dictionary, QByteArrayView name) const;
     /// Key and value of a dictionary by position.
     Object key(const Object &dictionary, quint64 index) const;
     Object entry(const Object &dictionary, quint64 index) const;

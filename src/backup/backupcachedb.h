@@ -11,7 +11,7 @@
 class BackupCacheDb
 {
 public:
-    explicit BackupCacheDb(const QString &path);
+    explicit BackupCacheDb(const QString &databasePath);
     BackupCacheDb(const BackupCacheDb &) = delete;
     BackupCacheDb &operator=(const BackupCacheDb &) = delete;
     /// Commits; a commit that fails here is only logged.

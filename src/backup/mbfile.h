@@ -24,5 +24,5 @@ struct MbFile {
 
 /// Takes the "MBFile" object out of an archive that NSKeyedArchiver made: a binary property list of an
 /// array "$objects" whose entries refer to each other by UID. Nothing when there is no such object. The
-/// views point into `archive`.
-std::optional<MbFile> readMbFile(QByteArrayView archive);
+/// views point into `bytes`.
+std::optional<MbFile> readMbFile(QByteArrayView bytes);

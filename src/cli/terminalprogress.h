@@ -10,7 +10,7 @@ public:
     explicit TerminalProgress(bool quiet);
     ~TerminalProgress() override;
 
-    void updateProgress(const QString &status, int curProgress, const QString &progressText) override;
+    void updateProgress(const QString &newStatus, int curProgress, const QString &progressText) override;
     void errorOccurred(const QString &) override {}
     void succeed(const QString &) override {}
     void tipsWait(const QString &) override {}

@@ -23,8 +23,8 @@ class backup2tool : public QObject
     Q_OBJECT
 
 public:
-    /// `target` is the phone's identifier, and the name of its backup's folder below `root`.
-    backup2tool(void *device, const QString &target, const QDir &root, QObject *parent = nullptr);
+    /// `identifier` is the phone's identifier, and the name of its backup's folder below `folder`.
+    backup2tool(void *handle, const QString &identifier, const QDir &folder, QObject *parent = nullptr);
 
     /// Blocks until the tool has ended or `cancel` was called, which ends it and is no failure: what it wrote
     /// stays. Throws `std::runtime_error` with all that the tool printed when it failed, and when the disk

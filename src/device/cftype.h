@@ -30,29 +30,29 @@ class CFType
 {
 public:
     /// With `owned` the reference is released together with the last share.
-    CFType(CFTypeRef ref, bool owned);
+    CFType(CFTypeRef reference, bool owned);
     virtual ~CFType();
     CFType(const CFType &) = default;
     CFType &operator=(const CFType &) = default;
 
     /// A null reference.
     static CFType none();
-    static CFType fromBool(bool value);
-    static CFType fromInt8(qint8 value);
-    static CFType fromInt16(qint16 value);
-    static CFType fromInt32(qint32 value);
-    static CFType fromInt64(qint64 value);
-    static CFType fromFloat(float value);
-    static CFType fromDouble(double value);
-    static CFType fromIndex(long value);
-    static CFType fromString(const QString &value);
-    static CFType fromBytes(const QByteArray &value);
+    static CFType fromBool(bool isTrue);
+    static CFType fromInt8(qint8 number);
+    static CFType fromInt16(qint16 number);
+    static CFType fromInt32(qint32 number);
+    static CFType fromInt64(qint64 number);
+    static CFType fromFloat(float number);
+    static CFType fromDouble(double number);
+    static CFType fromIndex(long number);
+    static CFType fromString(const QString &text);
+    static CFType fromBytes(const QByteArray &data);
     /// Date and time of day as they stand, taken for GMT, without fractions of seconds.
-    static CFType fromDateTime(const QDateTime &value);
+    static CFType fromDateTime(const QDateTime &dateTime);
     static CFType newDictionary();
     static CFType newArray();
     /// XML or binary form. A null reference when the bytes are no property list, or the file can't be read.
-    static CFType fromPropertyListBytes(const QByteArray &bytes);
+    static CFType fromPropertyListBytes(const QByteArray &list);
     static CFType fromPropertyListFile(const QString &path);
 
     CFTypeRef ref() const { return value->ref; }

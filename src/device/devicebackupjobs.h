@@ -24,7 +24,7 @@ public Q_SLOTS:
     void cancel() { tool->cancel(); }
 
 protected:
-    BackupToolThread(IOSDevice *device, const QDir &root, JobProgress *progress, QObject *parent);
+    BackupToolThread(IOSDevice *phone, const QDir &folder, JobProgress *jobProgress, QObject *parent);
 
     /// Runs the tool under `status`, or under words to the owner of a phone that waits for its passcode.
     void runTool(int op, const QString &status);
@@ -49,7 +49,7 @@ class IOSMobileBackupThread : public BackupToolThread
     Q_OBJECT
 
 public:
-    IOSMobileBackupThread(IOSDevice *device, JobProgress *progress, QObject *parent = nullptr);
+    IOSMobileBackupThread(IOSDevice *phone, JobProgress *jobProgress, QObject *parent = nullptr);
 
     const QDir &backupRoot() const { return root; }
 
@@ -66,7 +66,7 @@ class IOSMobileRestoreThread : public BackupToolThread
     Q_OBJECT
 
 public:
-    IOSMobileRestoreThread(IOSDevice *device, const QDir &root, JobProgress *progress,
+    IOSMobileRestoreThread(IOSDevice *phone, const QDir &folder, JobProgress *jobProgress,
                            QObject *parent = nullptr);
 
 protected:

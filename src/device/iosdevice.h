@@ -23,5 +23,5 @@ struct IOSDevice {
     QList<int> versionNumbers() const;
 };
 
-/// Asks the phone behind `device` who it is. Throws `std::runtime_error` when it can't be reached.
-IOSDevice readDevice(void *device);
+/// Asks the phone behind `handle` who it is. Throws `std::runtime_error` when it can't be reached.
+IOSDevice readDevice(void *handle);

@@ -21,7 +21,7 @@ class mobiledevice_notification_thread : public QThread
     Q_OBJECT
 
 public:
-    mobiledevice_notification_thread(void *device, QObject *parent);
+    mobiledevice_notification_thread(void *handle, QObject *parent);
     /// Stops listening and waits for the thread.
     ~mobiledevice_notification_thread() override;
 

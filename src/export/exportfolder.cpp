@@ -30,8 +30,8 @@ QStringList missingFolders(const QString &path)
 
 } // namespace
 
-ExportFolder::ExportFolder(const QString &path, FinishedFiles onFailure)
-    : folder(QFileInfo(path).absoluteFilePath()), afterFailure(onFailure)
+ExportFolder::ExportFolder(const QString &path, FinishedFiles afterFailure)
+    : folder(QFileInfo(path).absoluteFilePath()), afterFailure(afterFailure)
 {
     try {
         makeFolder(folder.path());

@@ -16,7 +16,7 @@ struct _MsgMessage;
 class ExportMessagesCsv final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportMessagesCsv(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
+    explicit ExportMessagesCsv(const QString &path, EmojiStyle emojiStyle = EmojiStyle::Markers);
 
     void begin() override;
     void write(const _MsgMessage &message) override;

@@ -17,7 +17,7 @@ struct _MsgMessage;
 class ExportMessagesTxt final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    explicit ExportMessagesTxt(const QString &path, EmojiStyle emoji = EmojiStyle::Markers);
+    explicit ExportMessagesTxt(const QString &path, EmojiStyle emojiStyle = EmojiStyle::Markers);
 
     void begin() override;
     void write(const _MsgMessage &message) override;

@@ -12,8 +12,8 @@
 
 using namespace Qt::StringLiterals;
 
-ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emojiStyle, ExportedAttachments *exported)
-    : target(path), emoji(emojiStyle), attachments(exported)
+ExportSMSHtml::ExportSMSHtml(const QString &path, EmojiStyle emoji, ExportedAttachments *attachments)
+    : target(path), emoji(emoji), attachments(attachments)
 {
 }
 

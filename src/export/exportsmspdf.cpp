@@ -28,8 +28,8 @@ bool isWholePdf(const QString &path)
 
 } // namespace
 
-ExportSMSPdf::ExportSMSPdf(const QString &target, EmojiStyle emoji)
-    : path(target), partPath(uniqueFileName(target + u".part"_s)), renderer(painter, emoji)
+ExportSMSPdf::ExportSMSPdf(const QString &path, EmojiStyle emoji)
+    : path(path), partPath(uniqueFileName(path + u".part"_s)), renderer(painter, emoji)
 {
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(partPath);

@@ -23,8 +23,8 @@ public:
         Programs, ///< from the left; what runs from the right stands isolated in them
     };
 
-    /// Emoji stand as `pictures` where there is one. Everything named has to outlive the text.
-    PageText(const QFont &font, QPaintDevice *device, int width, EmojiPictures &pictures);
+    /// Emoji stand as `emojiPictures` where there is one. Everything named has to outlive the text.
+    PageText(const QFont &font, QPaintDevice *device, int width, EmojiPictures &emojiPictures);
 
     /// Adds the lines of `text` below `gap`; a carriage return, a line feed, or both, end one.
     void add(const QString &text, Words words, const QColor &colour = Qt::black, int gap = 0);

@@ -130,13 +130,14 @@ QString SmsPageRenderer::onHalfAPage(const QString &text)
 {
     PageText measured(font, printer, right - left + 1, pictures);
     measured.add(text, PageText::Words::Peoples);
+    const int most = (bottom - top) / 2;
     qreal height = 0;
     qsizetype fitting = 0;
     qsizetype all = 0; // an emoji that stands as a picture counts one here and more in the text
     for (const PageText::Line &line : measured.lines()) {
         height += line.height();
         all += line.line.textLength();
-        if (height <= (bottom - top) / 2)
+        if (height <= most)
             fitting += line.line.textLength();
     }
     return fitting == all ? text : QString(text.left(std::max<qsizetype>(fitting, 1) - 1) + u'…');

@@ -22,12 +22,12 @@ struct _MsgMessage;
 class SmsPageRenderer
 {
 public:
-    /// `painter` has to outlive the renderer. End it when all is drawn.
-    explicit SmsPageRenderer(QPainter &painter, EmojiStyle emoji = EmojiStyle::Markers);
+    /// `pagePainter` has to outlive the renderer. End it when all is drawn.
+    explicit SmsPageRenderer(QPainter &pagePainter, EmojiStyle emojiStyle = EmojiStyle::Markers);
 
-    /// Takes the box from the page of `printer`, starts the painter on it and numbers the first page.
+    /// Takes the box from the page of `pagePrinter`, starts the painter on it and numbers the first page.
     /// When the painter can't start, `draw` does nothing.
-    void begin(QPrinter *printer);
+    void begin(QPrinter *pagePrinter);
     void draw(const _MsgMessage &message);
 
 private:

@@ -14,7 +14,7 @@ QString columnName(sqlite3_stmt *statement, int index)
 
 } // namespace
 
-Sqlite3Cursor::Sqlite3Cursor(std::shared_ptr<Sqlite3Stmt> prepared) : statement(std::move(prepared))
+Sqlite3Cursor::Sqlite3Cursor(std::shared_ptr<Sqlite3Stmt> statement) : statement(std::move(statement))
 {
 }
 

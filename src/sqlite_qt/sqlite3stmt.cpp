@@ -37,9 +37,9 @@ void StatementCache::giveBack(const QString &sql, StatementHandle statement)
         idle.pop_back();
 }
 
-Sqlite3Stmt::Sqlite3Stmt(sqlite3 *db, const std::shared_ptr<StatementCache> &statements, const QString &text,
+Sqlite3Stmt::Sqlite3Stmt(sqlite3 *db, const std::shared_ptr<StatementCache> &cache, const QString &sql,
                          const QList<QVariant> &params)
-    : cache(statements), sql(text), statement(statements->take(text))
+    : cache(cache), sql(sql), statement(cache->take(sql))
 {
     if (!statement) {
         const QByteArray utf8 = sql.toUtf8();

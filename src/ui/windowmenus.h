@@ -21,8 +21,8 @@ class WindowMenus : public QObject
     Q_OBJECT
 
 public:
-    /// Adds menus and toolbar to `window`.
-    explicit WindowMenus(MainWindow *window);
+    /// Adds menus and toolbar to `mainWindow`.
+    explicit WindowMenus(MainWindow *mainWindow);
 
     /// Sets the actions that depend on the selection.
     void follow(const SourceState &state);

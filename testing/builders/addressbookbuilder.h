@@ -16,8 +16,8 @@ class SampleSqlite;
 class AddressBookBuilder
 {
 public:
-    /// Writes below `root`, the root folder of a source.
-    explicit AddressBookBuilder(const QDir &root, IosVersion version = IosVersion::Ios6);
+    /// Writes below `sourceRoot`, the root folder of a source.
+    explicit AddressBookBuilder(const QDir &sourceRoot, IosVersion generation = IosVersion::Ios6);
 
     /// A null name stands as NULL.
     AddressBookBuilder &person(const QString &first, const QString &last = {}, const QString &middle = {});

@@ -12,7 +12,7 @@ extern const char *const modernAddressBookSchema;
 class SampleSearchTable
 {
 public:
-    explicit SampleSearchTable(SampleSqlite &database);
+    explicit SampleSearchTable(SampleSqlite &file);
 
     void add(qint64 person, const QString &first, const QString &last, const QStringList &phones,
              const QStringList &emails);

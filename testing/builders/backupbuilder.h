@@ -47,15 +47,15 @@ public:
 
     /// Encrypts the backup.
     BackupBuilder &password(const QString &password);
-    BackupBuilder &iterations(int rounds);
+    BackupBuilder &iterations(int number);
     BackupBuilder &seed(quint64 seed);
     BackupBuilder &device(const SampleDevice &device);
     BackupBuilder &date(const QDateTime &date);
-    BackupBuilder &plistFormat(Plist format);
+    BackupBuilder &plistFormat(Plist plistFormat);
     /// Lists the files in Manifest.db, with what belongs to it.
     BackupBuilder &manifestDb(const SampleManifestOptions &options = {});
     /// "finished" unless told otherwise, as the text of SnapshotState.
-    BackupBuilder &snapshotState(const QString &state);
+    BackupBuilder &snapshotState(const QString &snapshotState);
 
     BackupBuilder &file(const QString &domain, const QString &path, const QByteArray &bytes);
     BackupBuilder &file(const QString &domain, const QString &path, const SampleContent &content);
@@ -64,7 +64,7 @@ public:
     /// AddressBook.sqlitedb, with AddressBookImages.sqlitedb beside it if there is one.
     BackupBuilder &addressBook(const QString &addressBookPath);
     BackupBuilder &folder(const QString &domain, const QString &path);
-    BackupBuilder &link(const QString &domain, const QString &path, const QString &target);
+    BackupBuilder &link(const QString &domain, const QString &path, const QString &linkTarget);
     /// A file that the manifest lists and the folder lacks.
     BackupBuilder &missing(const QString &domain, const QString &path, quint64 length);
 

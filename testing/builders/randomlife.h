@@ -43,8 +43,8 @@ struct LivedMessage {
 class RandomLife
 {
 public:
-    /// Writes to `path`. Throws std::runtime_error.
-    RandomLife(const QString &path, const LifeOptions &options);
+    /// Writes to `filePath`. Throws std::runtime_error.
+    RandomLife(const QString &filePath, const LifeOptions &lifeOptions);
     ~RandomLife();
     Q_DISABLE_COPY_MOVE(RandomLife)
 
@@ -63,7 +63,7 @@ private:
         QList<int> numbers; ///< of its messages
     };
 
-    void open(const LifeOptions &options);
+    void open(const LifeOptions &settings);
     void createTables();
     void upgradeTables();
     void live(int steps);

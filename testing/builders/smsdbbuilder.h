@@ -15,8 +15,8 @@
 class SmsDbBuilder
 {
 public:
-    /// Writes below `root`, the root folder of a source.
-    explicit SmsDbBuilder(const QDir &root, IosVersion version = IosVersion::Ios6);
+    /// Writes below `sourceRoot`, the root folder of a source.
+    explicit SmsDbBuilder(const QDir &sourceRoot, IosVersion generation = IosVersion::Ios6);
 
     /// Further messages belong to the chat with one partner, which goes on if it was told before.
     SmsDbBuilder &chat(const QString &address, const QString &service = QStringLiteral("SMS"));

@@ -42,7 +42,7 @@ public:
     void finish();
 
 protected:
-    SmsDbWriter(const QString &path, IosVersion version);
+    SmsDbWriter(const QString &path, IosVersion generation);
 
     /// Writes what the triggers would have written, had they been there from the start.
     virtual void settle() = 0;

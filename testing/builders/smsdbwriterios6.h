@@ -8,7 +8,7 @@
 class SmsDbWriterIos6 final : public SmsDbWriterSince6
 {
 public:
-    SmsDbWriterIos6(const QString &path, IosVersion version);
+    SmsDbWriterIos6(const QString &path, IosVersion generation);
 
     int addChat(const SampleChat &chat) override;
     void addMessage(const SampleMessage &message) override;

@@ -10,7 +10,7 @@
 class SmsDbWriterModern final : public SmsDbWriterSince6
 {
 public:
-    SmsDbWriterModern(const QString &path, IosVersion version);
+    SmsDbWriterModern(const QString &path, IosVersion generation);
 
     int addChat(const SampleChat &chat) override;
     void addMessage(const SampleMessage &message) override;

@@ -25,7 +25,7 @@ enum class Trust { Given, Refused, NotAnswered, PasscodeWanted };
 /// A made phone: what it tells about itself, its files, and how it behaves. Set it up before it is plugged
 /// in; afterwards only the members with a lock or an atomic may be touched.
 struct FakePhone {
-    explicit FakePhone(const QString &udid);
+    explicit FakePhone(const QString &identifier);
 
     QString udid;
     QVariantMap values;                 ///< of the lockdown domain without a name

@@ -11,7 +11,7 @@
 class SampleHistory
 {
 public:
-    SampleHistory(IosVersion version, int messages, int conversations, quint64 seed);
+    SampleHistory(IosVersion generation, int messages, int wantedConversations, quint64 seed);
 
     /// Those who write, and others who only stand in the address book.
     const QList<SamplePerson> &people() const { return cast; }

@@ -24,7 +24,7 @@ struct SamplePhonePlan {
 class SamplePhone
 {
 public:
-    explicit SamplePhone(const SamplePhonePlan &plan);
+    explicit SamplePhone(const SamplePhonePlan &wanted);
 
     const QString &udid() const { return device.udid; }
 

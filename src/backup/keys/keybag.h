@@ -16,7 +16,7 @@ struct KeyBag {
 };
 
 /// Splits a keybag into its items. Never fails: a value that is cut is as long as what is left.
-KeyBag parseKeyBag(const QByteArray &keyBag);
+KeyBag parseKeyBag(const QByteArray &bytes);
 
 /// Whether the key of the password takes the PBKDF2 with SHA-256 of newer phones first, which a person has
 /// to wait for.

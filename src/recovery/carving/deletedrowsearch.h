@@ -32,8 +32,8 @@ int searchDeletedRows(SearchedDatabase &database, const DeletedRowKind &kind, Me
 class DeletedRowSearch
 {
 public:
-    /// `progress` may be null. All are borrowed.
-    DeletedRowSearch(SearchedFile &searched, MessageRecycleDb &recycle, JobProgress *progress);
+    /// `waiting` may be null. All are borrowed.
+    DeletedRowSearch(SearchedFile &source, MessageRecycleDb &target, JobProgress *waiting);
 
     /// Whether the file is a database as far as its first bytes tell; else it is logged why not. A main file
     /// whose log or journal is left out may have been caught in the middle of a write.

@@ -37,14 +37,14 @@ public:
     /// Takes a row that nothing better was found for so far; a later one of the same identity replaces it.
     using Sink = std::function<void(const FoundRow &, const RowIdentity &)>;
 
-    /// `bytes` have to outlive the scan, `progress` may be null. Throws `std::runtime_error` where the bytes
-    /// are no database.
-    ExactScan(const DatabaseBytes &bytes, JobProgress *progress);
+    /// `bytes` have to outlive the scan, `jobProgress` may be null. Throws `std::runtime_error` where the
+    /// bytes are no database.
+    ExactScan(const DatabaseBytes &bytes, JobProgress *jobProgress);
 
     /// The tables that the database has, in the order of `FoundRow::table`.
     const std::vector<ScannedTable> &tables() const { return scanned; }
     /// Whether the scan came to its end; false when it was cancelled.
-    bool run(const Sink &sink);
+    bool run(const Sink &rowSink);
 
 private:
     struct Moment;

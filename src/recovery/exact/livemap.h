@@ -28,8 +28,8 @@ public:
     /// Called with the number of a page of a tree and its content.
     using Visitor = std::function<void(quint32, const TreePage &)>;
 
-    /// `state` has to outlive the map. The walk ends early once `*cancelled` is set; null for never.
-    explicit LiveMap(const DatabaseState &state, const std::atomic_bool *cancelled = nullptr);
+    /// `source` has to outlive the map. The walk ends early once `*cancelled` is set; null for never.
+    explicit LiveMap(const DatabaseState &source, const std::atomic_bool *cancelled = nullptr);
 
     PageUse use(quint32 page) const { return page < uses.size() ? uses[page] : PageUse::Fixed; }
     /// Bytes in use from the start of an overflow page or a page that lists free ones.
@@ -58,4 +58,4 @@ private:
 };
 
 /// The payload of a cell with what lies on overflow pages; shorter where the chain ends early.
-QByteArray wholePayload(const DatabaseState &state, quint32 page, const TreeCell &cell);
+QByteArray wholePayload(const DatabaseState &state, quint32 pageNumber, const TreeCell &cell);

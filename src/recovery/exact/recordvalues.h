@@ -9,8 +9,8 @@
 class RecordValues
 {
 public:
-    /// `content` is what there is of the values' bytes. Both are borrowed.
-    RecordValues(const RecordHeader &header, QByteArrayView content);
+    /// `contentBytes` is what there is of the values' bytes. Both are borrowed.
+    RecordValues(const RecordHeader &header, QByteArrayView contentBytes);
 
     size_t size() const { return places.size(); }
     bool isMissing(size_t index) const;

@@ -19,7 +19,7 @@ public:
     /// Where the file called `filename` on the phone lies or would lie; nothing where it can't be kept.
     using Place = std::function<std::optional<QString>(const QString &filename)>;
 
-    AttachmentNames(IOS6MessageDb &database, Place place);
+    AttachmentNames(IOS6MessageDb &database, Place placeOf);
 
     /// The path for an attachment that goes in. One that is in already, by its guid, keeps the path it has,
     /// unless it is that of several rows and the file there is another one: the row is changed then. Throws

@@ -15,7 +15,7 @@ class BulkDeletion
 {
 public:
     /// Throws `std::runtime_error`, as `finish` does.
-    explicit BulkDeletion(Sqlite3DB &db);
+    explicit BulkDeletion(Sqlite3DB &database);
 
     /// Deletes the messages that no chat holds any more, as the trigger would have.
     void finish();

@@ -27,9 +27,9 @@
 class ExportMessagesDb final : public AbsFormatExport<_MsgMessage>
 {
 public:
-    /// `root` is the folder in which attachment files go, `path` the file of the database. It is made
+    /// `rootFolder` is the folder in which attachment files go, `path` the file of the database. It is made
     /// when it is missing.
-    ExportMessagesDb(const QDir &root, const QString &path);
+    ExportMessagesDb(const QDir &rootFolder, const QString &path);
     ~ExportMessagesDb() override;
 
     void begin() override;

@@ -31,7 +31,7 @@ public:
     /// The same of an attachment, whose file is copied then.
     using AttachmentRowid = std::function<qint64(const _MsgAttachment &)>;
 
-    ExtrasWriter(IOS6MessageDb &target, HandleRowid handleRowid, AttachmentRowid attachmentRowid);
+    ExtrasWriter(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments);
 
     /// Call it when the run begins.
     void begin();

@@ -41,10 +41,10 @@ struct MergeCounts {
 class MessageMerge
 {
 public:
-    /// `phonePath` is the phone's database without a log beside it, and isn't changed. `mergedPath` is a
+    /// `phoneFile` is the phone's database without a log beside it, and isn't changed. `mergedPath` is a
     /// copy of it, which becomes the result. `place` tells where files of attachments go.
-    MessageMerge(const QString &phonePath, const QString &mergedPath, const AttachmentNames::Place &place,
-                 JobProgress &progress);
+    MessageMerge(const QString &phoneFile, const QString &mergedPath, const AttachmentNames::Place &place,
+                 JobProgress &jobProgress);
 
     /// Throws `std::runtime_error`, and the integer -1 when cancelled; the file at `mergedPath` is then of
     /// no use.

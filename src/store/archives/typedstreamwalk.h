@@ -81,8 +81,8 @@ private:
     std::optional<uchar> takeHead() { return bytes.takeBigEndian<uchar>(); }
     bool note(Owner owner, std::optional<double> number);
 
-    QVariant valueOf(std::ptrdiff_t label, int depth);
-    QVariant bytesOrText(std::ptrdiff_t label);
+    QVariant valueOf(std::ptrdiff_t place, int depth);
+    QVariant bytesOrText(std::ptrdiff_t place);
     QVariantMap pairsOf(const Label &dictionary, int depth);
 
     ByteCursor bytes;

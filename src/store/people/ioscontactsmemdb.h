@@ -23,9 +23,9 @@ QString contactName(const _ContactInfo &contact);
 class IOSContactsMemDb : public AbsDb
 {
 public:
-    /// `root` holds "file-relay" and the cache; `countryCode` is the phone's mobile country code, which
-    /// may be empty.
-    IOSContactsMemDb(const QDir &root, const QString &countryCode);
+    /// `rootFolder` holds "file-relay" and the cache; `mobileCountryCode` is the phone's mobile country code,
+    /// which may be empty.
+    IOSContactsMemDb(const QDir &rootFolder, const QString &mobileCountryCode);
 
     /// Another country than the constructor was given. To be called before the first look.
     void useCountry(const QString &mmc) { countryCode = mmc; }

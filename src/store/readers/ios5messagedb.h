@@ -19,8 +19,8 @@ class Sqlite3Cursor;
 class IOS5MessageDb : public AbsIOSMessageDb
 {
 public:
-    /// `root` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
-    IOS5MessageDb(const QDir &root, const QString &countryCode);
+    /// `rootFolder` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
+    IOS5MessageDb(const QDir &rootFolder, const QString &countryCode);
 
     /// Throws `std::runtime_error` when the file is missing, damaged or no database.
     void openDb() override;

@@ -18,12 +18,13 @@
 class IOS6MessageDb : public AbsIOSMessageDb
 {
 public:
-    /// `root` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
-    /// `upgrade` says that this is a Local Database: it is made when it is missing, and gets the columns
+    /// `rootFolder` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
+    /// `upgradeFile` says that this is a Local Database: it is made when it is missing, and gets the columns
     /// that it lacks.
-    IOS6MessageDb(const QDir &root, const QString &countryCode, bool upgrade);
+    IOS6MessageDb(const QDir &rootFolder, const QString &countryCode, bool upgradeFile);
     /// The same for a database at a path of its own.
-    IOS6MessageDb(const QDir &root, const QString &databasePath, const QString &countryCode, bool upgrade);
+    IOS6MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode,
+                  bool upgradeFile);
 
     /// Throws `std::runtime_error` when the file is damaged, no message database, or missing and not to be
     /// made. The connection is then closed.
@@ -67,9 +68,9 @@ public:
 
     // New rows; each returns its rowid. Columns that the file lacks are left out.
 
-    /// An empty `logicHash` is computed. The record's own rowid and handles play no part.
+    /// An empty `hash` is computed. The record's own rowid and handles play no part.
     qint64 insertMessage(const _MsgMessage &message, qint64 handleRowid, qint64 otherHandleRowid,
-                         const QString &logicHash);
+                         const QString &hash);
     /// Inserts and joins those who take part too. Throws for a phone's file when the service is neither SMS
     /// nor iMessage.
     qint64 insertChat(const _MsgChat &chat);

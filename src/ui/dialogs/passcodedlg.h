@@ -15,8 +15,8 @@ class PasscodeDlg : public FramelessDialog
     Q_OBJECT
 
 public:
-    /// `manifest` is borrowed and has its `loadInfo` behind it.
-    explicit PasscodeDlg(BackupManifest *manifest, QWidget *parent = nullptr);
+    /// `openedManifest` is borrowed and has its `loadInfo` behind it.
+    explicit PasscodeDlg(BackupManifest *openedManifest, QWidget *parent = nullptr);
 
 private:
     void build();

@@ -15,8 +15,8 @@ class WinMovable : public QObject
     Q_OBJECT
 
 public:
-    /// Filters the events of `window`, which is not owned.
-    explicit WinMovable(QWidget *window, QObject *parent = nullptr);
+    /// Filters the events of `movedWindow`, which is not owned.
+    explicit WinMovable(QWidget *movedWindow, QObject *parent = nullptr);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 

@@ -76,8 +76,8 @@ std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *w
 
 } // namespace
 
-MessageWorkers::MessageWorkers(SourcePane *sourcePane, MessagePane *messagePane, QWidget *parentWindow)
-    : QObject(parentWindow), sources(sourcePane), messages(messagePane), window(parentWindow)
+MessageWorkers::MessageWorkers(SourcePane *sources, MessagePane *messages, QWidget *window)
+    : QObject(window), sources(sources), messages(messages), window(window)
 {
 }
 

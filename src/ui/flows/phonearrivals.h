@@ -15,8 +15,8 @@ class PhoneArrivals : public QObject
     Q_OBJECT
 
 public:
-    /// `read` may open dialogs, and doesn't throw.
-    PhoneArrivals(const std::function<void(void *)> &read, QObject *parent);
+    /// `readPhone` may open dialogs, and doesn't throw.
+    PhoneArrivals(const std::function<void(void *)> &readPhone, QObject *parent);
 
     void arrived(void *handle);
     void gone(void *handle);

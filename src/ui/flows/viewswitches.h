@@ -25,7 +25,7 @@ class ViewSwitches : public QObject
 
 public:
     /// Fills `menu` and sets both panes as remembered. The panes must outlive the switches.
-    ViewSwitches(QMenu *menu, SourcePane *sources, MessagePane *messages);
+    ViewSwitches(QMenu *viewMenu, SourcePane *sourcePane, MessagePane *messagePane);
 
     /// Says above the conversation which messages are missing from what is selected, where that is switched
     /// on. Reads the source's row numbers when it is told of the first time; throws what that throws.

@@ -12,4 +12,4 @@ QSize pictureFrame(const _MsgAttachment &attachment);
 
 /// The HTML of attachments in a conversation view, empty when there are none: pictures as images of
 /// "thumbnail:" and their rowid, all with name and size and, where the file is at hand, a link to it.
-QString attachmentsHtml(const QList<_MsgAttachment *> &attachments);
+QString attachmentsHtml(const QList<_MsgAttachment *> &shown);

@@ -15,7 +15,7 @@ class PagePictures : public QObject
 
 public:
     /// Belongs to `view`.
-    explicit PagePictures(QTextEdit *view);
+    explicit PagePictures(QTextEdit *shownIn);
 
     /// The page was turned: these messages are shown from now on.
     void turnTo(const MessageList &page);

@@ -18,7 +18,7 @@ public:
 
     /// Runs the preview of `messages` in their order, and comes back when it is closed. The messages
     /// have to live until then.
-    void print(const QList<_MsgMessage *> &messages, EmojiStyle emoji = EmojiStyle::Markers);
+    void print(const QList<_MsgMessage *> &printed, EmojiStyle emojiStyle = EmojiStyle::Markers);
 
 private Q_SLOTS:
     void onPaintRequested(QPrinter *printer);
