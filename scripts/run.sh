@@ -5,9 +5,12 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/install.sh
 
+echo "== 1 of 3: what the build needs"
 install_packages "${build_packages[@]}"
+echo "== 2 of 3: the programs"
 build release marrowlight marrowlight-cli samplephone
 
+echo "== 3 of 3: a sample phone, listed, unlocked, read, exported and kept"
 sample=$PWD/build/sample
 rm -rf "$sample"
 mkdir -p "$sample/backups"

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 install_packages "${build_packages[@]}" "${check_packages[@]}"
 
 echo "== Formatting"
-git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+scripts/format.sh --check
 
 echo "== Windows's own sources"
 scripts/windows.sh
