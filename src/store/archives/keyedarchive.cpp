@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr int deepestObject = 64;             // objects within each other
-constexpr int mostNodes = 100'000;            // the largest archive seen has 48 objects
+constexpr qsizetype mostNodes = 100'000;      // the largest archive seen has 48 objects
 constexpr qsizetype mostBytes = largestPlist; // of texts and data, as often as they are told
 constexpr double latestDate = 1e11;           // seconds since 2001: 3,000 years
 
@@ -33,7 +33,11 @@ QVariant dateOf(double seconds)
 class TreeReader
 {
 public:
-    explicit TreeReader(const KeyedArchive &keyed) : archive(keyed), list(keyed.list()) {}
+    /// Each node of an honest list takes a byte of it at least, that of the reference.
+    TreeReader(const KeyedArchive &keyed, qsizetype size)
+        : archive(keyed), list(keyed.list()), nodesLeft(int(std::min(size * 2, mostNodes)))
+    {
+    }
 
     QVariant read(const Object &root) { return value(root, 0).content; }
 
@@ -70,13 +74,13 @@ private:
     const KeyedArchive &archive;
     const BinaryPlist &list;
     QHash<quint64, Known> known;
-    int nodes = 0;
+    int nodesLeft;
     qsizetype bytes = 0;
 };
 
 TreeReader::Node TreeReader::value(const Object &object, int depth)
 {
-    if (depth > deepestObject || ++nodes > mostNodes)
+    if (depth > deepestObject || --nodesLeft < 0)
         return {};
     if (const std::optional<quint64> reference = archive.reference(object))
         return referred(*reference, depth);
@@ -120,7 +124,7 @@ TreeReader::Node TreeReader::array(const Object &object, int depth)
 {
     QVariantList entries;
     int height = 0;
-    for (quint64 i = 0; i < object.number && nodes < mostNodes; ++i) {
+    for (quint64 i = 0; i < object.number && nodesLeft > 0; ++i) {
         const Node entry = value(list.at(object, i), depth + 1);
         entries.append(entry.content);
         height = std::max(height, entry.height + 1);
@@ -130,7 +134,7 @@ TreeReader::Node TreeReader::array(const Object &object, int depth)
 
 TreeReader::Node TreeReader::dictionary(const Object &object, int depth)
 {
-    nodes += int(std::min<quint64>(object.number / 16, mostNodes)); // looking for keys takes time too
+    nodesLeft -= int(std::min<quint64>(object.number / 16, mostNodes)); // looking for keys takes time too
     const auto has = [&](QByteArrayView key) { return list.value(object, key).kind != Kind::Damaged; };
     if (has("NS.keys"))
         return pairs(object, depth);
@@ -165,7 +169,7 @@ TreeReader::Node TreeReader::pairs(const Object &object, int depth)
         return {};
     QVariantMap map;
     int height = 0;
-    for (quint64 i = 0; i < keys.number && nodes < mostNodes; ++i) {
+    for (quint64 i = 0; i < keys.number && nodesLeft > 0; ++i) {
         const Node entry = value(list.at(values, i), depth + 1);
         map.insert(keyText(archive.resolved(list.at(keys, i))), entry.content);
         height = std::max(height, entry.height + 1);
@@ -177,7 +181,7 @@ TreeReader::Node TreeReader::record(const Object &object, int depth)
 {
     QVariantMap map;
     int height = 0;
-    for (quint64 i = 0; i < object.number && nodes < mostNodes; ++i) {
+    for (quint64 i = 0; i < object.number && nodesLeft > 0; ++i) {
         const QString key = keyText(list.key(object, i));
         if (key == "$class"_L1) {
             map.insert(key, className(object));
@@ -272,7 +276,8 @@ QVariant readPlistTree(const QByteArray &bytes)
     if (!archive)
         return {};
     const bool isKeyed = archive->list().value(archive->list().root(), "$objects").kind == Kind::Array;
-    return TreeReader(*archive).read(isKeyed ? archive->rootReference() : archive->list().root());
+    return TreeReader(*archive, binary.size())
+        .read(isKeyed ? archive->rootReference() : archive->list().root());
 }
 
 QVariant valueAt(const QVariant &tree, QStringView path)
