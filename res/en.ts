@@ -84,6 +84,10 @@
         <translation>Local Databases</translation>
     </message>
     <message>
+        <source>IDS_SEARCH_INDEX_%1_%2</source>
+        <translation>Search index: %1/%2</translation>
+    </message>
+    <message>
         <source>IDS_LOADING_ITUNES_BACKUP</source>
         <translation>Loading iTunes backup...</translation>
     </message>

@@ -20,8 +20,10 @@ const char *respelled(char32_t character)
     case U'ı': return "i";
     case U'ĸ': return "k";
     case U'ł': return "l";
+    case U'ß': return "ss";
     case U'ŧ': return "t";
     case U'þ': return "th";
+    case U'և': return "եւ";
     default: return nullptr;
     }
 }
@@ -31,7 +33,7 @@ bool isAccent(char32_t mark)
 {
     const int combining = QChar::combiningClass(mark);
     return combining == 1 || (combining >= 10 && combining <= 36) || combining == 107 || combining == 122 ||
-           (combining >= 200 && combining < 240) || QChar::category(mark) == QChar::Mark_Enclosing ||
+           (combining >= 200 && combining <= 240) || QChar::category(mark) == QChar::Mark_Enclosing ||
            (mark >= 0xFE00 && mark <= 0xFE0F); // variation selectors: an emoji as a picture or as text
 }
 
@@ -84,24 +86,32 @@ CharacterRole roleOf(char32_t character)
     }
 }
 
-FoldedCharacter fold(char32_t character)
+QString withoutAccents(const QString &text)
 {
-    const QString decomposed = QString::fromUcs4(&character, 1)
-                                   .normalized(QString::NormalizationForm_KD)
-                                   .toCaseFolded()
-                                   .normalized(QString::NormalizationForm_KD);
-    FoldedCharacter folded{roleOf(character), {}};
+    QString kept;
+    const QString decomposed = text.normalized(QString::NormalizationForm_KD);
     for (qsizetype at = 0; at < decomposed.size();) {
         const char32_t part = nextCharacter(decomposed, at);
         const CharacterRole role = roleOf(part);
-        if (role == CharacterRole::Ignored || role == CharacterRole::Separator)
-            continue;
-        if (const char *letters = respelled(part))
-            folded.utf8 += letters;
-        else if (QChar::digitValue(part) >= 0)
-            folded.utf8 += char('0' + QChar::digitValue(part));
+        if (role != CharacterRole::Ignored && role != CharacterRole::Separator)
+            kept += QChar::fromUcs4(part);
+    }
+    return kept;
+}
+
+FoldedCharacter fold(char32_t character)
+{
+    // Twice: case folding makes characters that can be taken apart, and letters of some accents.
+    const QString letters = withoutAccents(withoutAccents(QString::fromUcs4(&character, 1)).toCaseFolded());
+    FoldedCharacter folded{roleOf(character), {}};
+    for (qsizetype at = 0; at < letters.size();) {
+        const char32_t letter = nextCharacter(letters, at);
+        if (const char *spelling = respelled(letter))
+            folded.utf8 += spelling;
+        else if (QChar::digitValue(letter) >= 0)
+            folded.utf8 += char('0' + QChar::digitValue(letter));
         else
-            folded.utf8 += QString::fromUcs4(&part, 1).toUtf8();
+            folded.utf8 += QString::fromUcs4(&letter, 1).toUtf8();
     }
     if (folded.utf8.isEmpty() && folded.role != CharacterRole::Separator)
         folded.role = CharacterRole::Ignored;

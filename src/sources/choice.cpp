@@ -4,36 +4,26 @@
 #include "store/records/messagestore.h"
 
 #include <QHash>
-#include <QSet>
 
 #include <algorithm>
-#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
 QList<_MsgSession> chosenSessions(const _MsgStorePtr &store, const QStringList &identifiers)
 {
-    QSet<QString> missing(identifiers.begin(), identifiers.end());
     QList<_MsgSession> chosen;
     if (identifiers.isEmpty())
         return chosen;
     for (const _MsgSession &session : groupChatSessions(store)) {
-        const QString identifier = session.chats.first()->chat_identifier;
-        missing.remove(identifier);
-        if (identifiers.contains(identifier))
+        if (identifiers.contains(session.chats.first()->chat_identifier))
             chosen.append(session);
-    }
-    for (const QString &identifier : identifiers) {
-        if (missing.contains(identifier))
-            throw std::runtime_error(
-                u"The source has no conversation \"%1\"; the command chats lists them."_s.arg(identifier)
-                    .toStdString());
     }
     return chosen;
 }
 
 QList<ListedMessage> listedMessages(const _MsgStorePtr &store, const Choice &choice, ListOrder order)
 {
+    const ChoiceFilter filter(store, choice);
     QList<_MsgMessage *> messages;
     QHash<const _MsgMessage *, QStringList> conversations;
     if (choice.chats.isEmpty()) {
@@ -49,7 +39,6 @@ QList<ListedMessage> listedMessages(const _MsgStorePtr &store, const Choice &cho
             }
         }
     }
-    const ChoiceFilter filter(store, choice);
     messages.removeIf([&](const _MsgMessage *message) { return !filter.accepts(*message); });
     messages = sortMessages(messages);
     if (order == ListOrder::NewestFirst)

@@ -8,13 +8,16 @@
 
 #include <optional>
 
+/// A conversation or a person that the source doesn't have: a slip, unless several sources are asked at once.
+enum class Absent { IsError, IsNobody };
+
 /// What narrows the messages of a source down: one has to meet each part that is there. Without any it
 /// stands for all.
 struct Choice {
     QStringList chats = {};   ///< `chat_identifier`s of conversations; it stands in one of them
     QStringList persons = {}; ///< as `PersonPattern` takes them. One of them wrote it, is spoken of, or was
                               ///< sent it by the owner
-    QString country = {}; ///< mobile country code of the phone, for numbers of persons; may be empty
+    QString country = {};     ///< mobile country code of the phone, for numbers of persons; may be empty
     std::optional<qint64> from = {}; ///< first and last second, since 2001-01-01 UTC
     std::optional<qint64> to = {};
     bool sent = false;            ///< by the owner
@@ -22,6 +25,7 @@ struct Choice {
     bool withAttachments = false; ///< that people see
     bool withLinks = false;       ///< in the text or as its content
     bool withReactions = false;
+    Absent absent = Absent::IsError;
 };
 
 enum class ListOrder { OldestFirst, NewestFirst };
@@ -32,8 +36,7 @@ struct ListedMessage {
     QString chatIdentifier;
 };
 
-/// The conversations with these identifiers. Throws `std::runtime_error` for one that the source doesn't
-/// have.
+/// The conversations with these identifiers.
 QList<_MsgSession> chosenSessions(const _MsgStorePtr &store, const QStringList &identifiers);
 
 /// The messages that `choice` asks for. A message of two chats stands once in a list of all, and

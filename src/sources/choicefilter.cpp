@@ -36,14 +36,29 @@ bool hasReactions(const _MsgMessage &message)
 
 ChoiceFilter::ChoiceFilter(const _MsgStorePtr &store, const Choice &asked) : choice(asked)
 {
+    if (!choice.chats.isEmpty())
+        findChats(store);
+    if (!choice.persons.isEmpty())
+        findPersons(*store);
+    if (!missing.isEmpty() && choice.absent == Absent::IsError)
+        throw std::runtime_error(missing.first().toStdString());
+}
+
+void ChoiceFilter::findChats(const _MsgStorePtr &store)
+{
+    QSet<QString> found;
     for (const _MsgSession &session : chosenSessions(store, choice.chats)) {
+        found.insert(session.chats.first()->chat_identifier);
         for (const _MsgChat *chat : session.chats) {
             for (const _MsgMessage *message : chat->messages)
                 inChats.insert(message);
         }
     }
-    if (!choice.persons.isEmpty())
-        findPersons(*store);
+    for (const QString &identifier : choice.chats) {
+        if (!found.contains(identifier))
+            missing.append(
+                u"The source has no conversation \"%1\"; the command chats lists them."_s.arg(identifier));
+    }
 }
 
 void ChoiceFilter::findPersons(const _MsgStore &store)
@@ -58,8 +73,7 @@ void ChoiceFilter::findPersons(const _MsgStore &store)
             }
         }
         if (!isSomebody)
-            throw std::runtime_error(
-                u"The source has no person \"%1\"; the command chats lists them."_s.arg(text).toStdString());
+            missing.append(u"The source has no person \"%1\"; the command chats lists them."_s.arg(text));
     }
     for (const _MsgChat *chat : store.chats) {
         const bool isTheirs = std::any_of(chat->handles.begin(), chat->handles.end(),
