@@ -20,7 +20,9 @@ struct CommandOption {
 /// One command of the companion. Parsing, help and work all go by this row.
 struct Command {
     const char *name;
-    const char *subject; ///< the words that have to follow, such as "SOURCE", with blanks between them
+    /// The words that have to follow, such as "SOURCE", with blanks between them; "..." ends one that may be
+    /// repeated, which is the last.
+    const char *subject;
     const char *description;
     QList<CommandOption> options;
     /// Writes JSON Lines to standard output. Throws `CommandError`, `std::runtime_error` when the work fails,

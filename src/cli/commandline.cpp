@@ -6,6 +6,8 @@
 
 #include <QCommandLineParser>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -30,13 +32,22 @@ QStringList subjectsOf(const Command &command)
     return QString::fromLatin1(command.subject).split(u' ', Qt::SkipEmptyParts);
 }
 
+/// Whether `--all` stands in the place of the first word.
+bool isForAll(const Command &command, const QCommandLineParser &parser)
+{
+    return QLatin1StringView(command.subject).contains("--all"_L1) && parser.isSet(u"all"_s);
+}
+
 /// What is too much or missing among the words of a command; empty when nothing is.
 QString usageError(const Command &command, const QCommandLineParser &parser)
 {
     const QString hint = u" See marrowlight-cli %1 --help."_s.arg(QLatin1StringView(command.name));
-    const QStringList subjects = subjectsOf(command);
+    QStringList subjects = subjectsOf(command);
+    if (isForAll(command, parser))
+        subjects.removeFirst();
     const QStringList given = parser.positionalArguments();
-    if (given.size() > subjects.size())
+    const bool isRepeatable = !subjects.isEmpty() && subjects.last().endsWith("..."_L1);
+    if (given.size() > subjects.size() && !isRepeatable)
         return u"Unexpected word \"%1\"."_s.arg(given.at(subjects.size())) + hint;
     if (given.size() < subjects.size())
         return u"%1 is missing."_s.arg(subjects.at(given.size())) + hint;
@@ -52,7 +63,9 @@ QString usageError(const Command &command, const QCommandLineParser &parser)
 CommandLine commandLineFrom(const Command &command, const QCommandLineParser &parser)
 {
     CommandLine line;
-    line.source = parser.positionalArguments().value(0);
+    line.words = parser.positionalArguments();
+    if (!line.words.isEmpty() && !isForAll(command, parser))
+        line.source = line.words.takeFirst();
     line.quiet = parser.isSet(u"quiet"_s);
     for (const CommandOption &option : command.options) {
         if (parser.isSet(QLatin1StringView(option.name)))

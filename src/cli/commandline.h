@@ -12,6 +12,7 @@ struct Command;
 /// The words of the command line, sorted out. Only what the command takes is filled.
 struct CommandLine {
     QString source;       ///< what SOURCE or NAME stands for
+    QStringList words;    ///< what is looked for
     bool quiet = false;   ///< no progress, even on a terminal
     QString root;         ///< folder to look for backups in; empty means the default place
     QString passwordFile; ///< "-" is standard input; empty means none was given
@@ -19,6 +20,7 @@ struct CommandLine {
     Choice choice;
     ListOrder order = ListOrder::OldestFirst;
     Recovered recovered = Recovered::LeftOut; ///< the deleted messages found earlier
+    bool allDatabases = false;                ///< instead of a source
     bool missing = false;                     ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;

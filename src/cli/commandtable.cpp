@@ -2,6 +2,7 @@
 #include "cli/commandline.h"
 #include "cli/exitstatus.h"
 #include "cli/listcommands.h"
+#include "cli/searchcommand.h"
 #include "cli/workcommands.h"
 #include "sources/choicedates.h"
 
@@ -80,6 +81,8 @@ const CommandOption rootOption = {
     [](CommandLine &line, const QStringList &values) { line.root = values.last(); }};
 const CommandOption missingOption = {"missing", nullptr, "Only those whose file isn't in the backup.",
                                      [](CommandLine &line, const QStringList &) { line.missing = true; }};
+const CommandOption allOption = {"all", nullptr, "Search all Local Databases instead of one source.",
+                                 [](CommandLine &line, const QStringList &) { line.allDatabases = true; }};
 const CommandOption formatOption = {
     "format", "txt|csv|html|pdf", "What to write.",
     [](CommandLine &line, const QStringList &values) { line.format = values.last(); }, true};
@@ -104,6 +107,10 @@ constexpr auto gapsDetails =
     "  chat_identifier  the conversation, where both stand in one\n"
     "and a last one with gaps and missing in all, and recorded_deletions: the deletions\n"
     "that the phone itself counts, null where it doesn't.";
+constexpr auto searchDetails =
+    "\n\nCase and accents don't matter. Words in double quotes, which the shell has to pass\n"
+    "on, stand side by side: '\"happy new year\"'. A line has the keys of messages, with\n"
+    "source, and snippet, in which [ and ] stand around what was found.";
 // clang-format on
 
 } // namespace
@@ -121,6 +128,8 @@ const QList<Command> &commandTable()
          sourceOptions + choiceOptions + QList{newestFirstOption, missingOption}, listAttachmentsCommand},
         {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, listGapsCommand,
          gapsDetails},
+        {"search", "SOURCE|--all WORDS...", "Messages that hold all the words, newest first.",
+         QList{allOption} + sourceOptions + choiceOptions + QList{emojiOption}, searchCommand, searchDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + choiceOptions + QList{newestFirstOption, emojiOption, formatOption, outOption},
          exportCommand},
