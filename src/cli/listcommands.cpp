@@ -4,6 +4,7 @@
 #include "cli/commandline.h"
 #include "cli/jsonlines.h"
 #include "cli/source.h"
+#include "export/messagejson.h"
 #include "sources/findsource.h"
 #include "store/readers/absmessagedb.h"
 #include "store/readers/messagegaps.h"

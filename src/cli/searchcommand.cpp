@@ -6,6 +6,7 @@
 #include "cli/jsonlines.h"
 #include "cli/source.h"
 #include "cli/terminalprogress.h"
+#include "export/messagejson.h"
 #include "recovery/local/localdatabases.h"
 #include "search/messagesearch.h"
 #include "sources/choicefilter.h"

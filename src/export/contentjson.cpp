@@ -1,6 +1,6 @@
-#include "cli/contentjson.h"
+#include "export/contentjson.h"
 
-#include "cli/jsonlines.h"
+#include "export/messagejson.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"
 #include "store/records/richcontent.h"

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "store/records/messagetext.h"
+
+#include <QDateTime>
+#include <QJsonObject>
+#include <QJsonValue>
+
+struct _MsgAttachment;
+struct _MsgMessage;
+
+// Messages as JSON: the lines of the companion and those of an export. Dates are ISO 8601 in UTC; what isn't
+// there is null.
+
+QJsonValue dateJson(const QDateTime &date);
+/// 0 is what files hold where there is no date.
+QJsonValue messageDateJson(int date);
+QJsonValue textOrNull(const QString &text);
+
+/// `chatIdentifier` is the conversation that the message is listed in: a message of two chats stands in
+/// both. `hasGuid` is false for sources whose messages have no identifier of their own; `guid` is then
+/// null.
+QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
+                        EmojiStyle emoji);
+
+/// An attachment among the pieces of a message.
+QJsonObject attachmentPartJson(const _MsgAttachment &attachment);
