@@ -2,6 +2,7 @@
 
 #include "sqlite_qt/sqlite3db.h"
 #include "store/readers/recordinsertion.h"
+#include "store/readers/recordreader.h"
 #include "store/records/columntables.h"
 #include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
@@ -57,6 +58,13 @@ QString updateSql()
     return u"update message set %1 where rowid=?"_s.arg(columns.join(u','));
 }
 
+/// Into a file that was brought up to date: it has all columns.
+const RecordInsertion<MessageReaction> &reactionInsertion()
+{
+    static const RecordInsertion<MessageReaction> insertion(reactionTable());
+    return insertion;
+}
+
 QString madeUpChats()
 {
     return u"(%1 or %2)"_s.arg(isNoConversationSql(), isOfUnknownAddressSql());
@@ -77,31 +85,17 @@ void LocalExtras::read(_MsgStore &store)
 
 void LocalExtras::readReactions(_MsgStore &store)
 {
-    // A file that is only read may be older.
-    const bool hasPayload = db.tbInfo(u"_reaction"_s).contains(u"payload_data"_s);
-    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql(
-        u"select rowid, message_id, guid, associated_message_type, associated_message_emoji, part, "
-        "is_from_me, handle_id, date, service, text, %1 from _reaction order by rowid"_s.arg(
-            hasPayload ? u"payload_data, message_summary_info"_s : u"null, null"_s)));
+    Sqlite3Cursor cursor = db.queryThrow(Sqlite3Sql("select * from _reaction order by rowid"));
+    RecordReader<MessageReaction> reader(cursor, reactionTable());
+    const int messageId = cursor.columnIndex(u"message_id"_s);
+    const int handleId = cursor.columnIndex(u"handle_id"_s);
     QList<ReactionRow> rows;
     while (cursor.moveNextThrow()) {
-        const _MsgMessage *message = store.messages.value(cursor.getInt64(1));
+        const _MsgMessage *message = store.messages.value(cursor.getInt64(messageId));
         if (!message)
             continue;
-        rows.append({message->guid,
-                     {.rowid = cursor.getInt64(0),
-                      .guid = cursor.getText(2),
-                      .associated_message_type = cursor.getInt(3),
-                      .associated_message_emoji = cursor.getText(4),
-                      .part = cursor.getInt(5),
-                      .is_from_me = cursor.getInt(6),
-                      .handle = store.handles.value(cursor.getInt64(7)),
-                      .date = cursor.getInt(8),
-                      .service = cursor.getText(9),
-                      .text = cursor.getText(10),
-                      .payload_data = cursor.getBlob(11),
-                      .message_summary_info = cursor.getBlob(12),
-                      .attachments = {}}});
+        rows.append({message->guid, *reader.read(cursor)});
+        rows.last().reaction.handle = store.handles.value(cursor.getInt64(handleId));
     }
     if (!rows.isEmpty())
         applyReactions(GuidIndex(store), rows);
@@ -128,26 +122,15 @@ void LocalExtras::readPartTexts(_MsgStore &store)
 
 qint64 LocalExtras::addReaction(qint64 messageId, const MessageReaction &reaction, qint64 handleId)
 {
-    Sqlite3Sql sql("insert into _reaction(message_id, guid, associated_message_type, "
-                   "associated_message_emoji, part, is_from_me, handle_id, date, service, text, "
-                   "payload_data, message_summary_info) values(?,?,?,?,?,?,?,?,?,?,?,?) "
-                   "on conflict(message_id, guid) do update set "
-                   "payload_data=coalesce(nullif(payload_data, x''), excluded.payload_data), "
-                   "message_summary_info=coalesce(nullif(message_summary_info, x''), "
-                   "excluded.message_summary_info)");
     const QString guid = reactionGuid(reaction);
-    sql.addInt64Param(messageId);
-    sql.addTextParam(guid);
-    sql.addIntParam(reaction.associated_message_type);
-    sql.addTextParam(reaction.associated_message_emoji);
-    sql.addIntParam(reaction.part);
-    sql.addIntParam(reaction.is_from_me);
-    sql.addInt64Param(handleId);
-    sql.addIntParam(reaction.date);
-    sql.addTextParam(reaction.service);
-    sql.addTextParam(reaction.text);
-    sql.addBlobParam(reaction.payload_data);
-    sql.addBlobParam(reaction.message_summary_info);
+    MessageReaction named = reaction;
+    named.guid = guid;
+    Sqlite3Sql sql = reactionInsertion().sql(u"_reaction"_s, named,
+                                             {{"message_id"_L1, messageId}, {"handle_id"_L1, handleId}});
+    sql.appendSql(u" on conflict(message_id, guid) do update set "
+                  "payload_data=coalesce(nullif(payload_data, x''), excluded.payload_data), "
+                  "message_summary_info=coalesce(nullif(message_summary_info, x''), "
+                  "excluded.message_summary_info)"_s);
     db.executeThrow(sql);
     Sqlite3Sql row("select rowid from _reaction where message_id=? and guid=?");
     row.addInt64Param(messageId);

@@ -20,22 +20,22 @@ struct OwnColumn {
 };
 
 template <typename Record>
-void addOwn(QList<OwnColumn> &columns, const QString &table, RecordColumns<Record> known)
+void addOwn(QList<OwnColumn> &columns, const QString &table, RecordColumns<Record> known, LocalColumn kind)
 {
     for (const RecordColumn<Record> &column : known) {
-        if (column.traits.local == LocalColumn::Aside)
+        if (column.traits.local == kind)
             columns.append({table, column.localName(), column.declaration});
     }
 }
 
 QList<OwnColumn> ownColumns()
 {
-    QList<OwnColumn> columns = {{u"_reaction"_s, u"payload_data"_s, u"BLOB"_s},
-                                {u"_reaction"_s, u"message_summary_info"_s, u"BLOB"_s}};
-    addOwn(columns, u"handle"_s, handleTable());
-    addOwn(columns, u"message"_s, messageTable());
-    addOwn(columns, u"attachment"_s, attachmentTable());
-    addOwn(columns, u"message"_s, extrasTable());
+    QList<OwnColumn> columns;
+    addOwn(columns, u"_reaction"_s, reactionTable(), LocalColumn::Added);
+    addOwn(columns, u"handle"_s, handleTable(), LocalColumn::Aside);
+    addOwn(columns, u"message"_s, messageTable(), LocalColumn::Aside);
+    addOwn(columns, u"attachment"_s, attachmentTable(), LocalColumn::Aside);
+    addOwn(columns, u"message"_s, extrasTable(), LocalColumn::Aside);
     return columns;
 }
 

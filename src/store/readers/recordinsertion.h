@@ -58,16 +58,23 @@ class RecordInsertion
 {
 public:
     RecordInsertion() = default;
+    /// Into a table that has all of the columns.
+    explicit RecordInsertion(RecordColumns<Record> table)
+    {
+        for (const RecordColumn<Record> &column : table) {
+            if (isInserted(column))
+                columns.push_back(&column);
+        }
+    }
     /// `createText` is the text that created the table. What phones have had since iOS 6 is taken for
     /// granted: a file without it refuses the row instead of losing a part of it.
     RecordInsertion(RecordColumns<Record> table, const QString &createText)
     {
         Q_ASSERT(table.size() <= 64);
         for (const RecordColumn<Record> &column : table) {
-            const ColumnTraits &traits = column.traits;
-            if (traits.inserted == Inserted::Not || traits.local == LocalColumn::Not)
-                continue;
-            if (traits.since == Release::Ios6 || declaresColumn(createText, column.localName()))
+            const bool isThere =
+                column.traits.since == Release::Ios6 || declaresColumn(createText, column.localName());
+            if (isThere && isInserted(column))
                 columns.push_back(&column);
         }
     }
@@ -106,6 +113,11 @@ public:
     }
 
 private:
+    static bool isInserted(const RecordColumn<Record> &column)
+    {
+        return column.traits.inserted != Inserted::Not && column.traits.local != LocalColumn::Not;
+    }
+
     static bool bindTold(Sqlite3Sql &sql, QLatin1StringView column, std::initializer_list<ToldValue> told)
     {
         for (const ToldValue &value : told) {

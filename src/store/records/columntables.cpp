@@ -12,6 +12,7 @@ using ChatColumn = RecordColumn<_MsgChat>;
 using HandleColumn = RecordColumn<_MsgHandle>;
 using AttachmentColumn = RecordColumn<_MsgAttachment>;
 using ExtrasColumn = RecordColumn<MessageExtras>;
+using ReactionColumn = RecordColumn<MessageReaction>;
 
 constexpr auto keyColumn = "INTEGER PRIMARY KEY AUTOINCREMENT"_L1;
 constexpr auto guidColumn = "TEXT UNIQUE NOT NULL"_L1;
@@ -27,6 +28,10 @@ constexpr ColumnTraits since7 = {.since = Release::Ios7, .local = LocalColumn::A
 constexpr ColumnTraits given7 = {.since = Release::Ios7}; // or later in the life of iOS 6
 constexpr ColumnTraits filledGiven7 = {.since = Release::Ios7, .inserted = Inserted::IfFilled};
 constexpr ColumnTraits since8 = {.since = Release::Ios8, .local = LocalColumn::Added};
+
+constexpr ColumnTraits own = {.since = Release::Never};
+constexpr ColumnTraits ownTold = {.since = Release::Never, .inserted = Inserted::AsTold};
+constexpr ColumnTraits ownAdded = {.since = Release::Never, .local = LocalColumn::Added};
 
 constexpr ColumnTraits aside(Release since, Inserted inserted = Inserted::Always)
 {
@@ -129,7 +134,7 @@ constexpr std::array handleColumns = {
     HandleColumn{"country"_L1, &_MsgHandle::country, textColumn, ifFilled},
     HandleColumn{"service"_L1, &_MsgHandle::service, "TEXT NOT NULL"_L1},
     HandleColumn{"uncanonicalized_id"_L1, &_MsgHandle::uncanonicalized_id, textColumn, ifFilled},
-    HandleColumn{"_ct_name"_L1, &_MsgHandle::_ct_name, textColumn, {.since = Release::Never}},
+    HandleColumn{"_ct_name"_L1, &_MsgHandle::_ct_name, textColumn, own},
     HandleColumn{"_photo"_L1,
                  &_MsgHandle::_photo,
                  blobColumn,
@@ -189,6 +194,26 @@ constexpr std::array extrasColumns = {
                  aside(Release::Never)},
     ExtrasColumn{"has_newer_event"_L1, &MessageExtras::hasNewerEvent, numberColumn, aside(Release::Never)},
     ExtrasColumn{"has_part_order"_L1, &MessageExtras::hasPartOrder, numberColumn, aside(Release::Never)},
+};
+
+constexpr std::array reactionColumns = {
+    ReactionColumn{
+        "ROWID"_L1, &MessageReaction::rowid, keyColumn, {Release::Never, LocalColumn::Given, Inserted::Not}},
+    ReactionColumn{
+        "message_id"_L1, {}, "INTEGER NOT NULL REFERENCES message (ROWID) ON DELETE CASCADE"_L1, ownTold},
+    ReactionColumn{"guid"_L1, &MessageReaction::guid, "TEXT NOT NULL"_L1, own},
+    ReactionColumn{"associated_message_type"_L1, &MessageReaction::associated_message_type, numberColumn,
+                   own},
+    ReactionColumn{"associated_message_emoji"_L1, &MessageReaction::associated_message_emoji, textColumn,
+                   own},
+    ReactionColumn{"part"_L1, &MessageReaction::part, numberColumn, own},
+    ReactionColumn{"is_from_me"_L1, &MessageReaction::is_from_me, numberColumn, own},
+    ReactionColumn{"handle_id"_L1, {}, numberColumn, ownTold},
+    ReactionColumn{"date"_L1, RecordDate{&MessageReaction::date}, numberColumn, own},
+    ReactionColumn{"service"_L1, &MessageReaction::service, textColumn, own},
+    ReactionColumn{"text"_L1, &MessageReaction::text, textColumn, own},
+    ReactionColumn{"payload_data"_L1, &MessageReaction::payload_data, blobColumn, ownAdded},
+    ReactionColumn{"message_summary_info"_L1, &MessageReaction::message_summary_info, blobColumn, ownAdded},
 };
 
 // Columns of a phone before iOS 6.
@@ -254,6 +279,11 @@ RecordColumns<_MsgAttachment> attachmentTable()
 RecordColumns<MessageExtras> extrasTable()
 {
     return extrasColumns;
+}
+
+RecordColumns<MessageReaction> reactionTable()
+{
+    return reactionColumns;
 }
 
 std::span<const Ios5Column> ios5MessageTable()

@@ -15,6 +15,9 @@ RecordColumns<_MsgAttachment> attachmentTable();
 /// The columns of "message" that few messages fill.
 RecordColumns<MessageExtras> extrasTable();
 
+/// The table of our own "_reaction"; on phones reactions are messages.
+RecordColumns<MessageReaction> reactionTable();
+
 /// Which messages of a phone before iOS 6 have something of theirs in a column. Of the others, what it holds
 /// isn't kept or is made from several columns.
 enum class Ios5Use {

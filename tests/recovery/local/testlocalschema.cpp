@@ -1,4 +1,7 @@
+#include "recovery/carving/messagerecycledb.h"
 #include "store/readers/ios6messagedb.h"
+#include "store/readers/openmessagedb.h"
+#include "store/records/columntables.h"
 #include "testing/helpers/localdbtools.h"
 
 #include <QTemporaryDir>
@@ -18,6 +21,7 @@ private Q_SLOTS:
     }
     void whatAFileLacksIsAdded_data();
     void whatAFileLacksIsAdded();
+    void whatIsRecycledHasItsColumn();
     void filesThatAreNotOursStayAsTheyAre();
     void triggersKeepTheFileFreeOfOrphans_data();
     void triggersKeepTheFileFreeOfOrphans();
@@ -71,6 +75,19 @@ void TestLocalSchema::whatAFileLacksIsAdded()
     open();
     QCOMPARE(rowsOf(path, schema), complete);
     QCOMPARE(rowsOf(path, u"select guid, logic_hash from message"_s), QStringList(u"old|null"_s));
+}
+
+// The recycle database keeps what the first phones of this shape had.
+void TestLocalSchema::whatIsRecycledHasItsColumn()
+{
+    MessageRecycleDb(QDir(dir->path())).openDb();
+    QStringList columns;
+    for (const RecordColumn<_MsgMessage> &column : columnsUpTo(messageTable(), Release::Ios6))
+        columns.append(column.name + u' ' + column.declaration);
+    const QString text =
+        rowsOf(recycleDbPath(QDir(dir->path())), u"select sql from sqlite_master where name='message'"_s)
+            .first();
+    QVERIFY(text.startsWith(u"CREATE TABLE message ("_s + columns.join(u", "_s) + u",chat_identifier"_s));
 }
 
 void TestLocalSchema::filesThatAreNotOursStayAsTheyAre()

@@ -6,7 +6,6 @@
 
 #include "sqlite_qt/untoucheddb.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -121,17 +120,17 @@ private:
 
 void TestColumnTables::aNewFileHasTheTables()
 {
-    QFile file(u":/res/localmsgdb_ddl.sql"_s);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QString script = QString::fromUtf8(file.readAll());
+    const QByteArray script = bytesOf(u":/res/localmsgdb_ddl.sql"_s) + bytesOf(u":/res/localmsgdb_own.sql"_s);
     const QStringList declarations = {
         declarationOf(u"message"_s, messageTable()) + u"\n);"_s,
         declarationOf(u"chat"_s, chatTable()) + u"\n);"_s,
         declarationOf(u"handle"_s, handleTable()) + u",\n    UNIQUE (id, service)\n);"_s,
         declarationOf(u"attachment"_s, attachmentTable()) + u"\n);"_s,
+        declarationOf(u"IF NOT EXISTS _reaction"_s, reactionTable()) +
+            u",\n    UNIQUE (message_id, guid)\n);"_s,
     };
     for (const QString &declaration : declarations)
-        QVERIFY2(script.contains(declaration), qPrintable(declaration));
+        QVERIFY2(script.contains(declaration.toUtf8()), qPrintable(declaration));
 }
 
 template <typename Record>
