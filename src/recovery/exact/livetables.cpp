@@ -11,8 +11,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr size_t mostColumns = 32767; // that SQLite can be built for
-
 /// What a live row tells of itself in the form of a found one.
 FoundRow asFound(const RecordHeader &header, QByteArrayView content, const RowRules &rules)
 {

@@ -13,8 +13,6 @@
 namespace
 {
 
-constexpr size_t mostColumns = 32767;
-
 /// Whether a cell of a page that nobody leads to is a record: another use of the page may have left anything.
 bool isRecord(QByteArrayView page, const TreeCell &cell)
 {

@@ -36,6 +36,9 @@ struct TreePage {
     static std::optional<TreePage> read(QByteArrayView page, bool isFirst, const PageLayout &layout);
 };
 
+/// Columns that SQLite can be built for (https://www.sqlite.org/limits.html).
+constexpr size_t mostColumns = 32767;
+
 /// The serial types of a record, and where its values begin.
 struct RecordHeader {
     std::vector<qint64> types;
