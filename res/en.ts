@@ -659,6 +659,10 @@
         <translation>(can't be read)</translation>
     </message>
     <message>
+        <source>IDS_PACKING_FILES_%1_OF_%2</source>
+        <translation>Packing: %1/%2</translation>
+    </message>
+    <message>
         <source>IDS_REPLY_TO_%1</source>
         <translation>Reply to %1</translation>
     </message>

@@ -4,12 +4,12 @@
 build_packages=(
   g++ cmake ninja-build ccache pkg-config
   qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
-  libsqlite3-dev sqlite3 libplist-dev nettle-dev libarchive-dev liblzma-dev libheif-dev
+  libsqlite3-dev sqlite3 libplist-dev nettle-dev libarchive-dev libxlsxwriter-dev liblzma-dev libheif-dev
   libimobiledevice-dev libusbmuxd-dev libimobiledevice-utils usbmuxd libssl-dev
   qt6-image-formats-plugins
 )
 # The tests read pages back with these: PDF text in Japanese too, pictures of emoji, valid XHTML by its document type.
-check_packages=(clang-format clang-tidy g++-mingw-w64-x86-64-posix poppler-utils fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
+check_packages=(clang-format clang-tidy g++-mingw-w64-x86-64-posix poppler-utils unzip fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 is_installed() {

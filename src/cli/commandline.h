@@ -1,5 +1,6 @@
 #pragma once
 
+#include "export/exportmessages.h"
 #include "sources/choice.h"
 #include "sources/readsource.h"
 #include "store/records/messagetext.h"
@@ -24,6 +25,8 @@ struct CommandLine {
     bool missing = false;                     ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
+    bool allColumns = false; ///< of CSV
+    Utf8Mark utf8Mark = Utf8Mark::LeftOut;
     QString out;
     QString into;       ///< name of the Local Database to write to
     QString intoBackup; ///< backup folder to write to

@@ -84,8 +84,14 @@ const CommandOption missingOption = {"missing", nullptr, "Only those whose file 
 const CommandOption allOption = {"all", nullptr, "Search all Local Databases instead of one source.",
                                  [](CommandLine &line, const QStringList &) { line.allDatabases = true; }};
 const CommandOption formatOption = {
-    "format", "txt|csv|html|pdf", "What to write.",
+    "format", "txt|csv|html|pdf|jsonl|xlsx|android", "What to write.",
     [](CommandLine &line, const QStringList &values) { line.format = values.last(); }, true};
+const CommandOption allColumnsOption = {
+    "all-columns", nullptr, "CSV with all that is known of a message, in local time with its offset.",
+    [](CommandLine &line, const QStringList &) { line.allColumns = true; }};
+const CommandOption utf8MarkOption = {
+    "utf8-mark", nullptr, "CSV with all columns begins with U+FEFF, by which some spreadsheets know UTF-8.",
+    [](CommandLine &line, const QStringList &) { line.utf8Mark = Utf8Mark::Written; }};
 const CommandOption outOption = {
     "out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.",
     [](CommandLine &line, const QStringList &values) { line.out = values.last(); }, true};
@@ -131,7 +137,8 @@ const QList<Command> &commandTable()
         {"search", "SOURCE|--all WORDS...", "Messages that hold all the words, newest first.",
          QList{allOption} + sourceOptions + choiceOptions + QList{emojiOption}, searchCommand, searchDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
-         sourceOptions + choiceOptions + QList{newestFirstOption, emojiOption, formatOption, outOption},
+         sourceOptions + choiceOptions +
+             QList{newestFirstOption, emojiOption, formatOption, allColumnsOption, utf8MarkOption, outOption},
          exportCommand},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + choiceOptions + QList{intoOption}, importCommand},

@@ -27,15 +27,18 @@ namespace
 {
 
 /// Throws `CommandError` when there is none of that name.
-ExportFormat formatNamed(const QString &name)
+ExportFormat formatNamed(const QString &name, bool hasAllColumns)
 {
     static const QHash<QString, ExportFormat> formats = {
-        {u"txt"_s, ExportText}, {u"csv"_s, ExportCsv}, {u"html"_s, ExportHtml}, {u"pdf"_s, ExportPdf}};
+        {u"txt"_s, ExportText},          {u"csv"_s, ExportCsv},         {u"html"_s, ExportHtml},
+        {u"pdf"_s, ExportPdf},           {u"jsonl"_s, ExportJsonLines}, {u"xlsx"_s, ExportXlsx},
+        {u"android"_s, ExportAndroidSms}};
     const auto format = formats.constFind(name);
     if (format == formats.cend())
-        throw CommandError(ExitStatus::Usage,
-                           u"Unknown format \"%1\"; there are txt, csv, html and pdf."_s.arg(name));
-    return *format;
+        throw CommandError(
+            ExitStatus::Usage,
+            u"Unknown format \"%1\"; there are txt, csv, html, pdf, jsonl, xlsx and android."_s.arg(name));
+    return *format == ExportCsv && hasAllColumns ? ExportFullTable : *format;
 }
 
 /// A database that is too damaged to be counted can be deleted all the same.
@@ -53,7 +56,7 @@ QJsonValue messagesToGo(const LocalDatabase &database)
 
 void exportCommand(const CommandLine &line, TerminalProgress &progress)
 {
-    const ExportFormat format = formatNamed(line.format);
+    const ExportFormat format = formatNamed(line.format, line.allColumns);
     if (format == ExportPdf && QFontDatabase::families().isEmpty())
         throw std::runtime_error(
             "PDF needs a font and none is installed; on Debian, install fonts-dejavu-core.");
@@ -62,11 +65,16 @@ void exportCommand(const CommandLine &line, TerminalProgress &progress)
     const QList<_MsgMessage *> messages =
         chosenMessages(source.store, source.localized(line.choice), line.order);
     const InterruptScope interruptible(progress);
-    const ExportPlan plan{line.out, format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
-                          line.emoji};
+    ExportPlan plan{line.out, format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
+                    line.emoji};
+    plan.utf8Mark = line.utf8Mark;
+    plan.isOwnGuid = [&](const _MsgMessage &message) { return hasOwnGuid(*source.db, message); };
     const qint64 written = exportMessages(messages, plan, progress);
     progress.clear();
-    printJsonLine({{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}});
+    QJsonObject result{{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}};
+    if (format == ExportAndroidSms)
+        result.insert(u"left_out"_s, messages.size() - written);
+    printJsonLine(result);
 }
 
 void importCommand(const CommandLine &line, TerminalProgress &progress)

@@ -24,7 +24,11 @@ QList<Choice> choices()
             {QObject::tr("Doc Files(*.doc)"), ExportText, u".doc"_s},
             {QObject::tr("CSV Files(*.csv)"), ExportCsv, u".csv"_s},
             {QObject::tr("PDF Files(*.pdf)"), ExportPdf, u"-pdf"_s},
-            {QObject::tr("HTML Files(*.html)"), ExportHtml, u"-html"_s}};
+            {QObject::tr("HTML Files(*.html)"), ExportHtml, u"-html"_s},
+            {QObject::tr("CSV Files with all columns(*.csv)"), ExportFullTable, u".csv"_s},
+            {QObject::tr("Excel Files(*.xlsx)"), ExportXlsx, u".xlsx"_s},
+            {QObject::tr("JSON Lines Files(*.jsonl)"), ExportJsonLines, u".jsonl"_s},
+            {QObject::tr("Android SMS Files(*.xml)"), ExportAndroidSms, u".xml"_s}};
 }
 
 QString targetPath(const QString &fileName, const Choice &choice)

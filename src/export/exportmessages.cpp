@@ -2,13 +2,17 @@
 
 #include "app/freespace.h"
 #include "app/jobprogress.h"
+#include "export/exportandroid.h"
 #include "export/exportconversation.h"
 #include "export/exportedattachments.h"
 #include "export/exportfolder.h"
+#include "export/exportfullcsv.h"
 #include "export/exportmessagescsv.h"
+#include "export/exportmessagesjson.h"
 #include "export/exportmessagestxt.h"
 #include "export/exportsmshtml.h"
 #include "export/exportsmspdf.h"
+#include "export/exportworkbook.h"
 #include "store/records/messagerecords.h"
 
 #include <QFile>
@@ -20,13 +24,18 @@ namespace
 
 using MessageWriter = std::unique_ptr<AbsFormatExport<_MsgMessage>>;
 
-MessageWriter makeWriter(const ExportPlan &plan, const QString &path, ExportedAttachments *attachments)
+MessageWriter makeWriter(const ExportPlan &plan, const QString &path, const QList<_MsgMessage *> &messages,
+                         ExportedAttachments *attachments)
 {
     switch (plan.format) {
     case ExportText: return std::make_unique<ExportMessagesTxt>(path, plan.emoji);
     case ExportCsv: return std::make_unique<ExportMessagesCsv>(path, plan.emoji);
     case ExportPdf: return std::make_unique<ExportSMSPdf>(path, plan.emoji);
     case ExportHtml: return std::make_unique<ExportSMSHtml>(path, plan.emoji, attachments);
+    case ExportFullTable: return std::make_unique<ExportFullCsv>(path, plan.isOwnGuid, plan.utf8Mark);
+    case ExportJsonLines: return std::make_unique<ExportMessagesJson>(path, plan.emoji, plan.isOwnGuid);
+    case ExportXlsx: return std::make_unique<ExportWorkbook>(path, plan.isOwnGuid);
+    case ExportAndroidSms: return std::make_unique<ExportAndroid>(path, messages);
     default: throw std::runtime_error("not support export format.");
     }
 }
@@ -60,7 +69,7 @@ private:
 void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, const QString &path,
                MessageCount &count, ExportedAttachments *attachments = nullptr)
 {
-    const MessageWriter writer = makeWriter(plan, path, attachments);
+    const MessageWriter writer = makeWriter(plan, path, messages, attachments);
     writer->begin();
     for (const _MsgMessage *message : messages) {
         count.throwIfStopped();
@@ -101,5 +110,5 @@ qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &pl
         writeFolder(messages, plan, count);
     else if (!messages.isEmpty())
         writeFile(messages, plan, plan.path, count);
-    return messages.size();
+    return plan.format == ExportAndroidSms ? countCarriedByAndroid(messages) : messages.size();
 }

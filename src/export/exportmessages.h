@@ -1,5 +1,6 @@
 #pragma once
 
+#include "export/messagerecord.h"
 #include "store/records/messagetext.h"
 
 #include <QList>
@@ -10,10 +11,14 @@ struct _MsgMessage;
 
 /// Formats of an export, with the numbers that jobs are given.
 enum ExportFormat : int {
-    ExportText = 0, ///< one file
-    ExportCsv = 1,  ///< one file
-    ExportPdf = 2,  ///< a folder with one file a conversation
-    ExportHtml = 3, ///< a folder with one file a conversation
+    ExportText = 0,       ///< one file
+    ExportCsv = 1,        ///< one file
+    ExportPdf = 2,        ///< a folder with one file a conversation
+    ExportHtml = 3,       ///< a folder with one file a conversation
+    ExportFullTable = 4,  ///< one file: CSV with all columns
+    ExportJsonLines = 5,  ///< one file
+    ExportXlsx = 6,       ///< one file
+    ExportAndroidSms = 7, ///< one file of XML
 };
 
 /// What becomes of the files of complete conversations when an export fails or is cancelled later on.
@@ -22,6 +27,9 @@ enum class FinishedFiles {
     AreRemoved, ///< and so are the folders that the export made
 };
 
+/// Whether a file of text begins with U+FEFF, by which some spreadsheets know UTF-8.
+enum class Utf8Mark { Written, LeftOut };
+
 /// What an export makes.
 struct ExportPlan {
     QString path; ///< a file, or for formats of one file a conversation the folder of the files
@@ -29,7 +37,10 @@ struct ExportPlan {
     /// Oldest first within a conversation; a format of one file keeps the order of the list.
     bool ascending = true;
     FinishedFiles afterFailure = FinishedFiles::Stay;
-    EmojiStyle emoji = EmojiStyle::Markers;
+    EmojiStyle emoji =
+        EmojiStyle::Markers;               ///< of the formats that the program has always had, and JSON Lines
+    Utf8Mark utf8Mark = Utf8Mark::LeftOut; ///< of CSV with all columns
+    GuidTest isOwnGuid = {};               ///< all are where it is empty
 };
 
 /// Writes `messages` as planned and returns how many were written. An empty list makes no file. What stood

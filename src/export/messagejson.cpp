@@ -1,6 +1,7 @@
 #include "export/messagejson.h"
 
 #include "export/contentjson.h"
+#include "export/messagerecord.h"
 #include "store/records/attachmentlist.h"
 #include "store/records/extrastext.h"
 #include "store/records/messagerecords.h"
@@ -36,13 +37,61 @@ QJsonArray reactionsJson(const MessageExtras &extras)
     return reactions;
 }
 
+QJsonObject partStateJson(const MessageEdit &edit)
+{
+    return {{u"part"_s, edit.part}, {u"date"_s, messageDateJson(edit.date)}, {u"text"_s, edit.text}};
+}
+
 QJsonArray editsJson(const MessageExtras &extras)
 {
     QJsonArray edits;
     for (const MessageEdit &edit : extras.edits)
-        edits.append(QJsonObject{
-            {u"part"_s, edit.part}, {u"date"_s, messageDateJson(edit.date)}, {u"text"_s, edit.text}});
+        edits.append(partStateJson(edit));
     return edits;
+}
+
+QJsonArray deletedPartsJson(const MessageExtras &extras)
+{
+    QJsonArray parts;
+    for (const MessageEdit &part : extras.deletedParts)
+        parts.append(partStateJson(part));
+    return parts;
+}
+
+/// Without the paths of this computer, which mean nothing to whoever is given the lines.
+QJsonValue withoutLocalFiles(const QJsonValue &value)
+{
+    if (value.isArray()) {
+        QJsonArray list;
+        for (const QJsonValue &entry : value.toArray())
+            list.append(withoutLocalFiles(entry));
+        return list;
+    }
+    if (!value.isObject())
+        return value;
+    QJsonObject object = value.toObject();
+    object.remove(u"localFile"_s);
+    for (auto it = object.begin(); it != object.end(); ++it)
+        *it = withoutLocalFiles(*it);
+    return object;
+}
+
+/// `list` with what is known of the files, entry by entry.
+QJsonArray withFiles(QJsonArray list, const QList<RecordAttachment> &attachments)
+{
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        QJsonObject object = list.at(i).toObject();
+        object.insert(u"name"_s, attachments.at(i).name);
+        object.insert(u"sha256"_s, textOrNull(attachments.at(i).sha256));
+        object.insert(u"reason"_s, textOrNull(attachments.at(i).missingReason));
+        list.replace(i, object);
+    }
+    return list;
+}
+
+QJsonObject personJson(const RecordPerson &person)
+{
+    return {{u"name"_s, textOrNull(person.name)}, {u"address"_s, textOrNull(person.address)}};
 }
 
 /// What newer phones keep. Every message has the keys.
@@ -56,6 +105,8 @@ void addExtras(QJsonObject &object, const _MsgMessage &message)
     object.insert(u"unsent"_s, hasUnsentParts(extras));
     object.insert(u"effect"_s, textOrNull(effectName(extras.expressive_send_style_id)));
     object.insert(u"deleted_at"_s, messageDateJson(extras.delete_date));
+    object.insert(u"deleted_parts"_s, deletedPartsJson(extras));
+    object.insert(u"to_be_sent_later"_s, isToBeSentLater(extras));
 }
 
 } // namespace
@@ -91,6 +142,11 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"body"_s, message.text},
                        {u"item_type"_s, message.item_type},
                        {u"recovered"_s, message.isRecovered},
+                       {u"own_address"_s, textOrNull(ownAddress(message))},
+                       {u"date_delivered"_s, messageDateJson(message.date_delivered)},
+                       {u"date_read"_s, messageDateJson(message.date_read)},
+                       {u"date_played"_s, messageDateJson(message.date_played)},
+                       {u"not_delivered"_s, isNotDelivered(message)},
                        {u"attachments"_s, attachmentsJson(message.attachments)},
                        {u"translations"_s, translationsJson(message)}};
     const QJsonValue content = contentJson(message);
@@ -98,6 +154,32 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
     object.insert(u"parts"_s, partsJson(message, content));
     addExtras(object, message);
     return object;
+}
+
+QJsonObject withRecord(QJsonObject object, const MessageRecord &record)
+{
+    QJsonArray others;
+    for (const RecordPerson &person : record.others)
+        others.append(personJson(person));
+    QJsonArray reactions = object.value(u"reactions"_s).toArray();
+    for (qsizetype i = 0; i < reactions.size(); ++i) {
+        QJsonObject reaction = reactions.at(i).toObject();
+        const RecordReaction &told = record.reactions.at(i);
+        reaction.insert(u"person"_s, personJson(told.who));
+        reaction.insert(u"attachments"_s,
+                        withFiles(reaction.value(u"attachments"_s).toArray(), told.attachments));
+        reactions.replace(i, reaction);
+    }
+    object.insert(u"reactions"_s, reactions);
+    object.insert(u"attachments"_s, withFiles(object.value(u"attachments"_s).toArray(), record.attachments));
+    object.insert(u"date_local"_s, textOrNull(isoText(record.date)));
+    object.insert(u"conversation"_s, textOrNull(record.conversation));
+    object.insert(u"person"_s, personJson(record.sender));
+    object.insert(u"others"_s, others);
+    object.insert(u"answered"_s, textOrNull(record.answeredWords));
+    object.insert(u"date_edited"_s, dateJson(record.dateEdited));
+    object.insert(u"date_unsent"_s, dateJson(record.dateUnsent));
+    return withoutLocalFiles(object).toObject();
 }
 
 QJsonObject attachmentPartJson(const _MsgAttachment &attachment)

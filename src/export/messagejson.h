@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
+struct MessageRecord;
 struct _MsgAttachment;
 struct _MsgMessage;
 
@@ -22,6 +23,10 @@ QJsonValue textOrNull(const QString &text);
 /// null.
 QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifier, bool hasGuid,
                         EmojiStyle emoji);
+
+/// The same for whoever is given the messages: with what a record tells besides (the local date, names
+/// beside addresses, hashes), without "localFile".
+QJsonObject withRecord(QJsonObject object, const MessageRecord &record);
 
 /// An attachment among the pieces of a message.
 QJsonObject attachmentPartJson(const _MsgAttachment &attachment);

@@ -32,13 +32,6 @@ RecordPerson personOf(const _MsgHandle *handle)
     return handle ? RecordPerson{handle->_ct_name, handle->id} : RecordPerson();
 }
 
-/// "e:me@example.org" and "p:+34612345678" are addresses of an account.
-QString accountAddress(const QString &account)
-{
-    const qsizetype colon = account.indexOf(u':');
-    return colon == 1 ? account.sliced(2) : QString();
-}
-
 QList<RecordEdit> editsOf(const QList<MessageEdit> &edits)
 {
     QList<RecordEdit> list;
@@ -74,9 +67,9 @@ MessageRecord MessageRecordMaker::record(const _MsgMessage &message)
     record.service = message.service;
     record.isFromMe = message.is_from_me != 0;
     record.isEvent = message.item_type != 0;
-    record.isNotDelivered = record.isFromMe && message.error != 0;
+    record.isNotDelivered = isNotDelivered(message);
     record.isRecovered = message.isRecovered;
-    record.ownAddress = accountAddress(message.account);
+    record.ownAddress = ownAddress(message);
     record.date = localDate(message.date);
     record.dateDelivered = localDate(message.date_delivered);
     record.dateRead = localDate(message.date_read);
@@ -124,7 +117,7 @@ void MessageRecordMaker::addBody(MessageRecord &record, const _MsgMessage &messa
 
 void MessageRecordMaker::addExtras(MessageRecord &record, const MessageExtras &extras)
 {
-    record.isToBeSentLater = extras.schedule_type == 2;
+    record.isToBeSentLater = isToBeSentLater(extras);
     if (!extras.expressive_send_style_id.isEmpty())
         record.effect = effectName(extras.expressive_send_style_id);
     record.replyTo = extras.thread_originator_guid;
@@ -170,6 +163,23 @@ QString MessageRecordMaker::sha256(const QString &path)
     if (hash.isEmpty())
         hash = sha256OfFile(path);
     return hash;
+}
+
+QString ownAddress(const _MsgMessage &message)
+{
+    // "e:me@example.org", "p:+34612345678"
+    const qsizetype colon = message.account.indexOf(u':');
+    return colon == 1 ? message.account.sliced(2) : QString();
+}
+
+bool isNotDelivered(const _MsgMessage &message)
+{
+    return message.is_from_me != 0 && message.error != 0;
+}
+
+bool isToBeSentLater(const MessageExtras &extras)
+{
+    return extras.schedule_type == 2;
 }
 
 QString isoText(const QDateTime &date)

@@ -160,7 +160,7 @@ void TestExport::aFullDiskLeavesNoTornFile()
     rlimit before = {};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_FSIZE, &before); });
-    const rlimit small{100'000, before.rlim_max}; // no file grows beyond it, as on a full disk
+    const rlimit small{60'000, before.rlim_max}; // no file grows beyond it, as on a full disk
     std::signal(SIGXFSZ, SIG_IGN);
     QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
     QStringList expected;
@@ -171,6 +171,12 @@ void TestExport::aFullDiskLeavesNoTornFile()
             QVERIFY_EXCEPTION_THROWN(exportMessages(records.list(), plan, progress), std::runtime_error);
             QCOMPARE(files(), expected);
         }
+    }
+    QVERIFY(writeFile(path, "old"));
+    for (const int format :
+         {int(ExportFullTable), int(ExportXlsx), int(ExportJsonLines), int(ExportAndroidSms)}) {
+        QVERIFY_EXCEPTION_THROWN(exported(records, format), std::runtime_error);
+        QCOMPARE(bytesOf(path), "old"_ba);
     }
 }
 
