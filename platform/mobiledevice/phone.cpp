@@ -75,11 +75,12 @@ int descriptorOf(const Connection &connection)
     return own;
 }
 
-int encipheredSocket(int descriptor, const std::string &udid)
+int encipheredSocket(int descriptor, const std::string &udid, bool isOldPhone)
 {
     const PlistNode record = pairRecord(udid);
     std::unique_ptr<ServiceTls> phone = ServiceTls::open(
-        descriptor, {recordField(record, "RootCertificate"), recordField(record, "RootPrivateKey")});
+        descriptor, {recordField(record, "RootCertificate"), recordField(record, "RootPrivateKey"),
+                     recordField(record, "DeviceCertificate"), isOldPhone});
     return phone ? pumpedSocket(std::move(phone)) : -1;
 }
 
@@ -188,7 +189,17 @@ Phone::Service Phone::startService(const char *name)
         return {code, -1};
     const Connection connection(connected);
     const int socket = descriptorOf(connection);
-    return {0, service->ssl_enabled ? encipheredSocket(socket, identifier) : socket};
+    return {0, service->ssl_enabled ? encipheredSocket(socket, identifier, isOld()) : socket};
+}
+
+/// Before iOS 10. One that doesn't say is taken for a newer one.
+bool Phone::isOld()
+{
+    constexpr int firstNewer = 10;
+    const PlistNode version(value(nullptr, "ProductVersion"));
+    const bool isTold = version && plist_get_node_type(version.get()) == PLIST_STRING;
+    const int major = isTold ? std::atoi(plist_get_string_ptr(version.get(), nullptr)) : 0;
+    return major > 0 && major < firstNewer;
 }
 
 plist_t Phone::value(const char *domain, const char *key)

@@ -42,6 +42,7 @@ public:
 private:
     std::string hostId() const;
     int handshake();
+    bool isOld();
 
     std::string identifier;
     idevice_t device = nullptr;

@@ -28,22 +28,35 @@ Source sourceOf(const std::string &text)
     return Source(BIO_new_mem_buf(text.data(), int(text.size())));
 }
 
-/// Phones sign for themselves, and old ones only know what is forbidden elsewhere by now: who the phone is
-/// was settled when it was paired.
-Context contextFor(const HostCredentials &host)
+Certificate certificateOf(const std::string &pem)
+{
+    return Certificate(PEM_read_bio_X509(sourceOf(pem).get(), nullptr, nullptr, nullptr));
+}
+
+/// Old phones only know what is forbidden elsewhere by now. Who the phone is, its certificate tells once it
+/// is there: no authority has signed it.
+Context contextFor(const TlsCredentials &credentials)
 {
     Context context(SSL_CTX_new(TLS_client_method()));
     SSL_CTX_set_security_level(context.get(), 0);
     SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
     SSL_CTX_set_options(context.get(), SSL_OP_LEGACY_SERVER_CONNECT);
     SSL_CTX_set_verify(context.get(), SSL_VERIFY_NONE, nullptr);
-    const Certificate certificate(
-        PEM_read_bio_X509(sourceOf(host.certificate).get(), nullptr, nullptr, nullptr));
-    const Key key(PEM_read_bio_PrivateKey(sourceOf(host.privateKey).get(), nullptr, nullptr, nullptr));
+    if (credentials.isOldPhone)
+        SSL_CTX_set_max_proto_version(context.get(), TLS1_VERSION);
+    const Certificate certificate = certificateOf(credentials.certificate);
+    const Key key(PEM_read_bio_PrivateKey(sourceOf(credentials.privateKey).get(), nullptr, nullptr, nullptr));
     const bool isReady = certificate && key &&
                          SSL_CTX_use_certificate(context.get(), certificate.get()) == 1 &&
                          SSL_CTX_use_PrivateKey(context.get(), key.get()) == 1;
     return isReady ? std::move(context) : nullptr;
+}
+
+bool isPhoneOf(const TlsCredentials &credentials, const SSL *session)
+{
+    const Certificate shown(SSL_get1_peer_certificate(session));
+    const Certificate paired = certificateOf(credentials.phoneCertificate);
+    return shown && paired && X509_cmp(shown.get(), paired.get()) == 0;
 }
 
 } // namespace
@@ -53,10 +66,10 @@ void ServiceTls::Free::operator()(ssl_st *handle) const noexcept
     SSL_free(handle);
 }
 
-std::unique_ptr<ServiceTls> ServiceTls::open(int descriptor, const HostCredentials &host)
+std::unique_ptr<ServiceTls> ServiceTls::open(int descriptor, const TlsCredentials &credentials)
 {
     std::unique_ptr<ServiceTls> tls(new ServiceTls(descriptor));
-    return tls->shakeHands(host) ? std::move(tls) : nullptr;
+    return tls->shakeHands(credentials) ? std::move(tls) : nullptr;
 }
 
 ServiceTls::~ServiceTls()
@@ -66,15 +79,15 @@ ServiceTls::~ServiceTls()
     ::close(socket);
 }
 
-bool ServiceTls::shakeHands(const HostCredentials &host)
+bool ServiceTls::shakeHands(const TlsCredentials &credentials)
 {
-    const Context context = contextFor(host);
+    const Context context = contextFor(credentials);
     if (!context)
         return false;
     ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &handshakeTimeout, sizeof handshakeTimeout);
     session.reset(SSL_new(context.get()));
     SSL_set_fd(session.get(), socket);
-    if (SSL_connect(session.get()) != 1) {
+    if (SSL_connect(session.get()) != 1 || !isPhoneOf(credentials, session.get())) {
         session.reset();
         return false;
     }

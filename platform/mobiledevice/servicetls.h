@@ -7,10 +7,12 @@
 
 struct ssl_st;
 
-/// What this computer shows a phone to be known, in PEM form.
-struct HostCredentials {
-    std::string certificate;
+/// What computer and phone show each other to be known, in PEM form.
+struct TlsCredentials {
+    std::string certificate; ///< of this computer
     std::string privateKey;
+    std::string phoneCertificate;
+    bool isOldPhone = false; ///< before iOS 10, which are spoken to in version 1.0
 };
 
 /// This computer's end of TLS over the socket of a service. libimobiledevice has one too, but a read from
@@ -19,8 +21,9 @@ struct HostCredentials {
 class ServiceTls
 {
 public:
-    /// Takes `descriptor` over and speaks to the phone until both agree on a key; null when they don't.
-    static std::unique_ptr<ServiceTls> open(int descriptor, const HostCredentials &host);
+    /// Takes `descriptor` over and speaks to the phone until both agree on a key; null when they don't, or
+    /// when it isn't the phone that this computer is paired with.
+    static std::unique_ptr<ServiceTls> open(int descriptor, const TlsCredentials &credentials);
     ServiceTls(const ServiceTls &) = delete;
     ServiceTls &operator=(const ServiceTls &) = delete;
     ~ServiceTls();
@@ -36,7 +39,7 @@ private:
         void operator()(ssl_st *session) const noexcept;
     };
     explicit ServiceTls(int descriptor) : socket(descriptor) {}
-    bool shakeHands(const HostCredentials &host);
+    bool shakeHands(const TlsCredentials &credentials);
 
     int socket;
     std::unique_ptr<ssl_st, Free> session;

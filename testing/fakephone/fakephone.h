@@ -32,7 +32,10 @@ struct FakePhone {
     QMap<QString, QVariantMap> domains; ///< the named ones
     std::atomic<Trust> trust = Trust::Given;
     bool isPairedAlready = false; ///< knows this computer as any other phone does that was paired with it
+    bool sessionsAreEnciphered = true;
     bool servicesAreEnciphered = false;
+    bool speaksOldTls = false;          ///< 1.0 and no other
+    bool isImpostor = false;            ///< shows a certificate of its own in enciphered services
     std::atomic<bool> isSilent = false; ///< a service has stopped to speak without an end
     QStringList missingServices;
     QMap<QString, Manners> manners; ///< by name of service
@@ -58,13 +61,20 @@ struct FakePhone {
     QStringList posted() const;
     void notePosted(const QString &name);
 
+    /// How its services speak TLS to the computer that opened a session last.
+    TlsManners tlsManners() const;
+    void noteSession(const Pairing &pairing);
+
 private:
-    mutable std::mutex mutex;
+    mutable std::mutex mutex; // over what follows
+    Pairing lastSession;
     QStringList postedNames;
 };
 
-/// Speaks the lockdown protocol until the other side goes.
-void serveLockdown(FakePhone &phone, Stream &stream);
+/// Speaks the lockdown protocol until the other side goes, enciphered while a session is open.
+void serveLockdown(FakePhone &phone, int descriptor);
+/// Has the stream tell the phone of its turns.
+void countTurns(FakePhone &phone, Stream &stream);
 
 /// The port of a service, 0 for an unknown one, and the other way round.
 quint16 servicePort(const QString &name);

@@ -5,25 +5,15 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// The public half of a key that nothing uses; computers want one to make a pairing record of.
-constexpr auto publicKey = "-----BEGIN RSA PUBLIC KEY-----\n"
-                           "MIIBCgKCAQEAo8gIXIijHVWCUlu6yuPawnMqvmELYwZczakJPEmJAswh4AYdIXft\n"
-                           "oNRfB7RZRN3oH7t8/zovFBgl6071XnDVzIXBZQMutadNYZKbk9AAU9xxqNQz9u57\n"
-                           "rKXn4Q2ywry5y1C5DOh7VFMTiLlYoAb4BhMziWCwEPlsIIHINmikg/UVZMOCvA/K\n"
-                           "ve+FM1evIgvfsSam/RZ+WnPH5V4EV7S5fnfR5UEmhUfee1vl+DPrXKlhtn2Kpww4\n"
-                           "T2KjNzS7xzUpnosFR/MpjtTGExQEPQu75ecFEbkXPxzsKV700Q5tadhvTXSn2CEs\n"
-                           "QOJZABJ5IVNC22oscTeP8z03xENUTTC1ZwIDAQAB\n"
-                           "-----END RSA PUBLIC KEY-----\n";
-
 QVariantMap failure(const QString &error)
 {
     return {{u"Error"_s, error}};
 }
 
-QVariantMap pairAnswer(const FakePhone &phone)
+QVariantMap pairAnswer(const FakePhone &phone, const QVariantMap &record)
 {
     switch (phone.trust) {
-    case Trust::Given: return {{u"EscrowBag"_s, QByteArray(32, 'e')}};
+    case Trust::Given: keepPairing(record); return {{u"EscrowBag"_s, QByteArray(32, 'e')}};
     case Trust::Refused: return failure(u"UserDeniedPairing"_s);
     case Trust::NotAnswered: return failure(u"PairingDialogResponsePending"_s);
     case Trust::PasscodeWanted: return failure(u"PasswordProtected"_s);
@@ -49,6 +39,15 @@ QVariantMap serviceAnswer(const FakePhone &phone, const QString &name)
             {u"EnableServiceSSL"_s, phone.servicesAreEnciphered}};
 }
 
+QVariantMap sessionAnswer(FakePhone &phone, const QString &hostId)
+{
+    const std::optional<Pairing> pairing = pairingWith(hostId);
+    if (phone.trust != Trust::Given || !pairing)
+        return failure(u"InvalidHostID"_s);
+    phone.noteSession(*pairing);
+    return {{u"SessionID"_s, u"1"_s}, {u"EnableSessionSSL"_s, phone.sessionsAreEnciphered}};
+}
+
 QVariantMap answer(FakePhone &phone, const QString &request, const QVariantMap &message)
 {
     if (request == u"QueryType"_s)
@@ -59,12 +58,14 @@ QVariantMap answer(FakePhone &phone, const QString &request, const QVariantMap &
         phone.notePosted(message.value(u"Domain"_s).toString() + u'/' + message.value(u"Key"_s).toString());
         return {{u"Value"_s, message.value(u"Value"_s)}};
     }
-    if (request == u"Pair"_s || request == u"ValidatePair"_s)
-        return pairAnswer(phone);
-    if (request == u"StartSession"_s)
-        return phone.trust == Trust::Given
-                   ? QVariantMap{{u"SessionID"_s, u"1"_s}, {u"EnableSessionSSL"_s, false}}
+    if (request == u"Pair"_s)
+        return pairAnswer(phone, message.value(u"PairRecord"_s).toMap());
+    if (request == u"ValidatePair"_s)
+        return pairingWith(message.value(u"PairRecord"_s).toMap().value(u"HostID"_s).toString())
+                   ? QVariantMap()
                    : failure(u"InvalidHostID"_s);
+    if (request == u"StartSession"_s)
+        return sessionAnswer(phone, message.value(u"HostID"_s).toString());
     if (request == u"StartService"_s)
         return serviceAnswer(phone, message.value(u"Service"_s).toString());
     return {}; // StopSession, Goodbye
@@ -84,7 +85,7 @@ FakePhone::FakePhone(const QString &identifier) : udid(identifier)
               {u"SerialNumber"_s, u"C00000000001"_s},
               {u"MobileSubscriberCountryCode"_s, u"214"_s},
               {u"WiFiAddress"_s, u"00:00:00:00:00:01"_s},
-              {u"DevicePublicKey"_s, QByteArray(publicKey)}};
+              {u"DevicePublicKey"_s, phonePublicKey()}};
     domains[u"com.apple.disk_usage"_s] = {{u"TotalDataCapacity"_s, 2'000'000'000},
                                           {u"AmountDataAvailable"_s, 1'900'000'000}};
     domains[u"com.apple.mobile.backup"_s] = {{u"CloudBackupEnabled"_s, false}, {u"WillEncrypt"_s, false}};
@@ -102,9 +103,33 @@ void FakePhone::notePosted(const QString &name)
     postedNames.append(name);
 }
 
-void serveLockdown(FakePhone &phone, Stream &stream)
+TlsManners FakePhone::tlsManners() const
 {
+    const std::lock_guard lock(mutex);
+    return {lastSession, speaksOldTls, isImpostor};
+}
+
+void FakePhone::noteSession(const Pairing &pairing)
+{
+    const std::lock_guard lock(mutex);
+    lastSession = pairing;
+}
+
+void countTurns(FakePhone &phone, Stream &stream)
+{
+    stream.beforeSend = [&phone] {
+        if (++phone.piecesSent == phone.turn)
+            phone.atTurn();
+    };
+}
+
+void serveLockdown(FakePhone &phone, int descriptor)
+{
+    const std::unique_ptr<Stream> plain = plainStream(descriptor);
+    std::unique_ptr<Stream> enciphered;
+    countTurns(phone, *plain);
     while (true) {
+        Stream &stream = enciphered ? *enciphered : *plain;
         const QVariantMap message = stream.receiveList().toMap();
         const QString request = message.value(u"Request"_s).toString();
         QVariantMap reply = answer(phone, request, message);
@@ -112,5 +137,13 @@ void serveLockdown(FakePhone &phone, Stream &stream)
         if (!reply.contains(u"Error"_s))
             reply.insert(u"Result"_s, u"Success"_s);
         stream.sendList(reply);
+        if (request == u"StopSession"_s)
+            enciphered.reset();
+        if (reply.value(u"EnableSessionSSL"_s).toBool()) {
+            TlsManners manners = phone.tlsManners();
+            manners.isImpostor = false;
+            enciphered = tlsStream(descriptor, manners);
+            countTurns(phone, *enciphered);
+        }
     }
 }

@@ -182,16 +182,12 @@ QString MuxServer::recordName(const QString &udid) const
 
 void MuxServer::tunnel(int descriptor, FakePhone &phone, const QString &service)
 {
-    const bool isEnciphered = !service.isEmpty() && phone.servicesAreEnciphered;
-    const std::unique_ptr<Stream> stream = isEnciphered ? tlsStream(descriptor) : plainStream(descriptor);
-    stream->beforeSend = [&phone] {
-        if (++phone.piecesSent == phone.turn)
-            phone.atTurn();
-    };
     if (service.isEmpty())
-        serveLockdown(phone, *stream);
-    else
-        serveService(phone, service, *stream);
+        return serveLockdown(phone, descriptor);
+    const std::unique_ptr<Stream> stream =
+        phone.servicesAreEnciphered ? tlsStream(descriptor, phone.tlsManners()) : plainStream(descriptor);
+    countTurns(phone, *stream);
+    serveService(phone, service, *stream);
 }
 
 void MuxServer::send(int descriptor, const QVariantMap &message, quint32 tag)

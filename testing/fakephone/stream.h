@@ -1,5 +1,7 @@
 #pragma once
 
+#include "testing/fakephone/pairing.h"
+
 #include <QByteArray>
 #include <QVariant>
 
@@ -35,8 +37,16 @@ protected:
 /// Over a descriptor that stays the caller's.
 std::unique_ptr<Stream> plainStream(int descriptor);
 
-/// A server's end of TLS over a descriptor, with a certificate made for the occasion. Throws `Closed`.
-std::unique_ptr<Stream> tlsStream(int descriptor);
+/// How a phone speaks TLS.
+struct TlsManners {
+    Pairing pairing;         ///< whose certificates both sides show
+    bool isOld = false;      ///< speaks version 1.0 and no other
+    bool isImpostor = false; ///< shows a certificate that nobody knows
+};
+
+/// A phone's end of TLS over a descriptor. Throws `Closed`, also when the computer isn't the one it paired
+/// with.
+std::unique_ptr<Stream> tlsStream(int descriptor, const TlsManners &manners);
 
 // Property lists as Qt's variants: bool, qint64, double, QString, QByteArray, QVariantList, QVariantMap.
 

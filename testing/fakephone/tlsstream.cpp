@@ -1,5 +1,6 @@
 #include "testing/fakephone/stream.h"
 
+#include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
@@ -12,7 +13,7 @@ struct Release {
 };
 using Context = std::unique_ptr<SSL_CTX, Release<SSL_CTX_free>>;
 using Session = std::unique_ptr<SSL, Release<SSL_free>>;
-using Key = std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>;
+using Source = std::unique_ptr<BIO, Release<BIO_free>>;
 using Certificate = std::unique_ptr<X509, Release<X509_free>>;
 
 Certificate selfSigned(EVP_PKEY *key)
@@ -26,29 +27,44 @@ Certificate selfSigned(EVP_PKEY *key)
     return certificate;
 }
 
-/// One key serves all phones of a process.
-SSL_CTX *serverContext()
+X509 *fromPem(const QByteArray &pem)
 {
-    static const Key key(EVP_RSA_gen(2048));
-    static const Context context = [] {
-        Context made(SSL_CTX_new(TLS_server_method()));
-        SSL_CTX_use_PrivateKey(made.get(), key.get());
-        SSL_CTX_use_certificate(made.get(), selfSigned(key.get()).get());
-        return made;
-    }();
-    return context.get();
+    const Source source(BIO_new_mem_buf(pem.constData(), int(pem.size())));
+    return PEM_read_bio_X509(source.get(), nullptr, nullptr, nullptr);
+}
+
+Context contextFor(const TlsManners &manners)
+{
+    Context context(SSL_CTX_new(TLS_server_method()));
+    SSL_CTX_set_security_level(context.get(), 0); // for what old phones know
+    SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
+    if (manners.isOld)
+        SSL_CTX_set_max_proto_version(context.get(), TLS1_VERSION);
+    const Certificate certificate(manners.isImpostor ? selfSigned(phoneKey()).release()
+                                                     : fromPem(manners.pairing.deviceCertificate));
+    SSL_CTX_use_certificate(context.get(), certificate.get());
+    SSL_CTX_use_PrivateKey(context.get(), phoneKey());
+    SSL_CTX_set_verify(context.get(), SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT,
+                       [](int, X509_STORE_CTX *) { return 1; }); // it is compared afterwards
+    return context;
 }
 
 class TlsStream final : public Stream
 {
 public:
-    explicit TlsStream(int descriptor) : session(SSL_new(serverContext()))
+    TlsStream(int descriptor, const TlsManners &manners)
+        : context(contextFor(manners)), session(SSL_new(context.get()))
     {
         SSL_set_fd(session.get(), descriptor);
-        if (SSL_accept(session.get()) != 1)
+        if (SSL_accept(session.get()) != 1 || !isKnown(manners.pairing))
             throw Closed();
     }
-    ~TlsStream() override { SSL_shutdown(session.get()); }
+    /// Takes the other side's farewell in, behind which plain bytes may come.
+    ~TlsStream() override
+    {
+        if (SSL_shutdown(session.get()) == 0)
+            SSL_shutdown(session.get());
+    }
 
 protected:
     void sendAll(const QByteArray &bytes) override
@@ -63,12 +79,22 @@ protected:
     }
 
 private:
+    bool isKnown(const Pairing &pairing) const
+    {
+        const X509 *shown = SSL_get0_peer_certificate(session.get());
+        const Certificate host(fromPem(pairing.hostCertificate));
+        const Certificate root(fromPem(pairing.rootCertificate));
+        return shown &&
+               ((host && X509_cmp(shown, host.get()) == 0) || (root && X509_cmp(shown, root.get()) == 0));
+    }
+
+    Context context;
     Session session;
 };
 
 } // namespace
 
-std::unique_ptr<Stream> tlsStream(int descriptor)
+std::unique_ptr<Stream> tlsStream(int descriptor, const TlsManners &manners)
 {
-    return std::make_unique<TlsStream>(descriptor);
+    return std::make_unique<TlsStream>(descriptor, manners);
 }

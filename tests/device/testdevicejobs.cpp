@@ -176,6 +176,7 @@ IOSDevice TestDeviceJobs::plugIn(FakePhone &phone)
 FakePhone &TestDeviceJobs::newFullPhone()
 {
     FakePhone &phone = stand.newPhone();
+    phone.sessionsAreEnciphered = false; // there are hundreds of them
     phone.relayArchive = archiveOf({{"a", S_IFREG, phone.udid.toUtf8()}, {"b", S_IFREG, "b"}});
     phone.backup.setPath(phoneFiles.filePath(phone.udid + u'/' + phone.udid));
     phone.restored.setPath(phoneFiles.filePath(phone.udid + u"/restored"_s));

@@ -103,6 +103,7 @@ private Q_SLOTS:
     void packetsComeWholeOrNotAtAll();
     void movesFiles_data();
     void movesFiles();
+    void refusesAnImpostor();
     void hearsAndPostsNotifications();
     void asksForBackups();
     void syncsRecords();
@@ -304,16 +305,21 @@ void TestServices::packetsComeWholeOrNotAtAll()
 void TestServices::movesFiles_data()
 {
     QTest::addColumn<bool>("isEnciphered");
-    QTest::newRow("plain") << false;
-    QTest::newRow("enciphered") << true;
+    QTest::addColumn<QString>("version");
+    QTest::newRow("plain") << false << u"6.1.3"_s;
+    QTest::newRow("enciphered as old phones do") << true << u"9.3"_s;
+    QTest::newRow("enciphered") << true << u"16.1"_s;
 }
 
 void TestServices::movesFiles()
 {
     QFETCH(bool, isEnciphered);
+    QFETCH(QString, version);
     const QTemporaryDir folder;
     FakePhone &phone = stand.newPhone();
     phone.servicesAreEnciphered = isEnciphered;
+    phone.values[u"ProductVersion"_s] = version;
+    phone.speaksOldTls = version == u"9.3"_s;
     phone.containers.insert(u"org.example.app"_s, QDir(folder.path()));
     AfcConnection afc(stand.plugIn(phone));
     QCOMPARE(failureOf([&] { afc.connect(u"org.none"_s); }), u"can not find org.none."_s);
@@ -340,6 +346,18 @@ void TestServices::movesFiles()
     QVERIFY(qAbs(info.modified.secsTo(QDateTime::currentDateTime())) < 600);
     QCOMPARE(afc.openRead(u"/none"_s).handle, 0U);
     QVERIFY(afc.removePath(u"/sub/old"_s) && !afc.removePath(u"/sub/old"_s));
+}
+
+// Another phone in its place, or one that was wiped, mustn't be trusted with anything.
+void TestServices::refusesAnImpostor()
+{
+    FakePhone &phone = stand.newPhone();
+    phone.servicesAreEnciphered = true;
+    phone.isImpostor = true;
+    void *const handle = stand.plugIn(phone);
+    QVERIFY(failureOf([&] { listMedia(handle); }).contains(u"AMDeviceStartService(com.apple.afc)=-"_s));
+    phone.isImpostor = false;
+    QVERIFY(failureOf([&] { listMedia(handle); }).isEmpty());
 }
 
 void TestServices::hearsAndPostsNotifications()
