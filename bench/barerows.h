@@ -54,10 +54,12 @@ public:
         for (sqlite3_value *value : values)
             sqlite3_value_free(value);
     }
-    void insertInto(sqlite3 *db) const
+    void insertInto(sqlite3 *db) const { insertInto(db, table); }
+    /// `target` is another table that takes them, perhaps with the names of columns.
+    void insertInto(sqlite3 *db, const QByteArray &target) const
     {
         const QByteArray sql =
-            "insert into " + table + " values(?" + QByteArray(",?").repeated(columns - 1) + ")";
+            "insert into " + target + " values(?" + QByteArray(",?").repeated(columns - 1) + ")";
         sqlite3_stmt *statement = nullptr;
         sqlite3_prepare_v2(db, sql.constData(), -1, &statement, nullptr);
         for (size_t row = 0; row < values.size(); row += size_t(columns)) {
