@@ -22,9 +22,10 @@ QString generalHelp()
                     .arg(QLatin1StringView(command.subject), -8)
                     .arg(QLatin1StringView(command.description));
     }
-    return text +
-           u"\nSOURCE is a backup folder, a folder that holds file-relay/var/mobile/Library/SMS/sms.db,\n"
-           u"or the name of a Local Database. marrowlight-cli COMMAND --help tells the options.\n"_s;
+    return text + u"\nSOURCE is a backup folder or a folder that holds one; a folder that holds\n"
+                  u"file-relay/var/mobile/Library/SMS/sms.db or var/mobile/Library/SMS/sms.db; a message\n"
+                  u"database (sms.db, chat.db); or the name of a Local Database.\n"
+                  u"marrowlight-cli COMMAND --help tells the options.\n"_s;
 }
 
 QStringList subjectsOf(const Command &command)

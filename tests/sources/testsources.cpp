@@ -3,6 +3,7 @@
 #include "sources/choice.h"
 #include "sources/choicedates.h"
 #include "sources/findsource.h"
+#include "sources/opensource.h"
 #include "sources/phones.h"
 #include "sources/readsource.h"
 #include "store/readers/absmessagedb.h"
@@ -24,6 +25,7 @@ class TestSources : public QObject
 
 private Q_SLOTS:
     void aNameStandsForOneKindOfSource();
+    void aDatabaseAloneIsReadUntouched();
     void phonesDoWhatTheirSystemCan_data();
     void phonesDoWhatTheirSystemCan();
     void aMessageOfTwoConversationsIsListedInBoth();
@@ -46,10 +48,41 @@ void TestSources::aNameStandsForOneKindOfSource()
     QCOMPARE(findSource(dir.filePath(u"phone"_s)).kind, SourceKind::PhoneFolder);
     QCOMPARE(findSource(u" kept "_s).kind, SourceKind::LocalDatabase);
     QCOMPARE(findSource(u" kept "_s).database.path, database);
+    // A folder with one backup stands for it, one with several for none.
+    const QDir phoneRoot(dir.filePath(u"phone"_s));
+    const QString inRoot =
+        SmsDbBuilder(phoneRoot).chat(u"+1"_s).writeTo(dir.filePath(u"plain/var/mobile/Library/SMS/sms.db"_s));
+    QCOMPARE(findSource(dir.path()).folder.absolutePath(), dir.filePath(u"backup"_s));
+    QVERIFY(writeFile(dir.filePath(u"second/Manifest.mbdb"_s)));
+    const QString several = failureOf([&] { findSource(dir.path()); });
+    QVERIFY(several.contains(dir.filePath(u"backup"_s)) && several.contains(dir.filePath(u"second"_s)));
+    QCOMPARE(findSource(dir.filePath(u"plain"_s)).kind, SourceKind::PhoneFolder);
+    QCOMPARE(findSource(inRoot).kind, SourceKind::DatabaseFile);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, findSource(dir.filePath(u"second/Manifest.mbdb"_s)));
     // The empty name is not the folder in which the program happens to run.
     QDir::setCurrent(dir.filePath(u"phone"_s));
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, findSource(QString()));
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, findSource(dir.path()));
+}
+
+/// Nothing is to lie beside it afterwards, and its attachments are found there.
+void TestSources::aDatabaseAloneIsReadUntouched()
+{
+    const QTemporaryDir dir;
+    const QDir folder(dir.path());
+    const QString path = SmsDbBuilder(folder, IosVersion::Ios16)
+                             .chat(u"+1"_s)
+                             .received(u"one"_s)
+                             .attachment(u"/Users/ann/Library/Messages/Attachments/1/a.jpg"_s)
+                             .writeTo(folder.filePath(u"chat.db"_s));
+    QVERIFY(writeFile(folder.filePath(u"Attachments/1/a.jpg"_s)));
+    const QStringList before = folder.entryList(QDir::AllEntries | QDir::Hidden);
+    const QByteArray bytes = bytesOf(path);
+    const std::unique_ptr<AbsIOSMessageDb> db = openInPlace(findSource(path), {});
+    const _MsgStorePtr store = readSource(*db, Recovered::Shown);
+    QCOMPARE(store->messages.size(), 1);
+    QCOMPARE((*store->attachments.cbegin())->localFile, folder.filePath(u"Attachments/1/a.jpg"_s));
+    QCOMPARE(folder.entryList(QDir::AllEntries | QDir::Hidden), before);
+    QCOMPARE(bytesOf(path), bytes);
 }
 
 void TestSources::phonesDoWhatTheirSystemCan_data()

@@ -4,6 +4,7 @@
 #include "sqlite_qt/untoucheddb.h"
 #include "sqlite_qt/writetransaction.h"
 #include "store/people/countrylibdb.h"
+#include "store/records/phonetree.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -81,7 +82,7 @@ QString IOSContactsMemDb::cacheFile() const
 
 QString IOSContactsMemDb::bookFile(const QString &name) const
 {
-    return root.absoluteFilePath(u"file-relay/var/mobile/Library/AddressBook/"_s + name);
+    return phoneTree(root).filePath(u"var/mobile/Library/AddressBook/"_s + name);
 }
 
 void IOSContactsMemDb::openDb()

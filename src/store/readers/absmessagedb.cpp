@@ -2,8 +2,10 @@
 
 #include "sqlite_qt/untoucheddb.h"
 #include "store/people/sourcecountry.h"
+#include "store/readers/openmessagedb.h"
 
 #include <QDebug>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +36,11 @@ void AbsIOSMessageDb::takeOpened(UntouchedDb &opened)
     takeOver(opened.db);
     copy = std::move(opened.copy);
     prepare();
+}
+
+QDir AbsIOSMessageDb::filesFolder() const
+{
+    return path == messageDbPath(root) ? root : QFileInfo(path).dir();
 }
 
 qsizetype AbsIOSMessageDb::rowCount(const QString &table)

@@ -70,6 +70,9 @@ protected:
     /// To be called at the end of opening: finds the country where the constructor was given none.
     void findCountry();
 
+    /// What files of attachments are looked for in: the root folder, or the folder of a database alone.
+    QDir filesFolder() const;
+
     /// What a reader has to know of its file once that is open.
     virtual void prepare() = 0;
     /// Number of rows of `table`, for taking room in advance.

@@ -1,6 +1,7 @@
 #include "store/readers/attachmentpaths.h"
 
 #include "app/filetools.h"
+#include "store/records/phonetree.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -20,6 +21,13 @@ QString pathInRelay(const QString &filename)
 {
     const QString path = pathOnPhone(filename);
     return path.startsWith("private/var/"_L1) ? path.sliced(8) : path; // what "/var" is a link to
+}
+
+/// The database and its attachments lie in one folder of the phone or the Mac.
+QString pathBesideDatabase(const QString &path)
+{
+    static const QRegularExpression folder(u"^.*/Library/(SMS|Messages)/(?=Attachments/)"_s);
+    return QString(path).remove(folder);
 }
 
 /// Files are taken out of a backup under names that every system takes; folders keep theirs.
@@ -46,10 +54,10 @@ QString attachmentFile(const QDir &root, const QString &filename)
 {
     if (filename.isEmpty())
         return {};
-    const QDir relay(root.absoluteFilePath(u"file-relay"_s));
+    const QDir tree = phoneTree(root);
     const QString path = pathInRelay(filename);
-    for (const auto &place :
-         {pathBelow(relay, path), pathBelow(relay, withSafeName(path)), attachmentTarget(root, filename)}) {
+    for (const auto &place : {pathBelow(tree, path), pathBelow(tree, withSafeName(path)),
+                              attachmentTarget(root, filename), pathBelow(root, pathBesideDatabase(path))}) {
         if (place && QFileInfo(*place).isFile())
             return *place;
     }

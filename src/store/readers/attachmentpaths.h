@@ -15,6 +15,6 @@ QString pathBelowRoot(const QString &filename);
 /// Nothing when the path would leave the folder.
 std::optional<QString> attachmentTarget(const QDir &root, const QString &filename);
 
-/// Path of that attachment's file below the root folder of any source: the phone's own tree below
-/// "file-relay", or what a Local Database keeps. Empty when there is no such file.
+/// Path of that attachment's file below the root folder of any source: the phone's own tree, what a Local
+/// Database keeps, or "Attachments" beside a message database alone. Empty when there is no such file.
 QString attachmentFile(const QDir &root, const QString &filename);

@@ -244,7 +244,12 @@ private:
 };
 
 IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &countryCode)
-    : AbsIOSMessageDb(rootFolder, messageDbPath(rootFolder), countryCode)
+    : IOS5MessageDb(rootFolder, messageDbPath(rootFolder), countryCode)
+{
+}
+
+IOS5MessageDb::IOS5MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode)
+    : AbsIOSMessageDb(rootFolder, databasePath, countryCode)
     , addresses(rootFolder, countryCode, u"IOS5MessageDb"_s)
 {
 }
@@ -378,11 +383,11 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     const int rowid = cursor.columnIndex(u"rowid"_s);
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));
-    readMmsTexts(*this, root, *store);
+    readMmsTexts(*this, filesFolder(), *store);
 }
 
 void IOS5MessageDb::attachments(_MsgStorePtr &store)
 {
     openDb();
-    readIos5Attachments(*this, root, *store);
+    readIos5Attachments(*this, filesFolder(), *store);
 }

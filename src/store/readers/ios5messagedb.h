@@ -21,6 +21,8 @@ class IOS5MessageDb : public AbsIOSMessageDb
 public:
     /// `rootFolder` holds "file-relay"; `countryCode` is the phone's mobile country code, which may be empty.
     IOS5MessageDb(const QDir &rootFolder, const QString &countryCode);
+    /// The same for a database at a path of its own.
+    IOS5MessageDb(const QDir &rootFolder, const QString &databasePath, const QString &countryCode);
 
     /// Throws `std::runtime_error` when the file is missing, damaged or no database.
     void openDb() override;

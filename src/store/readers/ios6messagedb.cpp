@@ -242,5 +242,5 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 void IOS6MessageDb::attachments(_MsgStorePtr &store)
 {
     openDb();
-    readAttachments(*this, root, *store);
+    readAttachments(*this, filesFolder(), *store);
 }

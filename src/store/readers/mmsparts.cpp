@@ -10,6 +10,7 @@
 #include "store/readers/messageattachments.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
+#include "store/records/phonetree.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
@@ -67,7 +68,7 @@ public:
 private:
     void gather()
     {
-        const QDir phone(root.absoluteFilePath(u"file-relay/var/mobile"_s));
+        const QDir phone(phoneTree(root).filePath(u"var/mobile"_s));
         files.emplace();
         QDirIterator it(phone.filePath(u"Library/SMS/Parts"_s), QDir::Files, QDirIterator::Subdirectories);
         while (it.hasNext()) {

@@ -3,6 +3,7 @@
 #include "sqlite_qt/untoucheddb.h"
 #include "store/readers/ios5messagedb.h"
 #include "store/readers/ios6messagedb.h"
+#include "store/records/phonetree.h"
 
 #include <QSet>
 
@@ -12,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 QString messageDbPath(const QDir &root)
 {
-    return root.absoluteFilePath(u"file-relay/var/mobile/Library/SMS/sms.db"_s);
+    return phoneTree(root).filePath(u"var/mobile/Library/SMS/sms.db"_s);
 }
 
 QString recycleDbPath(const QDir &root)
@@ -48,12 +49,16 @@ int readerVersion(Sqlite3DB &db, const QString &path)
 
 std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc)
 {
-    const QString path = messageDbPath(root);
+    return openMessageDb(root, messageDbPath(root), mcc);
+}
+
+std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &path, const QString &mcc)
+{
     UntouchedDb file(path);
     std::unique_ptr<AbsIOSMessageDb> reader;
     switch (readerVersion(file.db, path)) {
-    case 5: reader = std::make_unique<IOS5MessageDb>(root, mcc); break;
-    case 6: reader = std::make_unique<IOS6MessageDb>(root, mcc, false); break;
+    case 5: reader = std::make_unique<IOS5MessageDb>(root, path, mcc); break;
+    case 6: reader = std::make_unique<IOS6MessageDb>(root, path, mcc, false); break;
     default: throw std::runtime_error("invalid IOS db.");
     }
     reader->takeOpened(file);

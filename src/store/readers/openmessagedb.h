@@ -17,3 +17,5 @@ QString recycleDbPath(const QDir &root);
 /// mobile country code, which may be empty. Throws `std::runtime_error` when there is no such file or
 /// it is no database. The reader has the file open.
 std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &mcc);
+/// The same for a database at a path of its own; `root` takes what the program keeps of it.
+std::unique_ptr<AbsIOSMessageDb> openMessageDb(const QDir &root, const QString &path, const QString &mcc);
