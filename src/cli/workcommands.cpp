@@ -13,6 +13,7 @@
 #include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
 #include "recovery/merge/backupmerge.h"
+#include "search/messagesearch.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/readers/openmessagedb.h"
 
@@ -87,6 +88,7 @@ void importCommand(const CommandLine &line, TerminalProgress &progress)
     const InterruptScope interruptible(progress);
     const ImportCounts counts = importMessages(chosenMessages(source.store, source.localized(line.choice)),
                                                QDir(target.path), target.file(), progress);
+    updateSearchIndex(*openLocalDatabase(target, {}), progress);
     progress.clear();
     printJsonLine({{u"messages"_s, counts.handedIn()},
                    {u"added"_s, counts.added},
@@ -123,6 +125,7 @@ void deleteCommand(const CommandLine &line, TerminalProgress &progress)
     } else {
         const InterruptScope interruptible(progress);
         deleted = deleteConversations(*openLocalDatabase(*database, {}), line.choice.chats, progress);
+        updateSearchIndex(*openLocalDatabase(*database, {}), progress);
     }
     progress.clear();
     printJsonLine({{u"messages"_s, deleted}, {u"name"_s, database->name}});

@@ -10,6 +10,7 @@
 #include "sources/readsource.h"
 #include "store/readers/absmessagedb.h"
 #include "store/readers/openmessagedb.h"
+#include "store/records/phonetree.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -41,7 +42,7 @@ QString stampOf(const QString &path)
 QByteArray stampOf(AbsIOSMessageDb &db)
 {
     const QString book =
-        db.rootFolder().absoluteFilePath(u"file-relay/var/mobile/Library/AddressBook/AddressBook.sqlitedb"_s);
+        phoneTree(db.rootFolder()).filePath(u"var/mobile/Library/AddressBook/AddressBook.sqlitedb"_s);
     QStringList parts = {versionText(), db.countryCode()};
     for (const QString &path : {db.databasePath(), book, recycleDbPath(db.rootFolder())})
         parts += {stampOf(path), stampOf(path + u"-wal"_s)};
@@ -130,8 +131,17 @@ std::unique_ptr<SearchIndex> currentSearchIndex(AbsIOSMessageDb &db, JobProgress
 
 void updateSearchIndex(AbsIOSMessageDb &db, JobProgress &progress)
 {
-    if (QFile::exists(searchIndexPath(db)))
+    const QString path = searchIndexPath(db);
+    if (!QFile::exists(path))
+        return;
+    try {
         currentSearchIndex(db, progress);
+    } catch (const std::exception &error) {
+        qWarning("%s; the search index is removed", error.what());
+        QFile::remove(path);
+    } catch (int) { // cancelled
+        QFile::remove(path);
+    }
 }
 
 SearchResult searchMessages(SearchIndex &index, const _MsgStorePtr &store, const SearchQuery &query,

@@ -27,8 +27,9 @@ QString searchIndexPath(const AbsIOSMessageDb &db);
 /// cancelled. Another process that is at it is waited for.
 std::unique_ptr<SearchIndex> currentSearchIndex(AbsIOSMessageDb &db, JobProgress &progress);
 
-/// The same where there is an index already; else nothing is done. To be called after an import or a
-/// deletion, so that what is deleted doesn't rest in the index.
+/// The same where there is an index already, after an import or a deletion. What was deleted must not rest in
+/// it: where it can't be brought up to date, or that is cancelled, it is removed. Throws nothing, since what
+/// was done to the source is done.
 void updateSearchIndex(AbsIOSMessageDb &db, JobProgress &progress);
 
 /// A message that holds what was looked for.
