@@ -118,6 +118,7 @@ private Q_SLOTS:
     void opensEncryptedBackups();
     void exportsEveryFormat();
     void keepsAndDeletesMessagesOfALocalDatabase();
+    void searchesOneSourceOrAll();
     void recoversDeletedMessages();
     void aDamagedDatabaseIsListedAsOneAndCanGo();
     void aFullStandardOutputIsAnError();
@@ -177,6 +178,12 @@ void TestCli::mistakesAreOneLine_data()
     QTest::newRow("forbidden sign") << u"import %1/phone --into a?"_s << 2 << u"name"_s;
     QTest::newRow("no such source") << u"chats nowhere"_s << 1 << u"nowhere"_s;
     QTest::newRow("no such conversation") << u"messages %1/phone --chat +1"_s << 1 << u"\"+1\""_s;
+    QTest::newRow("no such person") << u"messages %1/phone --person Nina"_s << 1 << u"\"Nina\""_s;
+    QTest::newRow("no date") << u"messages %1/phone --from soon"_s << 2 << u"soon"_s;
+    QTest::newRow("dates that leave nothing")
+        << u"search %1/phone a --from 2014-02-02 --to 2014-02-01"_s << 2 << u"--from"_s;
+    QTest::newRow("no such kind") << u"messages %1/phone --with films"_s << 2 << u"films"_s;
+    QTest::newRow("nothing to search for") << u"search %1/phone"_s << 2 << u"WORDS"_s;
     QTest::newRow("no such folder") << u"export %1/phone --format csv --out no/x"_s << 1 << u"no/x"_s;
     QTest::newRow("full disk") << u"export %1/phone --format csv --out /dev/full"_s << 1 << u"/dev/full"_s;
     QTest::newRow("below a file") << u"export %1/phone --format html --out /dev/full/x"_s << 1 << u"/x"_s;
@@ -325,6 +332,37 @@ void TestCli::keepsAndDeletesMessagesOfALocalDatabase()
     QCOMPARE(run(u"messages Kept"_s).values(u"body"_s), QStringList{u"Hi"_s});
     QCOMPARE(run(u"delete kept"_s).values(u"messages"_s), QStringList{u"1"_s});
     QCOMPARE(run(u"databases"_s).out, QByteArray());
+}
+
+void TestCli::searchesOneSourceOrAll()
+{
+    const QString backup = writeBackup();
+    const Run found = run(u"search %1 \"SI 😄\" --sent"_s.arg(backup));
+    QCOMPARE(found.values(u"snippet"_s), QStringList{u"[Sí 😄]"_s});
+    QCOMPARE(found.values(u"source"_s), QStringList{backup});
+    QStringList keys = found.objects().constFirst().keys();
+    keys.removeAll(u"source"_s);
+    keys.removeAll(u"snippet"_s);
+    QCOMPARE(keys, run(u"messages "_s + backup).objects().constFirst().keys());
+
+    QCOMPARE(run(u"search --all h"_s).out, QByteArray());
+    QVERIFY(run(u"import %1 --into One"_s.arg(backup)).err.isEmpty());
+    QCOMPARE(run(u"search --all hi"_s).values(u"source"_s), QStringList{u"One"_s});
+    QVERIFY(run(u"import %1 --into One --chat +34612345678"_s.arg(backup)).err.isEmpty());
+    QVERIFY(run(u"import %1 --into Two --person ann@"_s.arg(backup)).err.isEmpty());
+    QCOMPARE(run(u"search --all hi"_s).values(u"source"_s), QStringList({u"One"_s, u"Two"_s}));
+    QCOMPARE(run(u"search --all hola --person 612345678"_s).values(u"source"_s), QStringList{u"One"_s});
+    QCOMPARE(run(u"search --all hola --person Nina"_s).status, 1);
+
+    QCOMPARE(run(u"delete One --chat +34612345678"_s).status, 0);
+    QCOMPARE(run(u"search One hola"_s).out, QByteArray());
+    int searched = 0;
+    for (QDirIterator it(path(u"data"_s), {u"search.db"_s}, QDir::Files, QDirIterator::Subdirectories);
+         it.hasNext();) {
+        const QString file = it.next();
+        searched += file.contains("itunes_cache"_L1) || !bytesOf(file).contains("hola") ? 1 : 100;
+    }
+    QCOMPARE(searched, 3);
 }
 
 void TestCli::recoversDeletedMessages()
