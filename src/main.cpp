@@ -13,6 +13,7 @@
 #include "ui/phonenotice.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QTranslator>
 
 using namespace Qt::StringLiterals;
@@ -45,15 +46,32 @@ bool upgradeLocalDatabases()
     return runUnder(form, job);
 }
 
+/// The backup's folder that a desktop or a person hands over; empty when there is none. Ends the program for
+/// --help and --version, and when the words on the command line are off.
+QString folderOnCommandLine(const QApplication &application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QObject::tr("Keep, read and export the text messages of an iPhone."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QObject::tr("FOLDER"), QObject::tr("The folder of a backup to import."),
+                                 QObject::tr("[FOLDER]"));
+    parser.process(application);
+    const QString folder = parser.positionalArguments().value(0);
+    return folder.isEmpty() ? QString() : QDir(folder).absolutePath();
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     QApplication::setStyle(u"Fusion"_s);
-    QApplication::setDesktopFileName(u"marrowlight"_s);
+    QApplication::setDesktopFileName(desktopId());
+    QApplication::setApplicationVersion(versionText());
     QTranslator translator;
     installTexts(translator);
+    const QString folder = folderOnCommandLine(application);
     if (sqlite_qt_version() != accessLayerVersion) {
         showError(u"invalid libsqlite_qt."_s);
         return 1;
@@ -66,5 +84,7 @@ int main(int argc, char *argv[])
     warnWithoutDeviceLibraries(window);
     if (upgradeLocalDatabases())
         QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
+    else if (!folder.isEmpty())
+        window.importFolder(folder);
     return QApplication::exec();
 }

@@ -29,6 +29,11 @@ QString supportAddress()
     return QStringLiteral(MARROWLIGHT_SUPPORT);
 }
 
+QString desktopId()
+{
+    return QStringLiteral(MARROWLIGHT_DESKTOP_ID);
+}
+
 QString productIdentifier()
 {
     return u"7C1E40B9D3A25F68E0B47D19C6F2A83D"_s;

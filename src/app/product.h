@@ -12,5 +12,7 @@ QString reportHost();
 QString websiteAddress();
 /// Mail address to which people can turn for help.
 QString supportAddress();
+/// What desktops know the window, its icon and its desktop file by.
+QString desktopId();
 /// 32 characters that name the program's data folder.
 QString productIdentifier();

@@ -124,6 +124,11 @@ void MainWindow::showOnTop(QWidget *widget)
     static_cast<QVBoxLayout *>(centralWidget()->layout())->insertWidget(0, widget);
 }
 
+void MainWindow::importFolder(const QString &folder)
+{
+    QTimer::singleShot(0, this, [this, folder] { runReading([&] { workers->importBackup(folder, {}); }); });
+}
+
 void MainWindow::fillStatusBar()
 {
     advLabel->setObjectName(u"advLabel"_s);
@@ -176,7 +181,7 @@ void MainWindow::dropEvent(QDropEvent *event)
     const QString folder = droppedBackup(*event->mimeData());
     event->acceptProposedAction();
     // The program that the folder comes from waits until the drop is over.
-    QTimer::singleShot(0, this, [this, folder] { runReading([&] { workers->importBackup(folder, {}); }); });
+    importFolder(folder);
 }
 
 void MainWindow::iosDeviceConnected(void *p)

@@ -31,6 +31,8 @@ public:
 
     /// Puts a widget above the tree and the messages, and owns it.
     void showOnTop(QWidget *widget);
+    /// Imports the backup in that folder, as soon as the event loop runs.
+    void importFolder(const QString &folder);
 
 public Q_SLOTS:
     // Told by the watch on phones, with the phone's handle.
