@@ -61,6 +61,18 @@ void removeTree(const QString &folder)
     QDir().rmdir(dir.absolutePath());
 }
 
+void markAsCache(const QDir &folder)
+{
+    constexpr QByteArrayView tag = "Signature: 8a477f597d28d172789f06886806bc55\n"
+                                   "# Copies that Marrowlight Message Vault makes anew when it needs them.\n";
+    QFile file(folder.filePath(u"CACHEDIR.TAG"_s));
+    if (file.exists())
+        return;
+    if (!file.open(QIODevice::WriteOnly) || file.write(tag.data(), tag.size()) != tag.size() || !file.flush())
+        qWarning("%ls isn't marked as a cache: %ls", qUtf16Printable(folder.path()),
+                 qUtf16Printable(file.errorString()));
+}
+
 QString safeFileName(const QString &name)
 {
     // No regular expression: those match nothing in a text with a half of a surrogate pair.

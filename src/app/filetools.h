@@ -19,6 +19,10 @@ void renameThrow(const QString &from, const QString &to);
 /// links are removed, never followed. Failures are ignored: look at what is left if it matters.
 void removeTree(const QString &folder);
 
+/// Lays a `CACHEDIR.TAG` (bford.info/cachedir) into a folder of copies, so that programs that make backups
+/// may leave it out. One that can't be laid is logged: the copies are of use all the same.
+void markAsCache(const QDir &folder);
+
 /// `name` without the characters `\ / : * ? " < > |`, trimmed.
 QString safeFileName(const QString &name);
 

@@ -69,6 +69,8 @@ MessageCache::MessageCache(const BackupManifest &source, const QDir &cacheDir, J
     , cacheDb(cacheDir.absoluteFilePath(u"manifest.db"_s))
 {
     makeFolder(library.absolutePath());
+    // Not the folder around it: deleted messages that were found are kept there, and they are no copy.
+    markAsCache(QDir(cacheDir.absoluteFilePath(u"file-relay"_s)));
 }
 
 MessageCache::~MessageCache()

@@ -84,8 +84,10 @@ bool loadFileRelay(const IOSDevice &device, JobProgress &progress)
     cache.mkpath(u"."_s);
     saveStream(socket.descriptor(), archive, progress);
     socket.close();
-    cache.mkpath(u"file-relay"_s);
-    const bool isWhole = extractArchive(archive, QDir(cache.absoluteFilePath(u"file-relay"_s)), progress);
+    const QDir copies(cache.absoluteFilePath(u"file-relay"_s));
+    copies.mkpath(u"."_s);
+    markAsCache(copies);
+    const bool isWhole = extractArchive(archive, copies, progress);
     QFile::remove(archive);
     return isWhole;
 }

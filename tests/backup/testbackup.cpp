@@ -20,6 +20,7 @@ namespace
 const QString home = u"HomeDomain"_s;
 const QString smsDb = u"Library/SMS/sms.db"_s;
 const QString dates = u"cache/manifest.db"_s;
+const QString mark = u"cache/file-relay/CACHEDIR.TAG"_s;
 
 } // namespace
 
@@ -83,7 +84,8 @@ private:
         open(backup);
         QCOMPARE(cache(), QString());
     }
-    /// All files outside the backup, and empty folders; what is copied is named from Library on.
+    /// All files outside the backup but the mark of a cache, and empty folders; what is copied is named from
+    /// Library on.
     QStringList found() const
     {
         QStringList paths;
@@ -91,7 +93,7 @@ private:
         QDirIterator entries(dir->path(), all, QDirIterator::Subdirectories);
         while (entries.hasNext()) {
             const QString name = QDir(dir->path()).relativeFilePath(entries.next());
-            if (!name.startsWith(u"backup"_s) && QDir(entries.filePath()).isEmpty(all))
+            if (!name.startsWith(u"backup"_s) && name != mark && QDir(entries.filePath()).isEmpty(all))
                 paths += QString(name).remove(u"cache/file-relay/var/mobile/Library/"_s);
         }
         paths.sort();
@@ -230,6 +232,7 @@ void TestBackup::cachesUnderProperNamesWithTheirDate()
                                    u"SMS/sms.db-wal"_s, dates}));
     QCOMPARE(bytesOf(cached(u"SMS/sms.db"_s)), "messages"_ba);
     QCOMPARE(QFileInfo(cached(u"SMS/sms.db"_s)).lastModified().toSecsSinceEpoch(), 1000);
+    QVERIFY(bytesOf(path(mark)).startsWith("Signature: 8a477f597d28d172789f06886806bc55\n"));
 }
 
 void TestBackup::keepsNamesInsideAndApart_data()

@@ -74,7 +74,8 @@ qsizetype resourcesInUse()
     return count(u"/proc/self/fd"_s) + count(u"/proc/self/task"_s) + (hasChild ? 1000 : 0);
 }
 
-/// All files below `folder`, as "name:content", but for the one that differs from computer to computer.
+/// All files below `folder`, as "name:content", but for the one that differs from computer to computer and
+/// the mark of a cache.
 QByteArrayList filesIn(const QDir &folder)
 {
     QByteArrayList files;
@@ -83,7 +84,9 @@ QByteArrayList filesIn(const QDir &folder)
         const QString path = found.next();
         files.append(folder.relativeFilePath(path).toUtf8() + ':' + bytesOf(path));
     }
-    files.removeIf([](const QByteArray &file) { return file.startsWith("Info.plist"); });
+    files.removeIf([](const QByteArray &file) {
+        return file.startsWith("Info.plist") || file.startsWith("CACHEDIR.TAG:");
+    });
     std::sort(files.begin(), files.end());
     return files;
 }

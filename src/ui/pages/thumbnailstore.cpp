@@ -44,8 +44,10 @@ QImage ThumbnailStore::thumbnail(const QString &file) const
         if (const QImage known = readPicture(path, box); !known.isNull())
             return known;
     const QImage made = readPicture(file, box);
-    if (!made.isNull() && folder.mkpath(u"."_s))
+    if (!made.isNull() && folder.mkpath(u"."_s)) {
+        markAsCache(folder);
         keep(made, path);
+    }
     return made;
 }
 
