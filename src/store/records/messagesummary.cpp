@@ -35,8 +35,13 @@ QList<MessageEdit> editsOf(const QVariantMap &history)
     QList<MessageEdit> edits;
     if (history.size() > mostEntries)
         return edits;
-    for (int part = 0; part <= highestPart; ++part) {
-        const QVariantList states = history.value(QString::number(part)).toList();
+    qsizetype partsLeft = history.size();
+    for (int part = 0; part <= highestPart && partsLeft > 0; ++part) {
+        const auto found = history.constFind(QString::number(part));
+        if (found == history.cend())
+            continue;
+        --partsLeft;
+        const QVariantList states = found->toList();
         for (const QVariant &state : states.first(std::min(states.size(), mostEntries))) {
             if (state.metaType().id() == QMetaType::QVariantMap && edits.size() < mostEntries)
                 edits.append(editOf(state.toMap(), part));

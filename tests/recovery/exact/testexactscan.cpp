@@ -49,6 +49,5 @@ void TestExactScan::findsWhatSurvives()
              qPrintable(u"%1 of %2 missed"_s.arg(score.missed().size()).arg(score.surviving())));
 }
 
-Q_DECLARE_METATYPE(LifeOptions)
 QTEST_GUILESS_MAIN(TestExactScan)
 #include "testexactscan.moc"
