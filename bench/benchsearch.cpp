@@ -142,7 +142,7 @@ void findNeedles(SearchIndex &index, const _MsgStorePtr &store)
     int found = 0;
     for (int i = messageCount / needleCount; i <= messageCount; i += messageCount / needleCount) {
         const Hiding &hiding = hidings[quint32(i / (messageCount / needleCount)) % std::size(hidings)];
-        const SearchQuery query(QString(hiding.query).arg(i));
+        const SearchQuery query(QString::fromUtf16(hiding.query).arg(i));
         SearchResult result;
         slowest =
             std::max(slowest, secondsOf([&] { result = searchMessages(index, store, query, {}, 500); }));
