@@ -663,6 +663,18 @@
         <translation>Packing: %1/%2</translation>
     </message>
     <message>
+        <source>IDS_HASHING_FILES_%1_OF_%2</source>
+        <translation>Checksums: %1/%2</translation>
+    </message>
+    <message>
+        <source>IDS_COPYING_FILES_%1_OF_%2</source>
+        <translation>Files: %1/%2</translation>
+    </message>
+    <message>
+        <source>IDS_NO_BAG_%1_%2</source>
+        <translation>%1: %2; this folder is no bag with SHA-256 checksums.</translation>
+    </message>
+    <message>
         <source>IDS_REPLY_TO_%1</source>
         <translation>Reply to %1</translation>
     </message>

@@ -9,7 +9,7 @@ build_packages=(
   qt6-image-formats-plugins
 )
 # The tests read pages back with these: PDF text in Japanese too, pictures of emoji, valid XHTML by its document type.
-check_packages=(clang-format clang-tidy g++-mingw-w64-x86-64-posix poppler-utils unzip fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
+check_packages=(clang-format clang-tidy g++-mingw-w64-x86-64-posix poppler-utils unzip p7zip-full fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 is_installed() {

@@ -25,11 +25,14 @@ struct CommandLine {
     bool missing = false;                     ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;
+    QStringList formats;     ///< of the report in a bag
     bool allColumns = false; ///< of CSV
     Utf8Mark utf8Mark = Utf8Mark::LeftOut;
     QString out;
-    QString into;       ///< name of the Local Database to write to
-    QString intoBackup; ///< backup folder to write to
+    QString zip;             ///< file to pack what was made into
+    QString zipPasswordFile; ///< as `passwordFile`, for that file
+    QString into;            ///< name of the Local Database to write to
+    QString intoBackup;      ///< backup folder to write to
 };
 
 /// What came of parsing: a command and what it is to work on, a help text to print, or what is wrong.

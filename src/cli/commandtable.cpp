@@ -2,6 +2,7 @@
 #include "cli/commandline.h"
 #include "cli/exitstatus.h"
 #include "cli/listcommands.h"
+#include "cli/proofcommands.h"
 #include "cli/searchcommand.h"
 #include "cli/workcommands.h"
 #include "sources/choicedates.h"
@@ -94,7 +95,20 @@ const CommandOption utf8MarkOption = {
     [](CommandLine &line, const QStringList &) { line.utf8Mark = Utf8Mark::Written; }};
 const CommandOption outOption = {
     "out", "PATH", "The file to write; for html and pdf the folder of one file a conversation.",
-    [](CommandLine &line, const QStringList &values) { line.out = values.last(); }, true};
+    [](CommandLine &line, const QStringList &values) { line.out = values.last(); }};
+const CommandOption reportOption = {
+    "format", "txt|csv|html|jsonl|xlsx|android",
+    "A format of the report; may be given more than once. Without it txt, jsonl and xlsx.",
+    [](CommandLine &line, const QStringList &values) { line.formats = values; }};
+const CommandOption bagOption = {
+    "out", "DIR", "The folder to make; nothing may stand there.",
+    [](CommandLine &line, const QStringList &values) { line.out = values.last(); }};
+const QList<CommandOption> deliveryOptions = {
+    {"zip", "FILE", "Pack it into FILE; without --out nothing else is kept.",
+     [](CommandLine &line, const QStringList &values) { line.zip = values.last(); }},
+    {"zip-password-file", "FILE",
+     "Encrypt the zip file with AES-256; the first line of FILE is its password.",
+     [](CommandLine &line, const QStringList &values) { line.zipPasswordFile = values.last(); }}};
 const CommandOption intoOption = {
     "into", "NAME", "The Local Database to write to; it is made if it isn't there.",
     [](CommandLine &line, const QStringList &values) { line.into = values.last(); }, true};
@@ -117,6 +131,17 @@ constexpr auto searchDetails =
     "\n\nCase and accents don't matter. Words in double quotes, which the shell has to pass\n"
     "on, stand side by side: '\"happy new year\"'. A line has the keys of messages, with\n"
     "source, and snippet, in which [ and ] stand around what was found.";
+constexpr auto evidenceDetails =
+    "\n\nBelow data lie the report, the databases and attachments that were read, what is\n"
+    "known of the phone, and reckoning.json, which tells how the rows of the database come\n"
+    "to the messages of the report. Only run.txt hangs on the time and the machine.\n"
+    "sha256sum -c manifest-sha256.txt checks the folder as the command verify does.";
+constexpr auto verifyDetails =
+    "\n\nWrites one object with files, changed, missing and extra; the status is 1 unless the\n"
+    "last three are empty.";
+constexpr auto compareDetails =
+    "\n\nA line has change (gone, new, edited or unsent) and the keys of messages, from the\n"
+    "source that has the message; the newer one where both do.";
 // clang-format on
 
 } // namespace
@@ -138,8 +163,16 @@ const QList<Command> &commandTable()
          QList{allOption} + sourceOptions + choiceOptions + QList{emojiOption}, searchCommand, searchDetails},
         {"export", "SOURCE", "Writes messages to a file or a folder.",
          sourceOptions + choiceOptions +
-             QList{newestFirstOption, emojiOption, formatOption, allColumnsOption, utf8MarkOption, outOption},
+             QList{newestFirstOption, emojiOption, formatOption, allColumnsOption, utf8MarkOption,
+                   outOption} +
+             deliveryOptions,
          exportCommand},
+        {"evidence", "SOURCE", "Makes a bag (RFC 8493) that proves what was read.",
+         sourceOptions + choiceOptions + QList{reportOption, allColumnsOption, bagOption} + deliveryOptions,
+         evidenceCommand, evidenceDetails},
+        {"verify", "DIR", "Whether a bag is whole and unchanged.", {}, verifyCommand, verifyDetails},
+        {"compare", "OLDER NEWER", "What one source has and the other has not.",
+         sourceOptions + QList{emojiOption}, compareCommand, compareDetails},
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + choiceOptions + QList{intoOption}, importCommand},
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",

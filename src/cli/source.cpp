@@ -23,19 +23,6 @@ namespace
 
 constexpr qint64 longestPassword = 64 * 1024; // bytes
 
-QString readPassword(const QString &fileName)
-{
-    QFile file(fileName);
-    const bool opened =
-        fileName == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!opened)
-        throw std::runtime_error(u"%1: %2"_s.arg(fileName, file.errorString()).toStdString());
-    QByteArray line = file.readLine(longestPassword);
-    while (line.endsWith('\n') || line.endsWith('\r'))
-        line.chop(1);
-    return QString::fromUtf8(line);
-}
-
 /// Opens a backup, with the password if it wants one. Throws `CommandError` when it stays locked.
 void unlock(BackupManifest &manifest, const CommandLine &line, TerminalProgress &progress)
 {
@@ -66,6 +53,19 @@ std::unique_ptr<AbsIOSMessageDb> extractAndOpen(const BackupManifest &manifest, 
 }
 
 } // namespace
+
+QString readPassword(const QString &fileName)
+{
+    QFile file(fileName);
+    const bool opened =
+        fileName == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    if (!opened)
+        throw std::runtime_error(u"%1: %2"_s.arg(fileName, file.errorString()).toStdString());
+    QByteArray line = file.readLine(longestPassword);
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    return QString::fromUtf8(line);
+}
 
 std::unique_ptr<AbsIOSMessageDb> openUnread(const CommandLine &line, TerminalProgress &progress)
 {

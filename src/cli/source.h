@@ -17,6 +17,9 @@ struct Source {
     Choice localized(Choice choice) const;
 };
 
+/// The first line of a file; of standard input for "-". Throws `std::runtime_error`.
+QString readPassword(const QString &fileName);
+
 /// Opens what the command line names without reading its records. A backup is unlocked and brought into the
 /// cache. Throws `CommandError` for a country that nobody knows and a backup that stays locked, and
 /// `std::runtime_error` when there is no such source or it can't be read.

@@ -2,7 +2,9 @@
 
 #include "backup/backupmanifest.h"
 #include "cli/commandline.h"
+#include "cli/delivery.h"
 #include "cli/exitstatus.h"
+#include "cli/exportformats.h"
 #include "cli/interrupt.h"
 #include "cli/jsonlines.h"
 #include "cli/source.h"
@@ -27,21 +29,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Throws `CommandError` when there is none of that name.
-ExportFormat formatNamed(const QString &name, bool hasAllColumns)
-{
-    static const QHash<QString, ExportFormat> formats = {
-        {u"txt"_s, ExportText},          {u"csv"_s, ExportCsv},         {u"html"_s, ExportHtml},
-        {u"pdf"_s, ExportPdf},           {u"jsonl"_s, ExportJsonLines}, {u"xlsx"_s, ExportXlsx},
-        {u"android"_s, ExportAndroidSms}};
-    const auto format = formats.constFind(name);
-    if (format == formats.cend())
-        throw CommandError(
-            ExitStatus::Usage,
-            u"Unknown format \"%1\"; there are txt, csv, html, pdf, jsonl, xlsx and android."_s.arg(name));
-    return *format == ExportCsv && hasAllColumns ? ExportFullTable : *format;
-}
-
 /// A database that is too damaged to be counted can be deleted all the same.
 QJsonValue messagesToGo(const LocalDatabase &database)
 {
@@ -62,17 +49,19 @@ void exportCommand(const CommandLine &line, TerminalProgress &progress)
         throw std::runtime_error(
             "PDF needs a font and none is installed; on Debian, install fonts-dejavu-core.");
 
+    const Delivery delivery(line, u"messages."_s + line.format);
     const Source source = openSource(line, progress);
     const QList<_MsgMessage *> messages =
         chosenMessages(source.store, source.localized(line.choice), line.order);
     const InterruptScope interruptible(progress);
-    ExportPlan plan{line.out, format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
+    ExportPlan plan{delivery.path(), format, line.order == ListOrder::OldestFirst, FinishedFiles::AreRemoved,
                     line.emoji};
     plan.utf8Mark = line.utf8Mark;
     plan.isOwnGuid = [&](const _MsgMessage &message) { return hasOwnGuid(*source.db, message); };
     const qint64 written = exportMessages(messages, plan, progress);
+    delivery.finish(progress);
     progress.clear();
-    QJsonObject result{{u"messages"_s, written}, {u"path"_s, QFileInfo(line.out).absoluteFilePath()}};
+    QJsonObject result{{u"messages"_s, written}, {u"path"_s, delivery.resultPath()}};
     if (format == ExportAndroidSms)
         result.insert(u"left_out"_s, messages.size() - written);
     printJsonLine(result);

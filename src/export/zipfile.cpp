@@ -45,20 +45,23 @@ void check(int result, const QString &path, archive *handle)
 struct PackedFile {
     QString path;
     QString name;
+    QDateTime date; ///< invalid where it tells only of this run
 };
 
 /// Sorted by name. Links are not followed: they may lead out of the folder.
-QList<PackedFile> filesBelow(const QString &source)
+QList<PackedFile> filesBelow(const QString &source, const QDateTime &since)
 {
     const QFileInfo info(source);
     if (info.isFile())
-        return {{source, info.fileName()}};
+        return {{source, info.fileName(), {}}};
     QList<PackedFile> files;
     for (QDirIterator it(info.absoluteFilePath(), QDir::Files | QDir::Hidden | QDir::NoSymLinks,
                          QDirIterator::Subdirectories);
          it.hasNext();) {
         const QString path = it.next();
-        files.append({path, info.fileName() + u'/' + QDir(info.absoluteFilePath()).relativeFilePath(path)});
+        const QDateTime date = it.fileInfo().lastModified();
+        files.append({path, info.fileName() + u'/' + QDir(info.absoluteFilePath()).relativeFilePath(path),
+                      date < since ? date : QDateTime()});
     }
     std::sort(files.begin(), files.end(),
               [](const PackedFile &a, const PackedFile &b) { return a.name < b.name; });
@@ -88,6 +91,8 @@ void addFile(archive *zip, const QString &zipPath, const PackedFile &packed, Job
     archive_entry_set_filetype(entry.get(), AE_IFREG);
     archive_entry_set_perm(entry.get(), 0644);
     archive_entry_set_size(entry.get(), file.size());
+    if (packed.date.isValid())
+        archive_entry_set_mtime(entry.get(), packed.date.toSecsSinceEpoch(), 0);
     check(archive_write_header(zip, entry.get()), zipPath, zip);
     qint64 rest = file.size();
     while (rest > 0) {
@@ -104,7 +109,8 @@ void addFile(archive *zip, const QString &zipPath, const PackedFile &packed, Job
 
 } // namespace
 
-void packZip(const QString &source, const QString &zipPath, const QString &password, JobProgress &progress)
+void packZip(const QString &source, const QString &zipPath, const QString &password, const QDateTime &since,
+             JobProgress &progress)
 {
     const QFileInfo target(zipPath);
     if (target.exists() && !target.isFile())
@@ -114,7 +120,7 @@ void packZip(const QString &source, const QString &zipPath, const QString &passw
         throw std::runtime_error(u"%1: %2"_s.arg(zipPath, folder.errorString()).toStdString());
     const QString made = folder.filePath(u"packed.zip"_s);
     const ArchiveWriter zip = startZip(made, password);
-    workThrough(filesBelow(source), progress, QObject::tr("IDS_PACKING_FILES_%1_OF_%2"),
+    workThrough(filesBelow(source, since), progress, QObject::tr("IDS_PACKING_FILES_%1_OF_%2"),
                 [&](const PackedFile &file) { addFile(zip.get(), zipPath, file, progress); });
     check(archive_write_close(zip.get()), zipPath, zip.get());
     syncToDisk(made);

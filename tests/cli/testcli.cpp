@@ -117,6 +117,7 @@ private Q_SLOTS:
     void listsAttachments();
     void opensEncryptedBackups();
     void exportsEveryFormat();
+    void provesWhatWasRead();
     void keepsAndDeletesMessagesOfALocalDatabase();
     void searchesOneSourceOrAll();
     void recoversDeletedMessages();
@@ -174,6 +175,8 @@ void TestCli::mistakesAreOneLine_data()
     QTest::newRow("no command") << u""_s << 2 << u""_s;
     QTest::newRow("option of another command") << u"chats x --out y"_s << 2 << u"'out'"_s;
     QTest::newRow("unknown format") << u"export x --out y --format odt"_s << 2 << u"odt"_s;
+    QTest::newRow("nowhere to write") << u"export %1/phone --format csv"_s << 2 << u"--out"_s;
+    QTest::newRow("no bag") << u"verify %1"_s << 1 << u"manifest"_s;
     QTest::newRow("database above its folder") << u"import %1/phone --into .."_s << 2 << u"name"_s;
     QTest::newRow("forbidden sign") << u"import %1/phone --into a?"_s << 2 << u"name"_s;
     QTest::newRow("no such source") << u"chats nowhere"_s << 1 << u"nowhere"_s;
@@ -311,6 +314,32 @@ void TestCli::exportsEveryFormat()
     }
     QCOMPARE(QDir(path(u"pdf"_s)).entryList(QDir::Files, QDir::Name),
              QStringList({u"+34612345678.pdf"_s, u"ann@example.org.pdf"_s}));
+}
+
+void TestCli::provesWhatWasRead()
+{
+    const QString backup = writeBackup();
+    const Run made = run(u"evidence %1 --format jsonl --received --out %2"_s.arg(backup, path(u"bag"_s)));
+    QCOMPARE(made.err, QByteArray());
+    const QJsonObject reckoning = made.objects().value(0).value(u"reckoning"_s).toObject();
+    QCOMPARE(reckoning.value(u"rows_in_file"_s).toInt(), 4);
+    QCOMPARE(reckoning.value(u"shown"_s).toInt(), 2);
+    QCOMPARE(reckoning.value(u"left_out_by_choice"_s).toInt(), 2);
+    QCOMPARE(reckoning.value(u"unexplained"_s).toInt(-1), 0);
+    QCOMPARE(run(u"verify "_s + path(u"bag"_s)).status, 0);
+    QVERIFY(writeFile(path(u"bag/data/more"_s)));
+    const Run verified = run(u"verify "_s + path(u"bag"_s));
+    QCOMPARE(verified.status, 1);
+    QVERIFY(verified.out.contains("\"extra\":[\"data/more\"]"));
+
+    const QStringList changes = run(u"compare %1 %2"_s.arg(backup, path(u"phone"_s))).values(u"change"_s);
+    QCOMPARE(changes, QStringList());
+    QVERIFY(writeFile(path(u"password"_s), "geheim"));
+    const QString zip =
+        u"export %1 --format csv --zip %2 --zip-password-file "_s.arg(backup, path(u"a.zip"_s));
+    QCOMPARE(run(zip + path(u"password"_s)).values(u"path"_s), QStringList(path(u"a.zip"_s)));
+    QVERIFY(bytesOf(path(u"a.zip"_s)).contains("messages.csv"));
+    QVERIFY(!bytesOf(path(u"a.zip"_s)).contains("Hola"));
 }
 
 void TestCli::keepsAndDeletesMessagesOfALocalDatabase()
