@@ -252,6 +252,34 @@
         <translation>4) Switch the iPhone to flight mode until the transfer is done: it comes back as it was backed up, without what arrives meanwhile.</translation>
     </message>
     <message>
+        <source>IDS_USE_LAST_BACKUP_%1</source>
+        <translation>There is a backup of this phone of %1. Read that one, or make a newer one first?</translation>
+    </message>
+    <message>
+        <source>IDS_MAKE_NEWER_BACKUP</source>
+        <translation>Make a newer one</translation>
+    </message>
+    <message>
+        <source>IDS_READ_LAST_BACKUP</source>
+        <translation>Read that one</translation>
+    </message>
+    <message>
+        <source>IDS_BACKUP_STAYS_%1_%2_%3</source>
+        <translation>A backup of %1 (%2) stays in %3: it makes the next time quicker and can be loaded like any iTunes backup.</translation>
+    </message>
+    <message>
+        <source>IDS_REMOVE_BACKUP</source>
+        <translation>Remove it</translation>
+    </message>
+    <message>
+        <source>IDS_REMOVING_BACKUP</source>
+        <translation>Removing the backup...</translation>
+    </message>
+    <message>
+        <source>IDS_PHONE_MAY_NOT_FIT_%1_%2_%3</source>
+        <translation>The phone has %1 in use, and %2 has %3 free. Its backup may not fit. Try all the same?</translation>
+    </message>
+    <message>
         <source>IDS_GAPS_NONE</source>
         <translation>No messages are missing here, as far as row numbers tell.</translation>
     </message>

@@ -23,6 +23,11 @@ QString rememberedChoice()
     return rememberedVolume(QString::fromUtf8(file.readAll().constData()));
 }
 
+QDir folderOn(const QString &volume)
+{
+    return QDir(QDir(volume).absoluteFilePath(u"__marrowlight_iosbk_temp"_s));
+}
+
 /// Without a note the choice is only made again.
 void remember(const QString &volume)
 {
@@ -34,14 +39,26 @@ void remember(const QString &volume)
 /// Beside the backup: a tool may empty the folder itself.
 QString lockPath(const IOSDevice &phone)
 {
-    const std::optional<QString> folder = pathBelow(iosBackupTempDir(), phone.uniqueDeviceID);
-    if (!folder)
-        throw std::runtime_error("The phone gives an identifier that names no folder.");
+    const QString folder = backupFolderOf(phone).absolutePath();
     makeIosBackupTempDir();
-    return *folder + u".lock"_s;
+    return folder + u".lock"_s;
 }
 
 } // namespace
+
+std::optional<QDir> chosenBackupTempDir()
+{
+    const QString volume = rememberedChoice();
+    return volume.isEmpty() ? std::nullopt : std::optional(folderOn(volume));
+}
+
+QDir backupFolderOf(const IOSDevice &phone)
+{
+    const std::optional<QString> folder = pathBelow(iosBackupTempDir(), phone.uniqueDeviceID);
+    if (!folder || phone.uniqueDeviceID.isEmpty())
+        throw std::runtime_error("The phone gives an identifier that names no folder.");
+    return QDir(*folder);
+}
 
 QDir iosBackupTempDir()
 {
@@ -50,7 +67,7 @@ QDir iosBackupTempDir()
         volume = freestVolume();
         remember(volume);
     }
-    return QDir(QDir(volume).absoluteFilePath(u"__marrowlight_iosbk_temp"_s));
+    return folderOn(volume);
 }
 
 void makeIosBackupTempDir()

@@ -3,12 +3,21 @@
 #include <QDir>
 #include <QLockFile>
 
+#include <optional>
+
 struct IOSDevice;
 
 /// The folder in which phones are backed up before they are read or written: one folder a phone below it.
 /// The volume with the most room is chosen once and remembered until the cache is cleared. The folder
 /// itself isn't made.
 QDir iosBackupTempDir();
+
+/// The same when it was chosen already; nothing is asked of any disk.
+std::optional<QDir> chosenBackupTempDir();
+
+/// The folder of a phone's backup below it, which need not be there. Throws `std::runtime_error` when the
+/// phone's identifier names no folder.
+QDir backupFolderOf(const IOSDevice &phone);
 
 /// Makes that folder, for this user's eyes only: whole phones lie in it. Throws `std::runtime_error` when it
 /// can't be made, or when somebody else may have put it there.

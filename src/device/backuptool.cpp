@@ -1,6 +1,6 @@
 #include "device/backuptool.h"
 
-#include "device/devicesession.h"
+#include "device/iosdevice.h"
 #include "device/mobiledevice.h"
 #include "device/tooloutput.h"
 
@@ -72,12 +72,7 @@ backup2tool::backup2tool(void *handle, const QString &identifier, const QDir &fo
 qint64 backup2tool::estimatedSeconds() const
 {
     try {
-        const QList<CFType> values = mobiledevice_copy_values(device, {QString()}, u"com.apple.disk_usage"_s);
-        if (values.isEmpty())
-            return usualSeconds;
-        const qint64 total = values.first().dictionaryValue(u"TotalDataCapacity"_s).toLongLong(0);
-        const qint64 available = values.first().dictionaryValue(u"AmountDataAvailable"_s).toLongLong(0);
-        const qint64 usedMB = qint64(quint64(total) - quint64(available)) / 1024 / 1024; // can't overflow
+        const qint64 usedMB = usedBytes(device) / 1024 / 1024;
         return usedMB <= 0 ? usualSeconds : qint64(double(usedMB) * secondsPerMegabyte);
     } catch (const std::exception &error) {
         qDebug("no estimate of the time that a backup takes: %s", error.what());

@@ -39,6 +39,11 @@ FolderContent contentOf(const QDir &folder)
 
 } // namespace
 
+qint64 sizeOfFolder(const QDir &folder)
+{
+    return contentOf(folder).bytes;
+}
+
 bool isWholeBackup(const QDir &folder)
 {
     const QString status = folder.absoluteFilePath(u"Status.plist"_s);

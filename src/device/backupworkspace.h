@@ -36,6 +36,9 @@ private:
     QString name; ///< of the phone's folder
 };
 
+/// What the files below `folder` come to.
+qint64 sizeOfFolder(const QDir &folder);
+
 /// Whether `folder` holds a backup that came to its end.
 bool isWholeBackup(const QDir &folder);
 

@@ -1,6 +1,5 @@
 #include "device/devicebackupjobs.h"
 
-#include "app/filetools.h"
 #include "app/jobprogress.h"
 #include "app/product.h"
 #include "device/backuptempdir.h"
@@ -142,8 +141,7 @@ void IOSMobileBackupThread::run()
     const QString status = u"Loading data from Device..."_s;
     progress->updateProgress(status, 0, {});
     try {
-        if (!pathBelow(root, device->uniqueDeviceID))
-            throw std::runtime_error("The phone gives an identifier that names no folder.");
+        backupFolderOf(*device); // throws when it can't be one
         makeIosBackupTempDir(); // not every tool makes it
         BackupWorkspace workspace(root, device->uniqueDeviceID, device->productVersion, *progress);
         backUpInto(workspace, status);

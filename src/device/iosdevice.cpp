@@ -44,3 +44,13 @@ IOSDevice readDevice(void *handle)
     phone.device = handle;
     return phone;
 }
+
+qint64 usedBytes(void *handle)
+{
+    const QList<CFType> values = mobiledevice_copy_values(handle, {QString()}, u"com.apple.disk_usage"_s);
+    if (values.isEmpty())
+        return 0;
+    const qint64 total = values.first().dictionaryValue(u"TotalDataCapacity"_s).toLongLong(0);
+    const qint64 available = values.first().dictionaryValue(u"AmountDataAvailable"_s).toLongLong(0);
+    return qint64(quint64(total) - quint64(available)); // can't overflow
+}

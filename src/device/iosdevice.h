@@ -23,5 +23,9 @@ struct IOSDevice {
     QList<int> versionNumbers() const;
 };
 
+/// How many bytes the phone has in use; 0 when it doesn't say. Throws `std::runtime_error` when it can't be
+/// reached.
+qint64 usedBytes(void *handle);
+
 /// Asks the phone behind `handle` who it is. Throws `std::runtime_error` when it can't be reached.
 IOSDevice readDevice(void *handle);

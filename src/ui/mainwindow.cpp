@@ -14,6 +14,7 @@
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/missingattachmentsdlg.h"
 #include "ui/flows/devicearrival.h"
+#include "ui/flows/leftbackup.h"
 #include "ui/flows/messagedeletion.h"
 #include "ui/flows/messagerecovery.h"
 #include "ui/flows/phonearrivals.h"
@@ -203,6 +204,8 @@ void MainWindow::readArrived(void *p)
             throw std::runtime_error(phoneGoneText);
         if (phone)
             showPhone(*phone);
+        if (phone && phone->backupBytes > 0)
+            tellOfLeftBackup(*this, phone->device, backupFolderOf(phone->device), phone->backupBytes);
     });
     menus->follow(state());
 }

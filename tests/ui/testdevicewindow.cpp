@@ -4,6 +4,7 @@
 #include "app/datalocations.h"
 #include "app/texts.h"
 #include "backup/mbdbreader.h"
+#include "device/backuptempdir.h"
 #include "device/mobiledevice.h"
 #include "testing/builders/backupbuilder.h"
 #include "testing/builders/smsdbbuilder.h"
@@ -11,9 +12,11 @@
 #include "testing/helpers/boxreader.h"
 #include "testing/helpers/testtools.h"
 #include "ui/dialogs/datasourceselform.h"
+#include "ui/dialogs/loaditunesbackupdlg.h"
 #include "ui/dialogs/progressform.h"
 #include "ui/mainwindow.h"
 #include "ui/views/mytreeview.h"
+#include "ui/views/noticebar.h"
 
 #include <QLabel>
 #include <QProcess>
@@ -148,6 +151,7 @@ void TestDeviceWindow::cleanup()
     for (FakePhone &phone : phones)
         server->pullOut(phone);
     window.reset();
+    clearIosBackupTemp();
 }
 
 /// With one message.
@@ -203,6 +207,21 @@ void TestDeviceWindow::readsAPhoneThatArrivesAndWritesToIt()
 
     server->pullOut(phone);
     QTRY_VERIFY(!find(u"Ann's iPhone"_s).isValid());
+    const QDir left = iosBackupTempDir().filePath(phone.udid);
+    QVERIFY(left.exists() && window->findChild<NoticeBar *>(u"backupNotice"_s));
+    QVERIFY(LoadItunesBackupDlg().findChild<QTreeView *>(u"listBackups"_s)->model()->rowCount() == 1);
+    const int asked = phone.piecesSent;
+    const Person hurried({{box(u"There is a backup of this phone of"_s), [] {
+                               for (QAbstractButton *button : top<QMessageBox>()->buttons()) {
+                                   if (button->text() == u"Read that one"_s)
+                                       return button->click();
+                               }
+                           }}});
+    server->plugIn(phone);
+    QTRY_VERIFY_WITH_TIMEOUT(hurried.isDone() && find(u"Ann's iPhone"_s).isValid(), 60'000);
+    QVERIFY(phone.piecesSent < asked + 40); // no backup
+    window->findChild<QPushButton *>(u"btnRemoveBackup"_s)->click();
+    QVERIFY(!left.exists());
     window->miClearCache();
 }
 

@@ -1,5 +1,7 @@
 #include "ui/dialogs/loaditunesbackupdlg.h"
 
+#include "backup/backupdiscovery.h"
+#include "device/backuptempdir.h"
 #include "sources/findsource.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/views/mytreeview.h"
@@ -20,9 +22,20 @@ LoadItunesBackupDlg::LoadItunesBackupDlg(QWidget *parent)
 {
     for (const QSharedPointer<BackupManifest> &backup : findBackups())
         model->addBackup(backup);
+    addBackupsOfPhones();
     build();
     if (model->rowCount() > 0)
         listBackups->setCurrentIndex(model->index(0, 0));
+}
+
+/// Those that stayed behind when a phone was read.
+void LoadItunesBackupDlg::addBackupsOfPhones()
+{
+    const std::optional<QDir> folder = chosenBackupTempDir();
+    if (!folder || !folder->exists())
+        return;
+    for (const QSharedPointer<BackupManifest> &backup : ::listBackups(folder->absolutePath()))
+        model->addBackup(backup);
 }
 
 void LoadItunesBackupDlg::build()

@@ -32,6 +32,7 @@ public Q_SLOTS:
     void btnAddOtherClicked(const QString &link);
 
 private:
+    void addBackupsOfPhones();
     void build();
     QLabel *addOtherLabel();
     void setUpList();

@@ -13,6 +13,7 @@ class QWidget;
 struct ReadPhone {
     IOSDevice device;
     QSharedPointer<AbsIOSMessageDb> db;
+    qint64 backupBytes = 0; ///< of the backup that stays behind; 0 for none
 };
 
 /// Brings the messages of the phone behind `handle` into its cache folder, with all that has to be asked of

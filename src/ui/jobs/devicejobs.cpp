@@ -1,6 +1,9 @@
 #include "ui/jobs/devicejobs.h"
 
+#include "app/freespace.h"
 #include "device/backupoptions.h"
+#include "device/backuptempdir.h"
+#include "device/backupworkspace.h"
 #include "device/devicebackupjobs.h"
 #include "device/devicesession.h"
 #include "device/mobiledevice.h"
@@ -10,6 +13,7 @@
 
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStorageInfo>
 
 #include <chrono>
 #include <memory>
@@ -38,6 +42,17 @@ bool isOverridden(const BackupRefusal &refusal)
                              : nullptr;
     box->exec();
     return readAnyway && box->clickedButton() == readAnyway;
+}
+
+/// A first backup is as large as what the phone holds at most, and often much smaller: people decide.
+bool hasSpaceFor(const IOSDevice &phone, qint64 used)
+{
+    const QDir folder = iosBackupTempDir();
+    const qint64 available = QStorageInfo(QFileInfo(folder.absolutePath()).absolutePath()).bytesAvailable();
+    return used <= available || isWholeBackup(backupFolderOf(phone)) ||
+           askYesNo(QObject::tr("IDS_PHONE_MAY_NOT_FIT_%1_%2_%3")
+                        .arg(sizeText(used), QDir::toNativeSeparators(folder.absolutePath()).toHtmlEscaped(),
+                             sizeText(available)));
 }
 
 /// Asks again until the owner of the phone has answered it, or the person gave up.
@@ -70,12 +85,18 @@ std::optional<IOSDevice> askPhone(void *handle, QWidget *window)
 
 bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption, QWidget *window)
 {
-    const auto refusal = std::make_shared<std::optional<BackupRefusal>>();
+    struct Answer {
+        std::optional<BackupRefusal> refusal;
+        qint64 used = 0;
+    };
+    const auto answer = std::make_shared<Answer>();
     const bool isAnswered =
         runUnlessLeft(QObject::tr("IDS_CONNECTING_TO_PHONE"), window, [=](const Patience &) {
-            *refusal = backupRefusal(phone, checkCloudBackup, checkEncryption);
+            answer->refusal = backupRefusal(phone, checkCloudBackup, checkEncryption);
+            answer->used = usedBytes(phone.device);
         });
-    return isAnswered && (!*refusal || isOverridden(**refusal));
+    return isAnswered && (!answer->refusal || isOverridden(*answer->refusal)) &&
+           hasSpaceFor(phone, answer->used);
 }
 
 std::optional<QDir> backUpPhone(IOSDevice phone, PhoneBackupLock &lock, QWidget *window)

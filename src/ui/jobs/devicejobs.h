@@ -14,8 +14,8 @@ class QWidget;
 std::optional<IOSDevice> askPhone(void *handle, QWidget *window);
 
 /// False, after telling the person what to change, when the phone's own settings are in the way of a backup,
-/// or when the person gave up. Encryption matters where messages are to be written. Throws
-/// `std::runtime_error` when the phone can't be reached.
+/// when the disk lacks space for it, or when the person gave up. Encryption matters where messages are to be
+/// written. Throws `std::runtime_error` when the phone can't be reached.
 bool checkBackupOptions(const IOSDevice &phone, bool checkCloudBackup, bool checkEncryption, QWidget *window);
 
 /// Backs the phone up into the temporary folder, which `lock` guards; it is released before a failure is
