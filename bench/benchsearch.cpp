@@ -120,7 +120,7 @@ void compareBuilding(const QTemporaryDir &dir, const _MsgStore &store)
                     "pragma journal_mode=off; pragma synchronous=off;"
                     "create table doc(id integer primary key, message integer, text blob, people blob);"
                     "create virtual table words using fts5(text, people, content='', columnsize=0,"
-                    "prefix='1 2', tokenize='ascii');"
+                    "prefix='1 2 3', tokenize='ascii');"
                     "insert into words(words, rank) values('hashsize', 33554432);"
                     "begin");
             tables.front().insertInto(bare.get());

@@ -40,14 +40,24 @@ QStringList searchedTexts(const _MsgMessage &message)
     return texts;
 }
 
+bool isFoundByTextOnly(const _MsgMessage &message)
+{
+    return !message.extras && message.attachments.isEmpty() && message.subject.isEmpty() &&
+           message.group_title.isEmpty();
+}
+
+QList<const _MsgHandle *> personsOf(const _MsgMessage &message)
+{
+    QList<const _MsgHandle *> persons = {partnerOf(message), message.otherHandle};
+    persons.removeAll(nullptr);
+    return persons;
+}
+
 QStringList searchedPersons(const _MsgMessage &message)
 {
     QStringList texts;
-    for (const _MsgHandle *handle :
-         {partnerOf(message), static_cast<const _MsgHandle *>(message.otherHandle)}) {
-        if (handle)
-            texts += {handle->_ct_name, handle->id};
-    }
+    for (const _MsgHandle *handle : personsOf(message))
+        texts += {handle->_ct_name, handle->id};
     texts.removeAll(QString());
     return texts;
 }

@@ -8,5 +8,11 @@
 /// it was edited, what its balloon holds, transcripts and translations, names of its attachments.
 QStringList searchedTexts(const _MsgMessage &message);
 
-/// Name and address of its sender, or of the partner to whom the owner sent it.
+/// Whether those are its text and nothing else.
+bool isFoundByTextOnly(const _MsgMessage &message);
+
+/// Its sender, or the partner to whom the owner sent it, and whom an event speaks of.
+QList<const _MsgHandle *> personsOf(const _MsgMessage &message);
+
+/// Their names and addresses.
 QStringList searchedPersons(const _MsgMessage &message);

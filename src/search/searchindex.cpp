@@ -31,29 +31,69 @@ constexpr quint32 numberMask = 0x7FFFFFFF;
 // Stands between the texts of a message. No text has such a token: it is no character.
 constexpr QByteArrayView betweenTexts("\xEF\xB7\x90 ");
 
-constexpr auto schema = "create table doc(id integer primary key, message integer, text blob, people blob);"
-                        "create table source(stamp blob);"
-                        "create virtual table words using fts5(text, people, content='', columnsize=0, "
-                        "prefix='1 2', tokenize='ascii');"
-                        // Rows are gathered in memory up to so many bytes: fewer pieces to merge.
-                        "insert into words(words, rank) values('hashsize', 33554432);";
+// Kept as "application_id": "MMV" and a number that counts up with each change of the tables or the tokens.
+constexpr int formatNumber = 0x4D4D5602;
 
-/// The tokens of a message, as both tables have them.
-struct Tokens {
-    explicit Tokens(const _MsgMessage &message)
+// What goes into "doc" and out of it goes the same way with "words", which needs the tokens to find the place
+// of a row without texts.
+constexpr auto schema =
+    "create table doc(id integer primary key, message integer, text blob, people blob);"
+    "create table source(stamp blob);"
+    "create virtual table words using fts5(text, people, content='', columnsize=0, prefix='1 2 3', "
+    "tokenize='ascii');"
+    // Rows are gathered in memory up to so many bytes: fewer pieces to merge.
+    "insert into words(words, rank) values('hashsize', 33554432);"
+    "create trigger added after insert on doc begin"
+    "  insert into words(rowid, text, people) values(new.id, new.text, new.people); end;"
+    "create trigger removed after delete on doc begin"
+    "  insert into words(words, rowid, text, people) values('delete', old.id, old.text, old.people); end;";
+
+} // namespace
+
+/// The tokens of messages, as both tables have them. Those of a person are the same in each message.
+class SearchIndex::TokenMaker
+{
+public:
+    struct Tokens {
+        QByteArray text;
+        QByteArray people;
+    };
+
+    Tokens operator()(const _MsgMessage &message)
     {
-        for (const QString &part : searchedTexts(message)) {
-            if (!text.isEmpty())
-                text += betweenTexts;
-            appendTokens(part, text);
+        Tokens tokens;
+        if (isFoundByTextOnly(message)) {
+            tokens.text.reserve(message.text.size() * 2);
+            appendTokens(message.text, tokens.text);
+        } else {
+            for (const QString &text : searchedTexts(message)) {
+                if (!tokens.text.isEmpty())
+                    tokens.text += betweenTexts;
+                appendTokens(text, tokens.text);
+            }
         }
-        for (const QString &part : searchedPersons(message))
-            appendTokens(part, people);
+        const QList<const _MsgHandle *> persons = personsOf(message);
+        for (const _MsgHandle *person : persons)
+            tokens.people = persons.size() == 1 ? of(*person) : tokens.people + of(*person);
+        return tokens;
     }
 
-    QByteArray text;
-    QByteArray people;
+private:
+    const QByteArray &of(const _MsgHandle &person)
+    {
+        QByteArray &tokens = known[&person];
+        if (tokens.isEmpty()) {
+            appendTokens(person._ct_name, tokens);
+            appendTokens(person.id, tokens);
+        }
+        return tokens;
+    }
+
+    QHash<const _MsgHandle *, QByteArray> known;
 };
+
+namespace
+{
 
 /// A number that isn't 0, of all bytes of the file but those of the header that keeping it changes; 0 where
 /// there is no file.
@@ -91,6 +131,9 @@ bool SearchIndex::isWhole() const
 {
     Sqlite3DB file;
     file.openThrow(path, sqliteReadOnly);
+    Sqlite3Cursor kind = file.queryThrow(Sqlite3Sql("pragma application_id"));
+    if (!kind.moveNextThrow() || kind.getInt(0) != formatNumber)
+        return false;
     Sqlite3Cursor version = file.queryThrow(Sqlite3Sql("pragma user_version"));
     return version.moveNextThrow() && version.getInt(0) != 0 && version.getInt(0) == checkSum(path);
 }
@@ -129,7 +172,7 @@ void SearchIndex::openToWrite()
     executeAll(db, u"pragma journal_mode=off; pragma synchronous=off; pragma temp_store=memory; "
                    "pragma secure_delete=on; pragma user_version=0"_s);
     if (!isThere)
-        executeAll(db, QLatin1StringView(schema));
+        executeAll(db, u"pragma application_id=%1;"_s.arg(formatNumber) + QLatin1StringView(schema));
 }
 
 void SearchIndex::markWhole()
@@ -159,6 +202,7 @@ QList<SearchIndex::Place> SearchIndex::placesOf(const _MsgStore &store)
 SearchIndex::Change SearchIndex::changesFor(const QList<Place> &places, JobProgress &progress)
 {
     Change change;
+    TokenMaker tokensOf;
     auto place = places.begin();
     Sqlite3Cursor row = db.queryThrow(Sqlite3Sql("select id, message, text, people from doc order by id"));
     while (row.moveNextThrow()) {
@@ -168,7 +212,7 @@ SearchIndex::Change SearchIndex::changesFor(const QList<Place> &places, JobProgr
             change.added.append(*place++);
         bool isSame = false;
         if (place != places.end() && place->id == id) {
-            const Tokens tokens(*place->message);
+            const TokenMaker::Tokens tokens = tokensOf(*place->message);
             isSame = row.getInt64(1) == place->message->rowid && row.getBytes(2) == tokens.text &&
                      row.getBytes(3) == tokens.people;
             if (!isSame)
@@ -182,37 +226,24 @@ SearchIndex::Change SearchIndex::changesFor(const QList<Place> &places, JobProgr
     return change;
 }
 
-void SearchIndex::remove(qint64 id)
-{
-    // FTS5 needs the tokens to find where a row without texts stands.
-    Sqlite3Sql words("insert into words(words, rowid, text, people) "
-                     "select 'delete', id, text, people from doc where id=?");
-    words.addInt64Param(id);
-    db.executeThrow(words);
-    Sqlite3Sql doc("delete from doc where id=?");
-    doc.addInt64Param(id);
-    db.executeThrow(doc);
-}
-
 void SearchIndex::fill(const Change &change, JobProgress &progress)
 {
     for (const qint64 id : change.gone) {
         throwIfCancelled(progress);
-        remove(id);
+        Sqlite3Sql sql(u"delete from doc where id=?"_s);
+        sql.addInt64Param(id);
+        db.executeThrow(sql);
     }
+    TokenMaker tokensOf;
     workThrough(change.added, progress, QObject::tr("IDS_SEARCH_INDEX_%1_%2"), [&](const Place &place) {
-        const Tokens tokens(*place.message);
-        Sqlite3Sql doc("insert into doc values(?,?,?,?)");
-        doc.addInt64Param(place.id);
-        doc.addInt64Param(place.message->rowid);
-        doc.addBlobParam(tokens.text);
-        doc.addBlobParam(tokens.people);
-        db.executeThrow(doc);
-        Sqlite3Sql words("insert into words(rowid, text, people) values(?,?,?)");
-        words.addInt64Param(place.id);
-        words.addBlobParam(tokens.text);
-        words.addBlobParam(tokens.people);
-        db.executeThrow(words);
+        const TokenMaker::Tokens tokens = tokensOf(*place.message);
+        Sqlite3Sql sql(u"insert into doc values(?,?,?,?)"_s);
+        sql.reserveParams(4);
+        sql.addInt64Param(place.id);
+        sql.addInt64Param(place.message->rowid);
+        sql.addBlobParam(tokens.text);
+        sql.addBlobParam(tokens.people);
+        db.executeThrow(sql);
     });
 }
 

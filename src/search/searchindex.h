@@ -49,6 +49,7 @@ public:
     QList<Found> find(const SearchQuery &query, const Window &window, qsizetype most);
 
 private:
+    class TokenMaker;
     struct Place {
         qint64 id;
         const _MsgMessage *message;
@@ -62,7 +63,6 @@ private:
     void openToWrite();
     void markWhole();
     Change changesFor(const QList<Place> &places, JobProgress &progress);
-    void remove(qint64 id);
     void fill(const Change &change, JobProgress &progress);
     static QList<Place> placesOf(const _MsgStore &store);
 
