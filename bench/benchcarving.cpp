@@ -16,11 +16,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-struct Case {
-    const char *name;
-    LifeOptions options;
-};
-
 struct Sums {
     int deleted = 0;
     int surviving = 0;
@@ -55,7 +50,7 @@ void judgeFaithfulScan(const RandomLife &life, const QDir &root, LifeScore &scor
     }
 }
 
-void live(const Case &lifeCase, quint64 seed, Sums &sums)
+void live(const LifeCase &lifeCase, quint64 seed, Sums &sums)
 {
     const QTemporaryDir folder;
     const QDir root(folder.path());
@@ -66,9 +61,6 @@ void live(const Case &lifeCase, quint64 seed, Sums &sums)
     const RandomLife life(path, options);
     LifeScore exact(life);
     judgeExactScan(path, exact);
-    if (qEnvironmentVariableIsSet("VERBOSE") && (!exact.wrong.isEmpty() || !exact.missed().isEmpty()))
-        qInfo() << lifeCase.name << int(options.version) << seed << "wrong" << exact.wrong << "missed"
-                << exact.missed();
     LifeScore faithful(life);
     judgeFaithfulScan(life, root, faithful);
     sums.faithful += faithful.surviving() - int(faithful.missed().size());
@@ -87,20 +79,10 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     const int lives = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 20;
     const int steps = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : 4000;
-    const Case cases[] = {
-        {"in place", {}},
-        {"log", {.hasWal = true}},
-        {"secure delete, log", {.secureDelete = true, .hasWal = true}},
-        {"vacuums itself", {.autoVacuum = 1}},
-        {"large pages, reserved", {.pageSize = 16384, .reserved = 32}},
-        {"small pages, log", {.pageSize = 1024, .autoVacuum = 2, .hasWal = true}},
-    };
     std::printf("%-30s %7s %9s %8s %5s %5s %7s %5s\n", "deleted messages", "deleted", "surviving", "faithful",
                 "wrong", "exact", "partial", "wrong");
     for (const IosVersion version : sampleGenerations) {
-        for (Case lifeCase : cases) {
-            lifeCase.options.version = version;
-            lifeCase.options.steps = steps;
+        for (const LifeCase &lifeCase : lifeCases({.version = version, .steps = steps})) {
             Sums sums;
             for (int seed = 1; seed <= lives; ++seed)
                 live(lifeCase, quint64(seed), sums);

@@ -82,12 +82,15 @@ private:
 /// are no copy.
 void removeCache(const QDir &cacheDir)
 {
-    const QString kept = QFileInfo(recycleDbPath(cacheDir)).fileName();
+    const auto isKept = [&](const QString &name) { // nor the journal that it may need
+        return name.startsWith(QFileInfo(recycleDbPath(cacheDir)).fileName()) ||
+               name.startsWith(QFileInfo(findsDbPath(cacheDir)).fileName());
+    };
     const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QFileInfo &entry : cacheDir.entryInfoList(everything)) {
         if (entry.isDir() && !entry.isSymLink())
             QDir(entry.absoluteFilePath()).removeRecursively();
-        else if (!entry.fileName().startsWith(kept)) // nor the journal that it may need
+        else if (!isKept(entry.fileName()))
             QFile::remove(entry.absoluteFilePath());
     }
     QDir().rmdir(cacheDir.absolutePath());

@@ -22,6 +22,7 @@ struct CommandLine {
     ListOrder order = ListOrder::OldestFirst;
     Recovered recovered = Recovered::LeftOut; ///< the deleted messages found earlier
     bool allDatabases = false;                ///< instead of a source
+    bool isExact = false;                     ///< also the exact search for deleted messages
     bool missing = false;                     ///< only attachments without a file
     EmojiStyle emoji = EmojiStyle::Markers;
     QString format;

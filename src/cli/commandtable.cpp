@@ -115,6 +115,9 @@ const CommandOption intoOption = {
 const CommandOption intoBackupOption = {
     "into-backup", "DIR", "The unencrypted backup folder to write to.",
     [](CommandLine &line, const QStringList &values) { line.intoBackup = values.last(); }, true};
+const CommandOption exactOption = {"exact", nullptr,
+                                   "Also look for what the file's own format proves, and say how sure it is.",
+                                   [](CommandLine &line, const QStringList &) { line.isExact = true; }};
 
 // clang-format would fill the lines.
 // clang-format off
@@ -176,7 +179,7 @@ const QList<Command> &commandTable()
         {"import", "SOURCE", "Keeps messages in a Local Database; those already there stay single.",
          sourceOptions + choiceOptions + QList{intoOption}, importCommand},
         {"recover", "SOURCE", "Looks for deleted messages in a source and keeps those found beside it.",
-         sourceOptions, recoverCommand},
+         sourceOptions + QList{exactOption}, recoverCommand},
         {"delete",
          "NAME",
          "Deletes conversations of a Local Database, or all of it.",

@@ -11,6 +11,7 @@
 #include "cli/terminalprogress.h"
 #include "export/exportmessages.h"
 #include "recovery/carving/recoverdeleted.h"
+#include "recovery/exact/recoverexactly.h"
 #include "recovery/local/deletemessages.h"
 #include "recovery/local/importmessages.h"
 #include "recovery/local/localdatabases.h"
@@ -125,6 +126,15 @@ void recoverCommand(const CommandLine &line, TerminalProgress &progress)
     const std::unique_ptr<AbsIOSMessageDb> db = openUnread(line, progress);
     const InterruptScope interruptible(progress);
     const int found = recoverDeleted(*db, progress);
+    if (!line.isExact) {
+        progress.clear();
+        return printJsonLine({{u"messages"_s, found}, {u"path"_s, recycleDbPath(db->rootFolder())}});
+    }
+    const ExactResult exact = recoverExactly(*db, progress);
     progress.clear();
-    printJsonLine({{u"messages"_s, found}, {u"path"_s, recycleDbPath(db->rootFolder())}});
+    printJsonLine({{u"messages"_s, exact.added},
+                   {u"whole"_s, exact.counts.whole},
+                   {u"partial"_s, exact.counts.partial},
+                   {u"text"_s, exact.counts.text},
+                   {u"path"_s, findsDbPath(db->rootFolder())}});
 }

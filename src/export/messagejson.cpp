@@ -109,6 +109,44 @@ void addExtras(QJsonObject &object, const _MsgMessage &message)
     object.insert(u"to_be_sent_later"_s, isToBeSentLater(extras));
 }
 
+QLatin1StringView gradeName(FindGrade grade)
+{
+    switch (grade) {
+    case FindGrade::Whole: return "whole"_L1;
+    case FindGrade::Partial: return "partial"_L1;
+    case FindGrade::Text: return "text"_L1;
+    }
+    return {};
+}
+
+QLatin1StringView methodName(FindMethod method)
+{
+    switch (method) {
+    case FindMethod::EarlierState: return "earlier state"_L1;
+    case FindMethod::FreedPage: return "freed page"_L1;
+    case FindMethod::Gap: return "gap"_L1;
+    case FindMethod::Freeblock: return "freeblock"_L1;
+    }
+    return {};
+}
+
+/// What only the other search found has no proof: its place and how sure it is are null.
+QJsonValue recoveryJson(const _MsgMessage &message)
+{
+    if (!message.isRecovered)
+        return false;
+    QJsonObject recovery{{u"grade"_s, QJsonValue()},
+                         {u"method"_s, QJsonValue()},
+                         {u"page"_s, QJsonValue()},
+                         {u"offset"_s, QJsonValue()}};
+    if (const RecoveryTrace *trace = message.recovery.get())
+        recovery = {{u"grade"_s, gradeName(trace->grade)},
+                    {u"method"_s, methodName(trace->method)},
+                    {u"page"_s, trace->page},
+                    {u"offset"_s, trace->offset}};
+    return recovery;
+}
+
 } // namespace
 
 QJsonValue dateJson(const QDateTime &date)
@@ -141,7 +179,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"text"_s, fullText(message, emoji)},
                        {u"body"_s, message.text},
                        {u"item_type"_s, message.item_type},
-                       {u"recovered"_s, message.isRecovered},
+                       {u"recovered"_s, recoveryJson(message)},
                        {u"own_address"_s, textOrNull(ownAddress(message))},
                        {u"date_delivered"_s, messageDateJson(message.date_delivered)},
                        {u"date_read"_s, messageDateJson(message.date_read)},

@@ -1,6 +1,6 @@
 #include "sources/readsource.h"
 
-#include "recovery/carving/deletedmessages.h"
+#include "recovery/exact/recoverexactly.h"
 #include "store/readers/absmessagedb.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ _MsgStorePtr readSource(AbsIOSMessageDb &db, Recovered recovered)
     db.messages(store, 0); // which reads the chats too
     db.attachments(store);
     if (recovered == Recovered::Shown)
-        loadRecycled(db, *store);
+        loadRecovered(db, *store);
     return store;
 }
 

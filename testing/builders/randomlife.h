@@ -16,7 +16,7 @@ struct sqlite3;
 struct LifeOptions {
     IosVersion version = IosVersion::Ios8;
     quint64 seed = 1;
-    int steps = 300; ///< each an insert, a change or a deletion
+    int steps = 250; ///< each an insert, a change or a deletion
     int pageSize = 4096;
     int reserved = 0;   ///< bytes at the end of each page
     int autoVacuum = 0; ///< as the pragma has it: 0 none, 1 full, 2 incremental

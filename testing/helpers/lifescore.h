@@ -11,6 +11,30 @@
 #include <map>
 #include <optional>
 
+struct LifeCase {
+    const char *name;
+    LifeOptions options;
+};
+
+/// The lives of a phone of the generation and length that `options` tell, in which rows go in different ways.
+inline std::vector<LifeCase> lifeCases(const LifeOptions &options)
+{
+    std::vector<LifeCase> cases(6, {"deleted in place", options});
+    cases[1] = {"wal", options};
+    cases[1].options.hasWal = true;
+    cases[2] = {"secure delete, wal", cases[1].options};
+    cases[2].options.secureDelete = true;
+    cases[3].name = "vacuums itself";
+    cases[3].options.autoVacuum = 1;
+    cases[4].name = "large pages, reserved";
+    cases[4].options.pageSize = 16384;
+    cases[4].options.reserved = 32;
+    cases[5] = {"small pages, wal", cases[1].options};
+    cases[5].options.pageSize = 1024;
+    cases[5].options.autoVacuum = 2;
+    return cases;
+}
+
 /// How well a search for deleted messages did: what it found beside what there was to find.
 class LifeScore
 {

@@ -409,7 +409,18 @@ void TestCli::recoversDeletedMessages()
     QCOMPARE(run(u"messages "_s + source).values(u"body"_s), QStringList({u"Hi"_s, u"Bye"_s}));
     const Run all = run(u"messages --recovered --chat ann@example.org "_s + source);
     QCOMPARE(all.values(u"body"_s), QStringList({u"Hi"_s, u"lost"_s, u"Bye"_s}));
-    QCOMPARE(all.values(u"recovered"_s), QStringList({u"false"_s, u"true"_s, u"false"_s}));
+    const auto recovered = [](const Run &listed) { return listed.objects().value(1).value(u"recovered"_s); };
+    QCOMPARE(all.objects().value(0).value(u"recovered"_s), QJsonValue(false));
+    QVERIFY(recovered(all).isObject() && recovered(all)[u"grade"_s].isNull());
+
+    const Run exact = run(u"recover --exact "_s + source);
+    QCOMPARE(exact.values(u"messages"_s) + exact.values(u"whole"_s), QStringList({u"1"_s, u"1"_s}));
+    QCOMPARE(exact.values(u"path"_s), {source + u"/found.db"_s});
+    QCOMPARE(run(u"recover --exact "_s + source).values(u"messages"_s), {u"0"_s});
+    const Run joined = run(u"messages --recovered --chat ann@example.org "_s + source);
+    QCOMPARE(joined.values(u"body"_s), all.values(u"body"_s));
+    QCOMPARE(recovered(joined)[u"grade"_s], QJsonValue(u"whole"_s));
+    QVERIFY(recovered(joined)[u"page"_s].toInt() > 1 && recovered(joined)[u"offset"_s].toInt() > 0);
     QCOMPARE(run(u"import --recovered --into Kept "_s + source).values(u"messages"_s), {u"3"_s});
     QCOMPARE(run(u"messages Kept"_s).values(u"body"_s), all.values(u"body"_s));
     const Run local = run(u"recover Kept"_s);

@@ -200,10 +200,10 @@ int recoverIos5Messages(AbsIOSMessageDb &db, SearchedDatabase &database, Message
                              recycle, progress);
 }
 
-void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
+QList<_RecycleMessage> recycledMessages(AbsIOSMessageDb &db)
 {
     if (!QFile::exists(recycleDbPath(db.rootFolder())))
-        return;
+        return {};
     MessageRecycleDb recycle(db.rootFolder());
     QList<_RecycleMessage> messages = recycle.loadMessages();
     if (IOS6MessageDb *phone = db.asIos6())
@@ -211,7 +211,17 @@ void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
             [&](const _RecycleMessage &recycled) { return phone->messageRowid(recycled.message.guid) != 0; });
     else
         removeLive(messages, db);
+    return messages;
+}
+
+void joinRecovered(AbsIOSMessageDb &db, _MsgStore &store, const QList<_RecycleMessage> &messages)
+{
     const QList<qint64> people = store.handles.keys();
     MessageRecycleDb::mergeInto(store, messages);
     nameNewcomers(db, store, QSet<qint64>(people.begin(), people.end()));
+}
+
+void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store)
+{
+    joinRecovered(db, store, recycledMessages(db));
 }

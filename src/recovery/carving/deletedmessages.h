@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/records/messagerecords.h"
+#include "recovery/carving/deletedrows.h"
 
 #include <QList>
 
@@ -24,6 +24,9 @@ int recoverIos6Messages(IOS6MessageDb &db, SearchedDatabase &database, MessageRe
 int recoverIos5Messages(AbsIOSMessageDb &db, SearchedDatabase &database, MessageRecycleDb &recycle,
                         JobProgress *progress);
 
-/// Adds what was found earlier to the chats of `store`, which holds the chats and messages of `db`; but
-/// no message that is in `db` again. Changes nothing where nobody has looked yet.
+/// What was found earlier in the file of `db`, without what is in it again. Empty where nobody has looked.
+QList<_RecycleMessage> recycledMessages(AbsIOSMessageDb &db);
+/// Adds found messages to the chats of `store`, which holds the chats and messages of `db`.
+void joinRecovered(AbsIOSMessageDb &db, _MsgStore &store, const QList<_RecycleMessage> &messages);
+/// Both in one.
 void loadRecycled(AbsIOSMessageDb &db, _MsgStore &store);

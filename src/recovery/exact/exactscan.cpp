@@ -76,11 +76,10 @@ void ExactScan::scanMainFile()
         const PageUse use = map.use(number);
         const bool isSame = isLast || (!isReplaced[number] && lastMap->use(number) == PageUse::Tree);
         if (use != PageUse::Fixed)
-            scanPage(moment, {state.page(number), number, use, map.usedBytes(number),
+            scanPage(moment, {state.page(number), number, use, map.usedBytes(number), false,
                               isSame && use == PageUse::Tree});
         report();
     }
-    takeSpilled(moment);
 }
 
 void ExactScan::scanWal()
@@ -93,7 +92,6 @@ void ExactScan::scanWal()
         state.setPageCount(commit.pageCount);
         Moment moment{.state = &state, .number = ++number, .origin = FindOrigin::Wal};
         scanPages(moment, commit.pages);
-        takeSpilled(moment);
         if (isCancelled())
             return;
     }
@@ -103,10 +101,8 @@ void ExactScan::scanLoosePages()
 {
     Moment behind{.origin = FindOrigin::Wal};
     scanPages(behind, wal.loose);
-    takeSpilled(behind);
     Moment before{.origin = FindOrigin::Journal};
     scanPages(before, journal.pages);
-    takeSpilled(before);
 }
 
 void ExactScan::scanPages(Moment &moment, const std::vector<PageVersion> &pages)
@@ -114,7 +110,7 @@ void ExactScan::scanPages(Moment &moment, const std::vector<PageVersion> &pages)
     for (const PageVersion &version : pages) {
         if (isCancelled())
             return;
-        scanPage(moment, {version.content.first(layout.usable), version.page});
+        scanPage(moment, {version.content.first(layout.usable), version.page, PageUse::Unknown});
         report();
     }
 }

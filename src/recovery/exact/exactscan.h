@@ -68,15 +68,18 @@ private:
     void readHighestRowids(const DatabaseState &state, const LiveMap &map);
 
     // pagescan.cpp
-    void scanPage(Moment &moment, const PageTask &task);
+    void scanPage(Moment &moment, PageTask task);
+    bool hasRow(QByteArrayView page, const TreePage &tree) const;
     void scanArea(const PageTask &task, qsizetype start, qsizetype end, std::vector<Piece> &pieces) const;
     void takeCell(const PageTask &task, const TreeCell &cell, std::vector<Piece> &pieces) const;
     void takePieces(Moment &moment, const PageTask &task, std::vector<Piece> &pieces);
     bool isOfLiveGuid(const PageTask &task, const Piece &piece) const;
+    bool isProven(const Piece &piece, const FoundRow &row) const;
+    bool isOwnChain(Moment &moment, const PageTask &task, const Piece &piece) const;
+    const LiveMap &mapOf(Moment &moment) const;
     OverflowChain chainOf(Moment &moment, const PageTask &task, const Piece &piece) const;
     std::optional<FoundRow> decode(const PageTask &task, const Piece &piece,
                                    const OverflowChain &chain) const;
-    void takeSpilled(Moment &moment);
 
     struct Rank {
         int value = 0;

@@ -1,26 +1,9 @@
 #pragma once
 
+#include "store/records/recoverytrace.h"
+
 #include <QList>
-#include <QString>
 #include <QVariant>
-
-/// How much of a deleted row is there.
-enum class FindGrade : quint8 {
-    Whole,   ///< every value
-    Partial, ///< some values are gone; none is guessed
-    Words,   ///< what was said, but not when
-};
-
-/// By what a deleted row was found.
-enum class FindMethod : quint8 {
-    EarlierState, ///< a row that stood in the table before a later change
-    FreedPage,    ///< a page that was given up names it
-    Gap,          ///< whole between the rows of a page, or in a page of no tree
-    Freeblock,    ///< as a freeblock, whose head lies over its first bytes
-};
-
-/// Which file.
-enum class FindOrigin : quint8 { MainFile, Wal, Journal };
 
 /// A row that was found, with what proves it.
 struct FoundRow {

@@ -9,8 +9,8 @@
 #include <functional>
 #include <vector>
 
-/// What a page is in use for.
-enum class PageUse : quint8 { Free, Tree, Overflow, Trunk, Fixed };
+/// What a page is in use for. Unknown is that of a page whose state of the database nobody has walked.
+enum class PageUse : quint8 { Free, Tree, Overflow, Trunk, Fixed, Unknown };
 
 /// A table or an index, as `sqlite_master` has it.
 struct SchemaEntry {

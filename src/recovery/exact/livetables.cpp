@@ -11,6 +11,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+constexpr qsizetype enoughForGuid = 400; // bytes of a record: a type for each column, and the guid
+
 /// What a live row tells of itself in the form of a found one.
 FoundRow asFound(const RecordHeader &header, QByteArrayView content, const RowRules &rules)
 {
@@ -72,16 +74,19 @@ void ExactScan::readLiveRows(const DatabaseState &state, const LiveMap &map, con
             return;
         for (const TreeCell &cell : page.cells) {
             const QByteArrayView local = state.page(number).sliced(cell.payload, cell.localSize);
-            const std::optional<RecordHeader> header = RecordHeader::read(local, mostColumns);
+            const bool isTold = isToldByGuid && local.size() >= enoughForGuid;
+            const QByteArray whole = isTold ? QByteArray() : wholePayload(state, number, cell);
+            const QByteArrayView record = isTold ? local : QByteArrayView(whole);
+            const std::optional<RecordHeader> header = RecordHeader::read(record, mostColumns);
             if (!header)
                 continue;
             shape.observe(*header);
             highest = std::max(highest, cell.rowid);
-            const QByteArray whole = isToldByGuid ? QByteArray() : wholePayload(state, number, cell);
-            const QByteArrayView record = isToldByGuid ? local : QByteArrayView(whole);
             const FoundRow row = asFound(*header, record.sliced(header->size), rules[index]);
             rules[index].observe(row);
             if (const std::optional<RowIdentity> identity = rules[index].identityOf(row))
+                live[index].push_back(*identity);
+            if (const std::optional<RowIdentity> identity = rules[index].identityByText(row))
                 live[index].push_back(*identity);
         }
     });

@@ -16,8 +16,6 @@ OverflowChain follow(const DatabaseState &state, quint32 first, qint64 wanted, I
     quint32 next = first;
     while (chain.content.size() < wanted && isAllowed(next) && !state.page(next).isEmpty()) {
         const QByteArrayView page = state.page(next);
-        if (chain.content.isEmpty() || next != chain.pages.back())
-            chain.pages.push_back(next);
         chain.content += page.sliced(4, std::min<qint64>(page.size() - 4, wanted - chain.content.size()));
         next = numberAt<quint32>(page, 0);
     }

@@ -2,12 +2,9 @@
 
 #include "recovery/exact/livemap.h"
 
-#include <vector>
-
 /// What a row that is deleted has on overflow pages.
 struct OverflowChain {
     QByteArray content;
-    std::vector<quint32> pages;
 
     /// Follows the chain from page `first` for `wanted` bytes. It goes through free pages only, for another
     /// one has been written over, and ends before a page that lists free ones, whose start has been. One that

@@ -6,8 +6,6 @@
 #include "recovery/exact/scanparts.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
 #include <utility>
 
 namespace
@@ -33,12 +31,26 @@ std::optional<TreePage> treeOf(QByteArrayView page, quint32 number, PageUse use,
     return tree->cells.empty() ? std::nullopt : tree;
 }
 
+/// Where the last text of a row ends. What cells of another table leave, written over it, is no text.
+qsizetype endOfText(QByteArrayView page, const RowCandidate &row)
+{
+    constexpr qint64 shortestText = 4; // that proves something
+    const RecordValues values(row.header,
+                              page.sliced(row.content, std::max<qsizetype>(row.end - row.content, 0)));
+    for (size_t i = values.size(); i-- > 0;) {
+        if (values.typeAt(i) % 2 == 1 && values.typeAt(i) >= 13 + 2 * shortestText && !values.isMissing(i))
+            return row.content + values.endOf(i);
+    }
+    return row.content;
+}
+
 } // namespace
 
-void ExactScan::scanPage(Moment &moment, const PageTask &task)
+void ExactScan::scanPage(Moment &moment, PageTask task)
 {
     std::vector<Piece> pieces;
     std::optional<TreePage> tree = treeOf(task.page, task.number, task.use, layout);
+    task.isOfTable = tree && tree->kind == TreePage::Kind::LeafTable && hasRow(task.page, *tree);
     if (tree) {
         qsizetype free = tree->arrayEnd;
         std::sort(tree->cells.begin(), tree->cells.end(),
@@ -64,6 +76,15 @@ void ExactScan::scanPage(Moment &moment, const PageTask &task)
         takePieces(moment, task, pieces);
 }
 
+// Whether the page belongs to one of the tables, as its cells tell.
+bool ExactScan::hasRow(QByteArrayView page, const TreePage &tree) const
+{
+    return std::any_of(tree.cells.begin(), tree.cells.end(), [&](const TreeCell &cell) {
+        return std::any_of(finders.begin(), finders.end(),
+                           [&](const RowFinder &finder) { return finder.inCell(page, cell).has_value(); });
+    });
+}
+
 void ExactScan::scanArea(const PageTask &task, qsizetype start, qsizetype end,
                          std::vector<Piece> &pieces) const
 {
@@ -81,9 +102,9 @@ void ExactScan::takeCell(const PageTask &task, const TreeCell &cell, std::vector
 {
     for (size_t table = 0; table < finders.size(); ++table) {
         if (std::optional<RowCandidate> row = finders[table].inCell(task.page, cell)) {
-            const bool isFree = task.use == PageUse::Free;
-            pieces.push_back(
-                {table, std::move(*row), isFree ? FindMethod::FreedPage : FindMethod::EarlierState, !isFree});
+            const FindMethod method =
+                task.use == PageUse::Free ? FindMethod::FreedPage : FindMethod::EarlierState;
+            pieces.push_back({table, std::move(*row), method, true});
         }
     }
 }
@@ -101,10 +122,10 @@ bool ExactScan::isOfLiveGuid(const PageTask &task, const Piece &piece) const
 
 void ExactScan::takePieces(Moment &moment, const PageTask &task, std::vector<Piece> &pieces)
 {
-    // A row whose head is whole or whose types are there was written, whether or not its values are left. Of
-    // two that overlap the one that starts later was written later, over the end of the other.
+    // A row with a guid or with a whole head was written, whether or not its values are left. Of two that
+    // overlap the one that starts later was written later, over the end of the other.
     const auto isNothing = [&](const Piece &piece) {
-        return piece.row.rowid == 0 && !piece.row.isRest() &&
+        return scanned[piece.table].kind != RowKind::Message && piece.row.rowid == 0 &&
                !decode(task, piece, chainOf(moment, task, piece));
     };
     std::erase_if(pieces, isNothing);
@@ -113,21 +134,39 @@ void ExactScan::takePieces(Moment &moment, const PageTask &task, std::vector<Pie
     for (size_t i = 0; i + 1 < pieces.size(); ++i)
         pieces[i].row.end =
             std::min(pieces[i].row.end, std::max(pieces[i + 1].row.start, pieces[i].row.start));
-    for (const Piece &piece : pieces) {
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        Piece &piece = pieces[i];
         if (piece.row.isRest() || isOfLiveGuid(task, piece))
             continue;
-        OverflowChain chain = chainOf(moment, task, piece);
+        if (!task.isOfTable && i + 1 == pieces.size())
+            piece.row.end = std::min(piece.row.end, endOfText(task.page, piece.row));
+        const OverflowChain chain = chainOf(moment, task, piece);
         std::optional<FoundRow> row = decode(task, piece, chain);
+        if (row && !chain.content.isEmpty() && !isOwnChain(moment, task, piece) && !isProven(piece, *row))
+            row = decode(task, piece, {});
         if (!row)
             continue;
         row->moment = moment.number;
         row->origin = moment.origin;
-        const std::optional<RowIdentity> identity = rules[piece.table].identityOf(*row);
-        if (!chain.pages.empty() && !piece.isLiveThen && identity)
-            moment.spilled.push_back({task, piece, std::move(chain), *identity});
-        else
-            take(*row);
+        take(*row);
     }
+}
+
+// An overflow page that was given up may have been another row's since then, whose end looks alike. It is
+// this row's where the text stands in the row twice, the second time up to the last page, and both agree.
+bool ExactScan::isProven(const Piece &piece, const FoundRow &row) const
+{
+    const int body = rules[piece.table].bodyThatAgrees(row);
+    if (body < 0)
+        return false;
+    const RowCandidate &candidate = piece.row;
+    qint64 endOfBody = 0;
+    for (int i = 0; i <= body; ++i)
+        endOfBody += valueSize(candidate.header.types[size_t(i)]);
+    const qint64 local = candidate.localSize - candidate.header.size;
+    const qint64 spilled = candidate.header.content - local;
+    const qint64 perPage = layout.usable - 4;
+    return endOfBody > local + (spilled - 1) / perPage * perPage;
 }
 
 OverflowChain ExactScan::chainOf(Moment &moment, const PageTask &task, const Piece &piece) const
@@ -138,12 +177,21 @@ OverflowChain ExactScan::chainOf(Moment &moment, const PageTask &task, const Pie
         return {};
     const auto first = numberAt<quint32>(task.page, number);
     const qint64 wanted = row.payloadSize - row.localSize;
-    if (piece.isLiveThen)
-        return OverflowChain::ofLive(*moment.state, first, wanted);
-    const std::atomic_bool *cancelled = progress ? &progress->cancelled : nullptr;
-    const bool isOfMainFile = moment.number == 0 && wal.commits.empty() && !journal.isHot;
-    const LiveMap &map = isOfMainFile ? *lastMap : moment.liveMap(cancelled);
-    return OverflowChain::ofDeleted(*moment.state, map, first, wanted);
+    return isOwnChain(moment, task, piece)
+               ? OverflowChain::ofLive(*moment.state, first, wanted)
+               : OverflowChain::ofDeleted(*moment.state, mapOf(moment), first, wanted);
+}
+
+// Of a row that stood in its table at that moment.
+bool ExactScan::isOwnChain(Moment &moment, const PageTask &task, const Piece &piece) const
+{
+    return piece.isCell && moment.state && mapOf(moment).use(task.number) == PageUse::Tree;
+}
+
+const LiveMap &ExactScan::mapOf(Moment &moment) const
+{
+    const bool isLast = moment.number == 0 && wal.commits.empty() && !journal.isHot;
+    return isLast ? *lastMap : moment.liveMap(progress ? &progress->cancelled : nullptr);
 }
 
 std::optional<FoundRow> ExactScan::decode(const PageTask &task, const Piece &piece,
@@ -171,31 +219,4 @@ std::optional<FoundRow> ExactScan::decode(const PageTask &task, const Piece &pie
     row.contentHash = qHashBits(content.data(), size_t(content.size()));
     row.grade = rules[piece.table].gradeOf(row);
     return rules[piece.table].accepts(row) ? std::optional(row) : std::nullopt;
-}
-
-// Of two rows that name one overflow page, one was given it when the other no longer had it. Nobody can tell
-// which, so that neither has what lies there.
-void ExactScan::takeSpilled(Moment &moment)
-{
-    std::map<quint32, RowIdentity> owners;
-    std::set<quint32> shared;
-    for (const Moment::Spilled &spilled : moment.spilled) {
-        for (const quint32 page : spilled.chain.pages) {
-            const auto [owner, isNew] = owners.try_emplace(page, spilled.identity);
-            if (!isNew && owner->second != spilled.identity)
-                shared.insert(page);
-        }
-    }
-    for (Moment::Spilled &spilled : moment.spilled) {
-        const auto &pages = spilled.chain.pages;
-        const auto first =
-            std::find_if(pages.begin(), pages.end(), [&](quint32 page) { return shared.contains(page); });
-        spilled.chain.content.truncate((first - pages.begin()) * (layout.usable - 4));
-        if (std::optional<FoundRow> row = decode(spilled.task, spilled.piece, spilled.chain)) {
-            row->moment = moment.number;
-            row->origin = moment.origin;
-            take(*row);
-        }
-    }
-    moment.spilled.clear();
 }

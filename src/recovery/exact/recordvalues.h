@@ -19,6 +19,8 @@ public:
     QVariant at(size_t index) const;
     /// Its bytes; empty when missing.
     QByteArrayView bytesAt(size_t index) const;
+    /// Place behind it in the content.
+    qint64 endOf(size_t index) const { return places[index] + valueSize(types[index]); }
     qint64 typeAt(size_t index) const { return types[index]; }
     /// Whether a text that is there is no UTF-8.
     bool hasBrokenText() const;

@@ -2,7 +2,9 @@
 
 #include "app/appledates.h"
 #include "recovery/exact/rowfinder.h"
+#include "store/archives/typedstream.h"
 
+#include <QCryptographicHash>
 #include <QDateTime>
 
 #include <algorithm>
@@ -58,8 +60,8 @@ bool isSent(qint64 flags)
 
 RowIdentity hashOf(const QByteArray &bytes)
 {
-    return {qHashBits(bytes.constData(), size_t(bytes.size()), 0x9E3779B97F4A7C15u),
-            qHashBits(bytes.constData(), size_t(bytes.size()), 0xC2B2AE3D27D4EB4Fu)};
+    const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Md5);
+    return {numberAt<quint64>(hash, 0), numberAt<quint64>(hash, 8)};
 }
 
 } // namespace
@@ -155,11 +157,19 @@ bool RowRules::hasWhatItNeeds(const FoundRow &row) const
     return has(row, guid) && (hasWords || has(row, date));
 }
 
+int RowRules::bodyThatAgrees(const FoundRow &row) const
+{
+    if (!has(row, body) || !has(row, text))
+        return -1;
+    const std::optional<TypedStreamText> archived = textOfTypedStream(valueOf(row, body).toByteArray());
+    return archived && archived->text == valueOf(row, text).toString() ? body : -1;
+}
+
 FindGrade RowRules::gradeOf(const FoundRow &row) const
 {
     if (row.missing.isEmpty())
         return FindGrade::Whole;
-    return row.missing.contains(date) ? FindGrade::Words : FindGrade::Partial;
+    return row.missing.contains(date) ? FindGrade::Text : FindGrade::Partial;
 }
 
 std::optional<RowIdentity> RowRules::identityOf(const FoundRow &row) const
@@ -169,6 +179,11 @@ std::optional<RowIdentity> RowRules::identityOf(const FoundRow &row) const
     if (kind == RowKind::Handle && has(row, address))
         return hashOf(
             QString(valueOf(row, address).toString() + u'\n' + valueOf(row, service).toString()).toUtf8());
+    return identityByText(row);
+}
+
+std::optional<RowIdentity> RowRules::identityByText(const FoundRow &row) const
+{
     if (kind != RowKind::OldMessage || !has(row, date))
         return std::nullopt;
     const QVariant &who = has(row, address) ? valueOf(row, address) : valueOf(row, otherAddress);

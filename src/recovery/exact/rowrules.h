@@ -27,9 +27,13 @@ public:
     bool isTelling(int column) const;
     /// Whether all values that aren't missing make sense, and enough is there to tell who said what.
     bool accepts(const FoundRow &row) const;
+    /// The column of the archived text where that says the same as the text; -1 where either is not there.
+    int bodyThatAgrees(const FoundRow &row) const;
     FindGrade gradeOf(const FoundRow &row) const;
     /// Nothing where the row doesn't have what tells it.
     std::optional<RowIdentity> identityOf(const FoundRow &row) const;
+    /// What tells a message before iOS 6 whose guid is gone, or that never had one; nothing for other rows.
+    std::optional<RowIdentity> identityByText(const FoundRow &row) const;
 
 private:
     enum class Check { Guid, ChatGuid, Service, Date, Flag, Address };

@@ -10,6 +10,7 @@ struct ExactScan::PageTask {
     quint32 number = 0;
     PageUse use = PageUse::Free;
     qsizetype usedBytes = 0;
+    bool isOfTable = false;    ///< it is a leaf of one of the tables, and was written as such last
     bool hasLiveCells = false; ///< the cells of its array are rows that are there still
 };
 
@@ -18,19 +19,11 @@ struct ExactScan::Piece {
     size_t table = 0;
     RowCandidate row;
     FindMethod method = FindMethod::Gap;
-    bool isLiveThen = false; ///< it stood in a table at that moment, so that its overflow pages were its own
+    bool isCell = false; ///< the page's own array names it
 };
 
 /// One state of the database, or pages of none.
 struct ExactScan::Moment {
-    /// A row with deleted overflow pages: it waits until all who claim them are known.
-    struct Spilled {
-        PageTask task;
-        Piece piece;
-        OverflowChain chain;
-        RowIdentity identity;
-    };
-
     /// In which way the pages of this state are in use: made when somebody asks, since it takes a walk.
     const LiveMap &liveMap(const std::atomic_bool *cancelled)
     {
@@ -43,5 +36,4 @@ struct ExactScan::Moment {
     int number = 0;
     FindOrigin origin = FindOrigin::MainFile;
     std::optional<LiveMap> map = {};
-    std::vector<Spilled> spilled = {};
 };

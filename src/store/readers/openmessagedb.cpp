@@ -21,6 +21,11 @@ QString recycleDbPath(const QDir &root)
     return root.absoluteFilePath(u"recycle.db"_s);
 }
 
+QString findsDbPath(const QDir &root)
+{
+    return root.absoluteFilePath(u"found.db"_s);
+}
+
 namespace
 {
 

@@ -13,6 +13,9 @@ QString messageDbPath(const QDir &root);
 /// copied from a phone, and not to be made again from it: it stays when a copy goes.
 QString recycleDbPath(const QDir &root);
 
+/// Path of the file below `root` that keeps what the exact scan found there. It stays too.
+QString findsDbPath(const QDir &root);
+
 /// The reader for the message database below `root`, by the generation of the file. `mcc` is the phone's
 /// mobile country code, which may be empty. Throws `std::runtime_error` when there is no such file or
 /// it is no database. The reader has the file open.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/records/messageextras.h"
+#include "store/records/recoverytrace.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -63,6 +64,7 @@ struct _MsgMessage {
     int item_type = 0; ///< 0 is an ordinary message, anything else an event of the conversation
     int other_handle = -1;
     bool isRecovered = false;
+    RecoveryTracePtr recovery; ///< of a recovered one that the exact scan found; null for others
     QString group_title;
     int group_action_type = 0;
     int share_status = 0;
