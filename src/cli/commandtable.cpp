@@ -135,9 +135,10 @@ constexpr auto searchDetails =
     "on, stand side by side: '\"happy new year\"'. A line has the keys of messages, with\n"
     "source, and snippet, in which [ and ] stand around what was found.";
 constexpr auto evidenceDetails =
-    "\n\nBelow data lie the report, the databases and attachments that were read, what is\n"
-    "known of the phone, and reckoning.json, which tells how the rows of the database come\n"
-    "to the messages of the report. Only run.txt hangs on the time and the machine.\n"
+    "\n\nBelow data lie the report, the databases (whole, whatever the choice) and the\n"
+    "attachments that were read, what is known of the phone, and reckoning.json, which\n"
+    "tells how the rows of the database come to the messages of the report. Only run.txt\n"
+    "hangs on the time and the machine.\n"
     "sha256sum -c manifest-sha256.txt checks the folder as the command verify does.";
 constexpr auto verifyDetails =
     "\n\nWrites one object with files, changed, missing and extra; the status is 1 unless the\n"

@@ -25,6 +25,7 @@ Delivery::Delivery(const CommandLine &line, const QString &name) : zip(line.zip)
         return;
     if (zip.isEmpty())
         throw CommandError(ExitStatus::Usage, u"--out PATH or --zip FILE is missing."_s);
+    delay.emplace();
     // Beside the zip file: what is to be encrypted doesn't lie about in a folder of all.
     folder = std::make_unique<QTemporaryDir>(QFileInfo(zip).absolutePath() + u"/.delivery-XXXXXX"_s);
     if (!folder->isValid())

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "app/interruptdelay.h"
+
 #include <QDateTime>
 #include <QString>
 #include <QTemporaryDir>
 
 #include <memory>
+#include <optional>
 
 class TerminalProgress;
 struct CommandLine;
@@ -29,5 +32,6 @@ private:
     QString password;
     QString madePath;
     QDateTime start = QDateTime::currentDateTime();
+    std::optional<InterruptDelay> delay;   // longer than the folder
     std::unique_ptr<QTemporaryDir> folder; ///< for what only the zip file keeps
 };

@@ -39,7 +39,9 @@ QStringList runLines()
 EvidencePlan evidencePlan(const CommandLine &line, const Source &source, const QList<_MsgMessage *> &messages)
 {
     EvidencePlan plan;
-    for (const QString &format : line.formats)
+    QStringList formats = line.formats;
+    formats.removeDuplicates();
+    for (const QString &format : std::as_const(formats))
         plan.formats.append(formatNamed(format, line.allColumns));
     if (plan.formats.isEmpty())
         plan.formats = {ExportText, ExportJsonLines, ExportXlsx};

@@ -46,11 +46,15 @@ QJsonValue messagesToGo(const LocalDatabase &database)
 void exportCommand(const CommandLine &line, TerminalProgress &progress)
 {
     const ExportFormat format = formatNamed(line.format, line.allColumns);
+    if ((line.allColumns || line.utf8Mark == Utf8Mark::Written) && format != ExportFullTable)
+        throw CommandError(ExitStatus::Usage,
+                           u"--all-columns goes with --format csv, and --utf8-mark with both."_s);
     if (format == ExportPdf && QFontDatabase::families().isEmpty())
         throw std::runtime_error(
             "PDF needs a font and none is installed; on Debian, install fonts-dejavu-core.");
 
-    const Delivery delivery(line, u"messages."_s + line.format);
+    const Delivery delivery(line,
+                            format == ExportAndroidSms ? u"messages.xml"_s : u"messages."_s + line.format);
     const Source source = openSource(line, progress);
     const QList<_MsgMessage *> messages =
         chosenMessages(source.store, source.localized(line.choice), line.order);

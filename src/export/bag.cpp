@@ -42,10 +42,14 @@ void writeText(const QString &path, const QString &text)
 QStringList filesBelow(const QDir &folder, const QString &below = {})
 {
     QStringList files;
-    for (QDirIterator it(folder.filePath(below), QDir::Files | QDir::Hidden | QDir::System,
+    for (QDirIterator it(folder.filePath(below),
+                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                          QDirIterator::Subdirectories);
-         it.hasNext();)
-        files.append(folder.relativeFilePath(it.next()));
+         it.hasNext();) {
+        const QString path = it.next();
+        if (!it.fileInfo().isDir() || it.fileInfo().isSymLink())
+            files.append(folder.relativeFilePath(path));
+    }
     files.sort();
     return files;
 }

@@ -175,6 +175,7 @@ void TestCli::mistakesAreOneLine_data()
     QTest::newRow("no command") << u""_s << 2 << u""_s;
     QTest::newRow("option of another command") << u"chats x --out y"_s << 2 << u"'out'"_s;
     QTest::newRow("unknown format") << u"export x --out y --format odt"_s << 2 << u"odt"_s;
+    QTest::newRow("columns of no table") << u"export x --format txt --all-columns --out y"_s << 2 << u"csv"_s;
     QTest::newRow("nowhere to write") << u"export %1/phone --format csv"_s << 2 << u"--out"_s;
     QTest::newRow("no bag") << u"verify %1"_s << 1 << u"manifest"_s;
     QTest::newRow("database above its folder") << u"import %1/phone --into .."_s << 2 << u"name"_s;

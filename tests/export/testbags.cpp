@@ -105,11 +105,12 @@ void TestBags::everyDifferenceIsNamed()
     // A link to the same bytes is not the file.
     QVERIFY(QFile::remove(folder + u"/data/phone.json"_s));
     QVERIFY(writeFile(dir->filePath(u"phone.json"_s), "{\n}\n"));
+    QVERIFY(QFile::link(dir->path(), folder + u"/data/folder"_s));
     QVERIFY(QFile::link(dir->filePath(u"phone.json"_s), folder + u"/data/phone.json"_s));
     const BagCheck checked = check(folder);
     QCOMPARE(checked.changed, QStringList({u"data/source/SMS/sms.db"_s, u"bag-info.txt"_s}));
     QCOMPARE(checked.missing, QStringList({u"data/phone.json"_s, u"data/reckoning.json"_s}));
-    QCOMPARE(checked.extra, QStringList(u"data/.more"_s));
+    QCOMPARE(checked.extra, QStringList({u"data/.more"_s, u"data/folder"_s}));
 }
 
 void TestBags::aHostileManifestIsAnError_data()

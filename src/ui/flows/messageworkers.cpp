@@ -3,6 +3,7 @@
 #include "export/exportchoice.h"
 #include "recovery/local/localdatabases.h"
 #include "sources/opensource.h"
+#include "sources/readsource.h"
 #include "store/records/messagestore.h"
 #include "ui/dialogs/boxes.h"
 #include "ui/dialogs/countryselform.h"
@@ -17,6 +18,7 @@
 #include "ui/flows/sourceloader.h"
 #include "ui/jobs/jobrunner.h"
 #include "ui/jobs/messagejobs.h"
+#include "ui/models/sourcenodes.h"
 #include "ui/pages/smsprinter.h"
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
@@ -125,6 +127,9 @@ void MessageWorkers::exportMessages(const MessageChoice &choice)
     ExportPlan plan = exportPlan(name, filter);
     plan.ascending = messages->isAscending();
     plan.emoji = messages->emojiStyle();
+    const _AbsDBItemNode *loaded = sources->sourceOf(choice.store);
+    if (const _AbsDBItemNode *source = loaded ? loaded : sources->currentSource())
+        plan.isOwnGuid = [db = source->db](const _MsgMessage &message) { return hasOwnGuid(*db, message); };
     ProgressForm form(QString(), window);
     ExportSMSThread job(choice.messages, plan, &form, nullptr);
     runUnder(form, job);
