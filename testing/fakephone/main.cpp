@@ -40,6 +40,7 @@ int main(int argc, char *argv[])
     if (options.isSet(u"untrusting"_s))
         phone.trust = Trust::NotAnswered;
     phone.domains[u"com.apple.mobile.backup"_s][u"CloudBackupEnabled"_s] = options.isSet(u"cloud"_s);
+    phone.syncRecords = {{{u"1"_s, QVariantMap{{u"first name"_s, u"Ann"_s}}}}};
     QFile relay(options.value(u"relay"_s));
     if (relay.open(QIODevice::ReadOnly))
         phone.relayArchive = relay.readAll();

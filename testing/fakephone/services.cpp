@@ -43,17 +43,22 @@ void serveSync(FakePhone &phone, Stream &stream)
     openLink(stream);
     QList<QVariantMap> left = phone.syncRecords;
     const auto next = [&](const QString &dataClass) {
-        if (left.isEmpty())
+        if (left.isEmpty()) {
             stream.sendList(QVariantList{u"SDMessageDeviceReadyToReceiveChanges"_s});
-        else
-            stream.sendList(QVariantList{u"SDMessageProcessChanges"_s, dataClass, left.takeFirst()});
+        } else {
+            const QVariantMap record = left.takeFirst();
+            stream.sendList(QVariantList{u"SDMessageProcessChanges"_s, dataClass, record, !left.isEmpty(),
+                                         QVariantMap()});
+        }
     };
     while (true) {
         const QVariantList message = stream.receiveList().toList();
         const QString name = message.value(0).toString();
         const QString dataClass = message.value(1).toString();
         if (name == u"SDMessageSyncDataClassWithDevice"_s)
-            stream.sendList(QVariantList{u"SDMessageSyncDataClassWithComputer"_s, dataClass});
+            stream.sendList(QVariantList{u"SDMessageSyncDataClassWithComputer"_s, dataClass, message.value(2),
+                                         message.value(3), u"SDSyncTypeSlow"_s, message.value(4),
+                                         u"___EmptyParameterString___"_s});
         else if (name == u"SDMessageGetAllRecordsFromDevice"_s ||
                  name == u"SDMessageAcknowledgeChangesFromDevice"_s)
             next(dataClass);
