@@ -13,6 +13,7 @@ struct CommandOption {
     const char *value; ///< what its help calls the value; null for a switch
     const char *description;
     /// Takes over what was given, once or more. Throws `CommandError` when that can't be meant.
+    /// Null for those that are no command's own.
     void (*store)(CommandLine &line, const QStringList &values);
     bool isRequired = false;
 };
@@ -33,6 +34,15 @@ struct Command {
 
 /// All commands, in the order of the help.
 const QList<Command> &commandTable();
+
+/// The words of its subject, one by one.
+QStringList subjectsOf(const Command &command);
+
+/// The options of every command beside its own.
+const QList<CommandOption> &commonOptions();
+
+/// The options that stand before a command or alone.
+const QList<CommandOption> &generalOptions();
 
 /// The command of that name; null when there is none.
 const Command *findCommand(const QString &name);

@@ -3,6 +3,7 @@
 #include "app/product.h"
 #include "cli/command.h"
 #include "cli/exitstatus.h"
+#include "cli/helptext.h"
 
 #include <QCommandLineParser>
 
@@ -12,26 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-QString generalHelp()
-{
-    QString text = u"%1 %2\n\nUsage: marrowlight-cli [--quiet] COMMAND ...\n\nCommands:\n"_s.arg(
-        productName(), versionText());
-    for (const Command &command : commandTable()) {
-        text += u"  %1 %2%3\n"_s.arg(QLatin1StringView(command.name), -10)
-                    .arg(QLatin1StringView(command.subject), -8)
-                    .arg(QLatin1StringView(command.description));
-    }
-    return text + u"\nSOURCE is a backup folder or a folder that holds one; a folder that holds\n"
-                  u"file-relay/var/mobile/Library/SMS/sms.db or var/mobile/Library/SMS/sms.db; a message\n"
-                  u"database (sms.db, chat.db); or the name of a Local Database.\n"
-                  u"marrowlight-cli COMMAND --help tells the options.\n"_s;
-}
-
-QStringList subjectsOf(const Command &command)
-{
-    return QString::fromLatin1(command.subject).split(u' ', Qt::SkipEmptyParts);
-}
 
 /// Whether `--all` stands in the place of the first word.
 bool isForAll(const Command &command, const QCommandLineParser &parser)
@@ -80,20 +61,15 @@ CommandLine commandLineFrom(const Command &command, const QCommandLineParser &pa
 ParsedCommandLine parseCommand(const Command &command, const QStringList &words)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1StringView(command.description) +
-                                     QLatin1StringView(command.details));
     const QCommandLineOption help = parser.addHelpOption();
-    parser.addOption({u"quiet"_s, u"No progress on the terminal."_s});
+    parser.addOption({u"quiet"_s, {}});
     for (const CommandOption &option : command.options)
-        parser.addOption({QLatin1StringView(option.name), QLatin1StringView(option.description),
-                          QLatin1StringView(option.value)});
-    for (const QString &subject : subjectsOf(command))
-        parser.addPositionalArgument(subject, {});
+        parser.addOption({QLatin1StringView(option.name), {}, QLatin1StringView(option.value)});
 
     ParsedCommandLine parsed;
     const bool isUnderstood = parser.parse(words);
     if (isUnderstood && parser.isSet(help))
-        parsed.help = parser.helpText();
+        parsed.help = commandHelp(command);
     else
         parsed.error = isUnderstood ? usageError(command, parser) : parser.errorText();
     if (!parsed.help.isEmpty() || !parsed.error.isEmpty())

@@ -192,6 +192,27 @@ const QList<Command> &commandTable()
     return table;
 }
 
+QStringList subjectsOf(const Command &command)
+{
+    return QString::fromLatin1(command.subject).split(u' ', Qt::SkipEmptyParts);
+}
+
+const QList<CommandOption> &commonOptions()
+{
+    static const QList<CommandOption> options = {
+        {"quiet", nullptr, "No progress on the terminal.", nullptr},
+        {"help", nullptr, "Tells how it is used.", nullptr},
+    };
+    return options;
+}
+
+const QList<CommandOption> &generalOptions()
+{
+    static const QList<CommandOption> options =
+        commonOptions() + QList<CommandOption>{{"version", nullptr, "Tells the version.", nullptr}};
+    return options;
+}
+
 const Command *findCommand(const QString &name)
 {
     const QList<Command> &table = commandTable();
