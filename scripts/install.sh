@@ -8,8 +8,13 @@ build_packages=(
   libimobiledevice-dev libusbmuxd-dev libimobiledevice-utils usbmuxd libssl-dev
   qt6-image-formats-plugins
 )
-# The tests read pages back with these: PDF text in Japanese too, pictures of emoji, valid XHTML by its document type.
-check_packages=(clang-format clang-tidy g++-mingw-w64-x86-64-posix poppler-utils unzip p7zip-full fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib)
+# The tests read pages back with these: PDF text in Japanese too, pictures of emoji, valid XHTML by its document
+# type; and they look at the manual, at completion in three shells and at what a desktop is told.
+check_packages=(
+  clang-format clang-tidy g++-mingw-w64-x86-64-posix
+  poppler-utils unzip p7zip-full fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib
+  appstream desktop-file-utils fish mandoc man-db zsh
+)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 is_installed() {

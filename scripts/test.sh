@@ -13,6 +13,10 @@ scripts/format.sh --check
 echo "== Windows's own sources"
 scripts/windows.sh
 
+echo "== What is installed"
+build release
+scripts/installed.sh build/release
+
 for preset in release sanitize; do
   echo "== Tests: $preset"
   build "$preset"
