@@ -15,6 +15,7 @@ check_packages=(
   poppler-utils unzip p7zip-full fonts-noto-color-emoji fonts-droid-fallback libxml2-utils w3c-sgml-lib
   appstream desktop-file-utils fish mandoc man-db zsh
 )
+package_packages=(debhelper fakeroot lintian)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 is_installed() {
