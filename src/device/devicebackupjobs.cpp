@@ -142,7 +142,7 @@ void IOSMobileBackupThread::run()
     progress->updateProgress(status, 0, {});
     try {
         backupFolderOf(*device); // throws when it can't be one
-        makeIosBackupTempDir(); // not every tool makes it
+        makeIosBackupTempDir();  // not every tool makes it
         BackupWorkspace workspace(root, device->uniqueDeviceID, device->productVersion, *progress);
         backUpInto(workspace, status);
         progress->succeed({});
