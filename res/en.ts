@@ -411,6 +411,10 @@
         <translation>Looking for deleted SMS...</translation>
     </message>
     <message>
+        <source>IDS_RECOVERED_WHOLE_%1_PARTIAL_%2_TEXT_%3</source>
+        <translation>Proven by the file: %1 whole, %2 with something missing, %3 with no more than their text.</translation>
+    </message>
+    <message>
         <source>IDS_SUC_RECOVER_%1_SMS</source>
         <translation>%1 deleted SMS found. They are shown in red among the others.</translation>
     </message>

@@ -9,6 +9,32 @@
 #include "ui/views/messagepane.h"
 #include "ui/views/sourcepane.h"
 
+#include <algorithm>
+
+namespace
+{
+
+/// How sure the found messages are; empty where none has a trace. Those without a trace were found by the
+/// other search, which proves nothing.
+QString gradesText(const _MsgStore &store)
+{
+    const auto countOf = [&](FindGrade grade) {
+        return std::count_if(store.messages.cbegin(), store.messages.cend(), [&](const _MsgMessage *message) {
+            return message->recovery && message->recovery->grade == grade;
+        });
+    };
+    const bool hasTraces = std::any_of(store.messages.cbegin(), store.messages.cend(),
+                                       [](const _MsgMessage *message) { return message->recovery; });
+    if (!hasTraces)
+        return {};
+    return u'\n' + QObject::tr("IDS_RECOVERED_WHOLE_%1_PARTIAL_%2_TEXT_%3")
+                       .arg(countOf(FindGrade::Whole))
+                       .arg(countOf(FindGrade::Partial))
+                       .arg(countOf(FindGrade::Text));
+}
+
+} // namespace
+
 bool lookForDeleted(AbsIOSMessageDb &db, QWidget *window)
 {
     ProgressForm form(QObject::tr("IDS_RECOVERING_SMS"), window);
@@ -22,7 +48,7 @@ void sayRecovered(const _MsgStore &store)
     if (count == 0)
         showInfo(QObject::tr("IDS_NO_DELETED_SMS"));
     else
-        showInfo(QObject::tr("IDS_SUC_RECOVER_%1_SMS").arg(count));
+        showInfo(QObject::tr("IDS_SUC_RECOVER_%1_SMS").arg(count) + gradesText(store));
 }
 
 void recoverDeletedMessages(SourcePane &sources, MessagePane &messages, QWidget *window)

@@ -4,6 +4,7 @@
 #include "backup/extractmessages.h"
 #include "device/filerelay.h"
 #include "recovery/carving/recoverdeleted.h"
+#include "recovery/exact/recoverexactly.h"
 #include "recovery/local/deletemessages.h"
 #include "recovery/local/importmessages.h"
 #include "recovery/local/updatelocaldatabases.h"
@@ -90,6 +91,7 @@ void RecoverDeletedThread::run()
 {
     runJob(*progress, [this] {
         recoverDeleted(*db, *progress);
+        recoverExactly(*db, *progress);
         return QString();
     });
 }

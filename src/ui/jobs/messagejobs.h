@@ -96,7 +96,7 @@ private:
     JobProgress *progress;
 };
 
-/// Runs `recoverDeleted`.
+/// Runs `recoverDeleted`, then `recoverExactly`.
 class RecoverDeletedThread final : public QThread
 {
 public:
