@@ -9,6 +9,8 @@
 #include "recovery/local/importmessages.h"
 #include "recovery/local/updatelocaldatabases.h"
 #include "recovery/merge/mergemessages.h"
+#include "search/messagesearch.h"
+#include "store/readers/ios6messagedb.h"
 
 IOSLoadFileRelayThread::IOSLoadFileRelayThread(IOSDevice *device, JobProgress *progress, QObject *parent)
     : QThread(parent), device(device), progress(progress)
@@ -51,6 +53,8 @@ void BackupSMSThread::run()
 {
     runJob(*progress, [this] {
         const ImportCounts counts = importMessages(messages, root, path, *progress);
+        IOS6MessageDb filled(root, path, QString(), true);
+        updateSearchIndex(filled, *progress);
         return QObject::tr("IDS_SUC_BACKUP_%1_SMS").arg(counts.handedIn());
     });
 }
@@ -65,6 +69,7 @@ void DeleteMessagesThread::run()
 {
     runJob(*progress, [this] {
         const qint64 count = deleteMessages(*db, *messages, *progress);
+        updateSearchIndex(*db, *progress);
         return QObject::tr("IDS_SUC_DELETE_%1_MESSAGES").arg(count);
     });
 }
