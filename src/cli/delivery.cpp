@@ -35,8 +35,11 @@ Delivery::Delivery(const CommandLine &line, const QString &name) : zip(line.zip)
 
 void Delivery::finish(TerminalProgress &progress) const
 {
-    if (!zip.isEmpty())
-        packZip(madePath, zip, password, start, progress);
+    if (zip.isEmpty())
+        return;
+    if (!QFileInfo::exists(madePath)) // an empty choice makes no file
+        throw std::runtime_error(u"%1: there is nothing to pack."_s.arg(zip).toStdString());
+    packZip(madePath, zip, password, start, progress);
 }
 
 QString Delivery::resultPath() const
