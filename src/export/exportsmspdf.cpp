@@ -15,7 +15,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr double margin = 20; // points
+constexpr double margin = 20;  // points
+constexpr int resolution = 96; // dots per inch, in which the layout of a page counts
 
 /// Whether the file was written to its end: the painter doesn't tell of a full disk.
 bool isWholePdf(const QString &path)
@@ -29,14 +30,13 @@ bool isWholePdf(const QString &path)
 } // namespace
 
 ExportSMSPdf::ExportSMSPdf(const QString &path, EmojiStyle emoji)
-    : path(path), partPath(uniqueFileName(path + u".part"_s)), renderer(painter, emoji)
+    : path(path), partPath(uniqueFileName(path + u".part"_s)), pages(partPath), renderer(painter, emoji)
 {
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(partPath);
-    printer.setPageSize(QPageSize(QPageSize::A4));
-    printer.setPageMargins(QMarginsF(margin, margin, margin, margin), QPageLayout::Point);
-    printer.setDocName(productName());
-    printer.setCreator(productName());
+    pages.setResolution(resolution);
+    pages.setPageSize(QPageSize(QPageSize::A4));
+    pages.setPageMargins(QMarginsF(margin, margin, margin, margin), QPageLayout::Point);
+    pages.setTitle(productName());
+    pages.setCreator(productName());
 }
 
 ExportSMSPdf::~ExportSMSPdf()
@@ -49,7 +49,7 @@ ExportSMSPdf::~ExportSMSPdf()
 
 void ExportSMSPdf::begin()
 {
-    renderer.begin(&printer);
+    renderer.begin(&pages);
 }
 
 void ExportSMSPdf::write(const _MsgMessage &message)

@@ -4,7 +4,7 @@
 #include "store/records/absformatexport.h"
 
 #include <QPainter>
-#include <QPrinter>
+#include <QPdfWriter>
 #include <QString>
 
 struct _MsgMessage;
@@ -26,7 +26,7 @@ public:
 private:
     QString path;
     QString partPath;
-    QPrinter printer;
+    QPdfWriter pages;
     QPainter painter;
     SmsPageRenderer renderer;
 };

@@ -5,8 +5,9 @@
 #include "store/records/messagerecords.h"
 
 #include <QGuiApplication>
+#include <QPageLayout>
+#include <QPagedPaintDevice>
 #include <QPainter>
-#include <QPrinter>
 
 #include <algorithm>
 
@@ -28,12 +29,12 @@ SmsPageRenderer::SmsPageRenderer(QPainter &pagePainter, EmojiStyle emojiStyle)
 {
 }
 
-void SmsPageRenderer::begin(QPrinter *pagePrinter)
+void SmsPageRenderer::begin(QPagedPaintDevice *pages)
 {
-    printer = pagePrinter;
-    const QMarginsF margins =
-        printer->pageLayout().margins(QPageLayout::Point) * (printer->resolution() / 72.0);
-    const QRectF page = printer->pageRect(QPrinter::DevicePixel);
+    printer = pages;
+    const int resolution = printer->logicalDpiX();
+    const QMarginsF margins = printer->pageLayout().margins(QPageLayout::Point) * (resolution / 72.0);
+    const QRectF page = printer->pageLayout().paintRectPixels(resolution);
     left = qRound(margins.left());
     top = qRound(margins.top());
     right = left + qRound(page.width() - margins.left() - margins.right()) - 1;

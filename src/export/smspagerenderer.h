@@ -11,8 +11,8 @@
 
 #include <utility>
 
+class QPagedPaintDevice;
 class QPainter;
-class QPrinter;
 struct _MsgChat;
 struct _MsgMessage;
 
@@ -25,9 +25,9 @@ public:
     /// `pagePainter` has to outlive the renderer. End it when all is drawn.
     explicit SmsPageRenderer(QPainter &pagePainter, EmojiStyle emojiStyle = EmojiStyle::Markers);
 
-    /// Takes the box from the page of `pagePrinter`, starts the painter on it and numbers the first page.
+    /// Takes the box from the page of `pages`, starts the painter on it and numbers the first page.
     /// When the painter can't start, `draw` does nothing.
-    void begin(QPrinter *pagePrinter);
+    void begin(QPagedPaintDevice *pages);
     void draw(const _MsgMessage &message);
 
 private:
@@ -40,7 +40,7 @@ private:
     const QString &titleLine(const _MsgMessage &message);
     QString onHalfAPage(const QString &text);
 
-    QPrinter *printer = nullptr;
+    QPagedPaintDevice *printer = nullptr;
     int left = 0; ///< of the box for text, in pixels of the printer; so are the next four
     int top = 0;
     int right = 0;
