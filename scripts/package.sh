@@ -21,7 +21,7 @@ make_deb() {
 try_deb() {
   install_packages mmdebstrap
   mmdebstrap --variant=apt --include=fonts-dejavu-core,poppler-utils,sqlite3 \
-    --customize-hook="copy-in $packages/*.deb debian/tests/main-job /tmp" \
+    --customize-hook="cp '$packages'/*.deb '$PWD/debian/tests/main-job' \"\$1/tmp\"" \
     --customize-hook='chroot "$1" sh -c "apt-get install -y --no-install-recommends /tmp/*.deb"' \
     --customize-hook='chroot "$1" env LC_ALL=C.UTF-8 sh /tmp/main-job' \
     --customize-hook='chroot "$1" env QT_QPA_PLATFORM=offscreen marrowlight --version' \
