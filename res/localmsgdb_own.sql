@@ -55,3 +55,28 @@ BEGIN
         AND (SELECT 1 from chat_handle_join WHERE handle_id = old.handle_id LIMIT 1) IS NULL
         AND (SELECT 1 from message WHERE handle_id = old.handle_id LIMIT 1) IS NULL;
 END;
+
+-- Columns of a phone's rows that have none here, or that read otherwise there. "columns" is a CBOR map from
+-- the number of a name to its value. They go with their row.
+CREATE TABLE IF NOT EXISTS _source_column (
+    ROWID INTEGER PRIMARY KEY,
+    source_table TEXT NOT NULL,
+    name TEXT NOT NULL,
+    UNIQUE (source_table, name)
+);
+CREATE TABLE IF NOT EXISTS _message_source (
+    ROWID INTEGER PRIMARY KEY REFERENCES message (ROWID) ON DELETE CASCADE,
+    columns BLOB NOT NULL
+);
+CREATE TABLE IF NOT EXISTS _reaction_source (
+    ROWID INTEGER PRIMARY KEY REFERENCES _reaction (ROWID) ON DELETE CASCADE,
+    columns BLOB NOT NULL
+);
+CREATE TABLE IF NOT EXISTS _chat_source (
+    ROWID INTEGER PRIMARY KEY REFERENCES chat (ROWID) ON DELETE CASCADE,
+    columns BLOB NOT NULL
+);
+CREATE TABLE IF NOT EXISTS _handle_source (
+    ROWID INTEGER PRIMARY KEY REFERENCES handle (ROWID) ON DELETE CASCADE,
+    columns BLOB NOT NULL
+);

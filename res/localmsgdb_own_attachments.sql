@@ -12,3 +12,8 @@ BEGIN
     DELETE FROM attachment WHERE attachment.ROWID = old.attachment_id
         AND (SELECT 1 from message_attachment_join WHERE attachment_id = old.attachment_id LIMIT 1) IS NULL;
 END;
+
+CREATE TABLE IF NOT EXISTS _attachment_source (
+    ROWID INTEGER PRIMARY KEY REFERENCES attachment (ROWID) ON DELETE CASCADE,
+    columns BLOB NOT NULL
+);

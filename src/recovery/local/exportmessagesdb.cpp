@@ -17,9 +17,10 @@ using namespace Qt::StringLiterals;
 ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     : db(rootFolder, path, QString(), true)
     , writer(db)
+    , columns(db, [this](const _MsgHandle &handle) { return db.handleRowid(handle); })
     , extras(
-          db, [this](const _MsgHandle &handle) { return writer.handleRowid(handle); },
-          [this](const _MsgAttachment &attachment) { return writer.attachmentRowid(keptFile(attachment)); })
+          db, columns, [this](const _MsgHandle &handle) { return handleRowid(handle); },
+          [this](const _MsgAttachment &attachment) { return attachmentRowid(attachment); })
     , names(db, [this](const QString &filename) { return attachmentTarget(root, filename); })
     , knownRows(db)
     , root(rootFolder)
@@ -69,6 +70,7 @@ void ExportMessagesDb::append(const _MsgMessage &message)
         ++messageCounts.refused;
         return;
     }
+    columns.useSource(db.keepsExtras() ? message.chat->source : QString());
     if (const ExtrasWriter::Taken taken = extras.takeReaction(message); taken != ExtrasWriter::Taken::No) {
         ++(taken == ExtrasWriter::Taken::Added ? messageCounts.added : messageCounts.known);
         return;
@@ -110,7 +112,11 @@ void ExportMessagesDb::appendKnown(const Incoming &incoming, const KnownRows::Ro
 ExtrasWriter::Place ExportMessagesDb::placeOf(const _MsgMessage &message)
 {
     const qint64 chatId = writer.chatRowid(*message.chat);
-    return {chatId, writer.personRowid(*message.chat, chatId, message.handle)};
+    columns.keep(*message.chat, chatId);
+    const qint64 handleId = writer.personRowid(*message.chat, chatId, message.handle);
+    if (message.handle)
+        columns.keep(*message.handle, handleId);
+    return {chatId, handleId};
 }
 
 void ExportMessagesDb::finish()
@@ -153,8 +159,23 @@ void ExportMessagesDb::appendAttachments(const Incoming &incoming, qint64 messag
     if (incoming.message.attachments.isEmpty())
         return;
     for (const _MsgAttachment *attachment : sortedAttachments(incoming.message))
-        writer.joinAttachment(keptFile(*attachment), messageId);
+        db.joinMessageAttachment(messageId, attachmentRowid(*attachment));
     renewHash(db, messageId, incoming.message, incoming.hash);
+}
+
+qint64 ExportMessagesDb::handleRowid(const _MsgHandle &handle)
+{
+    const qint64 rowid = writer.handleRowid(handle);
+    columns.keep(handle, rowid);
+    return rowid;
+}
+
+qint64 ExportMessagesDb::attachmentRowid(const _MsgAttachment &attachment)
+{
+    const _MsgAttachment kept = keptFile(attachment);
+    const qint64 rowid = writer.attachmentRowid(kept);
+    columns.keep(kept, rowid);
+    return rowid;
 }
 
 _MsgAttachment ExportMessagesDb::keptFile(const _MsgAttachment &attachment)
@@ -185,6 +206,7 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment)
 void ExportMessagesDb::forgetRun()
 {
     writer.forget();
+    columns.forget();
     names.forget();
     knownRows.forget();
     newestDates.clear();

@@ -6,6 +6,7 @@
 #include "recovery/local/importcounts.h"
 #include "recovery/local/knownrows.h"
 #include "recovery/local/messagewriter.h"
+#include "recovery/local/sourcecolumns.h"
 #include "sqlite_qt/writetransaction.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/absformatexport.h"
@@ -59,8 +60,11 @@ private:
     void appendKnown(const Incoming &incoming, const KnownRows::Row &known);
     ExtrasWriter::Place placeOf(const _MsgMessage &message);
     void raiseNewest(qint64 chatId, const _MsgMessage &message);
+    qint64 handleRowid(const _MsgHandle &handle);
+    /// Copies the file, if any.
+    qint64 attachmentRowid(const _MsgAttachment &attachment);
     void appendAttachments(const Incoming &incoming, qint64 messageId);
-    /// Copies the file, if any. Returns the attachment with the path that it has here.
+    /// The same. Returns the attachment with the path that it has here.
     _MsgAttachment keptFile(const _MsgAttachment &attachment);
     void copyFile(const _MsgAttachment &attachment);
     void takeFilesBack();
@@ -69,6 +73,7 @@ private:
     IOS6MessageDb db;
     std::optional<WriteTransaction> transaction; ///< of a run
     MessageWriter writer;                        ///< into `db`
+    SourceColumns columns;
     ExtrasWriter extras;
     AttachmentNames names;
     KnownRows knownRows;

@@ -1,5 +1,6 @@
 #include "recovery/local/extraswriter.h"
 
+#include "recovery/local/sourcecolumns.h"
 #include "store/readers/ios6messagedb.h"
 #include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
@@ -33,8 +34,13 @@ bool isInRecentlyDeleted(const _MsgMessage &message)
 
 } // namespace
 
-ExtrasWriter::ExtrasWriter(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments)
-    : db(target), rows(target), handleRowid(std::move(handles)), attachmentRowid(std::move(attachments))
+ExtrasWriter::ExtrasWriter(IOS6MessageDb &target, SourceColumns &sourceColumns, HandleRowid handles,
+                           AttachmentRowid attachments)
+    : db(target)
+    , columns(sourceColumns)
+    , rows(target)
+    , handleRowid(std::move(handles))
+    , attachmentRowid(std::move(attachments))
 {
 }
 
@@ -64,9 +70,12 @@ ExtrasWriter::Taken ExtrasWriter::takeReaction(const _MsgMessage &message)
 
 void ExtrasWriter::addToNew(qint64 messageId, const _MsgMessage &message)
 {
-    if (isKeeping && message.extras)
+    if (!isKeeping)
+        return;
+    if (message.extras)
         addRows(messageId, message);
-    if (isKeeping && message.isRecovered) {
+    columns.keep(message, messageId);
+    if (message.isRecovered) {
         recovered.insert(messageId);
         if (isOfUnknownAddress(*message.chat))
             unknown.insert(messageId);
@@ -79,8 +88,8 @@ void ExtrasWriter::addToKept(qint64 messageId, const _MsgMessage &message, const
         return;
     if (message.extras)
         addRows(messageId, message);
-    if (message.extras || known == KnownBy::Guid)
-        addChange(messageId, message, hash);
+    const bool isLater = (message.extras || known == KnownBy::Guid) && addChange(messageId, message, hash);
+    columns.keep(message, messageId, isLater ? SourceColumns::State::Later : SourceColumns::State::First);
     if (!message.isRecovered && recovered.remove(messageId))
         rows.takeBackRecovery(messageId);
 }
@@ -120,6 +129,7 @@ void ExtrasWriter::addReaction(qint64 messageId, const MessageReaction &reaction
     const qint64 reactionId = rows.addReaction(messageId, reaction, handleId);
     for (const _MsgAttachment *attachment : sortedAttachments(reaction.attachments))
         rows.joinReactionAttachment(reactionId, attachmentRowid(*attachment));
+    columns.keep(reaction, reactionId);
     rows.removeReactionLine(reaction.guid, reactionId);
 }
 
@@ -136,16 +146,17 @@ void ExtrasWriter::addStates(qint64 messageId, const _MsgMessage &message)
     }
 }
 
-void ExtrasWriter::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
+bool ExtrasWriter::addChange(qint64 messageId, const _MsgMessage &message, const QString &hash)
 {
     const MessageExtras none;
     const MessageExtras &extras = message.extras ? *message.extras : none;
     const KeptMessage kept = rows.kept(messageId);
     const int changed = std::max(extras.date_edited, extras.date_retracted);
-    if (message.extras && (changed > kept.changed || !kept.hasExtras))
+    const bool isLater = message.extras && (changed > kept.changed || !kept.hasExtras);
+    if (isLater)
         rows.updateExtras(messageId, extras);
     if (plainText(message).isEmpty() || message.text == kept.text)
-        return;
+        return isLater;
     // A message of an older phone stays as it came in first.
     if (changed > kept.changed || (kept.text.isEmpty() && kept.hasExtras)) {
         addStateBefore(messageId, {0, kept.date, kept.text}, extras.edits);
@@ -154,6 +165,7 @@ void ExtrasWriter::addChange(qint64 messageId, const _MsgMessage &message, const
         addStateBefore(messageId, {0, message.date, message.text},
                        messageSummaryOf(kept.message_summary_info).edits);
     }
+    return isLater;
 }
 
 void ExtrasWriter::addStateBefore(qint64 messageId, const MessageEdit &state,

@@ -9,6 +9,7 @@
 #include <functional>
 
 class IOS6MessageDb;
+class SourceColumns;
 
 /// Keeps in a Local Database what newer phones tell of a message beside its own row. A message that is
 /// there already gets what came since; nothing that was kept is taken away. A target of another shape
@@ -31,7 +32,8 @@ public:
     /// The same of an attachment, whose file is copied then.
     using AttachmentRowid = std::function<qint64(const _MsgAttachment &)>;
 
-    ExtrasWriter(IOS6MessageDb &target, HandleRowid handles, AttachmentRowid attachments);
+    ExtrasWriter(IOS6MessageDb &target, SourceColumns &sourceColumns, HandleRowid handles,
+                 AttachmentRowid attachments);
 
     /// Call it when the run begins.
     void begin();
@@ -60,9 +62,11 @@ private:
     void addReaction(qint64 messageId, const MessageReaction &reaction);
     void addStates(qint64 messageId, const _MsgMessage &message);
     void addStateBefore(qint64 messageId, const MessageEdit &state, const QList<MessageEdit> &history);
-    void addChange(qint64 messageId, const _MsgMessage &message, const QString &hash);
+    /// Returns whether the message is a later state of what is there.
+    bool addChange(qint64 messageId, const _MsgMessage &message, const QString &hash);
 
     IOS6MessageDb &db;
+    SourceColumns &columns;
     LocalExtras rows;
     HandleRowid handleRowid;
     AttachmentRowid attachmentRowid;

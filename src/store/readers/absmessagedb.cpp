@@ -43,6 +43,13 @@ QDir AbsIOSMessageDb::filesFolder() const
     return path == messageDbPath(root) ? root : QFileInfo(path).dir();
 }
 
+void AbsIOSMessageDb::noteSource(const _MsgStore &store) const
+{
+    for (_MsgChat *chat : store.chats)
+        if (chat->source.isEmpty())
+            chat->source = path;
+}
+
 qsizetype AbsIOSMessageDb::rowCount(const QString &table)
 {
     Sqlite3Cursor cursor = queryThrow(Sqlite3Sql(u"select count(*) from %1"_s.arg(table)));

@@ -75,6 +75,8 @@ protected:
 
     /// What a reader has to know of its file once that is open.
     virtual void prepare() = 0;
+    /// Tells the chats of a store that this is where they come from, unless they know.
+    void noteSource(const _MsgStore &store) const;
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);
 

@@ -384,6 +384,7 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     while (cursor.moveNextThrow())
         load.takeRow(cursor.getInt64(rowid));
     readMmsTexts(*this, filesFolder(), *store);
+    noteSource(*store);
 }
 
 void IOS5MessageDb::attachments(_MsgStorePtr &store)

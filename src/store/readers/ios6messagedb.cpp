@@ -227,8 +227,10 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
         chats(store);
     if (chatId == 0)
         store->messages.reserve(rowCount(u"chat_message_join"_s));
-    if (isModern)
-        return ModernMessages(*this, tables).read(*store, chatId);
+    if (isModern) {
+        ModernMessages(*this, tables).read(*store, chatId);
+        return noteSource(*store);
+    }
     MessageRows rows(*store);
     const bool areAllPlaced = rows.read(queryThrow(Sqlite3Sql(messageQuery(chatId))));
     const bool isComplete = areAllPlaced && store->messages.size() == rowCount(u"message"_s);
@@ -237,6 +239,7 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
     rows.finish();
     if (kind == FileKind::LocalDatabase)
         LocalExtras(*this).read(*store);
+    noteSource(*store);
 }
 
 void IOS6MessageDb::attachments(_MsgStorePtr &store)

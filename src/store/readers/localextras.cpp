@@ -176,6 +176,11 @@ void LocalExtras::foldLine(qint64 messageId, qint64 reactionId)
         move.addInt64Param(messageId);
         db.executeThrow(move);
     }
+    Sqlite3Sql columns("insert or ignore into _reaction_source select ?, columns from _message_source where "
+                       "rowid=?");
+    columns.addInt64Param(reactionId);
+    columns.addInt64Param(messageId);
+    db.executeThrow(columns);
     Sqlite3Sql sql("delete from message where rowid=?");
     sql.addInt64Param(messageId);
     db.executeThrow(sql);

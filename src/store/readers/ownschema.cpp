@@ -66,7 +66,8 @@ bool isComplete(Sqlite3DB &db)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     return tables.contains(u"_reaction"_s) && tables.contains(u"_part_text"_s) &&
-           tables.contains(u"_reaction_attachment_join"_s) && missingColumns(db).isEmpty();
+           tables.contains(u"_reaction_attachment_join"_s) && tables.contains(u"_source_column"_s) &&
+           missingColumns(db).isEmpty();
 }
 
 void runScript(Sqlite3DB &db, const QString &name)

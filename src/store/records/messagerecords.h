@@ -106,6 +106,7 @@ struct _MsgChat {
     QString display_name;
     int _last = 0; ///< date of the newest message
     QString group_id;
+    QString source; ///< path of the database that this record and those in it were read from; may be empty
 
     QHash<QString, _MsgHandle *> handles;   ///< keyed by rowid in decimal, on iOS 5 by address
     QHash<QString, _MsgMessage *> messages; ///< keyed by rowid in decimal
