@@ -739,6 +739,42 @@
         <translation>A part of this was recently deleted, %1: %2</translation>
     </message>
     <message>
+        <source>IDS_CONTENT_AND_%1_MORE</source>
+        <translation>and %1 more</translation>
+    </message>
+    <message>
+        <source>IDS_NOT_DELIVERED</source>
+        <translation>Not delivered</translation>
+    </message>
+    <message>
+        <source>IDS_READ_BY_THEM_%1</source>
+        <translation>Read by them %1</translation>
+    </message>
+    <message>
+        <source>IDS_READ_BY_YOU_%1</source>
+        <translation>Read by you %1</translation>
+    </message>
+    <message>
+        <source>IDS_DELIVERED_%1</source>
+        <translation>Delivered %1</translation>
+    </message>
+    <message>
+        <source>IDS_JUNK</source>
+        <translation>Marked as junk</translation>
+    </message>
+    <message>
+        <source>IDS_FILTERED_PROMOTION</source>
+        <translation>Filtered as a promotion</translation>
+    </message>
+    <message>
+        <source>IDS_FILTERED_TRANSACTION</source>
+        <translation>Filtered as a transaction</translation>
+    </message>
+    <message>
+        <source>IDS_OFF_GRID</source>
+        <translation>Sent by satellite</translation>
+    </message>
+    <message>
         <source>IDS_TO_BE_SENT_LATER</source>
         <translation>To be sent later</translation>
     </message>

@@ -20,3 +20,9 @@ constexpr int wholeSeconds(qint64 value)
     const qint64 seconds = value >= firstNanoseconds ? value / 1'000'000'000 : value;
     return seconds > 0 && seconds <= std::numeric_limits<int>::max() ? int(seconds) : 0;
 }
+
+/// What a date column tells below the second; 0 where it counts seconds or is no date.
+constexpr int nanosecondsOf(qint64 value)
+{
+    return value >= firstNanoseconds && wholeSeconds(value) != 0 ? int(value % 1'000'000'000) : 0;
+}

@@ -107,6 +107,17 @@ void addExtras(QJsonObject &object, const _MsgMessage &message)
     object.insert(u"deleted_at"_s, messageDateJson(extras.delete_date));
     object.insert(u"deleted_parts"_s, deletedPartsJson(extras));
     object.insert(u"to_be_sent_later"_s, isToBeSentLater(extras));
+    object.insert(u"junk"_s, isJunk(message));
+    object.insert(u"off_grid"_s, extras.sent_or_received_off_grid != 0);
+}
+
+/// With nine digits of the second; null where the source counts whole ones.
+QJsonValue exactDateJson(const _MsgMessage &message)
+{
+    if (message.date == 0 || message.date_nanoseconds == 0)
+        return {};
+    return QString(appleDateTime(message.date).toUTC().toString(u"yyyy-MM-ddTHH:mm:ss"_s) +
+                   u".%1Z"_s.arg(message.date_nanoseconds, 9, 10, QChar(u'0')));
 }
 
 QLatin1StringView gradeName(FindGrade grade)
@@ -181,6 +192,7 @@ QJsonObject messageJson(const _MsgMessage &message, const QString &chatIdentifie
                        {u"item_type"_s, message.item_type},
                        {u"recovered"_s, recoveryJson(message)},
                        {u"own_address"_s, textOrNull(ownAddress(message))},
+                       {u"date_exact"_s, exactDateJson(message)},
                        {u"date_delivered"_s, messageDateJson(message.date_delivered)},
                        {u"date_read"_s, messageDateJson(message.date_read)},
                        {u"date_played"_s, messageDateJson(message.date_played)},

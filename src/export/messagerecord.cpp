@@ -167,14 +167,11 @@ QString MessageRecordMaker::sha256(const QString &path)
 
 QString ownAddress(const _MsgMessage &message)
 {
+    if (!message.destination_caller_id.isEmpty())
+        return message.destination_caller_id;
     // "e:me@example.org", "p:+34612345678"
     const qsizetype colon = message.account.indexOf(u':');
     return colon == 1 ? message.account.sliced(2) : QString();
-}
-
-bool isNotDelivered(const _MsgMessage &message)
-{
-    return message.is_from_me != 0 && message.error != 0;
 }
 
 bool isToBeSentLater(const MessageExtras &extras)

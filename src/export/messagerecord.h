@@ -142,9 +142,6 @@ private:
 /// The owner's address in the message; empty when unknown.
 QString ownAddress(const _MsgMessage &message);
 
-/// Whether the phone could not send it.
-bool isNotDelivered(const _MsgMessage &message);
-
 bool isToBeSentLater(const MessageExtras &extras);
 
 /// "2014-03-05T18:30:00+01:00"; empty for an invalid date.

@@ -2,6 +2,7 @@
 
 #include "app/appledates.h"
 #include "sqlite_qt/untoucheddb.h"
+#include "store/readers/joinedgroups.h"
 #include "store/readers/localextras.h"
 #include "store/readers/localschema.h"
 #include "store/readers/messageattachments.h"
@@ -113,8 +114,10 @@ void IOS6MessageDb::readChatsAndHandles(_MsgStore &store)
     addresses.openContacts();
     readChats(store);
     readHandles(store, handlesOfChats);
-    if (kind == FileKind::ModernPhone)
+    if (kind == FileKind::ModernPhone) {
         readHandles(store, looseHandles);
+        joinGroups(*this, store);
+    }
     if (kind == FileKind::LocalDatabase)
         readHandles(store, LocalExtras::looseHandles);
 }

@@ -51,6 +51,7 @@ public:
         , records(query, messageTable(), {}, unit)
         , extras(query)
         , rowid(query.columnIndex(u"rowid"_s))
+        , date(unit == DateUnit::EachItsOwn ? query.columnIndex(u"date"_s) : -1)
     {
     }
 
@@ -61,6 +62,8 @@ public:
         std::unique_ptr<_MsgMessage> record = records.read(cursor);
         record->src_rowid = record->rowid;
         record->extras = extras.read(cursor);
+        if (date >= 0)
+            record->date_nanoseconds = nanosecondsOf(cursor.getInt64(date));
         return record;
     }
 
@@ -69,6 +72,7 @@ private:
     RecordReader<_MsgMessage> records;
     ExtrasReader extras;
     int rowid;
+    int date; ///< where it counts nanoseconds; else -1
 };
 
 QStringList MessageRows::columnsOf(const QSet<QString> &existing)

@@ -32,6 +32,7 @@ QList<OwnColumn> ownColumns()
 {
     QList<OwnColumn> columns;
     addOwn(columns, u"_reaction"_s, reactionTable(), LocalColumn::Added);
+    addOwn(columns, u"chat"_s, chatTable(), LocalColumn::Aside);
     addOwn(columns, u"handle"_s, handleTable(), LocalColumn::Aside);
     addOwn(columns, u"message"_s, messageTable(), LocalColumn::Aside);
     addOwn(columns, u"attachment"_s, attachmentTable(), LocalColumn::Aside);

@@ -98,7 +98,11 @@ constexpr std::array messageColumns = {
     MessageColumn{"expire_state"_L1, &_MsgMessage::expire_state, flagColumn, since8},
     MessageColumn{"message_action_type"_L1, &_MsgMessage::message_action_type, flagColumn, since8},
     MessageColumn{"message_source"_L1, {}, flagColumn, {Release::Ios8, LocalColumn::Not, Inserted::Not}},
+    MessageColumn{"destination_caller_id"_L1, repeatingText(&_MsgMessage::destination_caller_id), textColumn,
+                  aside(Release::Ios11, Inserted::IfFilled)},
     MessageColumn{"logic_hash"_L1, {}, textColumn, {Release::Never, LocalColumn::Added, Inserted::AsTold}},
+    MessageColumn{"date_nanoseconds"_L1, &_MsgMessage::date_nanoseconds, numberColumn,
+                  aside(Release::Never, Inserted::IfFilled)},
     MessageColumn{"is_recovered"_L1, &_MsgMessage::isRecovered, numberColumn,
                   aside(Release::Never, Inserted::IfFilled)},
 };
@@ -125,6 +129,8 @@ constexpr std::array chatColumns = {
                &_MsgChat::group_id,
                textColumn,
                {Release::Ios8, LocalColumn::Added, Inserted::AsTold}},
+    ChatColumn{"joined_identifier"_L1, &_MsgChat::joined_identifier, textColumn,
+               aside(Release::Never, Inserted::IfFilled)},
     ChatColumn{"_last"_L1, &_MsgChat::_last, flagColumn, {Release::Never, LocalColumn::Given, Inserted::Not}},
 };
 
@@ -190,6 +196,12 @@ constexpr std::array extrasColumns = {
     ExtrasColumn{"delete_date"_L1, RecordDate{&MessageExtras::delete_date}, numberColumn,
                  aside(Release::Never)},
     ExtrasColumn{"schedule_type"_L1, &MessageExtras::schedule_type, numberColumn, aside(Release::Ios18)},
+    ExtrasColumn{"is_spam"_L1, &MessageExtras::is_spam, numberColumn,
+                 aside(Release::Ios12, Inserted::IfFilled)},
+    ExtrasColumn{"filter_action"_L1, &MessageExtras::filter_action, numberColumn,
+                 aside(Release::Ios18, Inserted::IfFilled)},
+    ExtrasColumn{"sent_or_received_off_grid"_L1, &MessageExtras::sent_or_received_off_grid, numberColumn,
+                 aside(Release::Ios18, Inserted::IfFilled)},
     ExtrasColumn{"is_text_undecodable"_L1, &MessageExtras::isTextUndecodable, numberColumn,
                  aside(Release::Never)},
     ExtrasColumn{"has_newer_event"_L1, &MessageExtras::hasNewerEvent, numberColumn, aside(Release::Never)},

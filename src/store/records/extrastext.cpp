@@ -153,7 +153,7 @@ void addContent(QStringList &lines, const _MsgMessage &message, DateForm dates)
     if (content.isEmpty() && !extras.balloon_bundle_id.isEmpty() && !plainText(message).trimmed().isEmpty() &&
         appOf(extras.balloon_bundle_id) != linkBalloon)
         lines.append(balloonName(extras.balloon_bundle_id));
-    lines += content + spokenAndTranslated(message);
+    lines += content;
 }
 
 void addEdits(QStringList &lines, const MessageExtras &extras, History history, DateForm dates)
@@ -176,6 +176,20 @@ void addLostParts(QStringList &lines, const _MsgMessage &message, DateForm dates
     for (const MessageEdit &part : extras.deletedParts)
         lines.append(
             QObject::tr("IDS_PART_DELETED_%1_%2").arg(eventDate(part.date, dates), quoted(part.text)));
+}
+
+/// What the phone's filters and its ways say.
+void addSorting(QStringList &lines, const _MsgMessage &message)
+{
+    const MessageExtras &extras = *message.extras;
+    if (isJunk(message))
+        lines.append(QObject::tr("IDS_JUNK"));
+    else if (extras.filter_action == 3)
+        lines.append(QObject::tr("IDS_FILTERED_PROMOTION"));
+    else if (extras.filter_action == 4)
+        lines.append(QObject::tr("IDS_FILTERED_TRANSACTION"));
+    if (extras.sent_or_received_off_grid != 0)
+        lines.append(QObject::tr("IDS_OFF_GRID"));
 }
 
 } // namespace
@@ -257,12 +271,36 @@ bool isRecentlyDeleted(const _MsgMessage &message)
     return message.extras && message.extras->delete_date != 0;
 }
 
+bool isJunk(const _MsgMessage &message)
+{
+    constexpr int junkAction = 2;
+    return message.extras && (message.extras->is_spam != 0 || message.extras->filter_action == junkAction);
+}
+
+bool isNotDelivered(const _MsgMessage &message)
+{
+    return message.is_from_me != 0 && message.error != 0;
+}
+
+QString deliveryText(const _MsgMessage &message, DateForm dates)
+{
+    if (isNotDelivered(message))
+        return QObject::tr("IDS_NOT_DELIVERED");
+    const bool isOwn = message.is_from_me != 0;
+    if (message.date_read > message.date)
+        return (isOwn ? QObject::tr("IDS_READ_BY_THEM_%1") : QObject::tr("IDS_READ_BY_YOU_%1"))
+            .arg(eventDate(message.date_read, dates));
+    return isOwn && message.date_delivered > message.date
+               ? QObject::tr("IDS_DELIVERED_%1").arg(eventDate(message.date_delivered, dates))
+               : QString();
+}
+
 bool hasHistory(const _MsgMessage &message)
 {
     return message.extras && !earlierTexts(*message.extras).isEmpty();
 }
 
-QStringList linesUnder(const _MsgMessage &message, History history, DateForm dates)
+QStringList linesUnder(const _MsgMessage &message, History history, DateForm dates, BalloonLines balloon)
 {
     QStringList lines;
     if (!message.extras)
@@ -271,11 +309,14 @@ QStringList linesUnder(const _MsgMessage &message, History history, DateForm dat
     addReply(lines, extras);
     if (!extras.expressive_send_style_id.isEmpty())
         lines.append(QObject::tr("IDS_SENT_WITH_%1").arg(effectName(extras.expressive_send_style_id)));
-    addContent(lines, message, dates);
+    if (balloon == BalloonLines::Told)
+        addContent(lines, message, dates);
+    lines += spokenAndTranslated(message);
     addEdits(lines, extras, history, dates);
     addLostParts(lines, message, dates);
     if (extras.schedule_type == 2)
         lines.append(QObject::tr("IDS_TO_BE_SENT_LATER"));
+    addSorting(lines, message);
     if (isRecentlyDeleted(message))
         lines.append(QObject::tr("IDS_RECENTLY_DELETED_%1").arg(eventDate(extras.delete_date, dates)));
     const bool hasPoll = balloonKind(extras.balloon_bundle_id) == ContentKind::Poll &&

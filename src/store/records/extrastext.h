@@ -40,13 +40,25 @@ bool isShownByContent(const _MsgMessage &message);
 /// Whether it lies in "Recently Deleted".
 bool isRecentlyDeleted(const _MsgMessage &message);
 
+/// Whether the phone took it for junk.
+bool isJunk(const _MsgMessage &message);
+
+/// Whether the owner sent it in vain.
+bool isNotDelivered(const _MsgMessage &message);
+
+/// "Read by them" with a date, "Read by you", "Delivered", "Not delivered"; empty where nothing is told.
+QString deliveryText(const _MsgMessage &message, DateForm dates = DateForm::Spelled);
+
 /// Whether something is known of what an edited message said before.
 bool hasHistory(const _MsgMessage &message);
 
 /// Whether an edited message comes with what it said before.
 enum class History { Told, LeftOut };
 
+/// Whether what its balloon holds stands among the lines.
+enum class BalloonLines { Told, LeftOut };
+
 /// The lines under the message: what it answers, effect, content, edits with what it said before, unsent and
 /// deleted parts, that it is still to be sent or recently deleted, then the reactions.
 QStringList linesUnder(const _MsgMessage &message, History history = History::Told,
-                       DateForm dates = DateForm::Spelled);
+                       DateForm dates = DateForm::Spelled, BalloonLines balloon = BalloonLines::Told);

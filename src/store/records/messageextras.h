@@ -66,9 +66,12 @@ struct MessageExtras : QSharedData {
     int delete_date = 0;             ///< when it went to "Recently Deleted"
     QList<MessageEdit> deletedParts; ///< parts that alone went there, by part; `date` is when
     int schedule_type = 0;           ///< 2: to be sent later
-    bool isTextUndecodable = false;  ///< it has a body that can't be read
-    bool hasPartOrder = false;       ///< the body tells where attachments stand in the text
-    bool hasNewerEvent = false;      ///< an event that `item_type` and `group_action_type` tell together
+    int is_spam = 0;
+    int filter_action = 0;             ///< 2 junk, 3 promotion, 4 transaction
+    int sent_or_received_off_grid = 0; ///< by satellite
+    bool isTextUndecodable = false;    ///< it has a body that can't be read
+    bool hasPartOrder = false;         ///< the body tells where attachments stand in the text
+    bool hasNewerEvent = false;        ///< an event that `item_type` and `group_action_type` tell together
 };
 
 using MessageExtrasPtr = QExplicitlySharedDataPointer<MessageExtras>;

@@ -72,6 +72,8 @@ struct _MsgMessage {
     int is_expirable = 0;
     int expire_state = 0;
     int message_action_type = 0;
+    int date_nanoseconds = 0;      ///< of `date` below the second, where the source has them
+    QString destination_caller_id; ///< own number or address that it was sent from or to; may be empty
 
     _MsgHandle *handle = nullptr; ///< partner or sender; null when unknown
     _MsgChat *chat = nullptr;     ///< the chat it was last linked to; null when none
@@ -106,6 +108,7 @@ struct _MsgChat {
     QString display_name;
     int _last = 0; ///< date of the newest message
     QString group_id;
+    QString joined_identifier; ///< of a group that goes on in chats of several identifiers: the same for all
     QString source; ///< path of the database that this record and those in it were read from; may be empty
 
     QHash<QString, _MsgHandle *> handles;   ///< keyed by rowid in decimal, on iOS 5 by address

@@ -25,17 +25,21 @@ namespace
 struct OrderKey {
     qint64 row; // 0 when only the date counts
     int date;
+    int nanoseconds; // 0 where unknown
     quint32 index;
 };
 
 bool isBefore(const OrderKey &a, const OrderKey &b)
 {
+    if (a.date == b.date && a.nanoseconds != b.nanoseconds && a.nanoseconds != 0 && b.nanoseconds != 0)
+        return a.nanoseconds < b.nanoseconds;
     return standClose({a.row, a.date}, {b.row, b.date}) ? a.row < b.row : a.date < b.date;
 }
 
 OrderKey orderKey(const _MsgMessage &message, quint32 index)
 {
-    return {message.isRecovered ? 0 : std::max<qint64>(message.src_rowid, 0), message.date, index};
+    return {message.isRecovered ? 0 : std::max<qint64>(message.src_rowid, 0), message.date,
+            message.date_nanoseconds, index};
 }
 
 template <typename Values>
@@ -65,9 +69,11 @@ QList<_MsgSession> groupChatSessions(const _MsgStorePtr &store, SessionGrouping 
     QHash<QString, qsizetype> places;
     QList<_MsgSession> sessions;
     for (_MsgChat *chat : std::as_const(chats)) {
-        const auto place = places.constFind(chat->chat_identifier);
+        const QString &key =
+            chat->joined_identifier.isEmpty() ? chat->chat_identifier : chat->joined_identifier;
+        const auto place = places.constFind(key);
         if (place == places.cend()) {
-            places.insert(chat->chat_identifier, sessions.size());
+            places.insert(key, sessions.size());
             sessions.append({{chat}, chat->_last});
             continue;
         }

@@ -1,4 +1,5 @@
 #include "store/readers/openmessagedb.h"
+#include "store/records/extrastext.h"
 #include "store/records/messagestore.h"
 #include "store/records/messagetext.h"
 #include "testing/builders/smsdbbuilder.h"
@@ -33,6 +34,8 @@ private Q_SLOTS:
     void putsReactionsUnderTheirMessage();
     void keepsAReactionWhoseMessageIsGone();
     void showsWhatWasDeletedAndWhatHasNoChat();
+    void joinsGroupsThatMoved();
+    void ordersEqualSecondsByWhatIsBelow();
     void readsTwiceWithoutChange();
     void readsOnWhereValuesAreOdd();
 
@@ -152,6 +155,42 @@ void TestModernMessages::showsWhatWasDeletedAndWhatHasNoChat()
     QCOMPARE(none->rowid, -2047483647);
     QCOMPARE(none->_last, store->messages.value(4)->date);
     QCOMPARE(store->messages.value(4)->handle->id, ben);
+}
+
+void TestModernMessages::joinsGroupsThatMoved()
+{
+    SmsDbBuilder builder = phone().group({ann, ben}, u"iMessage"_s).sent(u"a"_s);
+    builder.group({ann, u"+34612345670"_s}, u"RCS"_s).sent(u"b"_s);
+    builder.group({ben, u"+34612345670"_s}, u"SMS"_s).sent(u"c"_s).chat(ann, u"SMS"_s).sent(u"d"_s);
+    const QString path = builder.write();
+    runOn(path,
+          u"update chat set chat_identifier='chat' || rowid where style=43; delete from chat_lookup;"_s);
+    QCOMPARE(groupChatSessions(read()).size(), 4);
+    runOn(path, u"insert into chat_lookup(identifier, domain, chat) values('x','iMessage',1), ('x','RCS',2), "
+                "('y','RCS',2), ('y','SMS',3), ('x','SMS',4), ('z','SMS',99);"_s);
+    const QList<_MsgSession> sessions = groupChatSessions(read());
+    QCOMPARE(sessions.size(), 2); // a partner alone is joined by who they are
+    for (const _MsgSession &session : sessions)
+        QCOMPARE(session.chats.size(), session.chats.first()->style == 43 ? 3 : 1);
+}
+
+void TestModernMessages::ordersEqualSecondsByWhatIsBelow()
+{
+    SmsDbBuilder builder =
+        phone().chat(ann).sent(u"late"_s).sent(u"early"_s).sent(u"whole"_s).sent(u"junk"_s);
+    runOn(builder.write(),
+          u"update message set date=700000060999999999, destination_caller_id='+491' where rowid=1;"
+          "update message set date=700000060000000007 where rowid=2;"
+          "update message set date=700000060 where rowid=3; update message set is_spam=1 where rowid=4;"_s);
+    const _MsgStorePtr store = read();
+    QStringList texts;
+    for (const _MsgMessage *message : sortMessages(allMessages(store)))
+        texts.append(message->text);
+    QVERIFY(texts.indexOf(u"early"_s) < texts.indexOf(u"late"_s));
+    QCOMPARE(store->messages.value(1)->date_nanoseconds, 999999999);
+    QCOMPARE(store->messages.value(3)->date_nanoseconds, 0);
+    QCOMPARE(store->messages.value(1)->destination_caller_id, u"+491"_s);
+    QVERIFY(isJunk(*store->messages.value(4)) && !isJunk(*store->messages.value(3)));
 }
 
 void TestModernMessages::readsTwiceWithoutChange()
