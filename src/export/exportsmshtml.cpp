@@ -7,6 +7,7 @@
 #include "store/records/extrastext.h"
 #include "store/records/messageparts.h"
 #include "store/records/messagerecords.h"
+#include "store/records/richcontent.h"
 
 #include <utility>
 
@@ -46,6 +47,7 @@ QString ExportSMSHtml::body(const _MsgMessage &message) const
 {
     const bool isOrdered = attachments && hasPartOrder(message);
     QString html = isOrdered ? orderedBody(message) : htmlText(fullText(message, emoji));
+    html += contentPicture(message);
     if (!attachments)
         return html;
     QList<_MsgAttachment *> below = isOrdered ? QList<_MsgAttachment *>() : shownAttachments(message);
@@ -53,6 +55,19 @@ QString ExportSMSHtml::body(const _MsgMessage &message) const
     for (const _MsgAttachment *attachment : std::as_const(below))
         html += attachments->html(*attachment);
     return html;
+}
+
+QString ExportSMSHtml::contentPicture(const _MsgMessage &message) const
+{
+    if (!hasContent(message))
+        return {};
+    if (const std::optional<Drawing> drawing = drawingOf(message))
+        return u"<div style=\"width:320px;\">"_s + QString::fromLatin1(svgOf(*drawing)) + u"</div>"_s;
+    const MessageContent content = attachments ? ownContent(message) : MessageContent();
+    for (const ContentPicture &picture : content.pictures)
+        if (const _MsgAttachment *file = pictureFile(message, picture))
+            return attachments->html(*file);
+    return {};
 }
 
 QString ExportSMSHtml::orderedBody(const _MsgMessage &message) const

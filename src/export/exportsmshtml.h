@@ -28,6 +28,8 @@ private:
     /// Words, then attachments.
     QString body(const _MsgMessage &message) const;
     /// Both in the order of the writer.
+    /// A drawing, or the picture of a link, which nothing else shows.
+    QString contentPicture(const _MsgMessage &message) const;
     QString orderedBody(const _MsgMessage &message) const;
 
     ExportTarget target;

@@ -1,8 +1,10 @@
 #include "export/smspagerenderer.h"
 
+#include "store/pictures/drawingpainter.h"
 #include "store/records/attachmentlist.h"
 #include "store/records/extrastext.h"
 #include "store/records/messagerecords.h"
+#include "store/records/richcontent.h"
 
 #include <QGuiApplication>
 #include <QPageLayout>
@@ -70,6 +72,7 @@ void SmsPageRenderer::draw(const _MsgMessage &message)
     if (!hasHeight(fitsOnAPage ? height : heightOf(lines.mid(0, headLines + 1))))
         startPage();
     drawLines(lines);
+    drawDrawing(message);
     y += messageGap;
 }
 
@@ -83,6 +86,18 @@ void SmsPageRenderer::addWords(PageText &text, const _MsgMessage &message) const
         text.add(u'[' + withEmoji(line, emoji) + u']', PageText::Words::Programs);
     for (const _MsgAttachment *attachment : shownAttachments(message))
         text.add(attachmentLine(*attachment), PageText::Words::Programs);
+}
+
+void SmsPageRenderer::drawDrawing(const _MsgMessage &message)
+{
+    const std::optional<Drawing> drawing = hasContent(message) ? drawingOf(message) : std::nullopt;
+    if (!drawing)
+        return;
+    const QSizeF size = drawingSize(*drawing, QSizeF(right - left, bottom - top) / 3);
+    if (!hasHeight(lineGap + size.height()))
+        startPage();
+    paintDrawing(painter, *drawing, {{qreal(left), y + lineGap}, size}, Qt::black);
+    y += lineGap + size.height();
 }
 
 void SmsPageRenderer::drawLines(const QList<PageText::Line> &lines)

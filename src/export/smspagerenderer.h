@@ -36,6 +36,8 @@ private:
     /// Whether so much fits below `y`.
     bool hasHeight(qreal height) const;
     void addWords(PageText &text, const _MsgMessage &message) const;
+    /// The drawing of a message, below its words; nothing for others.
+    void drawDrawing(const _MsgMessage &message);
     void drawLines(const QList<PageText::Line> &lines);
     const QString &titleLine(const _MsgMessage &message);
     QString onHalfAPage(const QString &text);

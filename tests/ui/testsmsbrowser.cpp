@@ -1,3 +1,5 @@
+#include "app/texts.h"
+#include "testing/builders/samplerichkinds.h"
 #include "testing/helpers/boxreader.h"
 #include "testing/helpers/records.h"
 #include "testing/helpers/testtools.h"
@@ -7,6 +9,7 @@
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTranslator>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +23,7 @@ private Q_SLOTS:
     void rowsAreFoundOnTheirPage();
     void wordsAreNoMarkupAndStandOnTheirSide();
     void picturesComeInTheirPlace();
+    void contentStandsOnACard();
     void opensWhatMayBeAProgramOnlyWhenTold();
     void longOnesStayQuick();
 };
@@ -139,6 +143,56 @@ void TestSmsBrowser::picturesComeInTheirPlace()
     QVERIFY(browser.toPlainText().contains(u"not in the backup\nwords\n"_s));
     browser.nextPage();
     QVERIFY(shown("thumbnail:7").isNull()); // the page's pictures went with it
+}
+
+void TestSmsBrowser::contentStandsOnACard()
+{
+    QTranslator translator;
+    installTexts(translator);
+    Records records;
+    const auto balloon = [&](const QString &app, const QByteArray &payload) -> MessageExtras & {
+        MessageExtrasPtr &extras = records.received({}).last().extras;
+        extras = new MessageExtras;
+        extras->balloon_bundle_id = app;
+        extras->payload_data = payload;
+        return *extras;
+    };
+    const QString handwriting = u"com.apple.Handwriting.HandwritingProvider"_s;
+    balloon(handwriting, sampleHandwriting(20, 40'000, true));
+    balloon(handwriting, "no drawing");
+    MessageReaction vote;
+    vote.associated_message_type = 4000;
+    vote.is_from_me = 1;
+    vote.payload_data = sampleVote(u"me"_s, {u"2"_s});
+    balloon(u"com.apple.messages.Polls"_s, samplePoll(u"<b>Where?"_s, {u"Here"_s, u"There"_s})).reactions = {
+        vote};
+    SmsBrowser browser;
+    browser.resize(600, 400);
+    for (const QColor ink : {QColor(Qt::black), QColor(Qt::white)}) {
+        QPalette palette = browser.palette();
+        palette.setColor(QPalette::Text, ink);
+        browser.setPalette(palette);
+        browser.setMessages({records.list(), records.store});
+        QElapsedTimer watch;
+        watch.start();
+        const QImage drawing =
+            browser.loadResource(QTextDocument::ImageResource, QUrl(u"drawing:1"_s)).value<QImage>();
+        QVERIFY(watch.elapsed() < 20'000);
+        QVERIFY(!drawing.isNull() && drawing.width() <= 320 && drawing.height() <= 240);
+        bool isDrawn = false;
+        for (int x = 0; x < drawing.width(); ++x)
+            for (int y = 0; y < drawing.height(); ++y)
+                isDrawn |= drawing.pixelColor(x, y) == ink;
+        QVERIFY(isDrawn);
+    }
+    for (const char *none : {"drawing:2", "drawing:3", "drawing:99", "drawing:x"})
+        QVERIFY(browser.loadResource(QTextDocument::ImageResource, QUrl(QLatin1String(none)))
+                    .value<QImage>()
+                    .isNull());
+    const QString text = browser.toPlainText();
+    QCOMPARE(text.count(u"Poll: <b>Where?"_s), 1);
+    QVERIFY2(text.contains(u"Here\nno votes"_s) && text.contains(u"1: You"_s), qPrintable(text));
+    QCOMPARE(text.count(u"Handwritten message"_s), 2); // also where the archive can't be read
 }
 
 void TestSmsBrowser::opensWhatMayBeAProgramOnlyWhenTold()

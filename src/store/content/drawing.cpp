@@ -1,6 +1,7 @@
 #include "store/content/drawing.h"
 
 #include "store/content/drawingreader.h"
+#include "store/content/drawingsigns.h"
 
 #include <QtMath>
 
@@ -60,23 +61,13 @@ void addLine(QByteArray &svg, const DrawingShape &shape, size_t step, const QByt
     svg += "\"/>\n";
 }
 
-/// Signs are drawn within -50 to 50 around their point.
 QByteArray signOf(DrawingShape::Form form)
 {
-    switch (form) {
-    case DrawingShape::Form::Kiss:
-        return "<path stroke=\"none\" d=\"M-50,0 C-35,-14 -22,-26 -12,-26 C-6,-26 -3,-23 0,-20 C3,-23 6,-26 "
-               "12,-26 C22,-26 35,-14 50,0 C35,20 18,28 0,28 C-18,28 -35,20 -50,0 Z\"/>";
-    case DrawingShape::Form::Heart:
-        return "<path stroke=\"none\" d=\"M0,42 C-62,2 -46,-42 -20,-42 C-8,-42 -2,-34 0,-28 C2,-34 8,-42 "
-               "20,-42 C46,-42 62,2 0,42 Z\"/>";
-    case DrawingShape::Form::BrokenHeart:
-        return "<path stroke=\"none\" d=\"M-6,38 C-66,0 -48,-42 -22,-42 C-12,-42 -6,-36 -4,-30 L-12,-14 "
-               "L0,0 L-10,16 Z\"/><path stroke=\"none\" d=\"M6,38 C66,0 48,-42 22,-42 C12,-42 6,-36 "
-               "4,-30 L-4,-14 L8,0 L-2,16 Z\"/>";
-    case DrawingShape::Form::Ball: return "<circle r=\"30\" stroke=\"none\"/>";
-    default: return "<circle r=\"40\" fill=\"none\" stroke-width=\"6\"/><circle r=\"18\" stroke=\"none\"/>";
-    }
+    if (form == DrawingShape::Form::Ball)
+        return "<circle r=\"30\" stroke=\"none\"/>";
+    if (form == DrawingShape::Form::Tap)
+        return "<circle r=\"40\" fill=\"none\" stroke-width=\"6\"/><circle r=\"18\" stroke=\"none\"/>";
+    return QByteArray("<path stroke=\"none\" d=\"") + signOutline(form) + "\"/>";
 }
 
 void addSigns(QByteArray &svg, const Drawing &drawing, const DrawingShape &shape, size_t step,
@@ -90,6 +81,21 @@ void addSigns(QByteArray &svg, const Drawing &drawing, const DrawingShape &shape
 }
 
 } // namespace
+
+const char *signOutline(DrawingShape::Form form)
+{
+    switch (form) {
+    case DrawingShape::Form::Kiss:
+        return "M-50,0 C-35,-14 -22,-26 -12,-26 C-6,-26 -3,-23 0,-20 C3,-23 6,-26 12,-26 C22,-26 35,-14 50,0 "
+               "C35,20 18,28 0,28 C-18,28 -35,20 -50,0 Z";
+    case DrawingShape::Form::Heart:
+        return "M0,42 C-62,2 -46,-42 -20,-42 C-8,-42 -2,-34 0,-28 C2,-34 8,-42 20,-42 C46,-42 62,2 0,42 Z";
+    case DrawingShape::Form::BrokenHeart:
+        return "M-6,38 C-66,0 -48,-42 -22,-42 C-12,-42 -6,-36 -4,-30 L-12,-14 L0,0 L-10,16 Z M6,38 C66,0 "
+               "48,-42 22,-42 C12,-42 6,-36 4,-30 L-4,-14 L8,0 L-2,16 Z";
+    default: return "";
+    }
+}
 
 std::optional<Drawing> drawingOf(const QString &balloon_bundle_id, const QByteArray &payload_data)
 {

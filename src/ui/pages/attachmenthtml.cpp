@@ -24,13 +24,6 @@ QString linked(const _MsgAttachment &attachment, const QString &html)
     return u"<a href=\"%1\">"_s.arg(address.toHtmlEscaped()) + html + u"</a>"_s;
 }
 
-QString pictureHtml(const _MsgAttachment &attachment)
-{
-    if (attachment.localFile.isEmpty() || !canReadPictures(pictureFormat(attachment.localFile)))
-        return {};
-    return linked(attachment, u"<img src=\"thumbnail:%1\"/>"_s.arg(attachment.rowid)) + u"<br/>"_s;
-}
-
 QString lineHtml(const _MsgAttachment &attachment)
 {
     const QString name = attachmentName(attachment);
@@ -39,6 +32,13 @@ QString lineHtml(const _MsgAttachment &attachment)
 }
 
 } // namespace
+
+QString pictureHtml(const _MsgAttachment &attachment)
+{
+    if (attachment.localFile.isEmpty() || !canReadPictures(pictureFormat(attachment.localFile)))
+        return {};
+    return linked(attachment, u"<img src=\"thumbnail:%1\"/>"_s.arg(attachment.rowid)) + u"<br/>"_s;
+}
 
 QSize pictureFrame(const _MsgAttachment &attachment)
 {

@@ -1,5 +1,7 @@
 #include "ui/pages/pagepictures.h"
 
+#include "store/pictures/drawingpainter.h"
+#include "store/records/richcontent.h"
 #include "ui/pages/attachmenthtml.h"
 
 #include <QPainter>
@@ -34,8 +36,11 @@ void PagePictures::turnTo(const MessageList &page)
     thumbnails.forgetWaiting();
     readyFiles.clear();
     shown.clear();
+    messages.clear();
     store = page.store;
     for (const _MsgMessage *message : page.messages) {
+        if (hasContent(*message))
+            messages.insert(message->rowid, message);
         for (const _MsgAttachment *attachment : message->attachments) {
             if (!attachment->localFile.isEmpty())
                 shown.insert(attachment->rowid, attachment);
@@ -45,9 +50,15 @@ void PagePictures::turnTo(const MessageList &page)
 
 QImage PagePictures::image(const QUrl &address)
 {
-    if (address.scheme() != "thumbnail"_L1)
-        return {};
-    const _MsgAttachment *attachment = shown.value(address.path().toLongLong());
+    const qint64 rowid = address.path().toLongLong();
+    if (address.scheme() == "drawing"_L1)
+        return drawing(rowid);
+    return address.scheme() == "thumbnail"_L1 ? thumbnail(rowid) : QImage();
+}
+
+QImage PagePictures::thumbnail(qint64 rowid)
+{
+    const _MsgAttachment *attachment = shown.value(rowid);
     if (!attachment)
         return {};
     const QSize frame = pictureFrame(*attachment);
@@ -75,32 +86,49 @@ void PagePictures::showReady()
     view->document()->markContentsDirty(0, view->document()->characterCount());
 }
 
-QImage PagePictures::framed(const QImage &picture, const QSize &frame) const
+QImage PagePictures::drawing(qint64 rowid) const
+{
+    constexpr QSizeF box(320, 240);
+    const _MsgMessage *message = messages.value(rowid);
+    const std::optional<Drawing> drawn = message ? drawingOf(*message) : std::nullopt;
+    const QSizeF size = drawn ? drawingSize(*drawn, box) : QSizeF();
+    if (size.isEmpty())
+        return {};
+    QImage picture = canvas(size);
+    QPainter painter(&picture);
+    paintDrawing(painter, *drawn, {{}, size}, view->palette().color(QPalette::Text));
+    return picture;
+}
+
+QImage PagePictures::canvas(const QSizeF &size) const
 {
     const qreal ratio = view->devicePixelRatioF();
+    QImage canvas((size * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    canvas.setDevicePixelRatio(ratio);
+    canvas.fill(Qt::transparent);
+    return canvas;
+}
+
+QImage PagePictures::framed(const QImage &picture, const QSize &frame) const
+{
     QSize size = picture.size();
     if (size.width() > frame.width() || size.height() > frame.height())
         size = size.scaled(frame, Qt::KeepAspectRatio).expandedTo({1, 1});
-    QImage canvas(QSize(size.width(), frame.height()) * ratio, QImage::Format_ARGB32_Premultiplied);
-    canvas.setDevicePixelRatio(ratio);
-    canvas.fill(Qt::transparent);
-    QPainter painter(&canvas);
+    QImage image = canvas(QSize(size.width(), frame.height()));
+    QPainter painter(&image);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawImage(QRect(QPoint(0, (frame.height() - size.height()) / 2), size), picture);
-    return canvas;
+    return image;
 }
 
 QImage PagePictures::emptyFrame(const QSize &frame, const QString &words) const
 {
-    const qreal ratio = view->devicePixelRatioF();
-    QImage canvas(frame * ratio, QImage::Format_ARGB32_Premultiplied);
-    canvas.setDevicePixelRatio(ratio);
-    canvas.fill(Qt::transparent);
-    QPainter painter(&canvas);
+    QImage image = canvas(frame);
+    QPainter painter(&image);
     QColor ground = view->palette().color(QPalette::Text);
     ground.setAlpha(30);
     painter.fillRect(QRect(QPoint(), frame), ground);
     painter.setPen(view->palette().color(QPalette::Text));
     painter.drawText(QRect(QPoint(), frame), Qt::AlignCenter, words);
-    return canvas;
+    return image;
 }

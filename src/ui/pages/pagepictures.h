@@ -19,12 +19,15 @@ public:
 
     /// The page was turned: these messages are shown from now on.
     void turnTo(const MessageList &page);
-    /// What stands for an address of `attachmentsHtml`; null for any other address.
+    /// What stands for an address of `attachmentsHtml` or `contentCard`; null for any other address.
     QImage image(const QUrl &address);
 
 private:
     void onReady(const QString &file);
     void showReady();
+    QImage thumbnail(qint64 rowid);
+    QImage drawing(qint64 rowid) const;
+    QImage canvas(const QSizeF &size) const;
     QImage framed(const QImage &picture, const QSize &frame) const;
     QImage emptyFrame(const QSize &frame, const QString &words) const;
 
@@ -32,6 +35,7 @@ private:
     Thumbnails thumbnails;
     _MsgStorePtr store;                          ///< owns what is shown
     QHash<qint64, const _MsgAttachment *> shown; ///< by rowid
+    QHash<qint64, const _MsgMessage *> messages; ///< the same, those with a content
     QSet<QString> readyFiles;
     QTimer gathering; ///< many pictures come at once, the page is laid out once for them
 };

@@ -19,9 +19,12 @@ constexpr char16_t lightColours[] = u".t{font-size:13px;padding:5px 10px} "
                                     ".c,.sc{font-size:14px;padding:5px 10px;background-color:#EEEEEE;}"
                                     ".send{/*background-color:#CEE0EC;*/} .send .t{color:#008040;}"
                                     ".rec{/*background-color:#F5FFE2;*/} .rec .t{color:#0000FF;}"
-                                    ".w{font-size:12px;color:#5A5A5A;}";
+                                    ".w{font-size:12px;color:#5A5A5A;} "
+                                    ".k{border:1px solid #C8C8C8;} .kc{background-color:#FFFFFF;} "
+                                    ".kb{font-size:4px;background-color:#3D7EC8;}";
 // Comes behind the light ones: their colours can't be read on a dark ground.
-constexpr char16_t darkColours[] = u".c,.sc{background-color:#3A3A3A;} .w,.w a{color:#B0B0B0;} .send "
+constexpr char16_t darkColours[] = u".c,.sc{background-color:#3A3A3A;} .kc{background-color:#2A2A2A;} "
+                                   u".k{border-color:#606060;} .w,.w a{color:#B0B0B0;} .send "
                                    u".t{color:#6FCF97;} .rec .t{color:#8AB4F8;}";
 
 } // namespace

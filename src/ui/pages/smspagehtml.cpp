@@ -6,6 +6,7 @@
 #include "store/records/messageparts.h"
 #include "store/records/messagestore.h"
 #include "ui/pages/attachmenthtml.h"
+#include "ui/pages/contenthtml.h"
 
 #include <QLocale>
 #include <QRegularExpression>
@@ -35,8 +36,10 @@ QString titleCell(const _MsgMessage &message)
 {
     const QString date = QLocale::system().toString(appleDateTime(message.date), QLocale::ShortFormat);
     const QString direction = message.is_from_me ? u"To:"_s : u"From:"_s;
-    return u"<td width=\"50%\" class=\"t\">"_s + htmlText(date) + u"<br/>"_s + direction + u" "_s +
-           cellText(senderLabel(message)) + u"</td>"_s;
+    const QString delivery = deliveryText(message, DateForm::SystemShort);
+    const QString behindDate = delivery.isEmpty() ? QString() : u" · "_s + delivery;
+    return u"<td width=\"50%\" class=\"t\">"_s + htmlText(date + behindDate) + u"<br/>"_s + direction +
+           u" "_s + cellText(senderLabel(message)) + u"</td>"_s;
 }
 
 /// The text without the markers of attachments, which are shown themselves.
@@ -50,11 +53,11 @@ QString bareText(const _MsgMessage &message, EmojiStyle emoji)
 }
 
 /// What stands under the text: reply, effect, edits, reactions and the like.
-QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
+QString wordsHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen, BalloonLines balloon)
 {
     QString html;
-    for (const QString &line :
-         linesUnder(message, isHistoryOpen ? History::Told : History::LeftOut, DateForm::SystemShort))
+    for (const QString &line : linesUnder(message, isHistoryOpen ? History::Told : History::LeftOut,
+                                          DateForm::SystemShort, balloon))
         html += u"<div class=\"w\">"_s + cellText(withEmoji(line, emoji)) + u"</div>"_s;
     if (hasHistory(message)) {
         const QString link =
@@ -92,8 +95,12 @@ QString bodyHtml(const _MsgMessage &message, EmojiStyle emoji)
 
 QString contentCell(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
 {
-    return u"<td width=\"50%\" class=\"c\">"_s + bodyHtml(message, emoji) +
-           wordsHtml(message, emoji, isHistoryOpen) + u"</td>"_s;
+    const QString card = contentCard(message, emoji);
+    const bool isCardAlone = !card.isEmpty() && isShownByContent(message) && message.subject.isEmpty();
+    return u"<td width=\"50%\" class=\"c\">"_s + (isCardAlone ? QString() : bodyHtml(message, emoji)) + card +
+           wordsHtml(message, emoji, isHistoryOpen,
+                     card.isEmpty() ? BalloonLines::Told : BalloonLines::LeftOut) +
+           u"</td>"_s;
 }
 
 QString messageHtml(const _MsgMessage &message, EmojiStyle emoji, bool isHistoryOpen)
