@@ -33,7 +33,7 @@ std::pair<SenderKind, QString> senderOf(const MessageReaction &reaction)
                            : std::pair(SenderKind::Unknown, QString());
 }
 
-bool isBefore(const MessageReaction &a, const MessageReaction &b)
+bool isEarlier(const MessageReaction &a, const MessageReaction &b)
 {
     return std::tie(a.date, a.rowid) < std::tie(b.date, b.rowid);
 }
@@ -48,7 +48,7 @@ public:
         const bool standsAlone = kind == ReactionKind::Sticker || kind == ReactionKind::Unknown;
         const auto [place, isNew] = winners.try_emplace(
             {kind, reaction.part, senderOf(reaction), standsAlone ? reaction.rowid : 0}, reaction);
-        if (!isNew && !isBefore(reaction, place->second))
+        if (!isNew && !isEarlier(reaction, place->second))
             place->second = reaction;
     }
 
@@ -59,7 +59,7 @@ public:
         for (auto &winner : winners)
             reactions.append(std::move(winner.second));
         winners.clear();
-        std::sort(reactions.begin(), reactions.end(), isBefore);
+        std::sort(reactions.begin(), reactions.end(), isEarlier);
         return reactions;
     }
 
