@@ -1,3 +1,5 @@
+#include "app/freespace.h"
+#include "app/jobprogress.h"
 #include "backup/backupfiles.h"
 #include "backup/backupmanifest.h"
 #include "backup/filecipher.h"
@@ -5,7 +7,6 @@
 #include "backup/keys/keybag.h"
 #include "backup/keys/wipe.h"
 
-#include <QFileInfo>
 #include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
@@ -36,6 +37,17 @@ std::unique_ptr<FileCipher> cipherOf(const BackupManifest &manifest, const _Mbdb
     return std::make_unique<LengthCipher>(std::move(*aes), record.fileLength);
 }
 
+/// A video may take minutes.
+void reportBlock(qint64 total, qint64 done, void *userData)
+{
+    constexpr qint64 largeFile = 64 * 1024 * 1024; // bytes; so is the next
+    constexpr qint64 step = 4 * 1024 * 1024;
+    auto &progress = *static_cast<JobProgress *>(userData);
+    throwIfCancelled(progress);
+    if (total >= largeFile && done % step == 0)
+        progress.updateProgress({}, -1, u"%1 / %2"_s.arg(sizeText(done), sizeText(total)));
+}
+
 [[noreturn]] void throwOddLength(const QString &name)
 {
     throw std::runtime_error(u"%1, POLARSSL_ERR_AES_INVALID_INPUT_LENGTH."_s.arg(name).toStdString());
@@ -52,46 +64,29 @@ void closeWithDate(QFile &target, quint32 seconds)
         throwFileError(target);
 }
 
-/// Where the file of `record` lies, or would lie if it were there. Newer backups sort their files into
-/// folders named after the first two digits, and an unfinished one has some in "Snapshot".
-QString listedPlace(const BackupManifest &manifest, const _MbdbRecord &record)
-{
-    const QString name = recordFileName(record);
-    if (!manifest.isModern)
-        return manifest.backupDir.absoluteFilePath(name);
-    const QString sorted = name.first(2) + u'/' + name;
-    const QStringList places{sorted, name, u"Snapshot/"_s + sorted, u"Snapshot/"_s + name};
-    for (const QString &place : places) {
-        const QString path = manifest.backupDir.absoluteFilePath(place);
-        if (QFileInfo(path).isFile())
-            return path;
-    }
-    return manifest.backupDir.absoluteFilePath(sorted);
-}
-
-/// Whether no link leads out of the backup.
-bool isInside(const BackupManifest &manifest, const QFileInfo &file)
-{
-    const QString root = manifest.backupDir.canonicalPath();
-    if (manifest.isModern)
-        return file.canonicalFilePath().startsWith(root + u'/');
-    return !file.isSymLink() || QFileInfo(file.canonicalFilePath()).absolutePath() == root;
-}
-
 } // namespace
+
+BackupPlaces::Place BackupManifest::placeOf(const _MbdbRecord &record) const
+{
+    return places.find(recordFileName(record), isModern);
+}
 
 std::optional<QString> BackupManifest::sourceFile(const _MbdbRecord &record) const
 {
-    const QFileInfo file(listedPlace(*this, record));
-    if (!file.exists())
-        return std::nullopt;
-    if (file.isFile() && isInside(*this, file))
-        return file.absoluteFilePath();
-    qWarning("%ls is no file of this backup, it is left out", qUtf16Printable(file.absoluteFilePath()));
+    const BackupPlaces::Place place = placeOf(record);
+    if (place.isAllowed)
+        return place.path;
+    if (place.isTaken)
+        qWarning("%ls is no file of this backup, it is left out", qUtf16Printable(place.path));
     return std::nullopt;
 }
 
 QString BackupManifest::damageOf(const _MbdbRecord &record) const
+{
+    return damageOf(record, placeOf(record));
+}
+
+QString BackupManifest::damageOf(const _MbdbRecord &record, const BackupPlaces::Place &place) const
 {
     if (!isModern || !isEncrypted || !record.encryptionKey.isPresent())
         return {};
@@ -99,22 +94,21 @@ QString BackupManifest::damageOf(const _MbdbRecord &record) const
     const auto keyGoes = qScopeGuard([&] { wipe(key); });
     if (key.isEmpty())
         return u"the key of the file doesn't open, the backup is damaged"_s;
-    const std::optional<QString> source = sourceFile(record);
-    const bool isCut = source && QFileInfo(*source).size() % Aes256::blockSize != 0;
+    const bool isCut = place.isAllowed && place.size % Aes256::blockSize != 0;
     return isCut ? u"the file is cut, the backup is damaged"_s : QString();
 }
 
 void BackupManifest::extractFile(const _ManifestNode *node, const QString &destination, void *userData,
                                  ProgressCallback callback) const
 {
-    if (const QString damage = damageOf(node->record); !damage.isEmpty()) {
+    const BackupPlaces::Place place = placeOf(node->record);
+    if (const QString damage = damageOf(node->record, place); !damage.isEmpty()) {
         const QString text = u"%1: %2. Make the backup again."_s;
         throw std::runtime_error(text.arg(node->record.path.text(), damage).toStdString());
     }
-    const QString path = listedPlace(*this, node->record);
-    if (QFileInfo::exists(path) && !sourceFile(node->record))
-        throw std::runtime_error(u"%1 is no file of this backup"_s.arg(path).toStdString());
-    QFile source(path);
+    if (place.isTaken && !place.isAllowed)
+        throw std::runtime_error(u"%1 is no file of this backup"_s.arg(place.path).toStdString());
+    QFile source(place.path);
     openForReading(source);
     const std::unique_ptr<FileCipher> cipher = cipherOf(*this, node->record);
     if (cipher && source.size() % Aes256::blockSize != 0)
@@ -127,4 +121,10 @@ void BackupManifest::extractFile(const _ManifestNode *node, const QString &desti
     copyFile(source, target, cipher.get(), callback ? CopyReport(report) : CopyReport());
     closeWithDate(target, node->record.mtime);
     halfFileGoes.dismiss();
+}
+
+void BackupManifest::extractFile(const _ManifestNode *node, const QString &destination,
+                                 JobProgress *progress) const
+{
+    extractFile(node, destination, progress, progress ? reportBlock : nullptr);
 }

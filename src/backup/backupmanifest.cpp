@@ -79,7 +79,8 @@ void decipherList(const BackupManifest &manifest, const QString &path, const QSt
 
 } // namespace
 
-BackupManifest::BackupManifest(const QString &folder, QObject *parent) : QObject(parent), backupDir(folder)
+BackupManifest::BackupManifest(const QString &folder, QObject *parent)
+    : QObject(parent), backupDir(folder), places(folder)
 {
 }
 
@@ -172,11 +173,13 @@ const _ManifestNode *BackupManifest::findFile(const QString &domain, const QStri
         QList<const _ManifestNode *> pending(rootNode.children.cbegin(), rootNode.children.cend());
         while (!pending.isEmpty()) {
             const _ManifestNode *node = pending.takeLast();
-            nodesByPath.insert(node->record.domain.text() + u'-' + node->record.path.text(), node);
+            nodesByPath.insert({node->record.domain.bytes, node->record.path.bytes}, node);
             pending.append(QList<const _ManifestNode *>(node->children.cbegin(), node->children.cend()));
         }
     });
-    return nodesByPath.value(domain + u'-' + relativePath);
+    const QByteArray domainBytes = domain.toUtf8();
+    const QByteArray pathBytes = relativePath.toUtf8();
+    return nodesByPath.value({domainBytes, pathBytes});
 }
 
 bool BackupManifest::isSlowToUnlock() const

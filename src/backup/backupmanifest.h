@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/backupplaces.h"
 #include "backup/manifestnode.h"
 #include "backup/textarena.h"
 
@@ -50,6 +51,9 @@ public:
     /// on the phone. Throws, and leaves no half file, when anything can't be read or written.
     void extractFile(const _ManifestNode *node, const QString &destination, void *userData = nullptr,
                      ProgressCallback callback = nullptr) const;
+    /// The same with a word to `progress`, if any, now and then while a large file is copied. Throws the
+    /// integer -1 when it is cancelled.
+    void extractFile(const _ManifestNode *node, const QString &destination, JobProgress *progress) const;
     /// The node of what the phone has as `relativePath` in `domain`, such as "MediaDomain" and
     /// "Library/SMS/Attachments/...", both exactly as listed; null when the backup doesn't list it. The
     /// first call gathers all paths. For any thread once the tree is there.
@@ -108,13 +112,18 @@ public:
     QMap<int, _ManifestNode *> voicemailsById;
 
 private:
+    using ListedPath = std::pair<QByteArrayView, QByteArrayView>; ///< domain and path
+
     void loadManifestDb();
     void throwWithoutKeys() const;
+    BackupPlaces::Place placeOf(const _MbdbRecord &record) const;
+    QString damageOf(const _MbdbRecord &record, const BackupPlaces::Place &place) const;
 
     bool lacksPlist = false; ///< "Manifest.plist", which has the keys, is missing or damaged
 
     QByteArray manifestBytes;
     TextArena manifestTexts;
+    mutable BackupPlaces places;
     mutable std::once_flag pathsAreGathered;
-    mutable QHash<QString, const _ManifestNode *> nodesByPath; ///< by domain, "-" and path
+    mutable QHash<ListedPath, const _ManifestNode *> nodesByPath;
 };
