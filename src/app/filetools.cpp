@@ -9,9 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
 bool isPlainComponent(QStringView component)
 {
     if (component.isEmpty() || component == "."_L1 || component == ".."_L1)
@@ -20,8 +17,6 @@ bool isPlainComponent(QStringView component)
     // Windows reads the backslash as a separator.
     return !namesDrive && !component.contains(u'\\') && !component.contains(QChar::Null);
 }
-
-} // namespace
 
 QString uniqueFileName(const QString &path)
 {

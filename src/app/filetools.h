@@ -26,6 +26,10 @@ void markAsCache(const QDir &folder);
 /// `name` without the characters `\ / : * ? " < > |`, trimmed.
 QString safeFileName(const QString &name);
 
+/// Whether `component` can name a file or folder right below another one: not empty, no dots alone, no drive,
+/// no backslash, no NUL.
+bool isPlainComponent(QStringView component);
+
 /// The path of `name` below `root`, or nothing when `name` would leave `root`: through "..", an
 /// absolute path, a drive letter, a NUL byte or a link on the way. `name` may hold several
 /// components, split at "/"; every name that comes out of a backup, an archive or a database passes

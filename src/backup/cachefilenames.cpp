@@ -54,6 +54,11 @@ bool isReadCompanion(const QString &name)
     return companionNames().contains(name, Qt::CaseInsensitive);
 }
 
+bool isReadFile(const QString &name)
+{
+    return isReadDatabase(name) || isReadCompanion(name);
+}
+
 QString cacheFileName(const _ManifestNode &node)
 {
     const auto isSame = [&](const QString &name) {

@@ -2,6 +2,8 @@
 
 #include "backup/backupcachedb.h"
 #include "backup/backupmanifest.h"
+#include "backup/cachefilenames.h"
+#include "backup/extractmessages.h"
 
 #include <QFileInfo>
 
@@ -9,6 +11,16 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+QList<const _MbdbRecord *> databasesIn(const _ManifestNode &folder)
+{
+    QList<const _MbdbRecord *> files;
+    for (const _ManifestNode *child : folder.children) {
+        if (isReadFile(child->name))
+            files.append(&child->record);
+    }
+    return files;
+}
 
 QList<const _MbdbRecord *> filesBelow(const _ManifestNode &folder)
 {
@@ -47,9 +59,11 @@ void leaveOutCached(QList<const _MbdbRecord *> &files, const QDir &cacheDir)
 
 } // namespace
 
-qint64 bytesToCache(const BackupManifest &manifest, const _ManifestNode &folder, const QDir &cacheDir)
+qint64 bytesToCache(const BackupManifest &manifest, const _ManifestNode &folder, const QDir &cacheDir,
+                    Attachments attachments)
 {
-    QList<const _MbdbRecord *> files = filesBelow(folder);
+    QList<const _MbdbRecord *> files =
+        areLeft(attachments, manifest) ? databasesIn(folder) : filesBelow(folder);
     leaveOutCached(files, cacheDir);
     qint64 bytes = 0;
     for (const _MbdbRecord *file : std::as_const(files)) {

@@ -17,30 +17,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-struct MessageFolders {
-    const _ManifestNode *sms = nullptr;
-    const _ManifestNode *addressBook = nullptr;
-};
-
 bool isNamed(const _ManifestNode *node, QLatin1StringView name)
 {
     return node->name.compare(name, Qt::CaseInsensitive) == 0;
-}
-
-MessageFolders findFolders(const _ManifestNode &root)
-{
-    MessageFolders found;
-    for (const _ManifestNode *library : root.children) {
-        if (!isNamed(library, "Library"_L1))
-            continue;
-        for (const _ManifestNode *folder : library->children) {
-            if (!found.sms && isNamed(folder, "SMS"_L1))
-                found.sms = folder;
-            else if (!found.addressBook && isNamed(folder, "AddressBook"_L1))
-                found.addressBook = folder;
-        }
-    }
-    return found;
 }
 
 // The list of a modern backup that was broken off names files that never came.
@@ -55,9 +34,9 @@ void checkDatabase(const BackupManifest &manifest)
 }
 
 void copyFolders(const BackupManifest &manifest, const MessageFolders &folders, const QDir &cacheDir,
-                 JobProgress &progress)
+                 Attachments attachments, JobProgress &progress)
 {
-    MessageCache cache(manifest, cacheDir, progress);
+    MessageCache cache(manifest, cacheDir, attachments, progress);
     cache.copyFolder(*folders.sms, u"SMS"_s);
     if (folders.addressBook)
         cache.copyFolder(*folders.addressBook, u"AddressBook"_s);
@@ -98,24 +77,46 @@ void removeCache(const QDir &cacheDir)
 
 } // namespace
 
+MessageFolders findMessageFolders(const BackupManifest &manifest)
+{
+    MessageFolders found;
+    for (const _ManifestNode *library : manifest.rootNode.children) {
+        if (!isNamed(library, "Library"_L1))
+            continue;
+        for (const _ManifestNode *folder : library->children) {
+            if (!found.sms && isNamed(folder, "SMS"_L1))
+                found.sms = folder;
+            else if (!found.addressBook && isNamed(folder, "AddressBook"_L1))
+                found.addressBook = folder;
+        }
+    }
+    return found;
+}
+
+bool areLeft(Attachments attachments, const BackupManifest &manifest)
+{
+    return attachments == Attachments::LeftInBackup && manifest.isModern;
+}
+
 QDir backupCacheDir(const BackupManifest &manifest)
 {
     return QDir(dataRoot().absoluteFilePath(u"itunes_cache/"_s + manifest.cacheFolderName()));
 }
 
-void extractMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress)
+void extractMessages(const BackupManifest &manifest, const QDir &cacheDir, JobProgress &progress,
+                     Attachments attachments)
 {
     progress.updateProgress(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), 99, {});
-    const MessageFolders folders = findFolders(manifest.rootNode);
+    const MessageFolders folders = findMessageFolders(manifest);
     if (!folders.sms)
         throw std::runtime_error(QObject::tr("IDS_NOT_CONTAIN_SMS_DB_IN_ITUNES_BACKUP").toStdString());
     checkDatabase(manifest);
     // Before anything is touched: a person with a hundred gigabytes of videos is told at once.
-    checkFreeSpaceThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir));
+    checkFreeSpaceThrow(cacheDir.absolutePath(), bytesToCache(manifest, *folders.sms, cacheDir, attachments));
     const CacheLock lock(cacheDir);
     const bool isNew = !cacheDir.exists(u"manifest.db"_s);
     try {
-        copyFolders(manifest, folders, cacheDir, progress);
+        copyFolders(manifest, folders, cacheDir, attachments, progress);
     } catch (...) {
         if (isNew)
             removeCache(cacheDir); // no half-made one stays

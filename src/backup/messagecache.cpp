@@ -1,10 +1,10 @@
 #include "backup/messagecache.h"
 
 #include "app/filetools.h"
-#include "app/freespace.h"
 #include "app/jobprogress.h"
 #include "backup/backupmanifest.h"
 #include "backup/cachefilenames.h"
+#include "backup/extractmessages.h"
 #include "sqlite_qt/databasefiles.h"
 
 #include <QFileInfo>
@@ -39,17 +39,6 @@ void makeFolder(const QString &path)
         throw std::runtime_error(u"%1: the folder can't be made"_s.arg(path).toStdString());
 }
 
-/// A video may take minutes.
-void reportBlock(qint64 total, qint64 done, void *userData)
-{
-    constexpr qint64 largeFile = 64 * 1024 * 1024; // bytes; so is the next
-    constexpr qint64 step = 4 * 1024 * 1024;
-    auto &progress = *static_cast<JobProgress *>(userData);
-    throwIfCancelled(progress);
-    if (total >= largeFile && done % step == 0)
-        progress.updateProgress({}, -1, u"%1 / %2"_s.arg(sizeText(done), sizeText(total)));
-}
-
 const _ManifestNode *sibling(const _ManifestNode &node, const QString &name)
 {
     const QList<_ManifestNode *> &all = node.parent->children;
@@ -61,9 +50,11 @@ const _ManifestNode *sibling(const _ManifestNode &node, const QString &name)
 
 } // namespace
 
-MessageCache::MessageCache(const BackupManifest &source, const QDir &cacheDir, JobProgress &jobProgress)
+MessageCache::MessageCache(const BackupManifest &source, const QDir &cacheDir, Attachments attachments,
+                           JobProgress &jobProgress)
     : manifest(source)
     , progress(jobProgress)
+    , isForDatabases(areLeft(attachments, source))
     , library(cacheDir.absoluteFilePath(u"file-relay/var/mobile/Library"_s))
     , half(cacheDir.absoluteFilePath(u"half-copied"_s))
     , cacheDb(cacheDir.absoluteFilePath(u"manifest.db"_s))
@@ -108,6 +99,8 @@ void MessageCache::copyChildren(const _ManifestNode &node, const QDir &folder, i
     }
     for (const _ManifestNode *child : node.children) {
         const bool isTop = depth == 1;
+        if (isForDatabases && !isReadFile(child->name))
+            continue;
         // An empty file becomes a folder here, and SQLite would take one for its log.
         if (isTop && isReadCompanion(child->name) && isEmptyEntry(child->record))
             continue;
@@ -144,7 +137,7 @@ bool MessageCache::isCurrent(int lastDate, int date, const QString &copy) const
 // Under its own name a file is whole or isn't there, also when the program is killed.
 void MessageCache::replaceFile(const _ManifestNode &node, const QString &target)
 {
-    manifest.extractFile(&node, half, &progress, reportBlock);
+    manifest.extractFile(&node, half, &progress);
     if (QFileInfo(target).isDir()) // an empty file in an earlier state of the backup
         QDir(target).removeRecursively();
     renameThrow(half, target);

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+enum class Attachments;
 class BackupManifest;
 class JobProgress;
 struct _ManifestNode;
@@ -15,7 +16,8 @@ struct _ManifestNode;
 class MessageCache
 {
 public:
-    MessageCache(const BackupManifest &source, const QDir &cacheDir, JobProgress &jobProgress);
+    MessageCache(const BackupManifest &source, const QDir &cacheDir, Attachments attachments,
+                 JobProgress &jobProgress);
     MessageCache(const MessageCache &) = delete;
     MessageCache &operator=(const MessageCache &) = delete;
     ~MessageCache();
@@ -34,6 +36,7 @@ private:
 
     const BackupManifest &manifest;
     JobProgress &progress;
+    bool isForDatabases; ///< and for nothing else
     QDir library;
     QString half; ///< a file is copied here, then moved to its place
     BackupCacheDb cacheDb;

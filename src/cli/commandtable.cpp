@@ -121,6 +121,10 @@ const CommandOption exactOption = {"exact", nullptr,
 
 // clang-format would fill the lines.
 // clang-format off
+constexpr auto attachmentsDetails =
+    "\n\nIn each line localFile is where its content can be read: in a backup without a password\n"
+    "in its place there. It is null for a file that is missing, and for one that lies enciphered\n"
+    "in a backup: export and import bring that out.";
 constexpr auto gapsDetails =
     "\n\nOne line a gap, with the keys\n"
     "  missing          how many row numbers have no row any more; each was a message,\n"
@@ -160,7 +164,8 @@ const QList<Command> &commandTable()
          sourceOptions + choiceOptions + QList{newestFirstOption, emojiOption}, listMessagesCommand},
         {"attachments", "SOURCE",
          "The attachments of a source, then how many there are and how many are missing.",
-         sourceOptions + choiceOptions + QList{newestFirstOption, missingOption}, listAttachmentsCommand},
+         sourceOptions + choiceOptions + QList{newestFirstOption, missingOption}, listAttachmentsCommand,
+         attachmentsDetails},
         {"gaps", "SOURCE", "Where row numbers show that messages are gone.", sourceOptions, listGapsCommand,
          gapsDetails},
         {"search", "SOURCE|--all WORDS...", "Messages that hold all the words, newest first.",

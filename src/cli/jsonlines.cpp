@@ -127,7 +127,7 @@ QJsonObject attachmentJson(const _MsgAttachment &attachment, const _MsgMessage &
             {u"transfer_name"_s, attachment.transfer_name},
             {u"mime_type"_s, attachment.mime_type},
             {u"total_bytes"_s, attachment.total_bytes},
-            {u"localFile"_s, textOrNull(attachment.localFile)},
+            {u"localFile"_s, textOrNull(attachment.localFile.readyPath())},
             {u"missing"_s, isMissing},
             {u"reason"_s, isMissing ? QJsonValue(missingReason(attachment)) : QJsonValue()},
             {u"sticker"_s, attachment.is_sticker != 0},

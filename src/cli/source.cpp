@@ -41,12 +41,12 @@ void unlock(BackupManifest &manifest, const CommandLine &line, TerminalProgress 
 }
 
 /// The reader of an unlocked backup, whose databases are brought into the cache first.
-std::unique_ptr<AbsIOSMessageDb> extractAndOpen(const BackupManifest &manifest, const QString &country,
-                                                TerminalProgress &progress)
+std::unique_ptr<AbsIOSMessageDb> extractAndOpen(const QSharedPointer<BackupManifest> &manifest,
+                                                const QString &country, TerminalProgress &progress)
 {
     {
         const InterruptScope interruptible(progress);
-        extractMessages(manifest, progress);
+        extractMessages(*manifest, progress);
     }
     progress.clear();
     return openExtracted(manifest, country);
@@ -74,8 +74,8 @@ std::unique_ptr<AbsIOSMessageDb> openUnread(const CommandLine &line, TerminalPro
     const FoundSource found = findSource(line.source);
     if (found.kind != SourceKind::Backup)
         return openInPlace(found, line.country);
-    BackupManifest manifest(found.folder.absolutePath());
-    unlock(manifest, line, progress);
+    const auto manifest = QSharedPointer<BackupManifest>::create(found.folder.absolutePath());
+    unlock(*manifest, line, progress);
     return extractAndOpen(manifest, line.country, progress);
 }
 

@@ -38,13 +38,11 @@ QString reportName(int format)
     }
 }
 
-void copyFile(const QString &from, const QString &to)
+void copyFile(const LocalFile &from, const QString &to, JobProgress &progress)
 {
     if (!QDir().mkpath(QFileInfo(to).path()))
         throw std::runtime_error(u"%1: the folder can't be made."_s.arg(to).toStdString());
-    QFile source(from);
-    if (!source.copy(to))
-        throwFileError(u"%1: %2"_s, source);
+    from.copyTo(to, &progress);
 }
 
 /// Attachments lie in a folder of their row's number each, dated as their message.
@@ -60,7 +58,7 @@ void copyAttachments(const QList<_MsgMessage *> &messages, const QDir &data, Job
             copied.insert(&attachment);
             const QString target = data.filePath(
                 u"attachments/%1/%2"_s.arg(attachment.rowid).arg(bagFileName(attachmentName(attachment))));
-            copyFile(attachment.localFile, target);
+            copyFile(attachment.localFile, target, progress);
             QFile file(target);
             // A date is a help and no proof: where a file system takes none, the copy is as good.
             if (file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup |
@@ -97,7 +95,7 @@ void fill(const QDir &folder, const QList<_MsgMessage *> &messages, const Eviden
     if (!QDir().mkpath(data.filePath(u"report"_s)))
         throw std::runtime_error(u"%1: the folder can't be made."_s.arg(data.path()).toStdString());
     for (const EvidenceOriginal &original : plan.originals)
-        copyFile(original.path, data.filePath(u"source/"_s + original.name));
+        copyFile(original.path, data.filePath(u"source/"_s + original.name), progress);
     copyAttachments(messages, data, progress);
     writeReports(messages, plan, data, progress);
     writeJson(data.filePath(u"phone.json"_s), plan.phone);

@@ -200,7 +200,7 @@ void ExportAndroid::writeFile(const RecordAttachment &attachment, int number)
     attribute("cid"_L1, u"<%1>"_s.arg(attachment.name));
     attribute("cl"_L1, attachment.name);
     attribute("text"_L1, u"null"_s);
-    QFile file(attachment.source->localFile);
+    QFile file(attachment.source->localFile.readablePath());
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error(u"%1: %2"_s.arg(file.fileName(), file.errorString()).toStdString());
     target.text() << " data=\""_L1;

@@ -11,8 +11,6 @@
 #include <QRegularExpression>
 #include <QUrl>
 
-#include <stdexcept>
-
 using namespace Qt::StringLiterals;
 
 namespace
@@ -38,32 +36,33 @@ QString suffixOf(const QString &name)
 QString ExportedAttachments::html(const _MsgAttachment &attachment)
 {
     const QString line = htmlText(attachmentLine(attachment));
-    if (!QFileInfo(attachment.localFile).isFile())
+    if (!attachment.localFile.isThere())
         return u"<div style=\"font-size:12px;color:#666666;\">"_s + line + u"</div>"_s;
-    const QString address = copyOf(attachment).toHtmlEscaped();
+    const Copy &copy = copyOf(attachment);
+    const QString address = copy.address.toHtmlEscaped();
     QString shown = line;
-    if (isShownByBrowsers(attachment.localFile))
+    if (copy.isShown)
         shown = u"<img src=\"%1\" alt=\"\" style=\"max-width:320px;max-height:320px;border:0;\"/><br/>"_s.arg(
                     address) +
                 line;
     return u"<div style=\"font-size:12px;\"><a href=\"%1\">"_s.arg(address) + shown + u"</a></div>"_s;
 }
 
-const QString &ExportedAttachments::copyOf(const _MsgAttachment &attachment)
+const ExportedAttachments::Copy &ExportedAttachments::copyOf(const _MsgAttachment &attachment)
 {
-    QString &address = copies[attachment.localFile];
-    if (!address.isEmpty())
-        return address;
+    Copy &made = copies[attachment.localFile.path()];
+    if (!made.address.isEmpty())
+        return made;
     folder.addFolder(copiesFolder);
     const QString name = attachmentName(attachment);
     const QString suffix = suffixOf(name);
     const QString copy =
         folder.newFile(copiesFolder + u'/' + legalFileName(name.chopped(suffix.size())), suffix);
-    QFile source(attachment.localFile);
-    if (!source.copy(copy))
-        throw std::runtime_error(u"%1: %2"_s.arg(copy, source.errorString()).toStdString());
-    address = copiesFolder + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(QFileInfo(copy).fileName()));
-    return address;
+    attachment.localFile.copyTo(copy, &progress);
+    made.isShown = isShownByBrowsers(copy);
+    made.address =
+        copiesFolder + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(QFileInfo(copy).fileName()));
+    return made;
 }
 
 qint64 attachmentFileBytes(const QList<_MsgMessage *> &messages)

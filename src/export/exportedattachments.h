@@ -5,6 +5,7 @@
 #include <QString>
 
 class ExportFolder;
+class JobProgress;
 struct _MsgAttachment;
 struct _MsgMessage;
 
@@ -13,18 +14,26 @@ struct _MsgMessage;
 class ExportedAttachments
 {
 public:
-    explicit ExportedAttachments(ExportFolder &exportFolder) : folder(exportFolder) {}
+    ExportedAttachments(ExportFolder &exportFolder, JobProgress &jobProgress)
+        : folder(exportFolder), progress(jobProgress)
+    {
+    }
 
     /// What a page says of an attachment: pictures that browsers know as pictures, the rest as links, and one
-    /// that isn't there in words. Throws when its file can't be copied.
+    /// that isn't there in words. Throws when its file can't be copied, or the integer
+    /// -1 when that is cancelled.
     QString html(const _MsgAttachment &attachment);
 
 private:
-    /// Relative address of the copy.
-    const QString &copyOf(const _MsgAttachment &attachment);
+    struct Copy {
+        QString address;      ///< relative to the pages
+        bool isShown = false; ///< as a picture
+    };
+    const Copy &copyOf(const _MsgAttachment &attachment);
 
     ExportFolder &folder;
-    QHash<QString, QString> copies; ///< address by path of the original
+    JobProgress &progress;
+    QHash<QString, Copy> copies; ///< by path of the original
 };
 
 /// Bytes of all files of attachments that `messages` have at hand.

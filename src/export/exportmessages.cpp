@@ -79,12 +79,13 @@ void writeFile(const QList<_MsgMessage *> &messages, const ExportPlan &plan, con
     writer->end();
 }
 
-void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, MessageCount &count)
+void writeFolder(const QList<_MsgMessage *> &messages, const ExportPlan &plan, MessageCount &count,
+                 JobProgress &progress)
 {
     if (plan.format == ExportHtml)
         checkFreeSpaceThrow(plan.path, attachmentFileBytes(messages));
     ExportFolder folder(plan.path, plan.afterFailure);
-    ExportedAttachments attachments(folder);
+    ExportedAttachments attachments(folder, progress);
     if (plan.format == ExportHtml && !messages.isEmpty())
         folder.addStyleFiles();
     const QString suffix = plan.format == ExportHtml ? u".html"_s : u".pdf"_s;
@@ -107,7 +108,7 @@ qint64 exportMessages(const QList<_MsgMessage *> &messages, const ExportPlan &pl
     progress.updateProgress(QObject::tr("IDS_EXPORTING_MESSAGES_TO_FILE"), -1, {});
     MessageCount count(messages.size(), progress);
     if (plan.format == ExportPdf || plan.format == ExportHtml)
-        writeFolder(messages, plan, count);
+        writeFolder(messages, plan, count, progress);
     else if (!messages.isEmpty())
         writeFile(messages, plan, plan.path, count);
     return plan.format == ExportAndroidSms ? countCarriedByAndroid(messages) : messages.size();

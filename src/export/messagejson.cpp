@@ -237,5 +237,5 @@ QJsonObject attachmentPartJson(const _MsgAttachment &attachment)
     return {{u"filename"_s, attachment.filename},
             {u"mime_type"_s, attachment.mime_type},
             {u"total_bytes"_s, attachment.total_bytes},
-            {u"localFile"_s, textOrNull(attachment.localFile)}};
+            {u"localFile"_s, textOrNull(attachment.localFile.readyPath())}};
 }

@@ -155,13 +155,13 @@ RecordAttachment MessageRecordMaker::attachment(const _MsgAttachment &source)
             missingReason(source)};
 }
 
-QString MessageRecordMaker::sha256(const QString &path)
+QString MessageRecordMaker::sha256(const LocalFile &file)
 {
-    if (path.isEmpty() || hashes == Hashes::LeftOut)
+    if (file.isEmpty() || hashes == Hashes::LeftOut)
         return {};
-    QString &hash = knownHashes[path];
+    QString &hash = knownHashes[file.path()];
     if (hash.isEmpty())
-        hash = sha256OfFile(path);
+        hash = sha256OfFile(file.readablePath());
     return hash;
 }
 

@@ -130,7 +130,7 @@ private:
     void addBody(MessageRecord &record, const _MsgMessage &message);
     void addExtras(MessageRecord &record, const MessageExtras &extras);
     RecordReaction reaction(const MessageReaction &source);
-    QString sha256(const QString &path);
+    QString sha256(const LocalFile &file);
 
     Hashes hashes;
     EmojiStyle emoji;

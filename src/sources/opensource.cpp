@@ -2,6 +2,7 @@
 
 #include "app/datalocations.h"
 #include "app/filetools.h"
+#include "backup/backupattachments.h"
 #include "backup/backupdiscovery.h"
 #include "backup/extractmessages.h"
 #include "sources/findsource.h"
@@ -37,13 +38,17 @@ bool isKnownCountry(const QString &mcc)
 
 void extractMessages(const BackupManifest &manifest, JobProgress &progress)
 {
-    extractMessages(manifest, backupCacheDir(manifest), progress);
+    extractMessages(manifest, backupCacheDir(manifest), progress, Attachments::LeftInBackup);
 }
 
-std::unique_ptr<AbsIOSMessageDb> openExtracted(const BackupManifest &manifest, const QString &country)
+std::unique_ptr<AbsIOSMessageDb> openExtracted(const QSharedPointer<BackupManifest> &manifest,
+                                               const QString &country)
 {
-    return openMessageDb(backupCacheDir(manifest),
-                         country.isEmpty() ? countryOfBackup(manifest.backupDir) : country);
+    const QDir cache = backupCacheDir(*manifest);
+    auto db = openMessageDb(cache, country.isEmpty() ? countryOfBackup(manifest->backupDir) : country);
+    if (manifest->isModern)
+        db->findAttachmentsBy(std::make_shared<BackupAttachments>(manifest, cache));
+    return db;
 }
 
 std::unique_ptr<AbsIOSMessageDb> openInPlace(const FoundSource &source, const QString &country)

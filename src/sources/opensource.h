@@ -6,6 +6,8 @@
 
 class AbsIOSMessageDb;
 class BackupManifest;
+template <class T>
+class QSharedPointer;
 class JobProgress;
 struct FoundSource;
 
@@ -16,13 +18,15 @@ struct FoundSource;
 /// Whether the table of countries has the mobile country code `mcc`. The empty one is unknown.
 bool isKnownCountry(const QString &mcc);
 
-/// Brings the message and address book files of an opened backup into its cache. Throws as
-/// `extractMessages` does.
+/// Brings the message and address book databases of an opened backup into its cache, and attachments where it
+/// is an older one. Throws as `extractMessages` does.
 void extractMessages(const BackupManifest &manifest, JobProgress &progress);
 
-/// The reader of what was extracted from a backup. An empty `country` stands for the one that the backup
-/// tells. Throws `std::runtime_error` as `openMessageDb` does.
-std::unique_ptr<AbsIOSMessageDb> openExtracted(const BackupManifest &manifest, const QString &country);
+/// The reader of what was extracted from a backup. The attachments that lie in the backup still are found
+/// there, for as long as anybody holds the store: `manifest` and its keys live until then. An empty `country`
+/// stands for the one that the backup tells. Throws `std::runtime_error` as `openMessageDb` does.
+std::unique_ptr<AbsIOSMessageDb> openExtracted(const QSharedPointer<BackupManifest> &manifest,
+                                               const QString &country);
 
 /// The reader of a source that is no backup. Throws `std::runtime_error` as `openMessageDb` does.
 std::unique_ptr<AbsIOSMessageDb> openInPlace(const FoundSource &source, const QString &country);

@@ -1,3 +1,4 @@
+#include "backup/backupattachments.h"
 #include "backup/backupdiscovery.h"
 #include "backup/extractmessages.h"
 #include "backup/keys/keybag.h"
@@ -67,6 +68,10 @@ private Q_SLOTS:
     void saysWhatIsMissing();
     void aPlainListNeedsNoPropertyList();
     void keysLieInTheDamagedPropertyList();
+    void attachmentsStayInTheBackup_data();
+    void attachmentsStayInTheBackup();
+    void decipheringIsCancelled();
+    void theOldestCopiesGo();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
@@ -367,6 +372,106 @@ void TestModernBackup::saysWhatIsMissing()
     const QDir cache(path(u"cache"_s));
     QVERIFY_EXCEPTION_THROWN(extractMessages(*backups.first(), cache, progress), std::runtime_error);
     QVERIFY(!cache.exists());
+}
+
+void TestModernBackup::attachmentsStayInTheBackup_data()
+{
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QString>("folder"); // as the backup spells it
+    QTest::newRow("plain") << QString() << u"Library/SMS/Attachments"_s;
+    QTest::newRow("encrypted") << u"pw"_s << u"Library/SMS/Attachments"_s;
+    QTest::newRow("in another letter case") << u"pw"_s << u"Library/SMS/attachments"_s;
+}
+
+// The film is long enough for two threads.
+void TestModernBackup::attachmentsStayInTheBackup()
+{
+    QFETCH(QString, password);
+    QFETCH(QString, folder);
+    const QByteArray film = SampleRandom(3).bytes(1'500'000);
+    const auto breakKey = [](SampleRecord &record) {
+        if (!record.encryptionKey.isEmpty())
+            record.encryptionKey[20] = char(~record.encryptionKey[20]);
+    };
+    BackupBuilder backup = builder().password(password).file(home, smsDb, "messages");
+    backup.file(media, folder + u"/a/film.mov"_s, film).file(media, folder + u"/empty"_s, QByteArray());
+    backup.file(media, folder + u"/linked"_s, "l").missing(media, folder + u"/gone"_s, 5);
+    backup.file(media, folder + u"/broken"_s, "b").with(breakKey);
+    backup.write();
+    const auto opened = QSharedPointer<BackupManifest>::create(path(u"backup"_s));
+    QCOMPARE(openBackup(*opened, password), BackupOpening::Ready);
+    const QString linked = opened->sourceFile(opened->findFile(media, folder + u"/linked"_s)->record).value();
+    QVERIFY(QFile::rename(linked, path(u"outside"_s)) && QFile::link(path(u"outside"_s), linked));
+
+    RecordingProgress progress;
+    const QDir cache(path(u"cache"_s));
+    extractMessages(*opened, cache, progress, Attachments::LeftInBackup);
+    QCOMPARE(QDir(cache.filePath(u"file-relay/var/mobile/Library/SMS"_s))
+                 .entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList(u"sms.db"_s));
+    BackupAttachments attachments(opened, cache);
+    const auto found = [&](const QString &name) {
+        return attachments.find(u"~/Library/SMS/Attachments/"_s + name);
+    };
+    for (const QString &name : {u"gone"_s, u"linked"_s, u"unlisted"_s, u"../../../../outside"_s})
+        QVERIFY2(found(name).isEmpty(), qPrintable(name));
+    QCOMPARE(found(u"broken"_s).isEmpty(), !password.isNull());
+    QCOMPARE(bytesOf(found(u"empty"_s).readablePath()), ""_ba);
+    const LocalFile file = found(u"a/film.mov"_s);
+    QCOMPARE(file.size(), film.size());
+    QVERIFY(file.isThere());
+    QCOMPARE(file.readyPath().isEmpty(), !password.isNull());
+    QCOMPARE(bytesOf(file.readablePath()), film);
+    QCOMPARE(file.readyPath(), file.readablePath());
+    file.copyTo(path(u"copy"_s));
+    QCOMPARE(bytesOf(path(u"copy"_s)), film);
+    QVERIFY_EXCEPTION_THROWN(file.copyTo(path(u"copy"_s)), std::runtime_error); // stays as it is
+    QVERIFY(writeFile(cache.filePath(u"file-relay/var/mobile/Library/SMS/Attachments/gone"_s), "kept"));
+    QCOMPARE(bytesOf(BackupAttachments(opened, cache).find(u"~/Library/SMS/Attachments/gone"_s).path()),
+             "kept"_ba);
+}
+
+void TestModernBackup::decipheringIsCancelled()
+{
+    const QString name = u"Library/SMS/Attachments/film.mov"_s;
+    builder().password(u"pw"_s).file(home, smsDb, "m").file(media, name, QByteArray(8'000'000, 'x')).write();
+    const auto opened = QSharedPointer<BackupManifest>::create(path(u"backup"_s));
+    QCOMPARE(openBackup(*opened, u"pw"_s), BackupOpening::Ready);
+    const LocalFile film = BackupAttachments(opened, QDir(path(u"cache"_s))).find(u"~/"_s + name);
+    RecordingProgress progress;
+    progress.cancelled = true;
+    QVERIFY_EXCEPTION_THROWN((void)film.readablePath(&progress), int);
+    QVERIFY(film.readyPath().isEmpty());
+    QVERIFY(QDir().mkpath(path(u"target"_s)));
+    QVERIFY_EXCEPTION_THROWN(film.copyTo(path(u"target/film"_s), &progress), int);
+    QVERIFY(QDir(path(u"target"_s)).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    QCOMPARE(QFileInfo(film.readablePath()).size(), 8'000'000);
+}
+
+void TestModernBackup::theOldestCopiesGo()
+{
+    DecipheredFiles copies(QDir(path(u"copies"_s)), 250);
+    const auto make = [](int bytes) {
+        return [=](const QString &to) { writeFile(to, QByteArray(bytes, 'x')); };
+    };
+    for (const QString &id : {u"1"_s, u"2"_s}) {
+        copies.add(id, u"film"_s, make(100));
+        QTest::qWait(5); // dates are told apart by milliseconds
+    }
+    QVERIFY(!copies.find(u"1"_s, u"film"_s).isEmpty()); // and is the last that was used
+    QTest::qWait(5);
+    copies.add(u"3"_s, u"film"_s, make(100));
+    QStringList kept = QDir(path(u"copies"_s)).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    QCOMPARE(kept, QStringList({u"1"_s, u"3"_s}));
+    copies.add(u"4"_s, u"film"_s, make(1000)); // larger than all may be: it is wanted now
+    kept = QDir(path(u"copies"_s)).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    QCOMPARE(kept, QStringList(u"4"_s));
+    const auto fail = [](const QString &to) {
+        writeFile(to);
+        throw std::runtime_error("full");
+    };
+    QVERIFY_EXCEPTION_THROWN(copies.add(u"5"_s, u"film"_s, fail), std::runtime_error);
+    QVERIFY(copies.find(u"5"_s, u"film"_s).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestModernBackup)

@@ -219,7 +219,7 @@ void TestExport::attachmentsStandBesideThePage()
     };
     _MsgAttachment seen = attached(u"../a & b.png"_s, picture, 0);
     _MsgAttachment other = attached(u"A & B.png"_s, dir->filePath(u"other"_s), 0);
-    QVERIFY(QFile::copy(picture, other.localFile));
+    QVERIFY(QFile::copy(picture, other.localFile.path()));
     _MsgAttachment gone = attached(u"gone.mov"_s, {}, 2'000'000);
     _MsgAttachment hidden = attached(u"hidden"_s, picture, 0);
     hidden.hide_attachment = 1;

@@ -80,7 +80,7 @@ void TestSources::aDatabaseAloneIsReadUntouched()
     const std::unique_ptr<AbsIOSMessageDb> db = openInPlace(findSource(path), {});
     const _MsgStorePtr store = readSource(*db, Recovered::Shown);
     QCOMPARE(store->messages.size(), 1);
-    QCOMPARE((*store->attachments.cbegin())->localFile, folder.filePath(u"Attachments/1/a.jpg"_s));
+    QCOMPARE((*store->attachments.cbegin())->localFile.path(), folder.filePath(u"Attachments/1/a.jpg"_s));
     QCOMPARE(folder.entryList(QDir::AllEntries | QDir::Hidden), before);
     QCOMPARE(bytesOf(path), bytes);
 }

@@ -20,14 +20,16 @@ QString keyOf(const QString &filename)
     return pathBelowRoot(filename).toLower();
 }
 
-bool haveSameContent(const QString &one, const QString &other)
+bool haveSameContent(const LocalFile &one, const LocalFile &other)
 {
     constexpr qint64 blockSize = 1 << 20; // bytes
-    if (one == other)
+    if (one.path() == other.path())
         return true;
-    QFile a(one);
-    QFile b(other);
-    if (a.size() != b.size() || !a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly))
+    QFile a(one.readablePath());
+    if (!a.open(QIODevice::ReadOnly))
+        return false;
+    QFile b(other.readablePath()); // which may take the first one's copy away, but not out of our hands
+    if (a.size() != b.size() || !b.open(QIODevice::ReadOnly))
         return false;
     while (!a.atEnd()) {
         const QByteArray block = a.read(blockSize);
@@ -39,7 +41,7 @@ bool haveSameContent(const QString &one, const QString &other)
 
 bool hasFile(const _MsgAttachment &attachment)
 {
-    return QFileInfo(attachment.localFile).isFile();
+    return attachment.localFile.isThere();
 }
 
 QString inFolder(const QString &filename, int number)
@@ -120,16 +122,16 @@ bool AttachmentNames::isFree(const _MsgAttachment &attachment, const QString &fi
 {
     if (filename.isEmpty() || !place(filename))
         return true; // no file is ever found under it
-    const QString there = fileAt(filename);
+    const LocalFile there = fileAt(filename);
     if (there.isEmpty())
         return rows.value(keyOf(filename)) == 0;
     return hasFile(attachment) && haveSameContent(there, attachment.localFile);
 }
 
-QString AttachmentNames::fileAt(const QString &filename) const
+LocalFile AttachmentNames::fileAt(const QString &filename) const
 {
-    if (const QString file = incoming.value(keyOf(filename)); !file.isEmpty())
+    if (const LocalFile file = incoming.value(keyOf(filename)); !file.isEmpty())
         return file;
     const std::optional<QString> file = place(filename);
-    return file && QFileInfo(*file).isFile() ? *file : QString();
+    return file && QFileInfo(*file).isFile() ? LocalFile(*file) : LocalFile();
 }

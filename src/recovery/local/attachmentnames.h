@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/records/localfile.h"
+
 #include <QHash>
 #include <QString>
 
@@ -33,12 +35,12 @@ private:
     QString pathOfKnown(const _MsgAttachment &attachment, const QString &kept);
     QString freePath(const _MsgAttachment &attachment, const QString &wanted);
     bool isFree(const _MsgAttachment &attachment, const QString &filename) const;
-    QString fileAt(const QString &filename) const;
+    LocalFile fileAt(const QString &filename) const;
 
     IOS6MessageDb &db;
     Place place;
     bool isRead = false;
-    QHash<QString, int> rows;         ///< how many have a path, see `pathBelowRoot`
-    QHash<QString, int> numbers;      ///< of the last folder that an attachment without a file took
-    QHash<QString, QString> incoming; ///< local files that go to a path in this run
+    QHash<QString, int> rows;           ///< how many have a path, see `pathBelowRoot`
+    QHash<QString, int> numbers;        ///< of the last folder that an attachment without a file took
+    QHash<QString, LocalFile> incoming; ///< files that go to a path in this run
 };

@@ -3,10 +3,17 @@
 #include <QFile>
 #include <QFileInfo>
 
-bool CopiedFiles::copy(const QString &from, const QString &to)
+// A file that can't be copied is no reason to lose its message.
+bool CopiedFiles::copy(const LocalFile &from, const QString &to, JobProgress *progress)
 {
-    if (!QDir().mkpath(QFileInfo(to).path()) || !QFile::copy(from, to))
+    if (!QDir().mkpath(QFileInfo(to).path()))
         return false;
+    try {
+        from.copyTo(to, progress);
+    } catch (const std::exception &error) {
+        qWarning("%s", error.what());
+        return false;
+    }
     paths.insert(to);
     return true;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/records/localfile.h"
+
 #include <QDir>
 #include <QSet>
 #include <QString>
@@ -10,8 +12,9 @@ class CopiedFiles
 public:
     explicit CopiedFiles(const QDir &rootFolder) : root(rootFolder) {}
 
-    /// Copies a file to a path below the root folder, which is made with its folders. False when that fails.
-    bool copy(const QString &from, const QString &to);
+    /// Copies a file to a path below the root folder, which is made with its folders. False when that fails,
+    /// which is logged. Throws the integer -1 when `progress`, if any, was cancelled.
+    bool copy(const LocalFile &from, const QString &to, JobProgress *progress);
     /// The run has succeeded: all stay.
     void keep() { paths.clear(); }
     /// The run has failed: those that aren't `named` go, with the folders that are empty then. What can't be

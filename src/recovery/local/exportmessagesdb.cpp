@@ -8,13 +8,12 @@
 
 #include <QDebug>
 #include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
+ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path, JobProgress *jobProgress)
     : db(rootFolder, path, QString(), true)
     , writer(db)
     , columns(db, [this](const _MsgHandle &handle) { return db.handleRowid(handle); })
@@ -25,6 +24,7 @@ ExportMessagesDb::ExportMessagesDb(const QDir &rootFolder, const QString &path)
     , knownRows(db)
     , root(rootFolder)
     , files(rootFolder)
+    , progress(jobProgress)
 {
 }
 
@@ -182,7 +182,7 @@ _MsgAttachment ExportMessagesDb::keptFile(const _MsgAttachment &attachment)
 {
     _MsgAttachment kept = attachment;
     kept.filename = names.pathFor(attachment);
-    if (QFileInfo(kept.localFile).isFile())
+    if (kept.localFile.isThere())
         copyFile(kept);
     return kept;
 }
@@ -197,10 +197,9 @@ void ExportMessagesDb::copyFile(const _MsgAttachment &attachment)
     }
     if (QFile::exists(*target))
         return;
-    // A file that can't be copied is no reason to lose the message.
-    if (!files.copy(attachment.localFile, *target))
-        qWarning("The attachment \"%s\" can't be copied to \"%s\".", qUtf8Printable(attachment.localFile),
-                 qUtf8Printable(*target));
+    if (!files.copy(attachment.localFile, *target, progress))
+        qWarning("The attachment \"%s\" can't be copied to \"%s\".",
+                 qUtf8Printable(attachment.localFile.path()), qUtf8Printable(*target));
 }
 
 void ExportMessagesDb::forgetRun()

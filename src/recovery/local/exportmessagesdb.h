@@ -29,16 +29,16 @@ class ExportMessagesDb final : public AbsFormatExport<_MsgMessage>
 {
 public:
     /// `rootFolder` is the folder in which attachment files go, `path` the file of the database. It is made
-    /// when it is missing.
-    ExportMessagesDb(const QDir &rootFolder, const QString &path);
+    /// when it is missing. `progress`, if any, can cancel the copy of a file.
+    ExportMessagesDb(const QDir &rootFolder, const QString &path, JobProgress *progress = nullptr);
     ~ExportMessagesDb() override;
 
     void begin() override;
     /// Tells after `begin` what comes in this run, so that the content of a message doesn't lead to the row
     /// of another one that comes later.
     void expect(const QList<_MsgMessage *> &messages);
-    /// Throws `std::runtime_error`; the run is then over. A message without a chat, or with one of an
-    /// unknown address, is left out and logged.
+    /// Throws `std::runtime_error`, or the integer -1 when cancelled; the run is then over. A message without
+    /// a chat, or with one of an unknown address, is left out and logged.
     void append(const _MsgMessage &message);
     /// Commits and closes.
     void finish();
@@ -79,6 +79,7 @@ private:
     KnownRows knownRows;
     QDir root;
     CopiedFiles files;
+    JobProgress *progress;
     ImportCounts messageCounts;
 
     // Written once at the end instead of once a message.

@@ -78,7 +78,7 @@ qint64 bytesToCopy(const QList<_MsgMessage *> &messages, const QDir &root)
     qint64 bytes = 0;
     for (const auto &[message, attachment] : listAttachments(messages)) {
         const std::optional<QString> target = attachmentTarget(root, attachment->filename);
-        const qint64 size = QFileInfo(attachment->localFile).size();
+        const qint64 size = attachment->localFile.size();
         if (target && QFileInfo(*target).size() != size) // a file of other content stays, too
             bytes += size;
     }
@@ -115,7 +115,7 @@ ImportCounts importMessages(const QList<_MsgMessage *> &messages, const QDir &ro
     NewDatabaseGuard guard(root, path);
     ImportCounts counts;
     {
-        ExportMessagesDb target(root, path);
+        ExportMessagesDb target(root, path, &progress);
         target.begin();
         target.expect(messages);
         appendAll(target, sortMessages(messages), progress);

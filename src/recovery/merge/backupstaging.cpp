@@ -127,26 +127,37 @@ void BackupStaging::emptyCompanions()
     }
 }
 
-void BackupStaging::stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress)
+void BackupStaging::stageAttachment(const LocalFile &file, const QString &name, JobProgress &progress)
+{
+    try {
+        file.copyTo(rewrite.staged(name), &progress);
+    } catch (const std::exception &error) {
+        qWarning("%s", error.what());
+        fail(u"can not overwrite %1."_s, backup.absoluteFilePath(name));
+    }
+}
+
+void BackupStaging::stageAttachments(const QList<_MsgAttachment> &attachments, JobProgress &progress)
 {
     for (const _MsgAttachment &attachment : attachments) {
-        if (QFileInfo(attachment.localFile).isFile())
+        if (attachment.localFile.isThere())
             addAttachment(attachment);
     }
     qint64 bytes = 0;
-    for (const AddedFile &file : std::as_const(added))
-        bytes += QFileInfo(file.localPath).size();
+    for (const Added &file : std::as_const(added))
+        bytes += file.source.size();
     checkFreeSpaceThrow(backup.absolutePath(), bytes);
-    for (AddedFile &file : added) {
+    QList<AddedFile> staged;
+    for (const Added &file : std::as_const(added)) {
         throwIfCancelled(progress);
-        const QString name = mbdbFileName(file.domain, file.path);
+        const QString name = mbdbFileName(mediaDomain, file.path);
         const QString inBackup = backup.absoluteFilePath(name);
         const bool isThere = QFileInfo::exists(inBackup);
         if (!isThere)
-            stageFile(file.localPath, name);
-        file.localPath = isThere ? inBackup : rewrite.staged(name);
+            stageAttachment(file.source, name, progress);
+        staged.append({isThere ? inBackup : rewrite.staged(name), mediaDomain, file.path});
     }
-    addBackupFiles(records, added);
+    addBackupFiles(records, staged);
 }
 
 std::optional<QString> BackupStaging::pathInDomain(const QString &filename) const
@@ -176,7 +187,7 @@ void BackupStaging::addAttachment(const _MsgAttachment &attachment)
     const qsizetype before = addedPaths.size();
     addedPaths.insert(*relative);
     if (addedPaths.size() > before)
-        added.append({attachment.localFile, mediaDomain, *relative});
+        added.append({attachment.localFile, *relative});
 }
 
 void BackupStaging::stageManifest()

@@ -34,10 +34,17 @@ public:
     /// nothing when it can't be there.
     std::optional<QString> attachmentPlace(const QString &filename) const;
     /// Those that have a file. One that is there already stays.
-    void stageAttachments(const QList<_MsgAttachment> &attachments, const JobProgress &progress);
+    void stageAttachments(const QList<_MsgAttachment> &attachments, JobProgress &progress);
     void stageManifest();
 
 private:
+    /// A file that the backup gets.
+    struct Added {
+        LocalFile source;
+        QString path; ///< on the phone, in its domain
+    };
+
+    void stageAttachment(const LocalFile &file, const QString &name, JobProgress &progress);
     void addAttachment(const _MsgAttachment &attachment);
     std::optional<QString> pathInDomain(const QString &filename) const;
     void stageFile(const QString &from, const QString &name);
@@ -49,6 +56,6 @@ private:
     BackupRewrite &rewrite;
     QString manifestPath;
     QHash<QString, _MbdbRecord> records;
-    QList<AddedFile> added;
+    QList<Added> added;
     QSet<QString> addedPaths;
 };

@@ -24,10 +24,10 @@ QImage scaled(const QImage &image)
 
 QString attachmentThumbnail(const _MsgAttachment &attachment)
 {
-    const QString path = QDir::temp().filePath(md5Hex(attachment.localFile) + u".thumb"_s);
+    const QString path = QDir::temp().filePath(md5Hex(attachment.localFile.path()) + u".thumb"_s);
     if (QFile::exists(path))
         return path;
-    const QImage image(attachment.localFile);
+    const QImage image(attachment.localFile.readablePath());
     if (!image.isNull())
         scaled(image).save(path, "PNG");
     return path;

@@ -2,6 +2,7 @@
 
 #include "sqlite_qt/untoucheddb.h"
 #include "store/people/sourcecountry.h"
+#include "store/readers/attachmentpaths.h"
 #include "store/readers/openmessagedb.h"
 
 #include <QDebug>
@@ -48,6 +49,16 @@ void AbsIOSMessageDb::noteSource(const _MsgStore &store) const
     for (_MsgChat *chat : store.chats)
         if (chat->source.isEmpty())
             chat->source = path;
+}
+
+void AbsIOSMessageDb::findAttachmentsBy(std::shared_ptr<AttachmentFinder> finder)
+{
+    givenFinder = std::move(finder);
+}
+
+std::shared_ptr<AttachmentFinder> AbsIOSMessageDb::attachmentFinder() const
+{
+    return givenFinder ? givenFinder : std::make_shared<FolderAttachments>(filesFolder());
 }
 
 qsizetype AbsIOSMessageDb::rowCount(const QString &table)

@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class AttachmentFinder;
 class IOS6MessageDb;
 class PrivateCopy;
 struct UntouchedDb;
@@ -57,6 +58,9 @@ public:
     /// Goes on with the database as it was opened, instead of opening it in `openDb`.
     void takeOpened(UntouchedDb &opened);
 
+    /// Asks `finder` for the files of attachments, and no longer looks for them below the root folder.
+    void findAttachmentsBy(std::shared_ptr<AttachmentFinder> finder);
+
     /// The folder that holds "file-relay".
     const QDir &rootFolder() const { return root; }
     const QString &databasePath() const { return path; }
@@ -77,6 +81,8 @@ protected:
     virtual void prepare() = 0;
     /// Tells the chats of a store that this is where they come from, unless they know.
     void noteSource(const _MsgStore &store) const;
+    /// What finds the files of attachments, for one run of reading.
+    std::shared_ptr<AttachmentFinder> attachmentFinder() const;
     /// Number of rows of `table`, for taking room in advance.
     qsizetype rowCount(const QString &table);
 
@@ -85,5 +91,6 @@ protected:
     QString mcc;
 
 private:
+    std::shared_ptr<AttachmentFinder> givenFinder;
     std::unique_ptr<PrivateCopy> copy; ///< of a file that can't be read in its place
 };

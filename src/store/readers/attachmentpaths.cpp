@@ -3,7 +3,6 @@
 #include "app/filetools.h"
 #include "store/records/phonetree.h"
 
-#include <QFileInfo>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -50,16 +49,28 @@ std::optional<QString> attachmentTarget(const QDir &root, const QString &filenam
     return pathBelow(root, pathBelowRoot(filename));
 }
 
-QString attachmentFile(const QDir &root, const QString &filename)
+QString pathInHome(const QString &filename)
+{
+    constexpr auto home = "var/mobile/"_L1;
+    const QString path = pathInRelay(filename);
+    return path.startsWith(home) ? path.sliced(home.size()) : QString();
+}
+
+FolderAttachments::FolderAttachments(const QDir &root) : tree(phoneTree(root)), folder(root)
+{
+}
+
+LocalFile FolderAttachments::find(const QString &filename)
 {
     if (filename.isEmpty())
         return {};
-    const QDir tree = phoneTree(root);
     const QString path = pathInRelay(filename);
-    for (const auto &place : {pathBelow(tree, path), pathBelow(tree, withSafeName(path)),
-                              attachmentTarget(root, filename), pathBelow(root, pathBesideDatabase(path))}) {
-        if (place && QFileInfo(*place).isFile())
-            return *place;
-    }
-    return {};
+    std::optional<QString> file = tree.file(path);
+    if (const QString safe = withSafeName(path); !file && safe != path)
+        file = tree.file(safe);
+    if (!file)
+        file = folder.file(pathBelowRoot(filename));
+    if (!file)
+        file = folder.file(pathBesideDatabase(path));
+    return file ? LocalFile(*file) : LocalFile();
 }

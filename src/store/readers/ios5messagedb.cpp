@@ -1,4 +1,5 @@
 #include "store/readers/ios5messagedb.h"
+#include "store/readers/attachmentpaths.h"
 
 #include "app/appledates.h"
 #include "sqlite_qt/untoucheddb.h"
@@ -390,5 +391,5 @@ void IOS5MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 void IOS5MessageDb::attachments(_MsgStorePtr &store)
 {
     openDb();
-    readIos5Attachments(*this, filesFolder(), *store);
+    readIos5Attachments(*this, filesFolder(), *attachmentFinder(), *store);
 }

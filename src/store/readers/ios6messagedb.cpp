@@ -1,4 +1,5 @@
 #include "store/readers/ios6messagedb.h"
+#include "store/readers/attachmentpaths.h"
 
 #include "app/appledates.h"
 #include "sqlite_qt/untoucheddb.h"
@@ -248,5 +249,5 @@ void IOS6MessageDb::messages(_MsgStorePtr &store, qint64 chatId)
 void IOS6MessageDb::attachments(_MsgStorePtr &store)
 {
     openDb();
-    readAttachments(*this, filesFolder(), *store);
+    readAttachments(*this, *attachmentFinder(), *store);
 }

@@ -89,8 +89,8 @@ Owner messageOwner(const _MsgStore &store, qint64 rowid)
 
 /// The rows of `cursor`, each beside the rowid of what it belongs to in the column "message_id".
 template <typename OwnerOf>
-void readRows(Sqlite3Cursor cursor, RecordColumns<_MsgAttachment> columns, const QDir &root, _MsgStore &store,
-              OwnerOf ownerOf)
+void readRows(Sqlite3Cursor cursor, RecordColumns<_MsgAttachment> columns, AttachmentFinder &files,
+              _MsgStore &store, OwnerOf ownerOf)
 {
     RecordReader<_MsgAttachment> reader(cursor, columns, {}, DateUnit::EachItsOwn);
     const int rowid = cursor.columnIndex(u"rowid"_s);
@@ -103,7 +103,7 @@ void readRows(Sqlite3Cursor cursor, RecordColumns<_MsgAttachment> columns, const
         _MsgAttachment *&attachment = store.attachments[cursor.getInt64(rowid)];
         if (!attachment) {
             attachment = reader.read(cursor).release();
-            attachment->localFile = attachmentFile(root, attachment->filename);
+            attachment->localFile = files.find(attachment->filename);
             if (incoming >= 0)
                 attachment->is_outgoing = cursor.getInt(incoming) == 0;
             giveGuid(*attachment, owner.guid);
@@ -124,7 +124,7 @@ void linkAttachment(QHash<QString, _MsgAttachment *> &attachments, _MsgAttachmen
 }
 
 // On a phone reactions are messages; a Local Database has them, and their attachments, in tables of its own.
-void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+void readAttachments(Sqlite3DB &db, AttachmentFinder &files, _MsgStore &store)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     if (!tables.contains(u"attachment"_s) || !tables.contains(u"message_attachment_join"_s))
@@ -138,17 +138,17 @@ void readAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
         return message.attachments || isLocal ? message : reactions(rowid);
     };
     readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"message_id"_s, u"message_attachment_join"_s))),
-             attachmentTable(), root, store, ownerOf);
+             attachmentTable(), files, store, ownerOf);
     if (tables.contains(u"_reaction_attachment_join"_s))
         readRows(db.queryThrow(Sqlite3Sql(sql.arg(u"reaction_id"_s, u"_reaction_attachment_join"_s))),
-                 attachmentTable(), root, store, std::ref(reactions));
+                 attachmentTable(), files, store, std::ref(reactions));
 }
 
-void readIos5Attachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+void readIos5Attachments(Sqlite3DB &db, const QDir &root, AttachmentFinder &files, _MsgStore &store)
 {
     const QHash<QString, QString> tables = tableTexts(db);
     if (tables.contains(u"madrid_attachment"_s))
         readRows(db.queryThrow(Sqlite3Sql("select rowid, * from madrid_attachment")), madridAttachmentColumns,
-                 root, store, [&](qint64 rowid) { return messageOwner(store, rowid); });
-    readMmsAttachments(db, root, store);
+                 files, store, [&](qint64 rowid) { return messageOwner(store, rowid); });
+    readMmsAttachments(db, root, files, store);
 }

@@ -104,7 +104,7 @@ QString wordsOf(const Sqlite3Cursor &part, const QDir &root, PartFiles &files)
     QByteArray words = part.getBlob(u"words"_s);
     if (words.isEmpty()) {
         const QString name = files.find(part.getInt64(0), part.getInt(1));
-        QFile file(name.isEmpty() ? QString() : attachmentFile(root, u"~/"_s + name));
+        QFile file(name.isEmpty() ? QString() : FolderAttachments(root).find(u"~/"_s + name).path());
         if (!file.fileName().isEmpty() && file.open(QIODevice::ReadOnly))
             words = file.read(longestText);
     }
@@ -161,13 +161,14 @@ std::unique_ptr<_MsgAttachment> attachmentOf(const _MsgMessage &message, const S
     return attachment;
 }
 
-void findFile(_MsgAttachment &attachment, const Sqlite3Cursor &part, const QDir &root, PartFiles &files)
+void findFile(_MsgAttachment &attachment, const Sqlite3Cursor &part, AttachmentFinder &finder,
+              PartFiles &files)
 {
     const QString file = files.find(part.getInt64(0), part.getInt(1));
     attachment.filename = file.isEmpty() ? attachment.transfer_name : u"~/"_s + file;
-    attachment.localFile = attachmentFile(root, attachment.filename);
-    const QFileInfo info(attachment.localFile);
-    attachment.total_bytes = attachment.localFile.isEmpty() ? part.getInt64(u"bytes"_s) : info.size();
+    attachment.localFile = finder.find(attachment.filename);
+    attachment.total_bytes =
+        attachment.localFile.isEmpty() ? part.getInt64(u"bytes"_s) : attachment.localFile.size();
 }
 
 } // namespace
@@ -191,7 +192,7 @@ void readMmsTexts(Sqlite3DB &db, const QDir &root, _MsgStore &store)
         store.messages.value(it.key())->text = completeText(*it);
 }
 
-void readMmsAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
+void readMmsAttachments(Sqlite3DB &db, const QDir &root, AttachmentFinder &finder, _MsgStore &store)
 {
     if (!tableTexts(db).contains(u"msg_pieces"_s))
         return;
@@ -208,7 +209,7 @@ void readMmsAttachments(Sqlite3DB &db, const QDir &root, _MsgStore &store)
         guids.insert(attachment->guid);
         attachment->rowid = rowid;
         store.attachments.insert(rowid, attachment);
-        findFile(*attachment, part, root, files);
+        findFile(*attachment, part, finder, files);
         linkAttachment(message->attachments, *attachment);
     }
 }

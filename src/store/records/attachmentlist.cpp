@@ -6,7 +6,6 @@
 #include "store/records/messagerecords.h"
 #include "store/records/messagetext.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -47,7 +46,7 @@ QString attachmentName(const _MsgAttachment &attachment)
 qint64 attachmentBytes(const _MsgAttachment &attachment)
 {
     const bool isTold = attachment.total_bytes > 0 || attachment.localFile.isEmpty();
-    return isTold ? std::max<qint64>(attachment.total_bytes, 0) : QFileInfo(attachment.localFile).size();
+    return isTold ? std::max<qint64>(attachment.total_bytes, 0) : attachment.localFile.size();
 }
 
 QString missingReason(const _MsgAttachment &attachment)
@@ -119,7 +118,7 @@ AttachmentTotals totalsOf(const QList<ListedAttachment> &list)
             ++totals.missing;
             totals.missingBytes += bytes;
         } else {
-            totals.bytesOnDisk += QFileInfo(attachment->localFile).size();
+            totals.bytesOnDisk += attachment->localFile.size();
         }
     }
     return totals;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/records/localfile.h"
 #include "store/records/messageextras.h"
 #include "store/records/recoverytrace.h"
 
@@ -145,7 +146,7 @@ struct _MsgAttachment {
     int is_sticker = 0;
     int hide_attachment = 0; ///< the phone doesn't show it: pictures of link previews and the like
     QString emoji_image_short_description; ///< what a made emoji was asked for
-    QString localFile;                     ///< path of a copy on this computer
+    LocalFile localFile;                   ///< where its content is on this computer
 };
 
 /// All records of one source, keyed by rowid. It owns them.

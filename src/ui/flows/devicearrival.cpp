@@ -1,6 +1,7 @@
 #include "ui/flows/devicearrival.h"
 
 #include "backup/backupmanifest.h"
+#include "backup/extractmessages.h"
 #include "device/backuptempdir.h"
 #include "device/backupworkspace.h"
 #include "sources/opensource.h"
@@ -59,7 +60,7 @@ bool extractBackup(const IOSDevice &phone, const QDir &folder, PhoneBackupLock &
     lock.take();
     runBusy(QObject::tr("IDS_LOADING_ITUNES_BACKUP"), window, [&] { manifest.loadIndex(); });
     ProgressForm form(QString(), window);
-    ITunesCacheSMSThread job(&manifest, phone.cacheDir(), &form);
+    ITunesCacheSMSThread job(&manifest, phone.cacheDir(), Attachments::Copied, &form);
     return runUnder(form, job);
 }
 

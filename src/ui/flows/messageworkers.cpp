@@ -62,17 +62,17 @@ void loadIndex(BackupManifest *manifest, QWidget *window)
 }
 
 /// The message files of a backup, taken out into its cache; null when the job didn't come through.
-std::unique_ptr<AbsIOSMessageDb> openCached(BackupManifest *manifest, QWidget *window)
+std::unique_ptr<AbsIOSMessageDb> openCached(const QSharedPointer<BackupManifest> &manifest, QWidget *window)
 {
-    loadIndex(manifest, window);
+    loadIndex(manifest.data(), window);
     ProgressForm form(QString(), window);
-    ITunesCacheSMSThread job(manifest, &form);
+    ITunesCacheSMSThread job(manifest.data(), &form);
     if (!runUnder(form, job))
         return nullptr;
-    auto db = openExtracted(*manifest, {});
+    auto db = openExtracted(manifest, {});
     db->openDb();
     if (db->countryCode().isEmpty())
-        db = openExtracted(*manifest, askCountry(window));
+        db = openExtracted(manifest, askCountry(window));
     return db;
 }
 
@@ -155,7 +155,7 @@ void MessageWorkers::importBackup(const QString &folder, const QString &name)
     const auto [manifest, recovered] = pickBackup(folder, window);
     if (!manifest || !unlock(manifest.data(), window))
         return;
-    const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest.data(), window);
+    const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest, window);
     if (!db || (recovered == Recovered::Shown && !lookForDeleted(*db, window)))
         return;
     const _MsgStorePtr store = readUnderDialog(*db, window, recovered);

@@ -25,20 +25,20 @@ void IOSLoadFileRelayThread::run()
 }
 
 ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *manifest, JobProgress *progress, QObject *parent)
-    : ITunesCacheSMSThread(manifest, backupCacheDir(*manifest), progress, parent)
+    : ITunesCacheSMSThread(manifest, backupCacheDir(*manifest), Attachments::LeftInBackup, progress, parent)
 {
 }
 
 ITunesCacheSMSThread::ITunesCacheSMSThread(BackupManifest *manifest, const QDir &cacheDir,
-                                           JobProgress *progress, QObject *parent)
-    : QThread(parent), manifest(manifest), progress(progress), folder(cacheDir)
+                                           Attachments attachments, JobProgress *progress, QObject *parent)
+    : QThread(parent), manifest(manifest), progress(progress), folder(cacheDir), attachments(attachments)
 {
 }
 
 void ITunesCacheSMSThread::run()
 {
     runJob(*progress, [this] {
-        extractMessages(*manifest, folder, *progress);
+        extractMessages(*manifest, folder, *progress, attachments);
         return QString();
     });
 }

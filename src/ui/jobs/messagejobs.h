@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QThread>
 
+enum class Attachments;
 class AbsIOSMessageDb;
 class BackupManifest;
 class IOS6MessageDb;
@@ -33,10 +34,10 @@ private:
 class ITunesCacheSMSThread final : public QThread
 {
 public:
-    /// Into the cache folder of the backup.
+    /// Into the cache folder of the backup, where only databases are copied if that will do.
     ITunesCacheSMSThread(BackupManifest *manifest, JobProgress *progress, QObject *parent = nullptr);
-    ITunesCacheSMSThread(BackupManifest *manifest, const QDir &cacheDir, JobProgress *progress,
-                         QObject *parent = nullptr);
+    ITunesCacheSMSThread(BackupManifest *manifest, const QDir &cacheDir, Attachments attachments,
+                         JobProgress *progress, QObject *parent = nullptr);
 
     /// Where the files are when the job is done: "file-relay/var/mobile/Library/SMS/sms.db" below it.
     const QDir &cacheDir() const { return folder; }
@@ -48,6 +49,7 @@ private:
     BackupManifest *manifest;
     JobProgress *progress;
     QDir folder;
+    Attachments attachments;
 };
 
 /// Runs `importMessages`.

@@ -18,9 +18,10 @@ constexpr qsizetype mostShown = 40;
 
 QString linked(const _MsgAttachment &attachment, const QString &html)
 {
-    if (attachment.localFile.isEmpty())
+    const QString file = attachment.localFile.readyPath();
+    if (file.isEmpty())
         return html;
-    const QString address = QUrl::fromLocalFile(attachment.localFile).toString(QUrl::FullyEncoded);
+    const QString address = QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
     return u"<a href=\"%1\">"_s.arg(address.toHtmlEscaped()) + html + u"</a>"_s;
 }
 
@@ -35,7 +36,8 @@ QString lineHtml(const _MsgAttachment &attachment)
 
 QString pictureHtml(const _MsgAttachment &attachment)
 {
-    if (attachment.localFile.isEmpty() || !canReadPictures(pictureFormat(attachment.localFile)))
+    const QString file = attachment.localFile.readyPath();
+    if (file.isEmpty() || !canReadPictures(pictureFormat(file)))
         return {};
     return linked(attachment, u"<img src=\"thumbnail:%1\"/>"_s.arg(attachment.rowid)) + u"<br/>"_s;
 }

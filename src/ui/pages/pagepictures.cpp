@@ -62,7 +62,7 @@ QImage PagePictures::thumbnail(qint64 rowid)
     if (!attachment)
         return {};
     const QSize frame = pictureFrame(*attachment);
-    const std::optional<QImage> picture = thumbnails.thumbnail(attachment->localFile);
+    const std::optional<QImage> picture = thumbnails.thumbnail(attachment->localFile.path());
     if (!picture)
         return emptyFrame({frame.height(), frame.height()}, u"…"_s);
     return picture->isNull() ? emptyFrame({frame.height(), frame.height()}, u"No preview"_s)
@@ -78,7 +78,7 @@ void PagePictures::onReady(const QString &file)
 void PagePictures::showReady()
 {
     for (auto it = shown.cbegin(); it != shown.cend(); ++it) {
-        if (readyFiles.contains(it.value()->localFile))
+        if (readyFiles.contains(it.value()->localFile.path()))
             view->document()->addResource(QTextDocument::ImageResource, addressOf(it.key()),
                                           image(addressOf(it.key())));
     }

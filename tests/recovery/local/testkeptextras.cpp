@@ -97,7 +97,7 @@ QString told(const QHash<QString, _MsgAttachment *> &attachments)
 {
     QStringList texts;
     for (const _MsgAttachment *attachment : sortedAttachments(attachments))
-        texts.append(attachment->guid + u' ' + QString::fromUtf8(bytesOf(attachment->localFile)));
+        texts.append(attachment->guid + u' ' + QString::fromUtf8(bytesOf(attachment->localFile.path())));
     return texts.join(u',');
 }
 

@@ -221,7 +221,8 @@ void TestLocalJobs::filesOfOnePathStayApart()
     import(u"phone 2"_s, "two");
     QStringList contents;
     for (const QString &name : rows(u"select filename from attachment order by rowid"_s))
-        contents.append(QString::fromUtf8(bytesOf(attachmentFile(root, name)))); // "unreadable" for none
+        contents.append(
+            QString::fromUtf8(bytesOf(FolderAttachments(root).find(name).path()))); // "unreadable" for none
     QCOMPARE(contents, QStringList({u"one"_s, u"two"_s, u"three"_s, u"one"_s, u"unreadable"_s}));
 }
 
