@@ -3,6 +3,7 @@
 #include "backup/extractmessages.h"
 #include "backup/keys/keybag.h"
 #include "backup/mbfile.h"
+#include "backup/sessionkeys.h"
 #include "testing/builders/backupbuilder.h"
 #include "testing/builders/samplembfile.h"
 #include "testing/builders/samplerandom.h"
@@ -72,6 +73,7 @@ private Q_SLOTS:
     void attachmentsStayInTheBackup();
     void decipheringIsCancelled();
     void theOldestCopiesGo();
+    void keysStayForTheSession();
 
 private:
     QString path(const QString &name) const { return dir->filePath(name); }
@@ -472,6 +474,24 @@ void TestModernBackup::theOldestCopiesGo()
     };
     QVERIFY_EXCEPTION_THROWN(copies.add(u"5"_s, u"film"_s, fail), std::runtime_error);
     QVERIFY(copies.find(u"5"_s, u"film"_s).isEmpty());
+}
+
+// Whoever lent them has wiped its own by then.
+void TestModernBackup::keysStayForTheSession()
+{
+    SessionKeys keys;
+    open(builder().password(u"pw"_s).file(home, smsDb, "messages"), u"pw"_s);
+    keys.keep(*manifest);
+    for (int i = 0; i < 2; ++i) {
+        manifest = std::make_unique<BackupManifest>(path(u"backup"_s));
+        manifest->loadInfo();
+        QVERIFY(keys.unlock(*manifest));
+        manifest->loadIndex();
+        QCOMPARE(extract(), "messages"_ba);
+    }
+    BackupManifest other(builder().seed(2).password(u"pw"_s).file(home, smsDb, "x").write());
+    other.loadInfo();
+    QVERIFY(!keys.unlock(other));
 }
 
 QTEST_GUILESS_MAIN(TestModernBackup)

@@ -129,6 +129,15 @@ bool unlockClasses(KeyBag &keyBag, const QString &password, const RoundsReport &
     return isUnlocked;
 }
 
+QMap<int, KeyBagItems> copyWithKeys(QMap<int, KeyBagItems> classes)
+{
+    for (KeyBagItems &items : classes) {
+        if (const auto key = items.find(keyTag); key != items.end())
+            *key = QByteArray(key->constData(), key->size());
+    }
+    return classes;
+}
+
 void wipeKeys(QMap<int, KeyBagItems> &classes)
 {
     for (KeyBagItems &items : classes) {

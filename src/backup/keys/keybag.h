@@ -28,6 +28,9 @@ bool hasDoubleProtection(const KeyBag &keyBag);
 /// protection, if there is any.
 [[nodiscard]] bool unlockClasses(KeyBag &keyBag, const QString &password, const RoundsReport &report = {});
 
+/// A copy whose plain class keys are bytes of their own: wiping one leaves the other.
+QMap<int, KeyBagItems> copyWithKeys(QMap<int, KeyBagItems> classes);
+
 /// Takes the plain class keys out again, wiped.
 void wipeKeys(QMap<int, KeyBagItems> &classes);
 

@@ -46,10 +46,15 @@ PickedBackup pickBackup(const QString &folder, QWidget *window)
     return {dialog.selected(), dialog.looksForDeleted() ? Recovered::Shown : Recovered::LeftOut};
 }
 
-/// False when the person gave up.
-bool unlock(BackupManifest *manifest, QWidget *window)
+/// False when the person gave up. Nobody is asked twice for a password.
+bool unlock(BackupManifest *manifest, SessionKeys &keys, QWidget *window)
 {
-    return !manifest->isEncrypted || PasscodeDlg(manifest, window).exec() == QDialog::Accepted;
+    if (!manifest->isEncrypted || keys.unlock(*manifest))
+        return true;
+    if (PasscodeDlg(manifest, window).exec() != QDialog::Accepted)
+        return false;
+    keys.keep(*manifest);
+    return true;
 }
 
 /// The list of a modern phone can be hundreds of megabytes to decipher and read.
@@ -153,7 +158,7 @@ void MessageWorkers::exportToBackup(const MessageChoice &choice)
 void MessageWorkers::importBackup(const QString &folder, const QString &name)
 {
     const auto [manifest, recovered] = pickBackup(folder, window);
-    if (!manifest || !unlock(manifest.data(), window))
+    if (!manifest || !unlock(manifest.data(), keys, window))
         return;
     const std::unique_ptr<AbsIOSMessageDb> db = openCached(manifest, window);
     if (!db || (recovered == Recovered::Shown && !lookForDeleted(*db, window)))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backup/sessionkeys.h"
 #include "ui/flows/messagechoice.h"
 
 #include <QObject>
@@ -41,4 +42,5 @@ private:
     SourcePane *sources;
     MessagePane *messages;
     QWidget *window;
+    SessionKeys keys; ///< of the backups that were unlocked in this window
 };
