@@ -10,6 +10,7 @@
 #include "store/readers/recordreader.h"
 #include "store/readers/standintables.h"
 #include "store/records/chatlinks.h"
+#include "store/records/chatstyle.h"
 #include "store/records/columntables.h"
 #include "store/records/madeupchats.h"
 #include "store/records/messagestore.h"
@@ -22,7 +23,6 @@ namespace
 {
 
 constexpr int partnerStyle = 45;
-constexpr int groupStyle = 43;
 constexpr int sentFlags = 3;
 
 /// Those that are read as they stand.

@@ -1,6 +1,7 @@
 #include "store/readers/joinedgroups.h"
 
 #include "sqlite_qt/sqlite3db.h"
+#include "store/records/chatstyle.h"
 #include "store/records/messagerecords.h"
 
 #include <QHash>
@@ -9,8 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-constexpr int groupStyle = 43;
 
 /// Sets of chats that grow together. The lowest rowid stands for a set.
 class ChatSets

@@ -1,5 +1,6 @@
 #include "store/records/samepersons.h"
 
+#include "store/records/chatstyle.h"
 #include "store/records/messagestore.h"
 
 #include <QHash>
@@ -13,8 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-constexpr int groupStyle = 43;
 
 bool isWithOnePartner(const _MsgSession &session)
 {
