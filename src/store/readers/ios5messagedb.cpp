@@ -1,8 +1,8 @@
 #include "store/readers/ios5messagedb.h"
-#include "store/readers/attachmentpaths.h"
 
 #include "app/appledates.h"
 #include "sqlite_qt/untoucheddb.h"
+#include "store/readers/attachmentpaths.h"
 #include "store/readers/messageattachments.h"
 #include "store/readers/mmsparts.h"
 #include "store/readers/openmessagedb.h"
