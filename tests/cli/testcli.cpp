@@ -500,14 +500,18 @@ void TestCli::readingLeavesAPhoneAsItLies()
 void TestCli::anInterruptLeavesNothingHalfMade()
 {
     // The password never comes, so that the companion waits when the signal reaches it.
+    const QByteArray pipe = QFile::encodeName(path(u"password"_s));
+    QCOMPARE(::mkfifo(pipe.constData(), S_IRUSR | S_IWUSR), 0);
     QProcess process;
     process.start(QStringLiteral(COMPANION),
-                  {u"export"_s, writeBackup(u"secret"_s), u"--password-file"_s, u"-"_s, u"--format"_s,
-                   u"csv"_s, u"--out"_s, path(u"out.csv"_s)});
+                  {u"export"_s, writeBackup(u"secret"_s), u"--password-file"_s, path(u"password"_s),
+                   u"--format"_s, u"csv"_s, u"--out"_s, path(u"out.csv"_s)});
     QVERIFY(process.waitForStarted());
-    QTest::qWait(200);
+    int writer = -1;
+    QTRY_VERIFY((writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0); // there is a reader
     QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
     QVERIFY(process.waitForFinished());
+    ::close(writer);
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(!QFile::exists(path(u"out.csv"_s)));

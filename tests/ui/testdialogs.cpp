@@ -170,9 +170,7 @@ void TestDialogs::tipsWaitUntilRead()
     ProgressForm form(u"Job"_s);
     const int result = execWith(form, [&] {
         form.tipsWait(u"Look."_s);
-        while (form.tipsWaiting)
-            QThread::usleep(100);
-        return u"Done."_s;
+        return QTest::qWaitFor([&] { return !form.tipsWaiting; }) ? u"Done."_s : u"Nobody has read it."_s;
     });
     QCOMPARE(result, 1);
     QVERIFY(!form.cancelled);
@@ -193,9 +191,9 @@ void TestDialogs::personCancels()
         QTest::mousePress(form.findChild<QPushButton *>(), Qt::LeftButton); // needs no release
     });
     const int result = execWith(form, [&]() -> QString {
-        while (!form.cancelled)
-            QThread::usleep(100);
-        throw std::runtime_error("nobody wants to know");
+        if (QTest::qWaitFor([&] { return form.cancelled.load(); }))
+            throw std::runtime_error("nobody wants to know");
+        return u"Nobody has cancelled it."_s;
     });
     QCOMPARE(result, 0);
     QCOMPARE(cancels.count(), 1);
