@@ -168,7 +168,8 @@ void TestModernMessages::joinsGroupsThatMoved()
     QCOMPARE(groupChatSessions(read()).size(), 4);
     runOn(path, u"insert into chat_lookup(identifier, domain, chat) values('x','iMessage',1), ('x','RCS',2), "
                 "('y','RCS',2), ('y','SMS',3), ('x','SMS',4), ('z','SMS',99);"_s);
-    const QList<_MsgSession> sessions = groupChatSessions(read());
+    const _MsgStorePtr store = read();
+    const QList<_MsgSession> sessions = groupChatSessions(store);
     QCOMPARE(sessions.size(), 2); // a partner alone is joined by who they are
     for (const _MsgSession &session : sessions)
         QCOMPARE(session.chats.size(), session.chats.first()->style == 43 ? 3 : 1);
