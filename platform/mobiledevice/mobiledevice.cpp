@@ -6,6 +6,7 @@
 #include <usbmuxd.h>
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -175,9 +176,10 @@ EXPORTED int MarrowlightPhoneIsHere(void *device)
 EXPORTED int AMDeviceNotificationSubscribe(DeviceNotificationCallback callback, unsigned, unsigned,
                                            void *context, void **handle)
 {
-    auto *subscription = new Subscription{callback, context}; // for the rest of the process
-    *handle = subscription;
-    return idevice_event_subscribe(notify, subscription);
+    // Each stays for the rest of the process: a thread of the library may still be in an earlier one.
+    static auto *const subscriptions = new std::deque<Subscription>;
+    *handle = &subscriptions->emplace_back(Subscription{callback, context});
+    return idevice_event_subscribe(notify, *handle);
 }
 
 EXPORTED int AMDeviceConnect(void *device)
